@@ -1,0 +1,35 @@
+# What every target of this project is compiled with: link `pelora_options`.
+
+add_library( pelora_options INTERFACE )
+
+target_include_directories( pelora_options INTERFACE ${PROJECT_SOURCE_DIR} )
+
+target_compile_options( pelora_options INTERFACE
+   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+   # Source paths in texts are relative to the repository's root, so that they are the
+   # same on every build machine.
+   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
+   -fstack-protector-strong )
+
+if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
+   # A GNU-unique symbol would keep the library from ever being unloaded.
+   target_compile_options( pelora_options INTERFACE -fno-gnu-unique )
+endif()
+
+if( CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT PELORA_SANITIZE )
+   target_compile_options( pelora_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 )
+   target_link_options( pelora_options INTERFACE -Wl,-z,relro,-z,now )
+endif()
+
+if( PELORA_SANITIZE )
+   target_compile_options( pelora_options INTERFACE
+      -fsanitize=${PELORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer )
+   target_link_options( pelora_options INTERFACE -fsanitize=${PELORA_SANITIZE} )
+   # The memory checks that clang and g++ build in need the undefined symbols left open.
+   target_compile_definitions( pelora_options INTERFACE PELORA_SANITIZED=1 )
+endif()
+
+if( PELORA_COVERAGE )
+   target_compile_options( pelora_options INTERFACE --coverage -fprofile-abs-path )
+   target_link_options( pelora_options INTERFACE --coverage )
+endif()
