@@ -1,0 +1,33 @@
+#pragma once
+
+/// Where in the source something happens: path from the repository's root, line, function.
+
+#include "agent/base/BaseTypes.h"
+
+namespace Agent {
+
+struct CallLocation
+{
+    const char* file = "";
+    U32 line = 0;
+    const char* function = "";
+};
+
+/// A trace level that knows where it is written. Converts from a number at the call:
+/// `trace( handle, 9, ... )`.
+struct TraceLevel
+{
+    // Implicit, so that the defaults are those of the trace statement.
+    constexpr TraceLevel( int level,
+                          const char* file = __builtin_FILE(),
+                          int line = __builtin_LINE(),
+                          const char* function = __builtin_FUNCTION() )
+        : value( static_cast< U32 >( level ) )
+        , location{ file, static_cast< U32 >( line ), function }
+    {}
+
+    U32 value;
+    CallLocation location;
+};
+
+} // namespace Agent

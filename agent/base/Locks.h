@@ -1,0 +1,149 @@
+#pragma once
+
+/// The agent's two locks, and the scoped releasers that an SDK call uses.
+///
+/// - The activity lock is held by whichever thread works on the agent's state. Operations of the
+///   helpers are called with it held.
+/// - The interpreter lock is held by a thread that runs scripts. An operation may be called with
+///   or without it.
+///
+/// An SDK call may take long, so both are released for its duration and retaken afterwards, also
+/// when the call throws:
+///
+///     MaybeGilUnlockAnchor interpreterReleased;          // if this thread holds it
+///     UnlockAnchor activityReleased( activityLock() );   // which this thread holds
+///     rc = sdkCall();
+///     // activity lock retaken, then the interpreter lock
+///
+/// Lock order is therefore: interpreter lock released first and retaken last.
+
+#include "agent/base/Export.h"
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+namespace Agent {
+
+class OwnedLock;
+
+/// Is told of every taking and releasing, by the thread that does it, while it holds the lock.
+class AGENT_EXPORT LockObserver
+{
+  public:
+    virtual ~LockObserver();
+    virtual void taken( const OwnedLock& lock ) = 0;
+    virtual void released( const OwnedLock& lock ) = 0;
+};
+
+/// Sets who is told, or nobody (null). The observer must outlive its time as one.
+AGENT_EXPORT void lockObserverIs( LockObserver* observer ) noexcept;
+
+/// A lock that knows which thread holds it. Not recursive.
+class AGENT_EXPORT OwnedLock
+{
+  public:
+    explicit OwnedLock( const char* name ) noexcept
+        : name_( name )
+    {}
+
+    OwnedLock( const OwnedLock& ) = delete;
+    OwnedLock& operator=( const OwnedLock& ) = delete;
+
+    /// Waits until no other thread holds the lock, then holds it. Taking it twice on one thread
+    /// is an assertion failure.
+    void take();
+    /// Gives the lock back. The calling thread must hold it (an assertion failure otherwise).
+    void release();
+
+    /// Whether the calling thread holds the lock.
+    [[nodiscard]] bool heldByThisThread() const noexcept
+    {
+        return owner_.load( std::memory_order_relaxed ) == std::this_thread::get_id();
+    }
+
+    /// Whether any thread holds the lock.
+    [[nodiscard]] bool held() const noexcept
+    {
+        return owner_.load( std::memory_order_relaxed ) != std::thread::id();
+    }
+
+    [[nodiscard]] const char* name() const noexcept { return name_; }
+
+  private:
+    const char* name_;
+    std::mutex mutex_;
+    std::atomic< std::thread::id > owner_{};
+};
+
+/// The agent's activity lock.
+[[nodiscard]] AGENT_EXPORT OwnedLock& activityLock() noexcept;
+
+/// The agent's interpreter lock.
+[[nodiscard]] AGENT_EXPORT OwnedLock& interpreterLock() noexcept;
+
+/// Holds a lock for its own lifetime.
+class LockAnchor
+{
+  public:
+    explicit LockAnchor( OwnedLock& lock )
+        : lock_( lock )
+    {
+        lock_.take();
+    }
+
+    LockAnchor( const LockAnchor& ) = delete;
+    LockAnchor& operator=( const LockAnchor& ) = delete;
+
+    ~LockAnchor() { lock_.release(); }
+
+  private:
+    OwnedLock& lock_;
+};
+
+/// Releases a lock that the calling thread holds for its own lifetime.
+class UnlockAnchor
+{
+  public:
+    explicit UnlockAnchor( OwnedLock& lock )
+        : lock_( lock )
+    {
+        lock_.release();
+    }
+
+    UnlockAnchor( const UnlockAnchor& ) = delete;
+    UnlockAnchor& operator=( const UnlockAnchor& ) = delete;
+
+    ~UnlockAnchor() { lock_.take(); }
+
+  private:
+    OwnedLock& lock_;
+};
+
+/// Releases the interpreter lock for its own lifetime if the calling thread holds it.
+class MaybeGilUnlockAnchor
+{
+  public:
+    MaybeGilUnlockAnchor()
+        : wasHeld_( interpreterLock().heldByThisThread() )
+    {
+        if ( wasHeld_ ) {
+            interpreterLock().release();
+        }
+    }
+
+    MaybeGilUnlockAnchor( const MaybeGilUnlockAnchor& ) = delete;
+    MaybeGilUnlockAnchor& operator=( const MaybeGilUnlockAnchor& ) = delete;
+
+    ~MaybeGilUnlockAnchor()
+    {
+        if ( wasHeld_ ) {
+            interpreterLock().take();
+        }
+    }
+
+  private:
+    const bool wasHeld_;
+};
+
+} // namespace Agent

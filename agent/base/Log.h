@@ -1,0 +1,93 @@
+#pragma once
+
+/// The agent's log: messages for the operator of the switch.
+///
+/// A message is described once, by a static descriptor in the linker section `.korvel_logmsg`,
+/// from which tools read a binary's messages without running it. Code raises a message through a
+/// handle on the descriptor; the handle holds the rate at which it may be repeated. Handles are
+/// made at load and destroyed at unload; the descriptor outlives its handles.
+///
+///     AGENT_LOG_MESSAGE const Agent::LogDescriptor fanFailed{
+///        "FAN_FAILED", "A fan failed", "A fan does not turn.", "Replace the fan.", 3 };
+///     const Agent::LogHandle fanFailedLog( fanFailed, 0, 1.0, 0, 0 );
+///     fanFailedLog.raise();
+
+#include "agent/base/BaseTypes.h"
+#include "agent/base/Export.h"
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+/// Puts a descriptor into the section of log messages.
+#define AGENT_LOG_MESSAGE __attribute__( ( section( ".korvel_logmsg" ), used ) )
+
+namespace Agent {
+
+struct LogDescriptor
+{
+    const char* name;
+    const char* message;
+    const char* explanation;
+    const char* recommendedAction; ///< empty: none
+    U32 level;                     ///< severity, 0 (emergency) to 7 (debug), as in RFC 5424
+};
+
+class AGENT_EXPORT LogHandle
+{
+  public:
+    /// A handle on a message that may be repeated at a limited rate: after `burst` raises at
+    /// will, a raise within `intervalSeconds` of the last one is suppressed, and each time the
+    /// interval grows by `intervalGrowth`. An interval of 0 suppresses nothing. `limit` is the
+    /// most raises there may be in all; 0 means no limit.
+    LogHandle( const LogDescriptor& descriptor,
+               U32 intervalSeconds,
+               double intervalGrowth,
+               U32 burst,
+               U32 limit );
+    LogHandle( const LogHandle& ) = delete;
+    LogHandle& operator=( const LogHandle& ) = delete;
+    ~LogHandle();
+
+    /// Raises the message, with no arguments. May be called by any thread.
+    void raise() const;
+
+    [[nodiscard]] const LogDescriptor& descriptor() const noexcept { return descriptor_; }
+
+    [[nodiscard]] U32 intervalSeconds() const noexcept { return intervalSeconds_; }
+
+    [[nodiscard]] double intervalGrowth() const noexcept { return intervalGrowth_; }
+
+    [[nodiscard]] U32 burst() const noexcept { return burst_; }
+
+    [[nodiscard]] U32 limit() const noexcept { return limit_; }
+
+  private:
+    [[nodiscard]] bool mayRaise() const;
+
+    const LogDescriptor& descriptor_;
+    const U32 intervalSeconds_;
+    const double intervalGrowth_;
+    const U32 burst_;
+    const U32 limit_;
+    mutable std::mutex mutex_;
+    mutable U32 raised_ = 0;
+    mutable std::chrono::duration< double > interval_;
+    mutable std::chrono::steady_clock::time_point last_{};
+};
+
+/// How many handles on the message of that name there are.
+[[nodiscard]] AGENT_EXPORT U32 logHandleCount( std::string_view name );
+
+/// Where raised messages go.
+using LogSink = std::function< void( const LogDescriptor& ) >;
+
+/// Sets where raised messages go; an empty function means standard error. Gives back what it was.
+AGENT_EXPORT LogSink logSinkIs( LogSink sink );
+
+/// The form in which a message stands on standard error: "%3-NAME: message".
+[[nodiscard]] AGENT_EXPORT std::string logText( const LogDescriptor& descriptor );
+
+} // namespace Agent

@@ -1,0 +1,269 @@
+#include "agent/base/RingTraceDecoder.h"
+
+#include "agent/base/RingTrace.h"
+#include "agent/base/TextPieces.h"
+
+#include <iomanip>
+#include <optional>
+#include <type_traits>
+
+namespace Agent {
+
+namespace {
+
+constexpr std::string_view argumentPiece = "\1";
+
+/// Takes values from the front of bytes; nothing once they have run out.
+class Reader
+{
+  public:
+    explicit Reader( std::string_view bytes )
+        : bytes_( bytes )
+    {}
+
+    [[nodiscard]] bool atEnd() const { return bytes_.empty(); }
+
+    std::optional< std::string_view > take( std::size_t size )
+    {
+        if ( size > bytes_.size() ) {
+            return std::nullopt;
+        }
+        const std::string_view taken = bytes_.substr( 0, size );
+        bytes_.remove_prefix( size );
+        return taken;
+    }
+
+    template< class Value >
+    std::optional< Value > takeValue()
+    {
+        static_assert( std::is_trivially_copyable_v< Value > );
+        const auto bytes = take( sizeof( Value ) );
+        if ( !bytes ) {
+            return std::nullopt;
+        }
+        Value value;
+        std::memcpy( &value, bytes->data(), sizeof( value ) );
+        return value;
+    }
+
+    std::optional< std::string > takeString()
+    {
+        const std::size_t end = bytes_.find( '\0' );
+        if ( end == std::string_view::npos ) {
+            return std::nullopt;
+        }
+        std::string string( bytes_.substr( 0, end ) );
+        bytes_.remove_prefix( end + 1 );
+        return string;
+    }
+
+  private:
+    std::string_view bytes_;
+};
+
+template< class Value >
+std::optional< std::string > argumentAs( Reader& reader )
+{
+    const auto value = reader.takeValue< Value >();
+    return value ? std::optional( joinPieces( *value ) ) : std::nullopt;
+}
+
+std::optional< std::string > textArgument( Reader& reader )
+{
+    const auto length = reader.takeValue< U8 >();
+    const auto text = length ? reader.take( *length ) : std::nullopt;
+    return text ? std::optional( std::string( *text ) ) : std::nullopt;
+}
+
+std::optional< std::string > hexArgument( Reader& reader )
+{
+    const auto value = reader.takeValue< U64 >();
+    return value ? std::optional( joinPieces( hex( *value ) ) ) : std::nullopt;
+}
+
+std::optional< std::string > booleanArgument( Reader& reader )
+{
+    const auto value = reader.takeValue< U8 >();
+    return value ? std::optional( std::string( *value != 0 ? "1" : "0" ) ) : std::nullopt;
+}
+
+std::optional< std::string > argumentText( Reader& reader )
+{
+    const auto kind = reader.takeValue< U8 >();
+    switch ( static_cast< RingKind >( kind.value_or( 0 ) ) ) {
+    case RingKind::unsigned8:
+        return argumentAs< U8 >( reader );
+    case RingKind::unsigned16:
+        return argumentAs< U16 >( reader );
+    case RingKind::unsigned32:
+        return argumentAs< U32 >( reader );
+    case RingKind::unsigned64:
+        return argumentAs< U64 >( reader );
+    case RingKind::signed64:
+        return argumentAs< std::int64_t >( reader );
+    case RingKind::hexadecimal:
+        return hexArgument( reader );
+    case RingKind::boolean:
+        return booleanArgument( reader );
+    case RingKind::real:
+        return argumentAs< double >( reader );
+    case RingKind::text:
+        return textArgument( reader );
+    }
+    return std::nullopt;
+}
+
+/// Reads one block whose magic stands at the front of the bytes.
+class RingReader
+{
+  public:
+    explicit RingReader( std::string_view bytes )
+        : bytes_( bytes )
+    {}
+
+    DecodedRing read()
+    {
+        if ( !readHeader() ) {
+            return std::move( ring_ );
+        }
+        U64 position = header_.oldest;
+        while ( position < header_.next && ring_.problem.empty() ) {
+            position += readRecord( position );
+        }
+        return std::move( ring_ );
+    }
+
+  private:
+    bool readHeader()
+    {
+        const auto header = Reader( bytes_ ).takeValue< RingHeader >();
+        if ( !header ) {
+            return fail( "the header is cut off" );
+        }
+        header_ = *header;
+        ring_.written = header_.count;
+        const U64 size = U64{ header_.headerSize } + header_.descriptionsSize + header_.recordsSize;
+        if ( header_.headerSize != sizeof( RingHeader ) || size > bytes_.size() ||
+             header_.recordsSize == 0 || header_.descriptionsUsed > header_.descriptionsSize ||
+             header_.next < header_.oldest ||
+             header_.next - header_.oldest > header_.recordsSize ) {
+            return fail( "the header is damaged" );
+        }
+        descriptions_ = bytes_.substr( header_.headerSize, header_.descriptionsUsed );
+        records_ =
+            bytes_.substr( header_.headerSize + header_.descriptionsSize, header_.recordsSize );
+        return true;
+    }
+
+    /// Gives the record's size in bytes.
+    U64 readRecord( U64 position )
+    {
+        Reader reader( records_.substr( position % header_.recordsSize ) );
+        Reader sizes = reader;
+        const auto size = sizes.takeValue< U32 >();
+        const auto description = sizes.takeValue< U32 >();
+        if ( !size || !description || *size < 2 * sizeof( U32 ) || *size % 8 != 0 ||
+             !reader.take( *size ) ) {
+            fail( "a record is damaged" );
+            return 0;
+        }
+        if ( *description != ringPadding ) {
+            readArguments( records_.substr( position % header_.recordsSize, *size ) );
+        }
+        return *size;
+    }
+
+    void readArguments( std::string_view record )
+    {
+        Reader reader( record );
+        const auto start = reader.takeValue< RingRecord >();
+        const auto arguments = start ? reader.take( start->argumentsSize ) : std::nullopt;
+        if ( !arguments ) {
+            fail( "a record is damaged" );
+            return;
+        }
+        DecodedRecord decoded;
+        decoded.nanoseconds = start->nanoseconds;
+        if ( describe( start->description, *arguments, decoded ) ) {
+            ring_.records.push_back( std::move( decoded ) );
+        }
+    }
+
+    bool describe( U32 offset, std::string_view arguments, DecodedRecord& decoded )
+    {
+        if ( offset >= descriptions_.size() ) {
+            return fail( "a record has no description" );
+        }
+        Reader sized( descriptions_.substr( offset ) );
+        const auto size = sized.takeValue< U32 >();
+        const auto line = sized.takeValue< U32 >();
+        const auto text = size && *size >= 2 * sizeof( U32 )
+                              ? sized.take( *size - 2 * sizeof( U32 ) )
+                              : std::nullopt;
+        Reader strings( text.value_or( "" ) );
+        const auto file = strings.takeString();
+        const auto function = strings.takeString();
+        if ( !line || !file || !function ) {
+            return fail( "a description is damaged" );
+        }
+        decoded.line = *line;
+        decoded.file = *file;
+        decoded.function = *function;
+        decoded.text = joined( strings, Reader( arguments ) );
+        return true;
+    }
+
+    /// The literal pieces with the arguments in their places; arguments without a place follow.
+    static std::string joined( Reader pieces, Reader arguments )
+    {
+        std::string text;
+        while ( const auto piece = pieces.takeString() ) {
+            text += *piece == argumentPiece ? argumentText( arguments ).value_or( "?" ) : *piece;
+        }
+        while ( !arguments.atEnd() ) {
+            const auto argument = argumentText( arguments );
+            if ( !argument ) {
+                break;
+            }
+            text += " " + *argument;
+        }
+        return text;
+    }
+
+    bool fail( const char* problem )
+    {
+        ring_.problem = problem;
+        return false;
+    }
+
+    std::string_view bytes_;
+    std::string_view descriptions_;
+    std::string_view records_;
+    RingHeader header_{};
+    DecodedRing ring_;
+};
+
+} // namespace
+
+std::vector< DecodedRing > decodeRings( std::string_view bytes )
+{
+    const std::string_view magic( ringMagic.data(), ringMagic.size() );
+    std::vector< DecodedRing > rings;
+    for ( std::size_t at = bytes.find( magic ); at != std::string_view::npos;
+          at = bytes.find( magic, at + magic.size() ) ) {
+        rings.push_back( RingReader( bytes.substr( at ) ).read() );
+    }
+    return rings;
+}
+
+std::string decodedRecordText( const DecodedRecord& record )
+{
+    constexpr U64 nanosecondsPerSecond = 1'000'000'000;
+    std::ostringstream text;
+    text << record.nanoseconds / nanosecondsPerSecond << '.' << std::setw( 9 )
+         << std::setfill( '0' ) << record.nanoseconds % nanosecondsPerSecond << ' ' << record.file
+         << ':' << record.line << ' ' << record.function << ": " << record.text;
+    return text.str();
+}
+
+} // namespace Agent

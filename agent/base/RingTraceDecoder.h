@@ -1,0 +1,38 @@
+#pragma once
+
+/// Reads ring-buffer traces back, from a dump file or from any file that contains one, such as a
+/// core: the block is found by its magic. The bytes are not trusted: a damaged block gives the
+/// records that can be read and says what is wrong.
+
+#include "agent/base/BaseTypes.h"
+#include "agent/base/Export.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Agent {
+
+struct DecodedRecord
+{
+    U64 nanoseconds = 0;
+    std::string file;
+    U32 line = 0;
+    std::string function;
+    std::string text;
+};
+
+struct DecodedRing
+{
+    U64 written = 0;                      ///< records ever written, overwritten ones included
+    std::vector< DecodedRecord > records; ///< the oldest first
+    std::string problem;                  ///< empty if the block could be read to its end
+};
+
+/// Every ring-buffer trace in the bytes, in their order.
+[[nodiscard]] AGENT_EXPORT std::vector< DecodedRing > decodeRings( std::string_view bytes );
+
+/// One line a record: seconds, file:line, function and text.
+[[nodiscard]] AGENT_EXPORT std::string decodedRecordText( const DecodedRecord& record );
+
+} // namespace Agent

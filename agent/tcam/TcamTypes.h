@@ -1,0 +1,58 @@
+#pragma once
+
+/// The agent's TCAM vocabulary: ids, chip model, and what every TCAM helper shares.
+
+#include "agent/base/BaseTypes.h"
+#include "agent/base/Export.h"
+
+#include <ostream>
+#include <string>
+
+namespace PeloraCentral {
+
+/// What model of chip the agent drives.
+struct PeloraModel
+{
+    std::string name;
+
+    friend bool operator==( const PeloraModel&, const PeloraModel& ) = default;
+};
+
+} // namespace PeloraCentral
+
+namespace PeloraTcam {
+
+using Agent::S32;
+using Agent::U16;
+using Agent::U32;
+using Agent::U64;
+using Agent::U8;
+
+/// Names one forwarding chip; its value is the chip's SDK unit.
+class FapId
+{
+  public:
+    constexpr FapId() = default;
+
+    constexpr explicit FapId( U32 value )
+        : value_( value )
+    {}
+
+    [[nodiscard]] constexpr U32 value() const { return value_; }
+
+    friend constexpr bool operator==( FapId, FapId ) = default;
+
+  private:
+    U32 value_ = 0;
+};
+
+/// The SDK unit of a chip.
+constexpr int sdkUnit( FapId fapId )
+{
+    return static_cast< int >( fapId.value() );
+}
+
+/// Prints the number.
+AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, FapId fapId );
+
+} // namespace PeloraTcam
