@@ -1,0 +1,50 @@
+#pragma once
+
+/// The SDK access object: the only way from the library to the chip.
+///
+/// One virtual operation for each SDK function, initialiser and set operation
+/// (`SdkFunctions.def`), one argument-less accessor for each SDK enumerator and constant
+/// (`SdkEnumerators.def`), and the three operations that the call wrappers use:
+///
+/// - `preApiCall()` is called before every checked call, with the agent's locks still held;
+/// - `sdkErrorText( rc )` gives the SDK's text for a return code; the SDK owns the string;
+/// - `onApiError()` is called when a checked call has failed, after its error line is written
+///   and before the process aborts.
+///
+/// The agent makes one access object, points `Shim::sdk_` to it before the first helper
+/// operation, and keeps it alive until after the last one. SDK functions are called on the
+/// agent's threads with the activity lock and the interpreter lock released
+/// (`sdk/SdkCall.h`); an access object that is used from several threads guards itself.
+///
+///     class VendorSdk : public Shim::SdkAccess { ... };
+///     VendorSdk vendorSdk;
+///     Shim::sdk_ = &vendorSdk;
+
+#include "agent/base/Export.h"
+#include "sdk/SdkTypes.h"
+
+namespace Shim {
+
+class AGENT_EXPORT SdkAccess
+{
+  public:
+    SdkAccess() = default;
+    SdkAccess( const SdkAccess& ) = delete;
+    SdkAccess& operator=( const SdkAccess& ) = delete;
+    virtual ~SdkAccess();
+
+    // Each SDK function returns the SDK's return code: 0 for success, negative for a failure.
+#define SDK_FUNCTION( family, name, parameters, arguments ) virtual int name parameters = 0;
+#define SDK_OPERATION( family, result, name, parameters, arguments )                               \
+    virtual result name parameters = 0;
+#include "sdk/SdkFunctions.def"
+
+#define SDK_RETURN_CODE( name, value, text ) [[nodiscard]] virtual int name() const = 0;
+#define SDK_ENUMERATOR( type, name, value ) [[nodiscard]] virtual type name() const = 0;
+#include "sdk/SdkEnumerators.def"
+};
+
+/// The access object in use; null until the agent sets it. The library never changes it.
+extern AGENT_EXPORT SdkAccess* sdk_;
+
+} // namespace Shim
