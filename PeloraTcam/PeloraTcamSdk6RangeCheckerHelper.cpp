@@ -1,0 +1,176 @@
+#include "PeloraTcam/PeloraTcamSdk6RangeCheckerHelper.h"
+
+#include "agent/base/Assert.h"
+#include "agent/base/Trace.h"
+#include "sdk/SdkCall.h"
+
+#include <array>
+
+namespace PeloraTcam {
+
+namespace {
+
+constexpr std::array< std::string_view, 3 > constructorArguments = {
+    "U8",
+    "FapId",
+    "PeloraCentral::PeloraModel",
+};
+
+constexpr std::array< Agent::FieldDescriptor, 3 > attributes = { {
+    { "fapId" },
+    { "model" },
+    { "pipeId" },
+} };
+
+const std::array< Agent::TypeRecord, 1 > types = { {
+    { .name = "PeloraTcam::PeloraTcamSdk6RangeCheckerHelper",
+      .type = &typeid( PeloraTcamSdk6RangeCheckerHelper ),
+      .constructorArguments = constructorArguments,
+      .attributes = attributes,
+      .attributeOperation = &PeloraTcamSdk6RangeCheckerHelper::attributeOperation,
+      .baseAttributeOperation = &PeloraTcamRangeCheckerHelper::attributeOperation },
+} };
+
+const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamSdk6RangeCheckerHelper", types };
+const Agent::ModuleRegistration moduleRegistration( module );
+
+const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
+
+const Agent::TraceHandle& _defaultTraceHandle()
+{
+    static const Agent::TraceHandle handle( "PeloraTcamRangeChecker" );
+    return handle;
+}
+
+/// The SDK's range type for an agent's.
+bcm_range_type_t sdkRangeType( RangeType type )
+{
+    switch ( type ) {
+    case RangeType::l4DstPort:
+        return Shim::sdk_->bcmRangeTypeL4DstPort();
+    case RangeType::l4SrcPort:
+        return Shim::sdk_->bcmRangeTypeL4SrcPort();
+    case RangeType::packetLength:
+        return Shim::sdk_->bcmRangeTypePacketLength();
+    case RangeType::invalid:
+        break;
+    }
+    AGENT_ASSERT( false && "RangeType not supported" );
+    return {};
+}
+
+/// The agent's range type for an SDK's.
+RangeType agentRangeType( bcm_range_type_t type )
+{
+    if ( type == Shim::sdk_->bcmRangeTypeL4DstPort() ) {
+        return RangeType::l4DstPort;
+    }
+    if ( type == Shim::sdk_->bcmRangeTypeL4SrcPort() ) {
+        return RangeType::l4SrcPort;
+    }
+    if ( type == Shim::sdk_->bcmRangeTypePacketLength() ) {
+        return RangeType::packetLength;
+    }
+    AGENT_ASSERT( 0 && "unexpected rangetype" );
+    return RangeType::invalid;
+}
+
+} // namespace
+
+Agent::AllocationTracker PeloraTcamSdk6RangeCheckerHelper::memAllocationTracker_(
+    "PeloraTcam::PeloraTcamSdk6RangeCheckerHelper" );
+
+PeloraTcamSdk6RangeCheckerHelper::PeloraTcamSdk6RangeCheckerHelper(
+    U8 pipeId, FapId fapId, const PeloraCentral::PeloraModel& model )
+    : RegisteredClass( pipeId, fapId, model )
+{}
+
+PeloraTcamSdk6RangeCheckerHelper::~PeloraTcamSdk6RangeCheckerHelper() = default;
+
+const Agent::ModuleRecord& PeloraTcamSdk6RangeCheckerHelper::typeData() const
+{
+    return module;
+}
+
+RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeCheckerDesc& desc )
+{
+    const int unit = sdkUnit( fapId() );
+    Agent::trace( _defaultTraceHandle(),
+                  9,
+                  "getRangeChecker",
+                  "unit: ",
+                  unit,
+                  " high:",
+                  desc.high,
+                  " low:",
+                  desc.low,
+                  " type:",
+                  desc.type );
+
+    bcm_range_config_t conf;
+    Shim::sdk_->bcm_range_config_t_init( &conf );
+    conf.min = desc.low;
+    conf.max = desc.high;
+    conf.instance = pipeId();
+    conf.rtype = sdkRangeType( desc.type );
+
+    const int rc = SDK_TRACED_CALL( bcm_range_create( unit, 0, &conf ) );
+    if ( rc == Shim::sdk_->BCM_E_NONE() ) {
+        return conf.rid;
+    }
+    if ( _defaultTraceHandle().enabled( 0 ) ) {
+        Agent::trace( _defaultTraceHandle(),
+                      0,
+                      "Failed to allocate range checker! due to rc: ",
+                      rc,
+                      " ",
+                      Shim::sdk_->sdkErrorText( rc ) );
+    }
+    return invalidRangeCheckerId;
+}
+
+void PeloraTcamSdk6RangeCheckerHelper::releaseRangeChecker( RangeCheckerId rangeCheckerId )
+{
+    const int unit = sdkUnit( fapId() );
+    Agent::trace( _defaultTraceHandle(),
+                  9,
+                  "releaseRangeChecker",
+                  "unit:",
+                  unit,
+                  " rangeCheckerId:",
+                  Agent::hex( rangeCheckerId ) );
+    SDK_CHECKED_CALL( bcm_range_destroy( unit, rangeCheckerId ) );
+}
+
+void PeloraTcamSdk6RangeCheckerHelper::verifyTcamSanity(
+    const Agent::Ptr< const RangeCheckerData >& rangeCheckerData ) const
+{
+    const int unit = sdkUnit( fapId() );
+    Agent::trace( _defaultTraceHandle(),
+                  8,
+                  "verifyTcamSanity",
+                  " RangeCheckerDesc: ",
+                  rangeCheckerData->checkerDesc(),
+                  " RangeCheckerId: ",
+                  rangeCheckerData->rangeCheckerId() );
+
+    bcm_range_config_t conf;
+    Shim::sdk_->bcm_range_config_t_init( &conf );
+    conf.rid = rangeCheckerData->rangeCheckerId();
+    SDK_CHECKED_CALL( bcm_range_get( unit, &conf ) );
+
+    const RangeCheckerDesc desc{ conf.min, conf.max, agentRangeType( conf.rtype ) };
+    AGENT_ASSERT( ( desc == rangeCheckerData->checkerDesc() ) &&
+                  "RangeCheckerManager::rangeCheckerData sw collection is out of sync" &&
+                  "with HW rangeChecker table" );
+}
+
+void PeloraTcamSdk6RangeCheckerHelper::handleInitialized()
+{
+    Agent::trace(
+        _defaultTraceHandle(),
+        9,
+        "virtual void PeloraTcam::PeloraTcamSdk6RangeCheckerHelper::handleInitialized()" );
+}
+
+} // namespace PeloraTcam
