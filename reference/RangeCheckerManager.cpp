@@ -1,0 +1,69 @@
+#include "reference/RangeCheckerManager.h"
+
+#include <tuple>
+#include <utility>
+
+namespace Reference {
+
+using PeloraTcam::RangeCheckerData;
+using PeloraTcam::RangeCheckerDesc;
+using PeloraTcam::RangeCheckerId;
+
+RangeCheckerManager::RangeCheckerManager(
+    Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper > helper )
+    : helper_( std::move( helper ) )
+{}
+
+std::optional< RangeCheckerId > RangeCheckerManager::acquire( const RangeCheckerDesc& desc )
+{
+    const auto shared = idByDesc_.find( desc );
+    if ( shared != idByDesc_.end() ) {
+        ++records_.at( shared->second ).users;
+        return shared->second;
+    }
+    const RangeCheckerId id = helper_->getRangeChecker( desc );
+    if ( id == PeloraTcam::invalidRangeCheckerId ) {
+        return std::nullopt;
+    }
+    const Agent::Ptr< const RangeCheckerData > data( new RangeCheckerData( desc, id ) );
+    records_.emplace( id, Record{ data, 1 } );
+    idByDesc_.emplace( desc, id );
+    return id;
+}
+
+bool RangeCheckerManager::release( RangeCheckerId rangeCheckerId )
+{
+    const auto found = records_.find( rangeCheckerId );
+    if ( found == records_.end() ) {
+        return false;
+    }
+    if ( --found->second.users == 0 ) {
+        helper_->releaseRangeChecker( rangeCheckerId );
+        idByDesc_.erase( found->second.data->checkerDesc() );
+        records_.erase( found );
+    }
+    return true;
+}
+
+std::size_t RangeCheckerManager::audit() const
+{
+    for ( const auto& [ id, record ] : records_ ) {
+        helper_->verifyTcamSanity( record.data );
+    }
+    return records_.size();
+}
+
+std::size_t RangeCheckerManager::users( RangeCheckerId rangeCheckerId ) const
+{
+    const auto found = records_.find( rangeCheckerId );
+    return found == records_.end() ? 0 : found->second.users;
+}
+
+bool RangeCheckerManager::DescOrder::operator()( const RangeCheckerDesc& left,
+                                                 const RangeCheckerDesc& right ) const
+{
+    return std::tie( left.type, left.low, left.high ) <
+           std::tie( right.type, right.low, right.high );
+}
+
+} // namespace Reference

@@ -1,0 +1,67 @@
+#pragma once
+
+/// A TCAM manager's way with range checkers, small enough to read at a glance.
+///
+/// The manager owns the software collection: what it asked the chip for, under which id, and how
+/// many users share it. Equal descriptors share one range checker; the chip hears of the first
+/// user and of the last. It talks to the chip through a range checker helper alone.
+///
+/// All operations are called with the agent's activity lock held. Running out of range checkers
+/// is a result; whatever else goes wrong in the chip ends the process inside the helper.
+///
+///     Reference::RangeCheckerManager manager( helper );
+///     const auto id = manager.acquire( { 1024, 65535, RangeType::l4SrcPort } );
+///     if ( id ) { manager.release( *id ); }
+
+#include "agent/base/Ptr.h"
+#include "agent/tcam/RangeCheckerHelper.h"
+
+#include <cstddef>
+#include <map>
+#include <optional>
+
+namespace Reference {
+
+class RangeCheckerManager
+{
+  public:
+    explicit RangeCheckerManager( Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper > helper );
+
+    /// A range checker for the descriptor: an existing one with one more user, or a new one.
+    /// Nothing when the chip has none left.
+    [[nodiscard]] std::optional< PeloraTcam::RangeCheckerId >
+    acquire( const PeloraTcam::RangeCheckerDesc& desc );
+
+    /// Takes one user away; the last one gives the range checker back to the chip. False when the
+    /// id is none of this manager's.
+    bool release( PeloraTcam::RangeCheckerId rangeCheckerId );
+
+    /// Compares every record with the chip; a mismatch ends the process. Gives the number of
+    /// records compared.
+    std::size_t audit() const;
+
+    /// How many range checkers the manager holds.
+    [[nodiscard]] std::size_t size() const { return records_.size(); }
+
+    /// How many users a range checker has; 0 for an id that is none of this manager's.
+    [[nodiscard]] std::size_t users( PeloraTcam::RangeCheckerId rangeCheckerId ) const;
+
+  private:
+    struct Record
+    {
+        Agent::Ptr< const PeloraTcam::RangeCheckerData > data;
+        std::size_t users = 0;
+    };
+
+    struct DescOrder
+    {
+        bool operator()( const PeloraTcam::RangeCheckerDesc& left,
+                         const PeloraTcam::RangeCheckerDesc& right ) const;
+    };
+
+    Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper > helper_;
+    std::map< PeloraTcam::RangeCheckerId, Record > records_;
+    std::map< PeloraTcam::RangeCheckerDesc, PeloraTcam::RangeCheckerId, DescOrder > idByDesc_;
+};
+
+} // namespace Reference
