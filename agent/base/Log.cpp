@@ -68,11 +68,12 @@ bool LogHandle::mayRaise() const
     const std::lock_guard lock( mutex_ );
     const auto now = std::chrono::steady_clock::now();
     const bool limitReached = limit_ != 0 && raised_ >= limit_;
-    const bool tooSoon = intervalSeconds_ != 0 && raised_ > burst_ && now - last_ < interval_;
+    const bool burstOver = raised_ >= std::max( burst_, U32{ 1 } );
+    const bool tooSoon = intervalSeconds_ != 0 && burstOver && now - last_ < interval_;
     if ( limitReached || tooSoon ) {
         return false;
     }
-    if ( raised_ > burst_ ) {
+    if ( burstOver ) {
         interval_ *= intervalGrowth_;
     }
     ++raised_;

@@ -21,8 +21,10 @@
 #include <string>
 #include <string_view>
 
-/// Puts a descriptor into the section of log messages.
-#define AGENT_LOG_MESSAGE __attribute__( ( section( ".korvel_logmsg" ), used ) )
+/// Puts a descriptor into the section of log messages. The alignment is stated because compilers
+/// give larger objects more of it, which would leave gaps between the descriptors.
+#define AGENT_LOG_MESSAGE                                                                          \
+    __attribute__( ( section( ".korvel_logmsg" ), used, aligned( alignof( void* ) ) ) )
 
 namespace Agent {
 
@@ -39,9 +41,10 @@ class AGENT_EXPORT LogHandle
 {
   public:
     /// A handle on a message that may be repeated at a limited rate: after `burst` raises at
-    /// will, a raise within `intervalSeconds` of the last one is suppressed, and each time the
-    /// interval grows by `intervalGrowth`. An interval of 0 suppresses nothing. `limit` is the
-    /// most raises there may be in all; 0 means no limit.
+    /// will (at least the first), a raise within `intervalSeconds` of the last one is suppressed,
+    /// and with each one that is not, the interval grows by the factor `intervalGrowth`. An
+    /// interval of 0 suppresses nothing. `limit` is the most raises there may be in all; 0 means
+    /// no limit.
     LogHandle( const LogDescriptor& descriptor,
                U32 intervalSeconds,
                double intervalGrowth,
