@@ -49,5 +49,5 @@ configure_and_build() {
         cmake --preset "$preset" -B "build/$folder" \
         "-DCMAKE_CXX_COMPILER_LAUNCHER=$launcher" "$@" || return
     step "build/logs/build-$folder.log" "Building build/$folder" \
-        cmake --build "build/$folder" --parallel "$( build_jobs )"
+        cmake --build "build/$folder" --parallel "$( build_jobs )" -- --quiet
 }
