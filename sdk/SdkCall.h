@@ -65,11 +65,18 @@ int callWithLocksReleased( Operation&& operation )
     return operation();
 }
 
+/// The same call site, put together anew. Where there is something to write, a copy made there
+/// and then is handed on: so a call that has nothing to write never puts its site into memory.
+inline CallSite freshCopy( const CallSite& site )
+{
+    return { site.text, { site.location.file, site.location.line, site.location.function } };
+}
+
 /// Writes the trace line of a call if its level is on.
 inline void maybeTraceCall( const Agent::TraceHandle& handle, const CallSite& site, int rc )
 {
     if ( handle.enabled( apiTraceLevel ) ) {
-        traceCall( handle, site, rc );
+        traceCall( handle, freshCopy( site ), rc );
     }
 }
 
@@ -78,7 +85,7 @@ inline void maybeTraceCall( const Agent::TraceHandle& handle, const CallSite& si
 inline void checkReturnCode( const Agent::TraceHandle& handle, const CallSite& site, int rc )
 {
     if ( rc < 0 ) {
-        failCheckedCall( site, rc );
+        failCheckedCall( freshCopy( site ), rc );
     }
     maybeTraceCall( handle, site, rc );
 }

@@ -43,7 +43,8 @@ AGENT_EXPORT void lockObserverIs( LockObserver* observer ) noexcept;
 class AGENT_EXPORT OwnedLock
 {
   public:
-    explicit OwnedLock( const char* name ) noexcept
+    // Constant initialisation: the agent's two locks are reached without a guard.
+    constexpr explicit OwnedLock( const char* name ) noexcept
         : name_( name )
     {}
 
@@ -125,10 +126,11 @@ class MaybeGilUnlockAnchor
 {
   public:
     MaybeGilUnlockAnchor()
-        : wasHeld_( interpreterLock().heldByThisThread() )
+        : lock_( interpreterLock() )
+        , wasHeld_( lock_.heldByThisThread() )
     {
         if ( wasHeld_ ) {
-            interpreterLock().release();
+            lock_.release();
         }
     }
 
@@ -138,11 +140,12 @@ class MaybeGilUnlockAnchor
     ~MaybeGilUnlockAnchor()
     {
         if ( wasHeld_ ) {
-            interpreterLock().take();
+            lock_.take();
         }
     }
 
   private:
+    OwnedLock& lock_;
     const bool wasHeld_;
 };
 
