@@ -1,0 +1,12 @@
+#pragma once
+
+/// What each source of benchmarks registers. All of them run with `Shim::sdk_` set to a
+/// `ConstantSdk`.
+
+namespace Bench {
+
+void registerSdkCallBenchmarks();
+void registerRangeCheckerBenchmarks();
+void registerRingTraceBenchmarks();
+
+} // namespace Bench

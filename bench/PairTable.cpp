@@ -1,0 +1,95 @@
+#include "bench/PairTable.h"
+
+#include <iomanip>
+#include <sstream>
+#include <utility>
+#include <vector>
+
+namespace Bench {
+
+namespace {
+
+std::vector< Row >& rows()
+{
+    static std::vector< Row > all;
+    return all;
+}
+
+std::string inDecimal( double value, int digits )
+{
+    std::ostringstream text;
+    text << std::fixed << std::setprecision( digits ) << value;
+    return std::move( text ).str();
+}
+
+void printCells( std::ostream& stream, const std::vector< std::string >& cells )
+{
+    constexpr int nameWidth = 52;
+    constexpr int cellWidth = 10;
+    stream << std::left << std::setw( nameWidth ) << cells.front() << std::right;
+    for ( std::size_t i = 1; i < cells.size(); ++i ) {
+        stream << std::setw( cellWidth ) << cells[ i ];
+    }
+    stream << '\n';
+}
+
+std::string budgetText( const Budget& budget )
+{
+    if ( budget.ratio != 0 ) {
+        return inDecimal( budget.ratio, 2 );
+    }
+    return budget.nanoseconds != 0 ? inDecimal( budget.nanoseconds, 0 ) + " ns" : "-";
+}
+
+/// Prints a row; false when it is over its budget.
+bool printRow( std::ostream& stream, const Row& row, const Measurement& ours, double floor )
+{
+    const double ratio = ours.nanoseconds / floor;
+    const bool isOver =
+        ( row.budget.ratio != 0 && ratio > row.budget.ratio ) ||
+        ( row.budget.nanoseconds != 0 && ours.nanoseconds > row.budget.nanoseconds );
+    printCells( stream,
+                { row.name,
+                  inDecimal( ours.nanoseconds, 1 ),
+                  row.hasFloor ? inDecimal( floor, 1 ) : "-",
+                  row.hasFloor ? inDecimal( ratio, 2 ) : "-",
+                  budgetText( row.budget ),
+                  inDecimal( ours.allocations, 2 ),
+                  isOver ? "OVER" : "" } );
+    return !isOver;
+}
+
+} // namespace
+
+std::string oursOf( const Row& row )
+{
+    return row.name + "/ours";
+}
+
+std::string floorOf( const Row& row )
+{
+    return row.name + "/floor";
+}
+
+void Detail::addRow( const Row& row )
+{
+    rows().push_back( row );
+}
+
+bool printPairTable( std::ostream& stream, const Measurements& measurements )
+{
+    bool allWithin = true;
+    printCells( stream,
+                { "operation", "ours ns", "floor ns", "ratio", "budget", "allocs/op", "" } );
+    for ( const Row& row : rows() ) {
+        const auto ours = measurements.find( oursOf( row ) );
+        const auto floor = measurements.find( row.hasFloor ? floorOf( row ) : oursOf( row ) );
+        if ( ours == measurements.end() || floor == measurements.end() ) {
+            continue;
+        }
+        allWithin = printRow( stream, row, ours->second, floor->second.nanoseconds ) && allWithin;
+    }
+    return allWithin;
+}
+
+} // namespace Bench

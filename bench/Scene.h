@@ -1,0 +1,43 @@
+#pragma once
+
+/// The circumstances in which an operation is measured.
+
+#include "agent/base/Locks.h"
+#include "agent/base/Trace.h"
+
+#include <optional>
+
+namespace Bench {
+
+struct Scene
+{
+    bool interpreterLockHeld = false;
+    bool tracing = false; ///< all levels of all facilities on; the lines are dropped
+};
+
+/// Sets a scene for its own lifetime. The activity lock is held, as a helper expects it.
+class SceneAnchor
+{
+  public:
+    explicit SceneAnchor( const Scene& scene )
+        : activityHeld_( Agent::activityLock() )
+    {
+        if ( scene.interpreterLockHeld ) {
+            interpreterHeld_.emplace( Agent::interpreterLock() );
+        }
+        Agent::traceLevelsIs( "*", scene.tracing ? allLevels : 0 );
+    }
+
+    SceneAnchor( const SceneAnchor& ) = delete;
+    SceneAnchor& operator=( const SceneAnchor& ) = delete;
+
+    ~SceneAnchor() { Agent::traceLevelsIs( "*", 0 ); }
+
+  private:
+    static constexpr Agent::U32 allLevels = 0xFFFFFFFF;
+
+    Agent::LockAnchor activityHeld_;
+    std::optional< Agent::LockAnchor > interpreterHeld_;
+};
+
+} // namespace Bench
