@@ -52,7 +52,7 @@ RingTrace::RingTrace( U32 recordBytes, U32 descriptionRoom )
     : size_( sizeof( RingHeader ) + roundUp( descriptionRoom ) + roundUp( recordBytes ) )
     , block_( std::make_unique< std::byte[] >( size_ ) )
 {
-    AGENT_ASSERT( recordBytes >= 2048 );
+    AGENT_ASSERT( recordBytes >= 2048 && descriptionRoom >= 16 );
     new ( block_.get() ) RingHeader{ ringMagic,
                                      sizeof( RingHeader ),
                                      roundUp( descriptionRoom ),
@@ -91,6 +91,7 @@ U32 RingTrace::describe( const CallLocation& location, RingPieces pieces )
 
 void RingTrace::record( U32 description, std::span< const std::byte > arguments ) noexcept
 {
+    AGENT_ASSERT( arguments.size() <= RingPacker::room );
     RingHeader& ring = header();
     const U32 size = roundUp( sizeof( RingRecord ) + arguments.size() );
     if ( ring.next % ring.recordsSize + size > ring.recordsSize ) {

@@ -13,8 +13,15 @@
 ///
 ///     Agent::traceBoth( handle, 4, "createUdf", " mod:", unit );   // into the ring, and to text
 ///
-/// Arguments may be integers, enumerations, bool, double, `Hex`, and strings; a type of one's own
-/// says how it is packed by a function `packForRing( RingPacker&, const Type& )` in its namespace.
+/// Arguments may be integers, enumerations, characters, bool, double, `Hex`, and strings. A type of
+/// one's own says how it is packed by a function in its namespace, which packs its values one by
+/// one; they stand together, with blanks between, at the place of the piece:
+///
+///     void packForRing( Agent::RingPacker& packer, const Range& range )
+///     {
+///         packForRing( packer, range.low );
+///         packForRing( packer, range.high );
+///     }
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
@@ -42,47 +49,85 @@ enum class RingKind : U8
     hexadecimal,
     boolean,
     real,
-    text, ///< one byte of length, then the characters
+    text,  ///< one byte of length, then the characters
+    group, ///< two bytes of length, then the values of one piece, none of them a group
 };
 
-/// Collects the packed arguments of one record; what does not fit is cut off.
+/// Collects the packed arguments of one record. From the first value that does not fit on, all
+/// are cut off, so that none stands in the place of another.
 class RingPacker
 {
   public:
+    /// The most bytes that the arguments of one record take.
+    static constexpr std::size_t room = 1024;
+
     void pack( RingKind kind, const void* bytes, std::size_t size ) noexcept
     {
-        if ( size_ + 1 + size > room ) {
-            return;
+        if ( hasRoomFor( 1 + size ) ) {
+            append( &kind, sizeof( kind ) );
+            append( bytes, size );
         }
-        bytes_[ size_++ ] = static_cast< std::byte >( kind );
-        std::memcpy( &bytes_[ size_ ], bytes, size );
-        size_ += size;
     }
 
+    /// Packs the first 255 characters.
     void packText( std::string_view text ) noexcept
     {
-        const std::size_t length = text.size() < 0xFF ? text.size() : 0xFF;
-        if ( size_ + 2 + length > room ) {
+        const U8 length = static_cast< U8 >( text.size() < 0xFF ? text.size() : 0xFF );
+        if ( hasRoomFor( 2 + length ) ) {
+            constexpr RingKind kind = RingKind::text;
+            append( &kind, sizeof( kind ) );
+            append( &length, sizeof( length ) );
+            append( text.data(), length );
+        }
+    }
+
+    /// Makes one piece of the values that `packValues()` packs. Groups do not nest.
+    template< class PackValues >
+    void packGroup( PackValues packValues )
+    {
+        U16 length = 0;
+        pack( RingKind::group, &length, sizeof( length ) );
+        if ( cutOff_ ) {
             return;
         }
-        bytes_[ size_++ ] = static_cast< std::byte >( RingKind::text );
-        bytes_[ size_++ ] = static_cast< std::byte >( length );
-        std::memcpy( &bytes_[ size_ ], text.data(), length );
-        size_ += length;
+        const std::size_t start = size_;
+        packValues();
+        length = static_cast< U16 >( size_ - start );
+        std::memcpy( &bytes_[ start - sizeof( length ) ], &length, sizeof( length ) );
     }
 
     [[nodiscard]] std::span< const std::byte > bytes() const { return { bytes_.data(), size_ }; }
 
   private:
-    static constexpr std::size_t room = 1024;
+    [[nodiscard]] bool hasRoomFor( std::size_t size ) noexcept
+    {
+        cutOff_ = cutOff_ || size_ + size > room;
+        return !cutOff_;
+    }
+
+    void append( const void* bytes, std::size_t size ) noexcept
+    {
+        if ( size != 0 ) {
+            std::memcpy( &bytes_[ size_ ], bytes, size );
+            size_ += size;
+        }
+    }
 
     std::array< std::byte, room > bytes_;
     std::size_t size_ = 0;
+    bool cutOff_ = false;
 };
 
-inline void packForRing( RingPacker& packer, bool value ) noexcept
+// Only bool itself: a pointer, which converts to it, is packed as the string it points to.
+template< std::same_as< bool > Boolean >
+void packForRing( RingPacker& packer, Boolean value ) noexcept
 {
     packer.pack( RingKind::boolean, &value, sizeof( value ) );
+}
+
+inline void packForRing( RingPacker& packer, char character ) noexcept
+{
+    packer.packText( { &character, 1 } );
 }
 
 inline void packForRing( RingPacker& packer, double value ) noexcept
@@ -162,8 +207,8 @@ inline constexpr U32 ringPadding = 0xFFFFFFFF;
 class AGENT_EXPORT RingTrace
 {
   public:
-    /// A ring with room for that many bytes of records (at least 2048; rounded up to a multiple of
-    /// 8) and of descriptions.
+    /// A ring with room for that many bytes of records (at least 2048) and of descriptions (at
+    /// least 16), both rounded up to a multiple of 8.
     RingTrace( U32 recordBytes, U32 descriptionBytes );
     RingTrace( const RingTrace& ) = delete;
     RingTrace& operator=( const RingTrace& ) = delete;
@@ -174,7 +219,8 @@ class AGENT_EXPORT RingTrace
     /// statement.
     [[nodiscard]] U32 describe( const CallLocation& location, RingPieces pieces );
 
-    /// Appends a record, overwriting the oldest ones if need be.
+    /// Appends a record, overwriting the oldest ones if need be. More than `RingPacker::room`
+    /// bytes of arguments are an assertion failure.
     void record( U32 description, std::span< const std::byte > arguments ) noexcept;
 
     /// Records ever written.
@@ -199,10 +245,19 @@ class AGENT_EXPORT RingTrace
 
 namespace Detail {
 
+/// An array of constant characters; one that can change is an argument like any other string.
 template< class Piece >
-constexpr const char* literalOf( const Piece& piece )
+concept LiteralPiece = std::is_array_v< Piece > && std::is_const_v< Piece >;
+
+/// A type of several values: one that says itself how it is packed.
+template< class Piece >
+concept GroupPiece = std::is_class_v< Piece > && !std::convertible_to< Piece, std::string_view > &&
+                     !std::same_as< std::remove_cv_t< Piece >, Hex >;
+
+template< class Piece >
+constexpr const char* literalOf( Piece& piece )
 {
-    if constexpr ( std::is_array_v< Piece > ) {
+    if constexpr ( LiteralPiece< Piece > ) {
         return piece;
     } else {
         return nullptr;
@@ -210,10 +265,12 @@ constexpr const char* literalOf( const Piece& piece )
 }
 
 template< class Piece >
-void packPiece( RingPacker& packer, const Piece& piece )
+void packPiece( RingPacker& packer, Piece& piece )
 {
     // A literal stands in the description.
-    if constexpr ( !std::is_array_v< Piece > ) {
+    if constexpr ( GroupPiece< Piece > ) {
+        packer.packGroup( [ & ] { packForRing( packer, piece ); } );
+    } else if constexpr ( !LiteralPiece< Piece > ) {
         packForRing( packer, piece );
     }
 }
@@ -224,12 +281,13 @@ void packPiece( RingPacker& packer, const Piece& piece )
 /// String literals among the pieces are described once; all other pieces are packed. `Statement`
 /// is different for each call, which is what gives every call its own description.
 template< class Statement = decltype( [] {} ), class... Pieces >
-void traceBoth( const TraceHandle& handle, TraceLevel level, const Pieces&... pieces )
+void traceBoth( const TraceHandle& handle, TraceLevel level, Pieces&&... pieces )
 {
     static std::atomic< U32 > description{ ringPadding };
     U32 offset = description.load( std::memory_order_relaxed );
     if ( offset == ringPadding ) {
-        const std::array literals = { Detail::literalOf( pieces )... };
+        const std::array< const char*, sizeof...( pieces ) > literals = {
+            Detail::literalOf( pieces )... };
         offset = ringTrace().describe( level.location, literals );
         description.store( offset, std::memory_order_relaxed );
     }

@@ -87,10 +87,10 @@ std::optional< std::string > booleanArgument( Reader& reader )
     return value ? std::optional( std::string( *value != 0 ? "1" : "0" ) ) : std::nullopt;
 }
 
-std::optional< std::string > argumentText( Reader& reader )
+/// One value of that kind; nothing for a kind that does not stand for one value.
+std::optional< std::string > valueText( RingKind kind, Reader& reader )
 {
-    const auto kind = reader.takeValue< U8 >();
-    switch ( static_cast< RingKind >( kind.value_or( 0 ) ) ) {
+    switch ( kind ) {
     case RingKind::unsigned8:
         return argumentAs< U8 >( reader );
     case RingKind::unsigned16:
@@ -109,8 +109,47 @@ std::optional< std::string > argumentText( Reader& reader )
         return argumentAs< double >( reader );
     case RingKind::text:
         return textArgument( reader );
+    case RingKind::group:
+        return std::nullopt;
     }
     return std::nullopt;
+}
+
+std::optional< RingKind > takeKind( Reader& reader )
+{
+    const auto kind = reader.takeValue< U8 >();
+    return kind ? std::optional( static_cast< RingKind >( *kind ) ) : std::nullopt;
+}
+
+/// The values of a group, with blanks between.
+std::optional< std::string > groupText( Reader& reader )
+{
+    const auto length = reader.takeValue< U16 >();
+    const auto values = length ? reader.take( *length ) : std::nullopt;
+    if ( !values ) {
+        return std::nullopt;
+    }
+    std::string text;
+    const char* separator = "";
+    for ( Reader group( *values ); !group.atEnd(); ) {
+        const auto value = valueText( *takeKind( group ), group );
+        if ( !value ) {
+            return std::nullopt;
+        }
+        text += separator + *value;
+        separator = " ";
+    }
+    return text;
+}
+
+/// One argument: a value, or a group of them.
+std::optional< std::string > argumentText( Reader& reader )
+{
+    const auto kind = takeKind( reader );
+    if ( !kind ) {
+        return std::nullopt;
+    }
+    return *kind == RingKind::group ? groupText( reader ) : valueText( *kind, reader );
 }
 
 /// Reads one block whose magic stands at the front of the bytes.
@@ -128,7 +167,7 @@ class RingReader
         }
         U64 position = header_.oldest;
         while ( position < header_.next && ring_.problem.empty() ) {
-            position += readRecord( position );
+            position += readRecord( position, header_.next - position );
         }
         return std::move( ring_ );
     }
@@ -155,14 +194,14 @@ class RingReader
         return true;
     }
 
-    /// Gives the record's size in bytes.
-    U64 readRecord( U64 position )
+    /// Gives the record's size in bytes, which is at most `rest`.
+    U64 readRecord( U64 position, U64 rest )
     {
         Reader reader( records_.substr( position % header_.recordsSize ) );
         Reader sizes = reader;
         const auto size = sizes.takeValue< U32 >();
         const auto description = sizes.takeValue< U32 >();
-        if ( !size || !description || *size < 2 * sizeof( U32 ) || *size % 8 != 0 ||
+        if ( !size || !description || *size < 2 * sizeof( U32 ) || *size % 8 != 0 || *size > rest ||
              !reader.take( *size ) ) {
             fail( "a record is damaged" );
             return 0;
@@ -214,18 +253,22 @@ class RingReader
     }
 
     /// The literal pieces with the arguments in their places; arguments without a place follow.
+    /// One that cannot be read is the last: nothing says where another would start.
     static std::string joined( Reader pieces, Reader arguments )
     {
-        std::string text;
-        while ( const auto piece = pieces.takeString() ) {
-            text += *piece == argumentPiece ? argumentText( arguments ).value_or( "?" ) : *piece;
-        }
-        while ( !arguments.atEnd() ) {
+        const auto takeArgument = [ &arguments ] {
             const auto argument = argumentText( arguments );
             if ( !argument ) {
-                break;
+                arguments = Reader( "" );
             }
-            text += " " + *argument;
+            return argument.value_or( "?" );
+        };
+        std::string text;
+        while ( const auto piece = pieces.takeString() ) {
+            text += *piece == argumentPiece ? takeArgument() : *piece;
+        }
+        while ( !arguments.atEnd() ) {
+            text += " " + takeArgument();
         }
         return text;
     }

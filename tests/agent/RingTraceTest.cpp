@@ -1,0 +1,479 @@
+#include "agent/base/RingTrace.h"
+
+#include "agent/base/RingTraceDecoder.h"
+#include "tests/agent/RingTraceStatements.h"
+#include "tests/support/AllocationCount.h"
+#include "tests/support/TraceRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace RingTraceTesting {
+
+/// A type of several values, and one that contains it.
+struct Range
+{
+    Agent::U32 low;
+    Agent::U8 high;
+
+    friend std::ostream& operator<<( std::ostream& stream, const Range& range )
+    {
+        return stream << range.low << ".." << static_cast< int >( range.high );
+    }
+};
+
+void packForRing( Agent::RingPacker& packer, const Range& range )
+{
+    packForRing( packer, range.low );
+    packForRing( packer, range.high );
+}
+
+struct NamedRange
+{
+    const char* name;
+    Range range;
+
+    friend std::ostream& operator<<( std::ostream& stream, const NamedRange& named )
+    {
+        return stream << named.name << '=' << named.range;
+    }
+};
+
+void packForRing( Agent::RingPacker& packer, const NamedRange& named )
+{
+    packForRing( packer, named.name );
+    packForRing( packer, named.range );
+}
+
+enum class Colour : Agent::U8
+{
+    red = 65,
+};
+
+std::ostream& operator<<( std::ostream& stream, Colour )
+{
+    return stream << "red";
+}
+
+} // namespace RingTraceTesting
+
+namespace Agent {
+
+namespace {
+
+using RingTraceTesting::Colour;
+using RingTraceTesting::NamedRange;
+using RingTraceTesting::Range;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+
+DecodedRing decoded( const RingTrace& ring )
+{
+    const std::span< const std::byte > image = ring.image();
+    const std::vector< DecodedRing > rings =
+        decodeRings( { reinterpret_cast< const char* >( image.data() ), image.size() } );
+    EXPECT_EQ( rings.size(), 1U );
+    EXPECT_EQ( rings.front().problem, "" );
+    return rings.front();
+}
+
+std::vector< std::string > textsOf( const RingTrace& ring )
+{
+    std::vector< std::string > texts;
+    for ( const DecodedRecord& record : decoded( ring ).records ) {
+        texts.push_back( record.text );
+    }
+    return texts;
+}
+
+/// The last records of the agent's ring-buffer trace, the oldest first.
+std::vector< DecodedRecord > lastRecords( std::size_t count )
+{
+    std::vector< DecodedRecord > records = decoded( ringTrace() ).records;
+    records.erase( records.begin(), records.end() - static_cast< std::ptrdiff_t >( count ) );
+    return records;
+}
+
+std::string lastText()
+{
+    return lastRecords( 1 ).front().text;
+}
+
+/// A ring with one statement, "n:" and a number.
+class NumberRing
+{
+  public:
+    explicit NumberRing( U32 recordBytes )
+        : ring( recordBytes, 256 )
+        , statement_( ring.describe( { "a/b.cpp", 12, "count" }, pieces ) )
+    {}
+
+    template< class Number >
+    void record( Number number )
+    {
+        RingPacker packer;
+        packForRing( packer, number );
+        ring.record( statement_, packer.bytes() );
+    }
+
+    RingTrace ring;
+
+  private:
+    static constexpr std::array< const char*, 2 > pieces = { "n:", nullptr };
+    U32 statement_;
+};
+
+std::vector< std::string > numberTexts( int first, int last )
+{
+    std::vector< std::string > texts;
+    for ( int number = first; number <= last; ++number ) {
+        texts.push_back( "n:" + std::to_string( number ) );
+    }
+    return texts;
+}
+
+TEST( RingTraceTest, Ring_New_HoldsNothing )
+{
+    const RingTrace ring( 2048, 256 );
+
+    EXPECT_EQ( ring.count(), 0U );
+    EXPECT_EQ( decoded( ring ).written, 0U );
+    EXPECT_THAT( textsOf( ring ), ElementsAre() );
+}
+
+TEST( RingTraceTest, Ring_TooSmall_IsAnAssertionFailure )
+{
+    EXPECT_DEATH( RingTrace( 2047, 256 ), "Assertion `recordBytes >= 2048" );
+    EXPECT_DEATH( RingTrace( 2048, 15 ), "descriptionRoom >= 16' failed" );
+}
+
+TEST( RingTraceTest, Record_OfAStatement_HasPlaceTextAndTime )
+{
+    NumberRing numbers( 2048 );
+    numbers.record( U32{ 1 } );
+    numbers.record( U32{ 2 } );
+
+    const DecodedRing ring = decoded( numbers.ring );
+    ASSERT_EQ( ring.records.size(), 2U );
+    EXPECT_EQ( ring.records[ 0 ].file, "a/b.cpp" );
+    EXPECT_EQ( ring.records[ 0 ].line, 12U );
+    EXPECT_EQ( ring.records[ 0 ].function, "count" );
+    EXPECT_EQ( ring.records[ 0 ].text, "n:1" );
+    EXPECT_EQ( ring.records[ 1 ].text, "n:2" );
+    EXPECT_LE( ring.records[ 0 ].nanoseconds, ring.records[ 1 ].nanoseconds );
+    EXPECT_GT( ring.records[ 0 ].nanoseconds, 0U );
+}
+
+TEST( RingTraceTest, Record_RingFull_OverwritesTheOldest )
+{
+    // Records of 32 bytes: 64 of them fill the room exactly.
+    NumberRing numbers( 2048 );
+    for ( U32 number = 0; number < 64; ++number ) {
+        numbers.record( number );
+    }
+    EXPECT_THAT( textsOf( numbers.ring ), ElementsAreArray( numberTexts( 0, 63 ) ) );
+
+    numbers.record( U32{ 64 } );
+    EXPECT_THAT( textsOf( numbers.ring ), ElementsAreArray( numberTexts( 1, 64 ) ) );
+
+    for ( U32 number = 65; number < 1000; ++number ) {
+        numbers.record( number );
+    }
+    EXPECT_THAT( textsOf( numbers.ring ), ElementsAreArray( numberTexts( 936, 999 ) ) );
+    EXPECT_EQ( numbers.ring.count(), 1000U );
+    EXPECT_EQ( decoded( numbers.ring ).written, 1000U );
+}
+
+TEST( RingTraceTest, Record_NotFittingIntoTheEnd_StartsAtTheFront )
+{
+    // Records of 40 bytes: 51 of them, and 8 bytes at the end that stay empty.
+    NumberRing numbers( 2048 );
+    for ( U64 number = 0; number < 51; ++number ) {
+        numbers.record( number );
+    }
+    EXPECT_THAT( textsOf( numbers.ring ), ElementsAreArray( numberTexts( 0, 50 ) ) );
+
+    for ( U64 number = 51; number < 60; ++number ) {
+        numbers.record( number );
+    }
+    EXPECT_THAT( textsOf( numbers.ring ), ElementsAreArray( numberTexts( 9, 59 ) ) );
+
+    // After 100 laps there are as many.
+    for ( U64 number = 60; number < 5151; ++number ) {
+        numbers.record( number );
+    }
+    EXPECT_THAT( textsOf( numbers.ring ), ElementsAreArray( numberTexts( 5100, 5150 ) ) );
+}
+
+TEST( RingTraceTest, Record_RoomNotAMultipleOfEight_IsRoundedUp )
+{
+    NumberRing numbers( 2049 );
+    for ( U32 number = 0; number < 200; ++number ) {
+        numbers.record( number );
+    }
+
+    EXPECT_THAT( textsOf( numbers.ring ), ElementsAreArray( numberTexts( 136, 199 ) ) );
+}
+
+TEST( RingTraceTest, Record_OfTheLargestSize_IsKeptWhole )
+{
+    RingTrace ring( 2048, 256 );
+    const std::array< const char*, 5 > pieces = { nullptr, nullptr, nullptr, nullptr, "|" };
+    const U32 statement = ring.describe( { "a/b.cpp", 1, "f" }, pieces );
+    for ( const char letter : { 'a', 'b', 'c' } ) {
+        // 4 texts of 2 + 254 bytes: 1024.
+        RingPacker packer;
+        const std::string text( 254, letter );
+        for ( int i = 0; i < 4; ++i ) {
+            packForRing( packer, text );
+        }
+        ASSERT_EQ( packer.bytes().size(), RingPacker::room );
+        ring.record( statement, packer.bytes() );
+    }
+
+    EXPECT_THAT( textsOf( ring ), ElementsAre( std::string( 4 * 254, 'c' ) + "|" ) );
+}
+
+TEST( RingTraceTest, Record_ArgumentsTooLarge_IsAnAssertionFailure )
+{
+    RingTrace ring( 2048, 256 );
+    const std::vector< std::byte > arguments( RingPacker::room + 1 );
+
+    EXPECT_DEATH( ring.record( 0, arguments ), "Assertion `arguments.size\\(\\) <=" );
+}
+
+TEST( RingTraceTest, Describe_SameStatementAgain_IsStoredOnce )
+{
+    RingTrace ring( 2048, 256 );
+    const std::array< const char*, 1 > pieces = { "text" };
+    const std::array< const char*, 1 > otherPieces = { "texts" };
+
+    const U32 statement = ring.describe( { "a/b.cpp", 1, "f" }, pieces );
+
+    EXPECT_EQ( ring.describe( { "a/b.cpp", 1, "f" }, pieces ), statement );
+    EXPECT_NE( ring.describe( { "a/b.cpp", 2, "f" }, pieces ), statement );
+    EXPECT_NE( ring.describe( { "a/b.cpp", 1, "g" }, pieces ), statement );
+    EXPECT_NE( ring.describe( { "a/b.cpp", 1, "f" }, otherPieces ), statement );
+    EXPECT_EQ( ring.describe( { "a/b.cpp", 1, "f" }, pieces ), statement );
+}
+
+TEST( RingTraceTest, Describe_RoomExhausted_GivesTheUnknownStatement )
+{
+    // Room for the unknown statement, 16 bytes, and one of 8 bytes and 12 characters: 24.
+    RingTrace ring( 2048, 40 );
+    const std::array< const char*, 1 > pieces = { "x" };
+    const U32 known = ring.describe( { "a/b.cpp", 1, "f" }, pieces );
+    const U32 unknown = ring.describe( { "a/b.cpp", 2, "f" }, pieces );
+    EXPECT_EQ( known, 16U );
+    EXPECT_EQ( unknown, 0U );
+
+    RingPacker packer;
+    packForRing( packer, 17 );
+    packForRing( packer, 18 );
+    ring.record( unknown, packer.bytes() );
+    ring.record( known, {} );
+
+    const std::vector< DecodedRecord > records = decoded( ring ).records;
+    ASSERT_EQ( records.size(), 2U );
+    EXPECT_EQ( records[ 0 ].file, "?" );
+    EXPECT_EQ( records[ 0 ].line, 0U );
+    EXPECT_EQ( records[ 0 ].function, "?" );
+    // What it was given is kept, although nothing says what it is.
+    EXPECT_EQ( records[ 0 ].text, " 17 18" );
+    EXPECT_EQ( records[ 1 ].text, "x" );
+}
+
+TEST( RingPackerTest, Pack_BeyondTheRoom_CutsOffEverythingFromThereOn )
+{
+    RingTrace ring( 2048, 256 );
+    const std::array< const char*, 9 > pieces = {
+        nullptr, "|", nullptr, "|", nullptr, "|", nullptr, "|", nullptr };
+    RingPacker packer;
+    for ( int i = 0; i < 3; ++i ) {
+        packForRing( packer, std::string( 255, 'x' ) );
+    }
+    // Does not fit any more; the number would, but would stand in its place.
+    packForRing( packer, std::string( 252, 'y' ) );
+    packForRing( packer, U8{ 1 } );
+    EXPECT_EQ( packer.bytes().size(), 3 * 257U );
+
+    ring.record( ring.describe( { "a/b.cpp", 1, "f" }, pieces ), packer.bytes() );
+    const std::string xs( 255, 'x' );
+    EXPECT_THAT( textsOf( ring ), ElementsAre( xs + "|" + xs + "|" + xs + "|?|?" ) );
+}
+
+TEST( RingPackerTest, PackText_LongText_IsCutTo255Characters )
+{
+    RingPacker packer;
+    packForRing( packer, std::string( 300, 'x' ) );
+
+    EXPECT_EQ( packer.bytes().size(), 257U );
+}
+
+TEST( RingPackerTest, PackGroup_BeyondTheRoom_KeepsTheValuesThatFit )
+{
+    RingTrace ring( 2048, 256 );
+    const std::array< const char*, 2 > pieces = { nullptr, "|" };
+    RingPacker packer;
+    packer.packGroup( [ &packer ] {
+        for ( int i = 0; i < 1000; ++i ) {
+            packForRing( packer, U16{ 7 } );
+        }
+    } );
+
+    // 3 bytes, then 3 for each value.
+    EXPECT_EQ( packer.bytes().size(), 3 + 340 * 3U );
+    ring.record( ring.describe( { "a/b.cpp", 1, "f" }, pieces ), packer.bytes() );
+    std::string sevens = "7";
+    for ( int i = 1; i < 340; ++i ) {
+        sevens += " 7";
+    }
+    EXPECT_THAT( textsOf( ring ), ElementsAre( sevens + "|" ) );
+}
+
+class TraceBothTest : public ::testing::Test
+{
+  protected:
+    TraceHandle handle_{ "RingTraceTest" };
+};
+
+TEST_F( TraceBothTest, TraceBoth_AllKindsOfPieces_StandInTheirPlaces )
+{
+    const std::string string = "string";
+    const char* pointer = "pointer";
+
+    traceBoth( handle_, 4, "u8:", U8{ 255 }, " u16:", U16{ 65535 }, " u32:", U32{ 4294967295 } );
+    EXPECT_EQ( lastText(), "u8:255 u16:65535 u32:4294967295" );
+    traceBoth( handle_, 4, "u64:", ~U64{ 0 }, " s8:", std::int8_t{ -128 }, " s32:", -14 );
+    EXPECT_EQ( lastText(), "u64:18446744073709551615 s8:-128 s32:-14" );
+    traceBoth( handle_, 4, "hex:", hex( 0xBEEF ), " bool:", true, false, " real:", 1.5 );
+    EXPECT_EQ( lastText(), "hex:beef bool:10 real:1.5" );
+    traceBoth( handle_, 4, string, ' ', pointer, " ", std::string_view( "view" ) );
+    EXPECT_EQ( lastText(), "string pointer view" );
+    traceBoth( handle_, 4, "colour:", Colour::red );
+    EXPECT_EQ( lastText(), "colour:65" );
+    traceBoth( handle_, 4 );
+    EXPECT_EQ( lastText(), "" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_PieceOfSeveralValues_StandsAtOnePlace )
+{
+    traceBoth( handle_, 4, "range:", Range{ 80, 90 }, " mod:", 3 );
+    EXPECT_EQ( lastText(), "range:80 90 mod:3" );
+
+    traceBoth( handle_, 4, NamedRange{ "ports", { 1, 2 } }, "|", NamedRange{ "", { 3, 4 } } );
+    EXPECT_EQ( lastText(), "ports 1 2| 3 4" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_ArrayThatMayChange_IsAnArgument )
+{
+    char text[ 8 ] = "one";
+    for ( const char* next : { "two", "three" } ) {
+        traceBoth( handle_, 4, "text:", text );
+        std::strncpy( text, next, sizeof( text ) - 1 );
+    }
+
+    const std::vector< DecodedRecord > records = lastRecords( 2 );
+    EXPECT_EQ( records[ 0 ].text, "text:one" );
+    EXPECT_EQ( records[ 1 ].text, "text:two" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_LevelOn_WritesTheTextToo )
+{
+    const TestSupport::TraceRecorder traces( "RingTraceTest", 1U << 4 );
+
+    const U32 here = __LINE__ + 1;
+    traceBoth( handle_, 4, "colour:", Colour::red, " range:", Range{ 80, 90 } );
+
+    ASSERT_EQ( traces.lines().size(), 1U );
+    EXPECT_EQ( traces.lines().front().text, "colour:red range:80..90" );
+    EXPECT_EQ( traces.lines().front().line, here );
+    const DecodedRecord record = lastRecords( 1 ).front();
+    EXPECT_EQ( record.text, "colour:65 range:80 90" );
+    EXPECT_EQ( record.file, "tests/agent/RingTraceTest.cpp" );
+    EXPECT_EQ( record.line, here );
+    EXPECT_EQ( record.function, "TestBody" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_LevelOff_WritesTheRingOnly )
+{
+    const TestSupport::TraceRecorder traces;
+    const U64 before = ringTrace().count();
+
+    traceBoth( handle_, 4, "quiet" );
+
+    EXPECT_THAT( traces.lines(), ElementsAre() );
+    EXPECT_EQ( ringTrace().count(), before + 1 );
+    EXPECT_EQ( lastText(), "quiet" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_StatementDescribedBefore_AllocatesNothing )
+{
+    const std::string text = "a text that is too long for the string itself";
+    const auto statement = [ & ]( int number ) {
+        traceBoth( handle_, 4, "number:", number, text, Range{ 1, 2 } );
+    };
+    statement( 1 );
+    const std::size_t before = TestSupport::allocationCount();
+
+    for ( int number = 2; number < 100; ++number ) {
+        statement( number );
+    }
+
+    EXPECT_EQ( TestSupport::allocationCount(), before );
+    EXPECT_EQ( lastText(), "number:99" + text + "1 2" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_TwoStatementsOnOneLine_AreToldApart )
+{
+    // clang-format off
+    for ( int i = 0; i < 2; ++i ) { traceBoth( handle_, 4, "left ", 1 ); traceBoth( handle_, 4, "right", 2 ); }
+    // clang-format on
+
+    std::vector< std::string > texts;
+    for ( const DecodedRecord& record : lastRecords( 4 ) ) {
+        texts.push_back( record.text );
+    }
+    EXPECT_THAT( texts, ElementsAre( "left 1", "right2", "left 1", "right2" ) );
+}
+
+/// Has a namesake in the other unit.
+void writeStatement( const TraceHandle& handle )
+{
+    traceBoth( handle, 4, "unit one: ", 1 );
+}
+
+TEST_F( TraceBothTest, TraceBoth_StatementsOfTwoUnits_AreToldApart )
+{
+    writeStatement( handle_ );
+    EXPECT_EQ( lastText(), "unit one: 1" );
+    RingTraceStatements::writeFromUnitTwo();
+    EXPECT_EQ( lastText(), "unit two: 2" );
+    writeStatement( handle_ );
+    EXPECT_EQ( lastText(), "unit one: 1" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_StatementInALoop_IsDescribedOnce )
+{
+    const auto statement = [ this ]( int number ) { traceBoth( handle_, 4, "again ", number ); };
+    statement( 1 );
+    RingHeader before{};
+    std::memcpy( &before, ringTrace().image().data(), sizeof( before ) );
+
+    statement( 2 );
+
+    RingHeader after{};
+    std::memcpy( &after, ringTrace().image().data(), sizeof( after ) );
+    EXPECT_EQ( after.descriptionsUsed, before.descriptionsUsed );
+    EXPECT_EQ( after.count, before.count + 1 );
+}
+
+} // namespace
+
+} // namespace Agent
