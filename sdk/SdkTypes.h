@@ -1,12 +1,13 @@
 #pragma once
 
-/// The SDK's structures, ids and enumerations, as the library sees them.
+/// The SDK's structures and ids, as the library sees them, and its enumerations
+/// (`sdk/SdkEnumerations.h`).
 ///
-/// Every SDK enumeration is an opaque 32-bit type with no enumerators: a value of it can only
-/// come from the access object (`sdk/SdkAccess.h`), so nothing of the SDK's numbering is ever
-/// compiled in. Structures are plain values; the caller owns them and passes them by pointer.
-/// The UDF structures are read and written through accessors: `x.width()` reads,
-/// `x.widthIs( value )` writes.
+/// Structures are plain values; the caller owns them and passes them by pointer. The UDF
+/// structures are read and written through accessors: `x.width()` reads, `x.widthIs( value )`
+/// writes.
+
+#include "sdk/SdkEnumerations.h"
 
 #include <array>
 #include <cstdint>
@@ -22,140 +23,6 @@ using bcm_udf_id_t = int32_t;
 using bcm_udf_pkt_format_id_t = int32_t;
 using bcm_ip_t = uint32_t;
 using bcm_ip6_t = uint8_t[ 16 ];
-
-// ---- Enumerations ----------------------------------------------------------------------------
-
-enum bcm_field_action_t : uint32_t
-{
-};
-
-enum bcm_field_ces_port_type_t : uint32_t
-{
-};
-
-enum bcm_field_drop_reason_t : uint32_t
-{
-};
-
-enum bcm_field_DstType_t : uint32_t
-{
-};
-
-enum bcm_field_ForwardingType_t : uint32_t
-{
-};
-
-enum bcm_field_group_mode_t : uint32_t
-{
-};
-
-enum bcm_field_group_mode_type_t : uint32_t
-{
-};
-
-enum bcm_field_group_packet_type_t : uint32_t
-{
-};
-
-enum bcm_field_int_pkt_type_t : uint32_t
-{
-};
-
-enum bcm_field_IntHdr_Type_t : uint32_t
-{
-};
-
-enum bcm_field_IpFrag_t : uint32_t
-{
-};
-
-enum bcm_field_IpType_t : uint32_t
-{
-};
-
-enum bcm_field_l2_pkt_type_t : uint32_t
-{
-};
-
-enum bcm_field_L2Format_t : uint32_t
-{
-};
-
-enum bcm_field_loopback_subtype_t : uint32_t
-{
-};
-
-enum bcm_field_LoopbackType_t : uint32_t
-{
-};
-
-enum bcm_field_macsec_encrypt_decrypt_pkt_e : uint32_t
-{
-};
-
-enum bcm_field_macsec_flow_e : uint32_t
-{
-};
-
-enum bcm_field_pkt_type_t : uint32_t
-{
-};
-
-enum bcm_field_PktFwdType_t : uint32_t
-{
-};
-
-enum bcm_field_qualify_t : uint32_t
-{
-};
-
-enum bcm_field_stat_t : uint32_t
-{
-};
-
-enum bcm_field_svtag_port_sub_type_t : uint32_t
-{
-};
-
-enum bcm_field_sys_hdr_type_t : uint32_t
-{
-};
-
-enum bcm_field_TunnelType_t : uint32_t
-{
-};
-
-enum bcm_policer_mode_t : uint32_t
-{
-};
-
-enum bcm_range_type_t : uint32_t
-{
-};
-
-enum bcm_udf_abstract_pkt_format_t : uint32_t
-{
-};
-
-enum bcm_udf_layer_t : uint32_t
-{
-};
-
-enum bcm_udf_pkt_format_ip_t : uint32_t
-{
-};
-
-enum bcm_udf_pkt_format_l2_t : uint32_t
-{
-};
-
-enum bcm_udf_pkt_format_tunnel_t : uint32_t
-{
-};
-
-enum bcm_udf_pkt_format_vlan_tag_t : uint32_t
-{
-};
 
 // ---- Sets ------------------------------------------------------------------------------------
 //
