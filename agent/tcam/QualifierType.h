@@ -1,0 +1,48 @@
+#pragma once
+
+/// The qualifiers of a TCAM group: the packet fields that its key can hold.
+///
+/// Made from `QualifierTypes.def`. A number never changes its meaning, and not every one of them is
+/// known to every SDK: `PeloraTcam/Qualifiers.def` says which are.
+///
+///     stream << QualifierType::drop;          // drop
+///     qualifierTypeFromName( "drop" );        // QualifierType::drop
+
+#include "agent/base/BaseTypes.h"
+#include "agent/base/Export.h"
+#include "agent/tcam/EnumeratorNames.h"
+
+#include <optional>
+#include <ostream>
+#include <string_view>
+#include <vector>
+
+namespace PeloraTcam {
+
+enum class QualifierType : Agent::U8
+{
+#define QUALIFIER_TYPE( name, number ) name = number,
+#include "agent/tcam/QualifierTypes.def"
+};
+
+template<>
+struct EnumeratorNames< QualifierType >
+{
+    static constexpr std::string_view enumeration = "QualifierType";
+    static constexpr EnumeratorName rows[] = {
+#define QUALIFIER_TYPE( name, number ) { #name, number },
+#include "agent/tcam/QualifierTypes.def"
+    };
+};
+
+/// Prints the name, or "QualifierType(250)" for a number that has none.
+AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, QualifierType type );
+
+/// The qualifier type of that name, such as "drop"; nothing if there is none.
+[[nodiscard]] AGENT_EXPORT std::optional< QualifierType >
+qualifierTypeFromName( std::string_view name );
+
+/// The names of all of them, in the order of their numbers.
+[[nodiscard]] AGENT_EXPORT std::vector< std::string_view > qualifierTypeNames();
+
+} // namespace PeloraTcam
