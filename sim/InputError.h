@@ -1,0 +1,39 @@
+#pragma once
+
+/// Something is wrong with a file that a person wrote.
+
+#include <stdexcept>
+#include <string>
+
+namespace Sim {
+
+/// what() is "file:line:column: message"; line and column count from 1. What concerns the file as
+/// a whole is reported at its beginning.
+class InputError : public std::runtime_error
+{
+  public:
+    InputError( const std::string& file, int line, int column, const std::string& message )
+        : std::runtime_error( file + ":" + std::to_string( line ) + ":" + std::to_string( column ) +
+                              ": " + message )
+        , file_( file )
+        , line_( line )
+        , column_( column )
+        , message_( message )
+    {}
+
+    [[nodiscard]] const std::string& file() const { return file_; }
+
+    [[nodiscard]] int line() const { return line_; }
+
+    [[nodiscard]] int column() const { return column_; }
+
+    [[nodiscard]] const std::string& message() const { return message_; }
+
+  private:
+    std::string file_;
+    int line_;
+    int column_;
+    std::string message_;
+};
+
+} // namespace Sim

@@ -1,0 +1,193 @@
+#include "sim/YamlDocument.h"
+
+#include "sim/NameHints.h"
+#include "sim/YamlTreeBuilder.h"
+
+#include <yaml-cpp/exceptions.h>
+#include <yaml-cpp/parser.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+namespace Sim {
+
+namespace {
+
+std::string withoutTrailingBlanks( std::string text )
+{
+    while ( !text.empty() && ( text.back() == ' ' || text.back() == '\n' ) ) {
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string contentOf( const std::string& path )
+{
+    std::error_code ignored;
+    if ( std::filesystem::is_directory( path, ignored ) ) {
+        throw InputError( path, 1, 1, "cannot be read: is a directory" );
+    }
+    errno = 0;
+    std::ifstream file( path, std::ios::binary );
+    std::ostringstream content;
+    if ( file && file.peek() != std::ifstream::traits_type::eof() ) {
+        content << file.rdbuf();
+    }
+    if ( !file.is_open() || file.bad() || content.bad() ) {
+        throw InputError(
+            path, 1, 1, "cannot be read: " + std::generic_category().message( errno ) );
+    }
+    return std::move( content ).str();
+}
+
+} // namespace
+
+YamlNode::YamlNode( std::shared_ptr< const std::string > file, Kind kind, int line, int column )
+    : file_( std::move( file ) )
+    , kind_( kind )
+    , line_( line )
+    , column_( column )
+{}
+
+void YamlNode::fail( const std::string& message ) const
+{
+    throw InputError( *file_, line_, column_, message );
+}
+
+void YamlNode::failExpecting( const std::string& what ) const
+{
+    std::string found;
+    switch ( kind_ ) {
+    case Kind::nothing:
+        found = "nothing";
+        break;
+    case Kind::plainScalar:
+        found = "'" + text_ + "'";
+        break;
+    case Kind::quotedScalar:
+        found = "the text '" + text_ + "'";
+        break;
+    case Kind::list:
+        found = "a list";
+        break;
+    case Kind::mapping:
+        found = "a mapping";
+        break;
+    }
+    fail( "expected " + what + ", found " + found );
+}
+
+void YamlNode::read( std::string& destination ) const
+{
+    if ( kind_ != Kind::plainScalar && kind_ != Kind::quotedScalar ) {
+        failExpecting( "a text" );
+    }
+    destination = text_;
+}
+
+void YamlNode::read( bool& destination ) const
+{
+    const bool isTruth = kind_ == Kind::plainScalar && ( text_ == "true" || text_ == "false" );
+    if ( !isTruth ) {
+        failExpecting( "'true' or 'false'" );
+    }
+    destination = text_ == "true";
+}
+
+const std::string* YamlNode::numberText() const
+{
+    return kind_ == Kind::plainScalar ? &text_ : nullptr;
+}
+
+ptrdiff_t YamlNode::indexAmong( const std::vector< std::string >& names ) const
+{
+    const bool isScalar = kind_ == Kind::plainScalar || kind_ == Kind::quotedScalar;
+    if ( !isScalar ) {
+        failExpecting( quotedNames( names ) );
+    }
+    const auto found = std::ranges::find( names, text_ );
+    if ( found == names.end() ) {
+        fail( "unknown value '" + text_ + "'" + nameHint( text_, names ) );
+    }
+    return found - names.begin();
+}
+
+void YamlNode::readItems( const std::function< void( const YamlNode& ) >& reader ) const
+{
+    if ( kind_ != Kind::list ) {
+        failExpecting( "a list" );
+    }
+    for ( const YamlNode& item : children_ ) {
+        reader( item );
+    }
+}
+
+void YamlNode::readMembers( const std::function< void( YamlMembers& ) >& reader ) const
+{
+    if ( kind_ != Kind::mapping ) {
+        failExpecting( "a mapping" );
+    }
+    YamlMembers members( *this );
+    reader( members );
+    members.complain();
+}
+
+YamlMembers::YamlMembers( const YamlNode& mapping )
+    : mapping_( mapping )
+{}
+
+const YamlNode* YamlMembers::ask( std::string_view name )
+{
+    asked_.emplace_back( name );
+    for ( size_t i = 0; i < mapping_.keys_.size(); ++i ) {
+        if ( mapping_.keys_[ i ].text_ == name ) {
+            return &mapping_.children_[ i ];
+        }
+    }
+    return nullptr;
+}
+
+/// An unknown key comes first: it is often a required one, misspelt.
+void YamlMembers::complain() const
+{
+    for ( const YamlNode& key : mapping_.keys_ ) {
+        if ( std::ranges::find( asked_, key.text_ ) == asked_.end() ) {
+            key.fail( "unknown key '" + key.text_ + "'" + nameHint( key.text_, asked_ ) );
+        }
+    }
+    if ( !missing_.empty() ) {
+        mapping_.fail( "missing key '" + missing_ + "'" );
+    }
+}
+
+YamlDocument::YamlDocument( YamlNode root )
+    : root_( std::move( root ) )
+{}
+
+YamlDocument YamlDocument::fromText( const std::string& file, const std::string& text )
+{
+    YamlTreeBuilder builder( file );
+    try {
+        std::istringstream stream( text );
+        YAML::Parser parser( stream );
+        while ( parser.HandleNextDocument( builder ) ) {
+        }
+    } catch ( const YAML::Exception& error ) {
+        throw InputError( file,
+                          std::max( error.mark.line, 0 ) + 1,
+                          std::max( error.mark.column, 0 ) + 1,
+                          "not YAML: " + withoutTrailingBlanks( error.msg ) );
+    }
+    return YamlDocument( builder.takeRoot() );
+}
+
+YamlDocument YamlDocument::fromFile( const std::string& path )
+{
+    return fromText( path, contentOf( path ) );
+}
+
+} // namespace Sim
