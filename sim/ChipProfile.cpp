@@ -1,0 +1,119 @@
+#include "sim/ChipProfile.h"
+
+#include "sim/BuiltInProfiles.h"
+#include "sim/NameHints.h"
+#include "sim/YamlDocument.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace Sim {
+
+namespace {
+
+constexpr std::pair< std::string_view, ChipKind > chipKinds[] = {
+    { "sdk6-udf-module", ChipKind::sdk6UdfModule },
+    { "sdk6-flex-parser", ChipKind::sdk6FlexParser },
+    { "hsdk", ChipKind::hsdk },
+};
+
+const BuiltInProfile* findBuiltIn( std::string_view name )
+{
+    const auto found = std::ranges::find( builtInProfiles(), name, &BuiltInProfile::name );
+    return found == builtInProfiles().end() ? nullptr : &*found;
+}
+
+const BuiltInProfile& builtIn( std::string_view name )
+{
+    const BuiltInProfile* found = findBuiltIn( name );
+    if ( found == nullptr ) {
+        throw std::invalid_argument( "no built-in profile '" + std::string( name ) + "'" +
+                                     nameHint( name, builtInProfileNames() ) );
+    }
+    return *found;
+}
+
+ChipProfile::RangeCheckers readRangeCheckers( const YamlNode& node )
+{
+    ChipProfile::RangeCheckers rangeCheckers;
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "capacity", rangeCheckers.capacity, 0U, 4096U );
+    } );
+    return rangeCheckers;
+}
+
+ChipProfile readProfile( const YamlNode& node )
+{
+    ChipProfile profile;
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "name", profile.name );
+        members.required( "description", profile.description );
+        members.required( "chip", profile.chip, chipKinds );
+        members.required( "range-checkers", [ & ]( const YamlNode& value ) {
+            profile.rangeCheckers = readRangeCheckers( value );
+        } );
+    } );
+    return profile;
+}
+
+} // namespace
+
+std::string_view nameOf( ChipKind kind )
+{
+    for ( const auto& [ name, value ] : chipKinds ) {
+        if ( value == kind ) {
+            return name;
+        }
+    }
+    throw std::invalid_argument( "no kind of chip" );
+}
+
+ChipProfile readChipProfile( const std::string& file, const std::string& text )
+{
+    return readProfile( YamlDocument::fromText( file, text ).root() );
+}
+
+ChipProfile loadChipProfile( const std::string& nameOrPath )
+{
+    if ( findBuiltIn( nameOrPath ) != nullptr ) {
+        return builtInProfile( nameOrPath );
+    }
+    std::error_code ignored;
+    const bool isPath = nameOrPath.find( '/' ) != std::string::npos ||
+                        nameOrPath.ends_with( ".yaml" ) ||
+                        std::filesystem::exists( nameOrPath, ignored );
+    if ( !isPath ) {
+        throw InputError( nameOrPath,
+                          1,
+                          1,
+                          "neither a built-in profile nor a file" +
+                              nameHint( nameOrPath, builtInProfileNames() ) );
+    }
+    return readProfile( YamlDocument::fromFile( nameOrPath ).root() );
+}
+
+std::vector< std::string > builtInProfileNames()
+{
+    std::vector< std::string > names;
+    for ( const BuiltInProfile& profile : builtInProfiles() ) {
+        names.emplace_back( profile.name );
+    }
+    return names;
+}
+
+std::string builtInProfileText( std::string_view name )
+{
+    return std::string( builtIn( name ).text );
+}
+
+ChipProfile builtInProfile( std::string_view name )
+{
+    const BuiltInProfile& profile = builtIn( name );
+    return readChipProfile( "sim/profiles/" + std::string( name ) + ".yaml",
+                            std::string( profile.text ) );
+}
+
+} // namespace Sim

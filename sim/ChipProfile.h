@@ -1,0 +1,61 @@
+#pragma once
+
+/// What a simulated chip is: its kind and its capacities.
+///
+/// A profile is a YAML file. Every key is required, and there are no others:
+///
+///     name: sdk6-udf
+///     description: An SDK-6 chip that makes user-defined fields through its UDF module
+///     chip: sdk6-udf-module      # or sdk6-flex-parser, or hsdk
+///     range-checkers:
+///       capacity: 24             # 0 to 4096
+///
+/// The profiles in `sim/profiles` are built in. A profile that cannot be read is an `InputError`
+/// with file, line and column.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Sim {
+
+enum class ChipKind
+{
+    sdk6UdfModule,
+    sdk6FlexParser,
+    hsdk,
+};
+
+/// The kind's name in a profile.
+[[nodiscard]] std::string_view nameOf( ChipKind kind );
+
+struct ChipProfile
+{
+    struct RangeCheckers
+    {
+        uint32_t capacity = 0;
+    };
+
+    std::string name;
+    std::string description;
+    ChipKind chip = ChipKind::sdk6UdfModule;
+    RangeCheckers rangeCheckers;
+};
+
+/// Reads a profile from a text; `file` is its name for error messages.
+[[nodiscard]] ChipProfile readChipProfile( const std::string& file, const std::string& text );
+
+/// The built-in profile of that name, or else the one in the file of that name. Throws an
+/// InputError if it is neither or if the file's content is wrong.
+[[nodiscard]] ChipProfile loadChipProfile( const std::string& nameOrPath );
+
+[[nodiscard]] std::vector< std::string > builtInProfileNames();
+
+/// The text of a built-in profile. Throws std::invalid_argument if there is none of that name.
+[[nodiscard]] std::string builtInProfileText( std::string_view name );
+
+/// A built-in profile. Throws std::invalid_argument if there is none of that name.
+[[nodiscard]] ChipProfile builtInProfile( std::string_view name );
+
+} // namespace Sim

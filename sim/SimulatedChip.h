@@ -1,0 +1,66 @@
+#pragma once
+
+/// One simulated chip: what it is, and its subsystems.
+///
+/// It belongs to a `SimulatedSdk`, which calls the subsystems with its guard held. Tests and tools
+/// look at it through `SimulatedSdk::chip()`; while other threads make SDK calls they hold
+/// `SimulatedSdk::guard()`.
+
+#include "sim/ChipProfile.h"
+#include "sim/ChipSnapshot.h"
+#include "sim/SdkNumbering.h"
+#include "sim/SimRange.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Sim {
+
+/// How much of one kind of thing is in use.
+struct Resource
+{
+    std::string name;
+    uint32_t used;
+    uint32_t capacity;
+
+    [[nodiscard]] bool operator==( const Resource& ) const = default;
+};
+
+class SimulatedChip
+{
+  public:
+    /// All that SDK calls change, except which ids have been handed out.
+    struct State
+    {
+        SimRange::State ranges;
+    };
+
+    /// The numbering must outlive the chip.
+    SimulatedChip( ChipProfile profile, const SdkNumbering& numbering );
+    SimulatedChip( const SimulatedChip& ) = delete;
+    SimulatedChip& operator=( const SimulatedChip& ) = delete;
+
+    [[nodiscard]] const ChipProfile& profile() const { return profile_; }
+
+    [[nodiscard]] SimRange& ranges() { return ranges_; }
+
+    [[nodiscard]] const SimRange& ranges() const { return ranges_; }
+
+    /// What the chip holds now.
+    [[nodiscard]] ChipSnapshot snapshot() const;
+
+    /// How full the chip is, one row for each kind of thing it can run out of.
+    [[nodiscard]] std::vector< Resource > occupancy() const;
+
+    [[nodiscard]] State state() const;
+
+    /// Goes back to an earlier state. Ids handed out since are not handed out again for that.
+    void stateIs( const State& state );
+
+  private:
+    const ChipProfile profile_;
+    SimRange ranges_;
+};
+
+} // namespace Sim

@@ -1,0 +1,230 @@
+#include "sim/ChipProfile.h"
+
+#include "sim/InputError.h"
+#include "tests/sim/ErrorText.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace Sim {
+
+namespace {
+
+using ::testing::ElementsAre;
+
+const std::string goodProfile = "name: mine\n"
+                                "description: Some chip\n"
+                                "chip: hsdk\n"
+                                "range-checkers:\n"
+                                "  capacity: 5\n";
+
+/// The good profile with one text replaced.
+std::string with( const std::string& old, const std::string& replacement )
+{
+    std::string text = goodProfile;
+    return text.replace( text.find( old ), old.size(), replacement );
+}
+
+std::string readError( const std::string& text )
+{
+    return errorText< InputError >(
+        [ & ] { static_cast< void >( readChipProfile( "p.yaml", text ) ); } );
+}
+
+std::string loadError( const std::string& nameOrPath )
+{
+    return errorText< InputError >(
+        [ & ] { static_cast< void >( loadChipProfile( nameOrPath ) ); } );
+}
+
+TEST( ChipProfileTest, Read_GoodProfile_GivesItsValues )
+{
+    const ChipProfile profile = readChipProfile( "p.yaml", goodProfile );
+    EXPECT_EQ( profile.name, "mine" );
+    EXPECT_EQ( profile.description, "Some chip" );
+    EXPECT_EQ( profile.chip, ChipKind::hsdk );
+    EXPECT_EQ( profile.rangeCheckers.capacity, 5U );
+}
+
+TEST( ChipProfileTest, Read_EachKindOfChip_IsUnderstood )
+{
+    EXPECT_EQ( readChipProfile( "", with( "hsdk", "sdk6-udf-module" ) ).chip,
+               ChipKind::sdk6UdfModule );
+    EXPECT_EQ( readChipProfile( "", with( "hsdk", "sdk6-flex-parser" ) ).chip,
+               ChipKind::sdk6FlexParser );
+}
+
+TEST( ChipProfileTest, NameOf_EachKind_IsItsNameInAProfile )
+{
+    EXPECT_EQ( nameOf( ChipKind::sdk6UdfModule ), "sdk6-udf-module" );
+    EXPECT_EQ( nameOf( ChipKind::sdk6FlexParser ), "sdk6-flex-parser" );
+    EXPECT_EQ( nameOf( ChipKind::hsdk ), "hsdk" );
+}
+
+TEST( ChipProfileTest, Read_CapacityAtItsLimits_IsAccepted )
+{
+    EXPECT_EQ( readChipProfile( "", with( "5", "0" ) ).rangeCheckers.capacity, 0U );
+    EXPECT_EQ( readChipProfile( "", with( "5", "4096" ) ).rangeCheckers.capacity, 4096U );
+}
+
+TEST( ChipProfileTest, Read_CapacityBeyondItsLimits_IsRefused )
+{
+    EXPECT_EQ( readError( with( "5", "4097" ) ),
+               "p.yaml:5:13: expected a whole number from 0 to 4096, found '4097'" );
+    EXPECT_EQ( readError( with( "5", "-1" ) ),
+               "p.yaml:5:13: expected a whole number from 0 to 4096, found '-1'" );
+    EXPECT_EQ( readError( with( "5", "99999999999999999999" ) ),
+               "p.yaml:5:13: expected a whole number from 0 to 4096, found "
+               "'99999999999999999999'" );
+}
+
+TEST( ChipProfileTest, Read_WrongType_IsRefused )
+{
+    EXPECT_EQ( readError( with( "5", "many" ) ),
+               "p.yaml:5:13: expected a whole number from 0 to 4096, found 'many'" );
+    EXPECT_EQ( readError( with( "5", "'5'" ) ),
+               "p.yaml:5:13: expected a whole number from 0 to 4096, found the text '5'" );
+    EXPECT_EQ( readError( with( "mine", "[ a ]" ) ), "p.yaml:1:7: expected a text, found a list" );
+    EXPECT_EQ( readError( with( "\n  capacity: 5", " 5" ) ),
+               "p.yaml:4:17: expected a mapping, found '5'" );
+    EXPECT_EQ( readError( with( "hsdk", "{ a: b }" ) ),
+               "p.yaml:3:7: expected 'sdk6-udf-module', 'sdk6-flex-parser' or 'hsdk', found a "
+               "mapping" );
+}
+
+TEST( ChipProfileTest, Read_UnknownKey_IsRefusedWithHint )
+{
+    EXPECT_EQ( readError( with( "capacity", "capacty" ) ),
+               "p.yaml:5:3: unknown key 'capacty', did you mean 'capacity'?" );
+    EXPECT_EQ( readError( goodProfile + "colour: red\n" ),
+               "p.yaml:6:1: unknown key 'colour', expected 'name', 'description', 'chip' or "
+               "'range-checkers'" );
+}
+
+TEST( ChipProfileTest, Read_DuplicateKey_IsRefused )
+{
+    EXPECT_EQ( readError( goodProfile + "chip: hsdk\n" ),
+               "p.yaml:6:1: duplicate key 'chip', first given in line 3" );
+    EXPECT_EQ( readError( goodProfile + "  capacity: 6\n" ),
+               "p.yaml:6:3: duplicate key 'capacity', first given in line 5" );
+}
+
+TEST( ChipProfileTest, Read_MissingKey_IsRefused )
+{
+    EXPECT_EQ( readError( with( "name: mine\n", "" ) ), "p.yaml:1:1: missing key 'name'" );
+    EXPECT_EQ( readError( with( "description: Some chip\n", "" ) ),
+               "p.yaml:1:1: missing key 'description'" );
+    EXPECT_EQ( readError( with( "chip: hsdk\n", "" ) ), "p.yaml:1:1: missing key 'chip'" );
+    EXPECT_EQ( readError( with( "range-checkers:\n  capacity: 5\n", "" ) ),
+               "p.yaml:1:1: missing key 'range-checkers'" );
+    EXPECT_EQ( readError( with( "\n  capacity: 5", " {}" ) ),
+               "p.yaml:4:17: missing key 'capacity'" );
+}
+
+TEST( ChipProfileTest, Read_UnknownChip_IsRefusedWithHint )
+{
+    EXPECT_EQ( readError( with( "hsdk", "hsdk7" ) ),
+               "p.yaml:3:7: unknown value 'hsdk7', did you mean 'hsdk'?" );
+    EXPECT_EQ( readError( with( "hsdk", "toaster" ) ),
+               "p.yaml:3:7: unknown value 'toaster', expected 'sdk6-udf-module', "
+               "'sdk6-flex-parser' or 'hsdk'" );
+}
+
+TEST( ChipProfileTest, Read_NoYaml_IsRefused )
+{
+    EXPECT_EQ( readError( "a: b: c\n" ), "p.yaml:1:5: not YAML: illegal map value" );
+}
+
+TEST( ChipProfileTest, Read_NothingAtAll_IsRefused )
+{
+    EXPECT_EQ( readError( "" ), "p.yaml:1:1: expected a mapping, found nothing" );
+}
+
+TEST( ChipProfileTest, BuiltIn_Names_AreTheProfiles )
+{
+    EXPECT_THAT( builtInProfileNames(),
+                 ElementsAre( "sdk6-udf", "sdk6-flex", "hsdk", "sdk6-tiny", "sdk6-large" ) );
+}
+
+TEST( ChipProfileTest, BuiltIn_EveryProfile_ReadsAndBearsItsName )
+{
+    for ( const std::string& name : builtInProfileNames() ) {
+        const ChipProfile profile = builtInProfile( name );
+        EXPECT_EQ( profile.name, name );
+        EXPECT_NE( profile.description, "" );
+    }
+}
+
+TEST( ChipProfileTest, BuiltIn_Capacities_AreTheProfiles )
+{
+    EXPECT_EQ( builtInProfile( "sdk6-udf" ).rangeCheckers.capacity, 24U );
+    EXPECT_EQ( builtInProfile( "sdk6-flex" ).rangeCheckers.capacity, 32U );
+    EXPECT_EQ( builtInProfile( "hsdk" ).rangeCheckers.capacity, 128U );
+    EXPECT_EQ( builtInProfile( "sdk6-tiny" ).rangeCheckers.capacity, 2U );
+    EXPECT_EQ( builtInProfile( "sdk6-large" ).rangeCheckers.capacity, 256U );
+    EXPECT_EQ( builtInProfile( "sdk6-udf" ).chip, ChipKind::sdk6UdfModule );
+    EXPECT_EQ( builtInProfile( "sdk6-flex" ).chip, ChipKind::sdk6FlexParser );
+    EXPECT_EQ( builtInProfile( "hsdk" ).chip, ChipKind::hsdk );
+}
+
+TEST( ChipProfileTest, BuiltIn_Text_IsTheFilesOfTheFolder )
+{
+    for ( const std::string& name : builtInProfileNames() ) {
+        std::ifstream file( PELORA_SOURCE_DIR "/sim/profiles/" + name + ".yaml" );
+        const std::string content( std::istreambuf_iterator< char >( file ), {} );
+        EXPECT_NE( content, "" );
+        EXPECT_EQ( builtInProfileText( name ), content );
+    }
+}
+
+TEST( ChipProfileTest, BuiltIn_UnknownName_IsRefusedWithHint )
+{
+    const std::string text = "no built-in profile 'sdk6-udg', did you mean 'sdk6-udf'?";
+    EXPECT_EQ( errorText< std::invalid_argument >(
+                   [ & ] { static_cast< void >( builtInProfile( "sdk6-udg" ) ); } ),
+               text );
+    EXPECT_EQ( errorText< std::invalid_argument >(
+                   [ & ] { static_cast< void >( builtInProfileText( "sdk6-udg" ) ); } ),
+               text );
+}
+
+TEST( ChipProfileTest, Load_BuiltInName_IsTheProfile )
+{
+    EXPECT_EQ( loadChipProfile( "hsdk" ).rangeCheckers.capacity, 128U );
+}
+
+TEST( ChipProfileTest, Load_Path_ReadsTheFile )
+{
+    const std::string path = testing::TempDir() + "ChipProfileTest.yaml";
+    std::ofstream( path ) << goodProfile;
+    EXPECT_EQ( loadChipProfile( path ).name, "mine" );
+    std::ofstream( path ) << "name: 1\nnmae: 2\n";
+    EXPECT_EQ( loadError( path ), path + ":2:1: unknown key 'nmae', did you mean 'name'?" );
+    std::filesystem::remove( path );
+}
+
+TEST( ChipProfileTest, Load_NeitherNameNorFile_IsRefusedWithHint )
+{
+    EXPECT_EQ( loadError( "sdk6-larg" ),
+               "sdk6-larg:1:1: neither a built-in profile nor a file, did you mean 'sdk6-large'?" );
+    EXPECT_EQ( loadError( "thing" ),
+               "thing:1:1: neither a built-in profile nor a file, expected 'sdk6-udf', "
+               "'sdk6-flex', 'hsdk', 'sdk6-tiny' or 'sdk6-large'" );
+}
+
+TEST( ChipProfileTest, Load_UnreadablePath_IsRefused )
+{
+    EXPECT_EQ( loadError( "/nowhere/p.yaml" ),
+               "/nowhere/p.yaml:1:1: cannot be read: No such file or directory" );
+    EXPECT_EQ( loadError( "missing.yaml" ),
+               "missing.yaml:1:1: cannot be read: No such file or directory" );
+    EXPECT_EQ( loadError( "/" ), "/:1:1: cannot be read: is a directory" );
+}
+
+} // namespace
+
+} // namespace Sim
