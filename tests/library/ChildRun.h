@@ -1,0 +1,62 @@
+#pragma once
+
+/// Runs something that may abort in a child process. Much quicker than a death test, so that
+/// hundreds of inputs can be tried.
+///
+///     const ChildRun run = runInChild( [] { translate( 255 ); } );
+///     EXPECT_TRUE( run.aborted );
+///     EXPECT_THAT( run.errors, HasSubstr( "Assertion" ) );
+
+#include <array>
+#include <csignal>
+#include <functional>
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace LibraryTest {
+
+struct ChildRun
+{
+    bool aborted = false;  ///< the child ended by abort()
+    bool returned = false; ///< the function returned
+    std::string errors;    ///< what the child wrote to standard error
+};
+
+/// What the child does: the function, with standard error going into the pipe.
+[[noreturn]] inline void beChild( const std::function< void() >& function, int errors )
+{
+    dup2( errors, STDERR_FILENO );
+    std::signal( SIGABRT, SIG_DFL );
+    function();
+    _exit( 0 );
+}
+
+inline ChildRun runInChild( const std::function< void() >& function )
+{
+    std::array< int, 2 > ends{};
+    if ( pipe( ends.data() ) != 0 ) {
+        return {};
+    }
+    const pid_t child = fork();
+    if ( child == 0 ) {
+        beChild( function, ends[ 1 ] );
+    }
+    close( ends[ 1 ] );
+    ChildRun run;
+    std::array< char, 4096 > buffer{};
+    ssize_t count = 0;
+    while ( ( count = read( ends[ 0 ], buffer.data(), buffer.size() ) ) > 0 ) {
+        run.errors.append( buffer.data(), static_cast< std::size_t >( count ) );
+    }
+    close( ends[ 0 ] );
+    int status = 0;
+    if ( child > 0 && waitpid( child, &status, 0 ) == child ) {
+        run.aborted = WIFSIGNALED( status ) && WTERMSIG( status ) == SIGABRT;
+        run.returned = WIFEXITED( status ) && WEXITSTATUS( status ) == 0;
+    }
+    return run;
+}
+
+} // namespace LibraryTest
