@@ -45,6 +45,18 @@ ChipProfile::RangeCheckers readRangeCheckers( const YamlNode& node )
     return rangeCheckers;
 }
 
+ChipProfile::Field readField( const YamlNode& node )
+{
+    ChipProfile::Field field;
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "groups", field.groups, 0U, 1024U );
+        members.required( "entries-per-group", field.entriesPerGroup, 0U, 65536U );
+        members.required( "preselectors", field.preselectors, 0U, 1024U );
+        members.required( "compression-entries", field.compressionEntries, 0U, 65536U );
+    } );
+    return field;
+}
+
 ChipProfile readProfile( const YamlNode& node )
 {
     ChipProfile profile;
@@ -55,6 +67,8 @@ ChipProfile readProfile( const YamlNode& node )
         members.required( "range-checkers", [ & ]( const YamlNode& value ) {
             profile.rangeCheckers = readRangeCheckers( value );
         } );
+        members.required( "field",
+                          [ & ]( const YamlNode& value ) { profile.field = readField( value ); } );
     } );
     return profile;
 }

@@ -9,6 +9,11 @@
 ///     chip: sdk6-udf-module      # or sdk6-flex-parser, or hsdk
 ///     range-checkers:
 ///       capacity: 24             # 0 to 4096
+///     field:
+///       groups: 24               # 0 to 1024
+///       entries-per-group: 1024  # 0 to 65536
+///       preselectors: 64         # 0 to 1024
+///       compression-entries: 128 # of each compression group, 0 to 65536
 ///
 /// The profiles in `sim/profiles` are built in. A profile that cannot be read is an `InputError`
 /// with file, line and column.
@@ -37,10 +42,19 @@ struct ChipProfile
         uint32_t capacity = 0;
     };
 
+    struct Field
+    {
+        uint32_t groups = 0;
+        uint32_t entriesPerGroup = 0;
+        uint32_t preselectors = 0;
+        uint32_t compressionEntries = 0; ///< of each compression group
+    };
+
     std::string name;
     std::string description;
     ChipKind chip = ChipKind::sdk6UdfModule;
     RangeCheckers rangeCheckers;
+    Field field;
 };
 
 /// Reads a profile from a text; `file` is its name for error messages.

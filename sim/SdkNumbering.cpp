@@ -132,6 +132,16 @@ std::vector< std::string > SdkNumbering::names()
     };
 }
 
+bool SdkNumbering::has( const std::type_info& wanted, uint32_t number ) const
+{
+#define SDK_ENUMERATOR( type, name, value )                                                        \
+    if ( number == static_cast< uint32_t >( this->name ) && wanted == typeid( type ) ) {           \
+        return true;                                                                               \
+    }
+#include "sdk/SdkEnumerators.def"
+    return false;
+}
+
 std::string SdkNumbering::nameOf( const std::type_info& wanted, uint32_t number ) const
 {
 #define SDK_ENUMERATOR( type, name, value )                                                        \

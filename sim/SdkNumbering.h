@@ -44,6 +44,13 @@ struct SdkNumbering
         return nameOf( typeid( Enumeration ), static_cast< uint32_t >( value ) );
     }
 
+    /// Whether an enumerator has that value.
+    template< class Enumeration >
+    [[nodiscard]] bool has( Enumeration value ) const
+    {
+        return has( typeid( Enumeration ), static_cast< uint32_t >( value ) );
+    }
+
     /// The value of the enumerator or constant of that name; nothing if there is none.
     [[nodiscard]] std::optional< uint32_t > valueOf( std::string_view wanted ) const;
 
@@ -55,6 +62,7 @@ struct SdkNumbering
 
   private:
     [[nodiscard]] std::string nameOf( const std::type_info& wanted, uint32_t number ) const;
+    [[nodiscard]] bool has( const std::type_info& wanted, uint32_t number ) const;
 };
 
 } // namespace Sim

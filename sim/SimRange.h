@@ -37,6 +37,8 @@ class SimRange
     /// BCM_E_NOT_FOUND if there is none of that id.
     int get( bcm_range_config_t* config ) const;
 
+    [[nodiscard]] bool has( bcm_range_t rangeId ) const { return ranges_.contains( rangeId ); }
+
     [[nodiscard]] uint32_t used() const { return static_cast< uint32_t >( ranges_.size() ); }
 
     [[nodiscard]] uint32_t capacity() const { return capacity_; }

@@ -47,10 +47,14 @@ void addToSet( SetWords& words, uint32_t member )
     ++words[ 0 ];
 }
 
+std::span< const uint32_t > membersOf( const SetWords& words )
+{
+    return { words.data() + 1, static_cast< size_t >( sizeOf( words ) ) };
+}
+
 bool isInSet( const SetWords& words, uint32_t member )
 {
-    const auto first = words.begin() + 1;
-    return std::binary_search( first, first + sizeOf( words ), member );
+    return std::ranges::binary_search( membersOf( words ), member );
 }
 
 void addPort( _shr_pbmp& ports, int port )

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 namespace Sim {
 
@@ -21,6 +22,9 @@ using SetWords = std::array< uint32_t, 256 >;
 /// Adds a member, once however often it is added. Throws std::length_error when 255 others are
 /// in the set.
 void addToSet( SetWords& words, uint32_t member );
+
+/// The members, in rising order; valid for as long as the words are.
+[[nodiscard]] std::span< const uint32_t > membersOf( const SetWords& words );
 
 [[nodiscard]] bool isInSet( const SetWords& words, uint32_t member );
 

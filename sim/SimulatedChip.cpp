@@ -7,12 +7,14 @@ namespace Sim {
 SimulatedChip::SimulatedChip( ChipProfile profile, const SdkNumbering& numbering )
     : profile_( std::move( profile ) )
     , ranges_( numbering, profile_.rangeCheckers.capacity )
+    , field_( numbering, profile_.field )
 {}
 
 ChipSnapshot SimulatedChip::snapshot() const
 {
     ChipSnapshot snapshot;
     ranges_.addTo( snapshot );
+    field_.addTo( snapshot );
     return snapshot;
 }
 
@@ -20,17 +22,24 @@ std::vector< Resource > SimulatedChip::occupancy() const
 {
     return {
         { "rangeCheckers", ranges_.used(), ranges_.capacity() },
+        { "fieldGroups", field_.groups().used(), field_.groups().capacity() },
+        { "tcamEntries", field_.entries().used(), field_.entries().capacity() },
+        { "preselectors", field_.preselectors().used(), field_.preselectors().capacity() },
+        { "compressionEntries",
+          field_.entries().compressionUsed(),
+          field_.entries().compressionCapacity() },
     };
 }
 
 SimulatedChip::State SimulatedChip::state() const
 {
-    return { ranges_.state() };
+    return { ranges_.state(), field_.state() };
 }
 
 void SimulatedChip::stateIs( const State& state )
 {
     ranges_.stateIs( state.ranges );
+    field_.stateIs( state.field );
 }
 
 } // namespace Sim

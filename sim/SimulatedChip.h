@@ -9,6 +9,7 @@
 #include "sim/ChipProfile.h"
 #include "sim/ChipSnapshot.h"
 #include "sim/SdkNumbering.h"
+#include "sim/SimField.h"
 #include "sim/SimRange.h"
 
 #include <cstdint>
@@ -34,6 +35,7 @@ class SimulatedChip
     struct State
     {
         SimRange::State ranges;
+        SimField::State field;
     };
 
     /// The numbering must outlive the chip.
@@ -46,6 +48,10 @@ class SimulatedChip
     [[nodiscard]] SimRange& ranges() { return ranges_; }
 
     [[nodiscard]] const SimRange& ranges() const { return ranges_; }
+
+    [[nodiscard]] SimField& field() { return field_; }
+
+    [[nodiscard]] const SimField& field() const { return field_; }
 
     /// What the chip holds now.
     [[nodiscard]] ChipSnapshot snapshot() const;
@@ -61,6 +67,7 @@ class SimulatedChip
   private:
     const ChipProfile profile_;
     SimRange ranges_;
+    SimField field_;
 };
 
 } // namespace Sim

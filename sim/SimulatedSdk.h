@@ -41,9 +41,70 @@ class SimulatedSdk : public UnavailableSdk
     /// back to what it was before. Gives the call's return code.
     int callWithoutEffect( int unit, const std::function< int() >& call );
 
+    // Range checkers.
     int bcm_range_create( int unit, uint32_t flags, bcm_range_config_t* config ) override;
     int bcm_range_destroy( int unit, bcm_range_t rangeId ) override;
     int bcm_range_get( int unit, bcm_range_config_t* config ) override;
+
+    // Field groups, entries and preselectors.
+    int bcm_field_group_config_create( int unit, bcm_field_group_config_t* config ) override;
+    int bcm_field_group_config_get( int unit,
+                                    bcm_field_group_t group,
+                                    bcm_field_group_config_t* config ) override;
+    int bcm_field_group_get( int unit, bcm_field_group_t group, bcm_field_qset_t* qset ) override;
+    int bcm_field_group_destroy( int unit, bcm_field_group_t group ) override;
+    int
+    bcm_field_entry_create( int unit, bcm_field_group_t group, bcm_field_entry_t* entry ) override;
+    int bcm_field_entry_destroy( int unit, bcm_field_entry_t entry ) override;
+    int bcm_field_entry_install( int unit, bcm_field_entry_t entry ) override;
+    int bcm_field_entry_remove( int unit, bcm_field_entry_t entry ) override;
+    int bcm_field_entry_prio_set( int unit, bcm_field_entry_t entry, int priority ) override;
+    int bcm_field_entry_policer_attach( int unit,
+                                        bcm_field_entry_t entry,
+                                        int level,
+                                        bcm_policer_t policerId ) override;
+    int bcm_field_entry_policer_detach( int unit, bcm_field_entry_t entry, int level ) override;
+    int bcm_field_action_add( int unit,
+                              bcm_field_entry_t entry,
+                              bcm_field_action_t action,
+                              uint32_t param0,
+                              uint32_t param1 ) override;
+    int bcm_field_action_class_add( int unit,
+                                    bcm_field_entry_t entry,
+                                    const bcm_field_class_info_t* classInfo ) override;
+    int bcm_field_presel_create( int unit, bcm_field_presel_t* presel ) override;
+    int bcm_field_presel_destroy( int unit, bcm_field_presel_t presel ) override;
+
+    // The qualifiers of entries and preselectors.
+#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
+    int function( int unit, bcm_field_entry_t entry, type data, type mask ) override;
+#define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
+    int function( int unit, bcm_field_entry_t entry, type value ) override;
+#define FIELD_QUALIFIER_ADDRESS( function, qualifier, users )                                      \
+    int function( int unit, bcm_field_entry_t entry, const bcm_ip6_t data, const bcm_ip6_t mask )  \
+        override;
+#include "sim/FieldQualifiers.def"
+    int bcm_field_qualify_RangeCheck( int unit,
+                                      bcm_field_entry_t entry,
+                                      uint32_t rangeId,
+                                      int invert ) override;
+    int bcm_field_qualify_SrcClass( int unit,
+                                    bcm_field_entry_t entry,
+                                    bcm_field_src_class_t* data,
+                                    bcm_field_src_class_t* mask ) override;
+    int bcm_field_qualify_udf( int unit,
+                               bcm_field_entry_t entry,
+                               bcm_udf_id_t udfId,
+                               int length,
+                               uint8_t* data,
+                               uint8_t* mask ) override;
+    int bcm_field_qualify_udf_get( int unit,
+                                   bcm_field_entry_t entry,
+                                   bcm_udf_id_t udfId,
+                                   int maxLength,
+                                   uint8_t* data,
+                                   uint8_t* mask,
+                                   int* actualLength ) override;
 
   protected:
     [[nodiscard]] int unavailable( int unit ) const override;

@@ -20,7 +20,12 @@ const std::string goodProfile = "name: mine\n"
                                 "description: Some chip\n"
                                 "chip: hsdk\n"
                                 "range-checkers:\n"
-                                "  capacity: 5\n";
+                                "  capacity: 5\n"
+                                "field:\n"
+                                "  groups: 6\n"
+                                "  entries-per-group: 700\n"
+                                "  preselectors: 8\n"
+                                "  compression-entries: 90\n";
 
 /// The good profile with one text replaced.
 std::string with( const std::string& old, const std::string& replacement )
@@ -48,6 +53,10 @@ TEST( ChipProfileTest, Read_GoodProfile_GivesItsValues )
     EXPECT_EQ( profile.description, "Some chip" );
     EXPECT_EQ( profile.chip, ChipKind::hsdk );
     EXPECT_EQ( profile.rangeCheckers.capacity, 5U );
+    EXPECT_EQ( profile.field.groups, 6U );
+    EXPECT_EQ( profile.field.entriesPerGroup, 700U );
+    EXPECT_EQ( profile.field.preselectors, 8U );
+    EXPECT_EQ( profile.field.compressionEntries, 90U );
 }
 
 TEST( ChipProfileTest, Read_EachKindOfChip_IsUnderstood )
@@ -82,6 +91,37 @@ TEST( ChipProfileTest, Read_CapacityBeyondItsLimits_IsRefused )
                "'99999999999999999999'" );
 }
 
+TEST( ChipProfileTest, Read_FieldCapacitiesAtTheirLimits_AreAccepted )
+{
+    EXPECT_EQ( readChipProfile( "", with( ": 6", ": 1024" ) ).field.groups, 1024U );
+    EXPECT_EQ( readChipProfile( "", with( "700", "65536" ) ).field.entriesPerGroup, 65536U );
+    EXPECT_EQ( readChipProfile( "", with( ": 8", ": 1024" ) ).field.preselectors, 1024U );
+    EXPECT_EQ( readChipProfile( "", with( "90", "65536" ) ).field.compressionEntries, 65536U );
+}
+
+TEST( ChipProfileTest, Read_FieldCapacitiesBeyondTheirLimits_AreRefused )
+{
+    EXPECT_EQ( readError( with( ": 6", ": 1025" ) ),
+               "p.yaml:7:11: expected a whole number from 0 to 1024, found '1025'" );
+    EXPECT_EQ( readError( with( "700", "65537" ) ),
+               "p.yaml:8:22: expected a whole number from 0 to 65536, found '65537'" );
+    EXPECT_EQ( readError( with( ": 8", ": 1025" ) ),
+               "p.yaml:9:17: expected a whole number from 0 to 1024, found '1025'" );
+    EXPECT_EQ( readError( with( "90", "65537" ) ),
+               "p.yaml:10:24: expected a whole number from 0 to 65536, found '65537'" );
+}
+
+TEST( ChipProfileTest, Read_FieldWithoutAKey_IsRefused )
+{
+    EXPECT_EQ( readError( with( "  groups: 6\n", "" ) ), "p.yaml:7:3: missing key 'groups'" );
+    EXPECT_EQ( readError( with( "  entries-per-group: 700\n", "" ) ),
+               "p.yaml:7:3: missing key 'entries-per-group'" );
+    EXPECT_EQ( readError( with( "  preselectors: 8\n", "" ) ),
+               "p.yaml:7:3: missing key 'preselectors'" );
+    EXPECT_EQ( readError( with( "  compression-entries: 90\n", "" ) ),
+               "p.yaml:7:3: missing key 'compression-entries'" );
+}
+
 TEST( ChipProfileTest, Read_WrongType_IsRefused )
 {
     EXPECT_EQ( readError( with( "5", "many" ) ),
@@ -101,16 +141,16 @@ TEST( ChipProfileTest, Read_UnknownKey_IsRefusedWithHint )
     EXPECT_EQ( readError( with( "capacity", "capacty" ) ),
                "p.yaml:5:3: unknown key 'capacty', did you mean 'capacity'?" );
     EXPECT_EQ( readError( goodProfile + "colour: red\n" ),
-               "p.yaml:6:1: unknown key 'colour', expected 'name', 'description', 'chip' or "
-               "'range-checkers'" );
+               "p.yaml:11:1: unknown key 'colour', expected 'name', 'description', 'chip', "
+               "'range-checkers' or 'field'" );
 }
 
 TEST( ChipProfileTest, Read_DuplicateKey_IsRefused )
 {
     EXPECT_EQ( readError( goodProfile + "chip: hsdk\n" ),
-               "p.yaml:6:1: duplicate key 'chip', first given in line 3" );
-    EXPECT_EQ( readError( goodProfile + "  capacity: 6\n" ),
-               "p.yaml:6:3: duplicate key 'capacity', first given in line 5" );
+               "p.yaml:11:1: duplicate key 'chip', first given in line 3" );
+    EXPECT_EQ( readError( goodProfile + "  groups: 6\n" ),
+               "p.yaml:11:3: duplicate key 'groups', first given in line 7" );
 }
 
 TEST( ChipProfileTest, Read_MissingKey_IsRefused )
@@ -166,6 +206,11 @@ TEST( ChipProfileTest, BuiltIn_Capacities_AreTheProfiles )
     EXPECT_EQ( builtInProfile( "hsdk" ).rangeCheckers.capacity, 128U );
     EXPECT_EQ( builtInProfile( "sdk6-tiny" ).rangeCheckers.capacity, 2U );
     EXPECT_EQ( builtInProfile( "sdk6-large" ).rangeCheckers.capacity, 256U );
+    EXPECT_EQ( builtInProfile( "sdk6-udf" ).field.groups, 24U );
+    EXPECT_EQ( builtInProfile( "sdk6-flex" ).field.entriesPerGroup, 2048U );
+    EXPECT_EQ( builtInProfile( "hsdk" ).field.preselectors, 0U );
+    EXPECT_EQ( builtInProfile( "sdk6-tiny" ).field.compressionEntries, 2U );
+    EXPECT_EQ( builtInProfile( "sdk6-large" ).field.entriesPerGroup, 16384U );
     EXPECT_EQ( builtInProfile( "sdk6-udf" ).chip, ChipKind::sdk6UdfModule );
     EXPECT_EQ( builtInProfile( "sdk6-flex" ).chip, ChipKind::sdk6FlexParser );
     EXPECT_EQ( builtInProfile( "hsdk" ).chip, ChipKind::hsdk );
