@@ -37,11 +37,14 @@ bool RangeCheckerManager::release( RangeCheckerId rangeCheckerId )
     if ( found == records_.end() ) {
         return false;
     }
-    if ( --found->second.users == 0 ) {
-        helper_->releaseRangeChecker( rangeCheckerId );
-        idByDesc_.erase( found->second.data->checkerDesc() );
-        records_.erase( found );
+    if ( found->second.users > 1 ) {
+        --found->second.users;
+        return true;
     }
+    // Forgotten only once the chip has it back: an exception leaves the record as it was.
+    helper_->releaseRangeChecker( rangeCheckerId );
+    idByDesc_.erase( found->second.data->checkerDesc() );
+    records_.erase( found );
     return true;
 }
 

@@ -6,8 +6,10 @@
 /// many users share it. Equal descriptors share one range checker; the chip hears of the first
 /// user and of the last. It talks to the chip through a range checker helper alone.
 ///
-/// All operations are called with the agent's activity lock held. Running out of range checkers
-/// is a result; whatever else goes wrong in the chip ends the process inside the helper.
+/// All operations are called by the manager's own thread, with the agent's activity lock held;
+/// while the chip is asked that lock is free, and other threads work on what is theirs. Running
+/// out of range checkers is a result; whatever else goes wrong in the chip ends the process inside
+/// the helper.
 ///
 ///     Reference::RangeCheckerManager manager( helper );
 ///     const auto id = manager.acquire( { 1024, 65535, RangeType::l4SrcPort } );
