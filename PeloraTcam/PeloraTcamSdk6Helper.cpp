@@ -1,11 +1,15 @@
 #include "PeloraTcam/PeloraTcamSdk6Helper.h"
 
+#include "PeloraTcam/PreselectorSteps.h"
 #include "PeloraTcam/Translations.h"
 #include "agent/base/Assert.h"
 #include "agent/base/Trace.h"
 #include "sdk/SdkCall.h"
 
+#include <algorithm>
+#include <array>
 #include <iostream>
+#include <span>
 
 namespace PeloraTcam {
 
@@ -239,6 +243,216 @@ bool isActionColored( ActionType actionType )
     default:
         return false;
     }
+}
+
+// ---- Group modes, key sizes and small glue ---------------------------------------------------
+
+namespace {
+
+/// The SDK's group mode for a key of that size. The modes are asked of the access object, so
+/// that no map need have been built.
+bcm_field_group_mode_t
+groupModeOfKeySize( TcamKeySize::TcamKeySizeValue keySize, StageType stage, bool narrowWide )
+{
+    switch ( keySize ) {
+    case TcamKeySize::automatic:
+        return Shim::sdk_->bcmFieldGroupModeAuto();
+    case TcamKeySize::single:
+        return stage == stageIfp() && narrowWide ? Shim::sdk_->bcmFieldGroupModeSingleASetNarrow()
+                                                 : Shim::sdk_->bcmFieldGroupModeSingle();
+    case TcamKeySize::doubleWide:
+        return Shim::sdk_->bcmFieldGroupModeDouble();
+    case TcamKeySize::tripleWide:
+        AGENT_ASSERT( stage == stageIfp() );
+        return Shim::sdk_->bcmFieldGroupModeTriple();
+    case TcamKeySize::quadWide:
+        AGENT_ASSERT( stage == stageVfp() );
+        return Shim::sdk_->bcmFieldGroupModeQuad();
+    }
+    AGENT_ASSERT( 0 && "Invalid vexa tcam key size" );
+    return {};
+}
+
+/// Groups with consecutive ids; both ends belong to the range.
+struct GroupRange
+{
+    TcamGroupId first;
+    TcamGroupId last;
+};
+
+// clang-format off
+/// The groups whose data is skipped when their action set is empty.
+constexpr auto groupsWithNullAset = std::to_array< GroupRange >( {
+    { 1, 1 },     { 9, 10 },    { 12, 14 },   { 38, 39 },   { 41, 44 },   { 47, 47 },   { 50, 50 },
+    { 59, 63 },   { 71, 83 },   { 86, 86 },   { 91, 96 },   { 106, 106 }, { 147, 147 }, { 150, 151 },
+    { 153, 156 }, { 158, 159 }, { 166, 166 }, { 173, 173 }, { 187, 193 }, { 202, 203 }, { 205, 205 },
+    { 208, 208 }, { 250, 250 },
+} );
+
+// clang-format on
+
+constexpr U32 groupCount( std::span< const GroupRange > ranges )
+{
+    U32 count = 0;
+    for ( const GroupRange& range : ranges ) {
+        count += range.last - range.first + 1;
+    }
+    return count;
+}
+
+static_assert( groupCount( groupsWithNullAset ) == 63 );
+
+} // namespace
+
+bcm_field_group_mode_t getBcmTcamKeySize( TcamKeySize::TcamKeySizeValue keySize,
+                                          StageType stage,
+                                          bool narrowWideTcamWidthSupport )
+{
+    Agent::trace( _defaultTraceHandle(),
+                  4,
+                  "getBcmTcamKeySize",
+                  " keySize ",
+                  keySize,
+                  " stage ",
+                  stage,
+                  " narrowWideTcamWidthSupport ",
+                  narrowWideTcamWidthSupport );
+    const bcm_field_group_mode_t mode =
+        groupModeOfKeySize( keySize, stage, narrowWideTcamWidthSupport );
+    Agent::trace( _defaultTraceHandle(), 4, "getBcmTcamKeySize", " returns: ", mode );
+    return mode;
+}
+
+U32 generateSdk6GroupIdFormat( LogicalGroupId groupId, U8 subId )
+{
+    const U32 group = groupId & 0xFF;
+    const U32 instance = groupId >> 24 & 1;
+    return group | ( subId & 7U ) << 24 | instance << 27;
+}
+
+_shr_pbmp getPbmp( Agent::Ptr< const Agent::Bitmap > ports )
+{
+    _shr_pbmp pbmp;
+    Shim::sdk_->BCM_PBMP_CLEAR( &pbmp );
+    if ( !ports || ports->empty() ) {
+        return pbmp;
+    }
+    const U32 lastPort = ports->size() - 1;
+    for ( auto port = ports->firstSetBit( 0, lastPort ); port;
+          port = ports->firstSetBit( *port + 1, lastPort ) ) {
+        Shim::sdk_->BCM_PBMP_PORT_ADD( &pbmp, static_cast< int >( *port ) );
+    }
+    return pbmp;
+}
+
+std::string pbmpToStr( const _shr_pbmp& pbmp )
+{
+    // The SDK alone knows how long the text is, so the buffer is sized at run time. It stands on
+    // the stack: the only allocation is the result's.
+    const std::size_t length = Shim::sdk_->SHR_PBMP_FMT_LEN( &pbmp );
+    const std::size_t roundedUp = ( length + 15 ) / 16 * 16;
+    char* text = static_cast< char* >( __builtin_alloca( roundedUp ) );
+    Shim::sdk_->SHR_PBMP_FMT( &pbmp, text );
+    return text;
+}
+
+bool skipGroupDataWithNullAset( TcamGroupId groupId )
+{
+    return std::ranges::any_of( groupsWithNullAset, [ groupId ]( const GroupRange& range ) {
+        return range.first <= groupId && groupId <= range.last;
+    } );
+}
+
+U32 getBcmActionParamCosMapNew( U32 trafficClass, const PeloraCentral::ChipInfo& chipInfo )
+{
+    const U32 classifierId = chipInfo.cosQueueMap().classifierId(
+        PeloraCentral::ClassifierKind::fieldAction, static_cast< U8 >( trafficClass ) );
+    const auto activeChipProfile = chipInfo.activeChipProfile();
+    AGENT_ASSERT( activeChipProfile );
+    const auto& attributes = activeChipProfile->tcamFeatureAttributes();
+    return ( classifierId & 0xFFFF ) | ( attributes ? attributes->cosMapBits : 0 );
+}
+
+// ---- Preselectors ----------------------------------------------------------------------------
+
+namespace {
+
+using PreselectorSteps::asGiven;
+using PreselectorSteps::translated;
+
+using PreselectorRow = PreselectorSteps::Row< QualifierType >;
+
+constexpr auto preselectorRows = std::to_array< PreselectorRow >( {
+#define PRESELECTOR_CALL( name, ... ) { QualifierType::name, PRESELECTOR_CALL_STEP( __VA_ARGS__ ) },
+#define PRESELECTOR_CLASS( name, ... )                                                             \
+    { QualifierType::name, PRESELECTOR_CLASS_STEP( __VA_ARGS__ ) },
+#include "PeloraTcam/PreselectorQualifiers.def"
+} );
+
+/// The access object's accessor of a qualifier.
+using QualifierAccessor = bcm_field_qualify_t ( Shim::SdkAccess::* )() const;
+
+using LegacyPreselectorRow = PreselectorSteps::Row< QualifierAccessor >;
+
+constexpr auto legacyPreselectorRows = std::to_array< LegacyPreselectorRow >( {
+#define PRESELECTOR_CALL( name, ... )                                                              \
+    { &Shim::SdkAccess::name, PRESELECTOR_CALL_STEP( __VA_ARGS__ ) },
+#define PRESELECTOR_CLASS( name, ... )                                                             \
+    { &Shim::SdkAccess::name, PRESELECTOR_CLASS_STEP( __VA_ARGS__ ) },
+#define PRESELECTOR_REFUSED( name, ... )                                                           \
+    { &Shim::SdkAccess::name, PRESELECTOR_REFUSAL_STEP( __VA_ARGS__ ) },
+#include "PeloraTcam/LegacyPreselectorQualifiers.def"
+} );
+
+} // namespace
+
+void setPeloraTcamPreselectQualifier( U32 unit,
+                                      U32 entry,
+                                      U32 qualifier,
+                                      U32 data,
+                                      U32 mask,
+                                      bcm_field_src_class_t* classData,
+                                      bcm_field_src_class_t* classMask )
+{
+    const PreselectorSteps::Request request{ "setPeloraTcamPreselectQualifier",
+                                             { __FILE__, __LINE__, __PRETTY_FUNCTION__ },
+                                             _defaultTraceHandle(),
+                                             apiTraceHandle_,
+                                             unit,
+                                             entry,
+                                             data,
+                                             mask,
+                                             classData,
+                                             classMask };
+    const auto isAsked = [ qualifier ]( QualifierType name ) {
+        return static_cast< U32 >( name ) == qualifier;
+    };
+    PreselectorSteps::runFirstStep< QualifierType >( preselectorRows, isAsked, request );
+}
+
+void setPreselectQualifier( U32 unit,
+                            U32 entry,
+                            U32 qualifier,
+                            U32 data,
+                            U32 mask,
+                            bcm_field_src_class_t* classData,
+                            bcm_field_src_class_t* classMask )
+{
+    const PreselectorSteps::Request request{ "setPreselectQualifier",
+                                             { __FILE__, __LINE__, __PRETTY_FUNCTION__ },
+                                             _defaultTraceHandle(),
+                                             apiTraceHandle_,
+                                             unit,
+                                             entry,
+                                             data,
+                                             mask,
+                                             classData,
+                                             classMask };
+    // DIFFERS: the qualifier is the SDK's number, and the SDK is asked for its own, row by row.
+    const auto isAsked = [ qualifier ]( QualifierAccessor name ) {
+        return ( Shim::sdk_->*name )() == qualifier;
+    };
+    PreselectorSteps::runFirstStep< QualifierAccessor >( legacyPreselectorRows, isAsked, request );
 }
 
 } // namespace PeloraTcam

@@ -13,15 +13,21 @@
 ///     PeloraTcam::initializeBcmIpTypeMap();
 ///     const bcm_field_IpType_t type = PeloraTcam::getBcmIpType( FieldIpType::ipv4Any );
 
+#include "agent/base/Bitmap.h"
 #include "agent/base/Export.h"
+#include "agent/base/Ptr.h"
 #include "agent/tcam/ActionType.h"
+#include "agent/tcam/ChipInfo.h"
 #include "agent/tcam/EnumerationSet.h"
 #include "agent/tcam/FieldEnumerations.h"
 #include "agent/tcam/QualifierType.h"
+#include "agent/tcam/StageType.h"
+#include "agent/tcam/TcamGroup.h"
 #include "agent/tcam/TcamTypes.h"
 #include "sdk/SdkTypes.h"
 
 #include <map>
+#include <string>
 
 namespace PeloraTcam {
 
@@ -90,5 +96,64 @@ PELORA_TCAM_EXPORT void initializeBcmActionMap();
 
 /// Whether what the action does depends on the packet's colour.
 [[nodiscard]] PELORA_TCAM_EXPORT bool isActionColored( ActionType actionType );
+
+// ---- Group modes, key sizes and small glue ---------------------------------------------------
+
+/// The SDK's mode of a group whose keys have that size on that stage.
+///
+/// `narrowWideTcamWidthSupport`: whether the chip can hold 160-bit keys of the ingress stage in
+/// its narrow slices. 480-bit keys belong to the ingress stage, 640-bit keys to the lookup stage;
+/// another stage, or another size, is a failed assertion. Needs no map.
+[[nodiscard]] PELORA_TCAM_EXPORT bcm_field_group_mode_t getBcmTcamKeySize(
+    TcamKeySize::TcamKeySizeValue keySize, StageType stage, bool narrowWideTcamWidthSupport );
+
+/// The SDK's id of a group: bits 0 to 7 are those of `groupId`, bits 24 to 26 the low three of
+/// `subId`, bit 27 is bit 24 of `groupId`; all others are zero.
+[[nodiscard]] PELORA_TCAM_EXPORT U32 generateSdk6GroupIdFormat( LogicalGroupId groupId, U8 subId );
+
+/// The SDK's bitmap of the ports whose bits are set; the empty one if there are none or `ports`
+/// is null.
+[[nodiscard]] PELORA_TCAM_EXPORT _shr_pbmp getPbmp( Agent::Ptr< const Agent::Bitmap > ports );
+
+/// The SDK's text of a port bitmap.
+[[nodiscard]] PELORA_TCAM_EXPORT std::string pbmpToStr( const _shr_pbmp& pbmp );
+
+/// Whether the data of that group is left out when its action set is empty.
+[[nodiscard]] PELORA_TCAM_EXPORT bool skipGroupDataWithNullAset( TcamGroupId groupId );
+
+/// The parameter of the CoS-map action: the chip's classifier id for the low byte of
+/// `trafficClass`, cut to 16 bits, and the bits that the active profile adds. A chip without an
+/// active profile is a failed assertion.
+[[nodiscard]] PELORA_TCAM_EXPORT U32
+getBcmActionParamCosMapNew( U32 trafficClass, const PeloraCentral::ChipInfo& chipInfo );
+
+// ---- Preselectors ----------------------------------------------------------------------------
+
+/// Adds one qualifier to the preselector `entry`.
+///
+/// `qualifier` is a `QualifierType` as a number. Most qualifiers are told to the SDK at once,
+/// translated where the agent has values of its own, and cut to the width of the SDK's qualifier.
+/// The four class qualifiers are added to the class records instead, which the caller initialises
+/// before the first qualifier and applies after the last; the two 16-bit ones are cut silently.
+/// A qualifier that no preselector can have, data that cannot be translated, and a failure of the
+/// SDK end the process. `setPreselectQualifier` is the older form.
+PELORA_TCAM_EXPORT void setPeloraTcamPreselectQualifier( U32 unit,
+                                                         U32 entry,
+                                                         U32 qualifier,
+                                                         U32 data,
+                                                         U32 mask,
+                                                         bcm_field_src_class_t* classData,
+                                                         bcm_field_src_class_t* classMask );
+
+/// The older form, for callers that still use it: `qualifier` is the SDK's number, only the packet
+/// type is translated, class qualifiers replace what the records hold (the port class is added),
+/// and class data of more than 16 bits is a failed assertion where the field has 16.
+PELORA_TCAM_EXPORT void setPreselectQualifier( U32 unit,
+                                               U32 entry,
+                                               U32 qualifier,
+                                               U32 data,
+                                               U32 mask,
+                                               bcm_field_src_class_t* classData,
+                                               bcm_field_src_class_t* classMask );
 
 } // namespace PeloraTcam
