@@ -105,6 +105,15 @@ TEST( SdkNumberingTest, NameOf_ValueOfAnEnumerator_IsItsName )
     EXPECT_EQ( numbering.nameOf( numbering.bcmRangeTypeL4DstPort ), "bcmRangeTypeL4DstPort" );
 }
 
+TEST( SdkNumberingTest, Has_ValueOfThatTypeOrOfAnother_TellsThemApart )
+{
+    const SdkNumbering numbering = SdkNumbering::shuffled( 3 );
+    EXPECT_TRUE( numbering.has( numbering.bcmRangeTypeL4SrcPort ) );
+    EXPECT_FALSE( numbering.has( bcm_range_type_t{} ) );
+    EXPECT_FALSE( numbering.has(
+        static_cast< bcm_range_type_t >( uint32_t{ numbering.bcmFieldQualifyDrop } ) ) );
+}
+
 TEST( SdkNumberingTest, NameOf_OtherTypeOrValue_IsUnknown )
 {
     const SdkNumbering numbering = SdkNumbering::defaults();

@@ -181,6 +181,14 @@ TEST_P( SimRangeTest, Destroy_Twice_IsNotFoundTheSecondTime )
     EXPECT_EQ( ranges.used(), 0U );
 }
 
+TEST_P( SimRangeTest, Has_LiveAndUnknownId_TellsThemApart )
+{
+    const bcm_range_t id = made( 1, 1 );
+    EXPECT_TRUE( ranges.has( id ) );
+    EXPECT_FALSE( ranges.has( id + 1 ) );
+    EXPECT_FALSE( ranges.has( 0 ) );
+}
+
 TEST_P( SimRangeTest, Get_LiveId_FillsTheRest )
 {
     made( 7, 9 );

@@ -32,6 +32,18 @@ TEST( SimSetsTest, AddToSet_MemberTwice_IsThereOnce )
     EXPECT_EQ( words[ 0 ], 1U );
 }
 
+TEST( SimSetsTest, MembersOf_EmptyAndFilledSet_AreTheMembersInRisingOrder )
+{
+    SetWords words{};
+    EXPECT_TRUE( membersOf( words ).empty() );
+    addToSet( words, 900000 );
+    addToSet( words, 7 );
+    addToSet( words, 7 );
+    ASSERT_EQ( membersOf( words ).size(), 2U );
+    EXPECT_EQ( membersOf( words )[ 0 ], 7U );
+    EXPECT_EQ( membersOf( words )[ 1 ], 900000U );
+}
+
 TEST( SimSetsTest, IsInSet_MembersAndOthers_TellsThemApart )
 {
     SetWords words{};
