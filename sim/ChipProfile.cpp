@@ -57,6 +57,15 @@ ChipProfile::Field readField( const YamlNode& node )
     return field;
 }
 
+ChipProfile::Policers readPolicers( const YamlNode& node )
+{
+    ChipProfile::Policers policers;
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "capacity", policers.capacity, 0U, 65536U );
+    } );
+    return policers;
+}
+
 ChipProfile readProfile( const YamlNode& node )
 {
     ChipProfile profile;
@@ -69,6 +78,9 @@ ChipProfile readProfile( const YamlNode& node )
         } );
         members.required( "field",
                           [ & ]( const YamlNode& value ) { profile.field = readField( value ); } );
+        members.required( "policers", [ & ]( const YamlNode& value ) {
+            profile.policers = readPolicers( value );
+        } );
     } );
     return profile;
 }

@@ -14,6 +14,8 @@
 ///       entries-per-group: 1024  # 0 to 65536
 ///       preselectors: 64         # 0 to 1024
 ///       compression-entries: 128 # of each compression group, 0 to 65536
+///     policers:
+///       capacity: 256            # 0 to 65536
 ///
 /// The profiles in `sim/profiles` are built in. A profile that cannot be read is an `InputError`
 /// with file, line and column.
@@ -50,11 +52,17 @@ struct ChipProfile
         uint32_t compressionEntries = 0; ///< of each compression group
     };
 
+    struct Policers
+    {
+        uint32_t capacity = 0;
+    };
+
     std::string name;
     std::string description;
     ChipKind chip = ChipKind::sdk6UdfModule;
     RangeCheckers rangeCheckers;
     Field field;
+    Policers policers;
 };
 
 /// Reads a profile from a text; `file` is its name for error messages.

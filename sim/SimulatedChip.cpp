@@ -8,13 +8,19 @@ SimulatedChip::SimulatedChip( ChipProfile profile, const SdkNumbering& numbering
     : profile_( std::move( profile ) )
     , ranges_( numbering, profile_.rangeCheckers.capacity )
     , field_( numbering, profile_.field )
-{}
+    , policers_( numbering, profile_.policers.capacity )
+{
+    policers_.useChecks().add( [ this ]( bcm_policer_t policerId ) {
+        return field_.entries().isPolicerAttached( policerId );
+    } );
+}
 
 ChipSnapshot SimulatedChip::snapshot() const
 {
     ChipSnapshot snapshot;
     ranges_.addTo( snapshot );
     field_.addTo( snapshot );
+    policers_.addTo( snapshot );
     return snapshot;
 }
 
@@ -28,18 +34,20 @@ std::vector< Resource > SimulatedChip::occupancy() const
         { "compressionEntries",
           field_.entries().compressionUsed(),
           field_.entries().compressionCapacity() },
+        { "policers", policers_.used(), policers_.capacity() },
     };
 }
 
 SimulatedChip::State SimulatedChip::state() const
 {
-    return { ranges_.state(), field_.state() };
+    return { ranges_.state(), field_.state(), policers_.state() };
 }
 
 void SimulatedChip::stateIs( const State& state )
 {
     ranges_.stateIs( state.ranges );
     field_.stateIs( state.field );
+    policers_.stateIs( state.policers );
 }
 
 } // namespace Sim

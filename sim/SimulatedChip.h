@@ -10,6 +10,7 @@
 #include "sim/ChipSnapshot.h"
 #include "sim/SdkNumbering.h"
 #include "sim/SimField.h"
+#include "sim/SimPolicer.h"
 #include "sim/SimRange.h"
 
 #include <cstdint>
@@ -36,6 +37,7 @@ class SimulatedChip
     {
         SimRange::State ranges;
         SimField::State field;
+        SimPolicer::State policers;
     };
 
     /// The numbering must outlive the chip.
@@ -53,6 +55,10 @@ class SimulatedChip
 
     [[nodiscard]] const SimField& field() const { return field_; }
 
+    [[nodiscard]] SimPolicer& policers() { return policers_; }
+
+    [[nodiscard]] const SimPolicer& policers() const { return policers_; }
+
     /// What the chip holds now.
     [[nodiscard]] ChipSnapshot snapshot() const;
 
@@ -68,6 +74,7 @@ class SimulatedChip
     const ChipProfile profile_;
     SimRange ranges_;
     SimField field_;
+    SimPolicer policers_;
 };
 
 } // namespace Sim

@@ -61,4 +61,25 @@ int SimulatedSdk::bcm_range_get( int unit, bcm_range_config_t* config )
     return onChip( unit, [ & ]( SimulatedChip& found ) { return found.ranges().get( config ); } );
 }
 
+int SimulatedSdk::bcm_policer_create( int unit,
+                                      bcm_policer_config_t* config,
+                                      bcm_policer_t* policerId )
+{
+    return onChip( unit, [ & ]( SimulatedChip& found ) {
+        return found.policers().create( config, policerId );
+    } );
+}
+
+int SimulatedSdk::bcm_policer_destroy( int unit, bcm_policer_t policerId )
+{
+    return onChip(
+        unit, [ & ]( SimulatedChip& found ) { return found.policers().destroy( policerId ); } );
+}
+
+int SimulatedSdk::bcm_policer_get( int unit, bcm_policer_t policerId, bcm_policer_config_t* config )
+{
+    return onChip(
+        unit, [ & ]( SimulatedChip& found ) { return found.policers().get( policerId, config ); } );
+}
+
 } // namespace Sim

@@ -46,6 +46,12 @@ class SimulatedSdk : public UnavailableSdk
     int bcm_range_destroy( int unit, bcm_range_t rangeId ) override;
     int bcm_range_get( int unit, bcm_range_config_t* config ) override;
 
+    // Policers.
+    int
+    bcm_policer_create( int unit, bcm_policer_config_t* config, bcm_policer_t* policerId ) override;
+    int bcm_policer_destroy( int unit, bcm_policer_t policerId ) override;
+    int bcm_policer_get( int unit, bcm_policer_t policerId, bcm_policer_config_t* config ) override;
+
     // Field groups, entries and preselectors.
     int bcm_field_group_config_create( int unit, bcm_field_group_config_t* config ) override;
     int bcm_field_group_config_get( int unit,

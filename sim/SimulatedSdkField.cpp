@@ -76,7 +76,9 @@ int SimulatedSdk::bcm_field_entry_policer_attach( int unit,
                                                   bcm_policer_t policerId )
 {
     return onChip( unit, [ & ]( SimulatedChip& found ) {
-        return found.field().entries().attachPolicer( entry, level, policerId );
+        return found.policers().has( policerId )
+                   ? found.field().entries().attachPolicer( entry, level, policerId )
+                   : ReturnCode::BCM_E_NOT_FOUND;
     } );
 }
 

@@ -25,7 +25,9 @@ const std::string goodProfile = "name: mine\n"
                                 "  groups: 6\n"
                                 "  entries-per-group: 700\n"
                                 "  preselectors: 8\n"
-                                "  compression-entries: 90\n";
+                                "  compression-entries: 90\n"
+                                "policers:\n"
+                                "  capacity: 11\n";
 
 /// The good profile with one text replaced.
 std::string with( const std::string& old, const std::string& replacement )
@@ -57,6 +59,7 @@ TEST( ChipProfileTest, Read_GoodProfile_GivesItsValues )
     EXPECT_EQ( profile.field.entriesPerGroup, 700U );
     EXPECT_EQ( profile.field.preselectors, 8U );
     EXPECT_EQ( profile.field.compressionEntries, 90U );
+    EXPECT_EQ( profile.policers.capacity, 11U );
 }
 
 TEST( ChipProfileTest, Read_EachKindOfChip_IsUnderstood )
@@ -122,6 +125,15 @@ TEST( ChipProfileTest, Read_FieldWithoutAKey_IsRefused )
                "p.yaml:7:3: missing key 'compression-entries'" );
 }
 
+TEST( ChipProfileTest, Read_PolicerCapacity_HasItsLimits )
+{
+    EXPECT_EQ( readChipProfile( "", with( "11", "65536" ) ).policers.capacity, 65536U );
+    EXPECT_EQ( readError( with( "11", "65537" ) ),
+               "p.yaml:12:13: expected a whole number from 0 to 65536, found '65537'" );
+    EXPECT_EQ( readError( with( "\n  capacity: 11", " {}" ) ),
+               "p.yaml:11:11: missing key 'capacity'" );
+}
+
 TEST( ChipProfileTest, Read_WrongType_IsRefused )
 {
     EXPECT_EQ( readError( with( "5", "many" ) ),
@@ -141,16 +153,16 @@ TEST( ChipProfileTest, Read_UnknownKey_IsRefusedWithHint )
     EXPECT_EQ( readError( with( "capacity", "capacty" ) ),
                "p.yaml:5:3: unknown key 'capacty', did you mean 'capacity'?" );
     EXPECT_EQ( readError( goodProfile + "colour: red\n" ),
-               "p.yaml:11:1: unknown key 'colour', expected 'name', 'description', 'chip', "
-               "'range-checkers' or 'field'" );
+               "p.yaml:13:1: unknown key 'colour', expected 'name', 'description', 'chip', "
+               "'range-checkers', 'field' or 'policers'" );
 }
 
 TEST( ChipProfileTest, Read_DuplicateKey_IsRefused )
 {
     EXPECT_EQ( readError( goodProfile + "chip: hsdk\n" ),
-               "p.yaml:11:1: duplicate key 'chip', first given in line 3" );
-    EXPECT_EQ( readError( goodProfile + "  groups: 6\n" ),
-               "p.yaml:11:3: duplicate key 'groups', first given in line 7" );
+               "p.yaml:13:1: duplicate key 'chip', first given in line 3" );
+    EXPECT_EQ( readError( goodProfile + "  capacity: 6\n" ),
+               "p.yaml:13:3: duplicate key 'capacity', first given in line 12" );
 }
 
 TEST( ChipProfileTest, Read_MissingKey_IsRefused )
@@ -211,6 +223,11 @@ TEST( ChipProfileTest, BuiltIn_Capacities_AreTheProfiles )
     EXPECT_EQ( builtInProfile( "hsdk" ).field.preselectors, 0U );
     EXPECT_EQ( builtInProfile( "sdk6-tiny" ).field.compressionEntries, 2U );
     EXPECT_EQ( builtInProfile( "sdk6-large" ).field.entriesPerGroup, 16384U );
+    EXPECT_EQ( builtInProfile( "sdk6-udf" ).policers.capacity, 256U );
+    EXPECT_EQ( builtInProfile( "sdk6-flex" ).policers.capacity, 512U );
+    EXPECT_EQ( builtInProfile( "hsdk" ).policers.capacity, 1024U );
+    EXPECT_EQ( builtInProfile( "sdk6-tiny" ).policers.capacity, 2U );
+    EXPECT_EQ( builtInProfile( "sdk6-large" ).policers.capacity, 16384U );
     EXPECT_EQ( builtInProfile( "sdk6-udf" ).chip, ChipKind::sdk6UdfModule );
     EXPECT_EQ( builtInProfile( "sdk6-flex" ).chip, ChipKind::sdk6FlexParser );
     EXPECT_EQ( builtInProfile( "hsdk" ).chip, ChipKind::hsdk );
