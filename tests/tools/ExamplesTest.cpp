@@ -1,0 +1,57 @@
+// Every example runs, and ends as it says.
+
+#include "tests/tools/ToolRunner.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+using ToolTest::ToolFolder;
+using ToolTest::ToolResult;
+
+std::vector< std::string > examples()
+{
+    std::vector< std::string > files;
+    for ( const auto& entry :
+          std::filesystem::directory_iterator( PELORA_SOURCE_DIR "/examples" ) ) {
+        if ( entry.path().extension() == ".yaml" ) {
+            files.push_back( entry.path().string() );
+        }
+    }
+    return files;
+}
+
+bool needsTestData( const std::string& file )
+{
+    std::ifstream stream( file );
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str().find( "PELORA_TEST_DATA" ) != std::string::npos;
+}
+
+class Example : public testing::TestWithParam< std::string >
+{};
+
+TEST_P( Example, Run_AsItStands_EndsWithZero )
+{
+    ToolFolder folder;
+    if ( needsTestData( GetParam() ) ) {
+        if ( ToolTest::testDataFolder().empty() ) {
+            GTEST_SKIP() << "no test data: set PELORA_TEST_DATA to the folder that holds them";
+        }
+        folder.environmentIs( "PELORA_TEST_DATA", ToolTest::testDataFolder() );
+    }
+    const ToolResult result = folder.run( { "run", GetParam() } );
+    EXPECT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+}
+
+INSTANTIATE_TEST_SUITE_P( Folder, Example, testing::ValuesIn( examples() ), []( const auto& test ) {
+    std::string name = std::filesystem::path( test.param ).stem().string();
+    std::replace( name.begin(), name.end(), '-', '_' );
+    return name;
+} );
+
+} // namespace

@@ -1,0 +1,324 @@
+#include "tools/CommandLine.h"
+
+#include "sim/InputError.h"
+#include "tools/DecodeTrace.h"
+#include "tools/ExitCodes.h"
+#include "tools/Maps.h"
+#include "tools/Profiles.h"
+#include "tools/RingDump.h"
+#include "tools/ScenarioRun.h"
+#include "tools/TextFile.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <fmt/format.h>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace Tool {
+
+namespace {
+
+constexpr const char* toolHelp =
+    "Runs the TCAM helper library libPeloraTcamSdk6Helpers against a simulated chip.\n";
+
+constexpr const char* toolFooter = R"(Examples:
+  pelora-tcam run examples/range-checkers.yaml
+  pelora-tcam run --json --chip sdk6-tiny examples/range-checkers.yaml
+  pelora-tcam profiles
+  pelora-tcam maps qualifierMap
+  pelora-tcam decode-trace run.ring
+
+Exit codes:
+  0  everything went as expected
+  1  a step of a scenario did not have the outcome that was expected
+  2  bad input: a file, with file:line:column, or the command line
+  3  the library ended the process although no step expected that
+  4  the tool itself failed: no process, no memory, no room for the output
+
+'pelora-tcam COMMAND --help' tells about a command.)";
+
+constexpr const char* runHelp =
+    R"(Runs a scenario against the library and the simulated chip.
+
+Reads and checks the scenario with all that it names, builds the chip, runs the steps
+against the shared library as an agent does, and prints what became of each step and
+what the chip holds in the end. The steps run in a child process, so that an end of the
+process, by a failed assertion or a fatal SDK call, is reported like anything else.
+)";
+
+constexpr const char* runFooter = R"(A scenario:
+  chip: sdk6-tiny
+  steps:
+    - allocate-range-checker: { name: web, type: l4DstPort, low: 8000, high: 8999 }
+    - allocate-range-checker: { name: dns, type: l4SrcPort, low: 50, high: 59 }
+    - allocate-range-checker: { name: one-too-many, type: l4DstPort, low: 1, high: 9 }
+      expect: full
+    - audit: all
+    - release-range-checker: { name: web }
+
+Examples:
+  pelora-tcam run scenario.yaml
+  pelora-tcam run --trace ApiPelora=4 --trace PeloraTcamRangeChecker=0,8-9 scenario.yaml
+  pelora-tcam run --json --numbering shuffled:7 scenario.yaml
+  pelora-tcam run --ring-dump run.ring scenario.yaml
+
+Exit codes:
+  0  every step had the outcome that was expected ('ok' unless the step says otherwise)
+  1  a step did not
+  2  bad input: nothing has been run
+  3  the library ended the process although the step did not expect that
+
+docs/scenarios.md has all steps, faults and outcomes.)";
+
+constexpr const char* profilesHelp =
+    R"(Lists the chip profiles, or prints one.
+
+Without a name, lists the profiles that are built in. With a name or a file, checks the
+profile and prints it: the start of a profile of one's own.
+)";
+
+constexpr const char* profilesFooter = R"(Examples:
+  pelora-tcam profiles
+  pelora-tcam profiles sdk6-udf > my-chip.yaml
+  pelora-tcam profiles --json my-chip.yaml
+
+Exit codes:
+  0  printed
+  2  bad input: no such profile, or something is wrong in it)";
+
+constexpr const char* mapsHelp =
+    R"(Lists the library's translation maps, or prints one.
+
+A map translates the agent's enumerators to the SDK's, most of them also back. Without a
+name, lists the maps with the numbers of their pairs. With the name of a map, prints each
+agent value, the SDK's enumerator with its value, and what that translates back to.
+)";
+
+constexpr const char* mapsFooter = R"(Examples:
+  pelora-tcam maps
+  pelora-tcam maps qualifierMap
+  pelora-tcam maps --numbering shuffled:7 --json ipTypeMap
+
+Exit codes:
+  0  printed
+  2  bad input: no such map)";
+
+constexpr const char* decodeTraceHelp =
+    R"(Prints the ring-buffer traces in a dump or a core file.
+
+The file is one that 'run --ring-dump' has written, or any other that holds such a trace.
+One line a record, the oldest first: seconds, file:line, function and text.
+)";
+
+constexpr const char* decodeTraceFooter = R"(Examples:
+  pelora-tcam decode-trace run.ring
+  pelora-tcam decode-trace --json core
+
+Exit codes:
+  0  printed
+  2  bad input: the file cannot be read, holds no trace, or the trace is damaged (what can
+     be read of it is printed))";
+
+/// The command line of `run`.
+struct RunCommand
+{
+    std::string scenario;
+    std::string chip;
+    std::vector< std::string > traces;
+    std::string numbering = "default";
+    std::string ringDump;
+    bool json = false;
+};
+
+Sim::SdkNumbering numberingFromOption( const std::string& text )
+{
+    try {
+        return Sim::SdkNumbering::fromText( text );
+    } catch ( const std::invalid_argument& refusal ) {
+        throw CommandLineError( std::string( "--numbering: " ) + refusal.what() );
+    }
+}
+
+int run( const RunCommand& command )
+{
+    RunOptions options;
+    options.numbering = command.numbering;
+    options.progress = isTerminal( STDERR_FILENO );
+    for ( const std::string& trace : command.traces ) {
+        options.traces.push_back( traceSettingFromOption( trace ) );
+    }
+    ScenarioReading reading{ command.scenario, {}, numberingFromOption( command.numbering ) };
+    if ( !command.chip.empty() ) {
+        reading.chip = command.chip;
+    }
+    const Scenario scenario = readScenario( reading );
+    if ( !command.ringDump.empty() ) {
+        options.ringDump = openRingDump( command.ringDump );
+    }
+    const auto report =
+        command.json ? makeJsonReport() : makeTextReport( Painter( mayColour( STDOUT_FILENO ) ) );
+    return runScenario( scenario, options, *report ).exitCode();
+}
+
+/// The sub-command that was given, to be done once the whole command line has been read.
+using Command = std::function< int() >;
+
+/// The helps; in the list of sub-commands each has the first line of its description.
+class FirstLines : public CLI::Formatter
+{
+  public:
+    std::string make_subcommand( const CLI::App* command ) const override
+    {
+        const std::string description = command->get_description();
+        return fmt::format( "  {:<{}}{}\n",
+                            command->get_name(),
+                            get_column_width() - 2,
+                            description.substr( 0, description.find( '\n' ) ) );
+    }
+};
+
+CLI::App* addCommand( CLI::App& app, const char* name, const char* help, const char* footer )
+{
+    CLI::App* command = app.add_subcommand( name, help );
+    command->footer( footer );
+    return command;
+}
+
+void addRun( CLI::App& app, Command& command )
+{
+    const auto given = std::make_shared< RunCommand >();
+    CLI::App* app_ = addCommand( app, "run", runHelp, runFooter );
+    app_->footer( fmt::format( "{}\n\nFacilities that can be traced:\n  {}",
+                               runFooter,
+                               fmt::join( knownTraceFacilities(), "\n  " ) ) );
+    app_->add_option( "SCENARIO", given->scenario, "The scenario, a YAML file" )
+        ->type_name( "FILE" )
+        ->required();
+    app_->add_option(
+            "--chip", given->chip, "The chip profile, a name or a file, instead of the scenario's" )
+        ->type_name( "PROFILE" );
+    app_->add_option( "--trace",
+                      given->traces,
+                      "Trace these levels, such as 4, 0,8-9 or all, of a facility to standard\n"
+                      "error; may be given several times" )
+        ->type_name( "FACILITY=LEVELS" )
+        ->allow_extra_args( false );
+    app_->add_option( "--numbering",
+                      given->numbering,
+                      "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
+        ->type_name( "NUMBERING" );
+    app_->add_option( "--ring-dump",
+                      given->ringDump,
+                      "Write the ring-buffer trace to the file, also if the process ends badly" )
+        ->type_name( "FILE" );
+    app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
+    app_->callback( [ given, &command ] { command = [ given ] { return run( *given ); }; } );
+}
+
+void addProfiles( CLI::App& app, Command& command )
+{
+    const auto given = std::make_shared< ProfilesOptions >();
+    CLI::App* app_ = addCommand( app, "profiles", profilesHelp, profilesFooter );
+    app_->add_option( "NAME", given->name, "The profile to print: a name or a file" );
+    app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
+    app_->callback(
+        [ given, &command ] { command = [ given ] { return showProfiles( *given ); }; } );
+}
+
+void addMaps( CLI::App& app, Command& command )
+{
+    const auto given = std::make_shared< MapsOptions >();
+    CLI::App* app_ = addCommand( app, "maps", mapsHelp, mapsFooter );
+    app_->add_option( "NAME", given->name, "The map to print" );
+    app_->add_option( "--numbering",
+                      given->numbering,
+                      "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
+        ->type_name( "NUMBERING" );
+    app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
+    app_->callback( [ given, &command ] {
+        command = [ given ] { return showMaps( *given, numberingFromOption( given->numbering ) ); };
+    } );
+}
+
+void addDecodeTrace( CLI::App& app, Command& command )
+{
+    const auto given = std::make_shared< DecodeTraceOptions >();
+    CLI::App* app_ = addCommand( app, "decode-trace", decodeTraceHelp, decodeTraceFooter );
+    app_->add_option( "FILE", given->file, "The dump or core file" )->required();
+    app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
+    app_->callback(
+        [ given, &command ] { command = [ given ] { return decodeTrace( *given ); }; } );
+}
+
+/// Reads the command line into a command.
+Command readCommandLine( CLI::App& app, int argumentCount, const char* const* arguments )
+{
+    Command command;
+    app.footer( toolFooter );
+    app.formatter( std::make_shared< FirstLines >() );
+    app.set_version_flag( "--version", "pelora-tcam " PELORA_VERSION );
+    app.require_subcommand( 0, 1 );
+    addRun( app, command );
+    addProfiles( app, command );
+    addMaps( app, command );
+    addDecodeTrace( app, command );
+    app.parse( argumentCount, arguments );
+    return command;
+}
+
+/// What the command could not write must not pass for success.
+int flushed( int exitCode )
+{
+    if ( std::fflush( stdout ) != 0 || std::ferror( stdout ) != 0 ) {
+        throw std::runtime_error( "standard output could not be written" );
+    }
+    return exitCode;
+}
+
+/// Runs the command and tells what went wrong.
+int runCommand( const Command& command )
+{
+    try {
+        return flushed( command() );
+    } catch ( const Sim::InputError& error ) {
+        fmt::print( stderr, "{}\n", error.what() );
+        return exitBadInput;
+    } catch ( const UnreadableFile& error ) {
+        fmt::print( stderr, "pelora-tcam: {}\n", error.what() );
+        return exitBadInput;
+    } catch ( const CommandLineError& error ) {
+        fmt::print( stderr, "pelora-tcam: {}\n", error.what() );
+        return exitBadInput;
+    } catch ( const std::exception& error ) {
+        fmt::print( stderr, "pelora-tcam: {}\n", error.what() );
+        return exitToolFailed;
+    }
+}
+
+} // namespace
+
+int runCommandLine( int argumentCount, const char* const* arguments )
+{
+    CLI::App app( toolHelp, "pelora-tcam" );
+    Command command;
+    try {
+        command = readCommandLine( app, argumentCount, arguments );
+        if ( !command ) {
+            throw CLI::RequiredError( "A command" );
+        }
+    } catch ( const CLI::Success& success ) {
+        // A help or the version was asked for.
+        return app.exit( success );
+    } catch ( const CLI::ParseError& error ) {
+        fmt::print( stderr,
+                    "pelora-tcam: {}\nRun 'pelora-tcam --help' for how it is used.\n",
+                    error.what() );
+        return exitBadInput;
+    }
+    return runCommand( command );
+}
+
+} // namespace Tool

@@ -1,0 +1,65 @@
+#pragma once
+
+/// The objects of one kind that a scenario has made, by the names it gave them.
+
+#include "sim/NameHints.h"
+#include "tools/Step.h"
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tool {
+
+template< class Object >
+class NamedObjects
+{
+  public:
+    /// `kind` is what messages call such an object: "range checker".
+    explicit NamedObjects( std::string kind )
+        : kind_( std::move( kind ) )
+    {}
+
+    /// Throws a `StepError` if there is one of that name.
+    void requireFree( const std::string& name ) const
+    {
+        if ( objects_.contains( name ) ) {
+            throw StepError( "there is a " + kind_ + " '" + name + "' already" );
+        }
+    }
+
+    void add( const std::string& name, Object object )
+    {
+        requireFree( name );
+        objects_.emplace( name, std::move( object ) );
+    }
+
+    /// Throws a `StepError` if there is none of that name.
+    [[nodiscard]] const Object& at( const std::string& name ) const
+    {
+        const auto found = objects_.find( name );
+        if ( found == objects_.end() ) {
+            throw StepError( "there is no " + kind_ + " '" + name + "'" +
+                             Sim::nameHint( name, names() ) );
+        }
+        return found->second;
+    }
+
+    void remove( const std::string& name ) { objects_.erase( name ); }
+
+  private:
+    [[nodiscard]] std::vector< std::string > names() const
+    {
+        std::vector< std::string > all;
+        for ( const auto& [ name, object ] : objects_ ) {
+            all.push_back( name );
+        }
+        return all;
+    }
+
+    std::string kind_;
+    std::map< std::string, Object > objects_;
+};
+
+} // namespace Tool

@@ -1,0 +1,30 @@
+#pragma once
+
+/// The image of the agent's ring-buffer trace, in a file, also when the process ends badly.
+///
+/// One dump a process. `decode-trace` reads the file.
+///
+///     const int file = Tool::openRingDump( "run.ring" );
+///     Tool::ringDumpOnSignal( file );   // SIGABRT and the signals of a crash write it
+///     ...
+///     Tool::writeRingDump( file );
+
+#include <string>
+
+namespace Tool {
+
+/// Opens or creates the file and empties it; gives its descriptor, which is the caller's. A
+/// `CommandLineError` if it cannot be written.
+[[nodiscard]] int openRingDump( const std::string& path );
+
+/// Replaces what is in the file by the ring's image as it is now. A failure is not reported: the
+/// decoder sees that the image is cut off.
+void writeRingDump( int file ) noexcept;
+
+/// From now on a signal that ends the process by a fault of the program writes the dump first.
+void ringDumpOnSignal( int file );
+
+/// Ends that: for a process whose end is none of the run's.
+void noRingDumpOnSignal();
+
+} // namespace Tool

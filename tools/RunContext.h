@@ -1,0 +1,75 @@
+#pragma once
+
+/// What the steps of a run work on: the chip, the SDK over it, and the agent's managers.
+///
+/// Made and used in the run's child process, with the agent's activity lock held. For as long as it
+/// lives `Shim::sdk_` points into it: to an observer of calls, over the fault-injecting SDK, over
+/// the simulated chip. There is one at a time.
+
+#include "agent/tcam/TcamTypes.h"
+#include "reference/RangeCheckerManager.h"
+#include "sim/FaultInjectingSdk.h"
+#include "sim/SimulatedSdk.h"
+#include "tools/CallObserver.h"
+#include "tools/Json.h"
+#include "tools/NamedObjects.h"
+#include "tools/Scenario.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace Tool {
+
+class RunContext
+{
+  public:
+    /// Is told how many of how many parts of a step are done.
+    using Progress = std::function< void( std::size_t done, std::size_t total ) >;
+
+    /// Builds the scenario's chip, with nothing on it, and creates the managers and their helpers.
+    RunContext( const Scenario& scenario, const Sim::SdkNumbering& numbering );
+    RunContext( const RunContext& ) = delete;
+    RunContext& operator=( const RunContext& ) = delete;
+    ~RunContext();
+
+    [[nodiscard]] Sim::FaultInjectingSdk& sdk() { return faultySdk_; }
+
+    [[nodiscard]] Reference::RangeCheckerManager& rangeCheckers() { return rangeCheckers_; }
+
+    [[nodiscard]] NamedObjects< PeloraTcam::RangeCheckerId >& rangeCheckerNames()
+    {
+        return rangeCheckerNames_;
+    }
+
+    /// Compares what the managers have recorded with the chip and gives the number of comparisons;
+    /// a mismatch ends the process.
+    std::size_t audit() const;
+
+    /// The last SDK call since the step's beginning, or since it was forgotten, that failed.
+    [[nodiscard]] const std::optional< FailedCall >& lastFailure() const
+    {
+        return observer_.lastFailure();
+    }
+
+    void forgetFailure() { observer_.forgetFailure(); }
+
+    /// What the chip holds: an object with a member for each resource, of `used` and `capacity`.
+    [[nodiscard]] Json occupancy() const;
+
+    /// Steps that take long say how far they are.
+    void progressed( std::size_t done, std::size_t total ) const;
+
+    void progressIs( Progress progress ) { progress_ = std::move( progress ); }
+
+  private:
+    int unit_;
+    Sim::SimulatedSdk simulatedSdk_;
+    Sim::FaultInjectingSdk faultySdk_;
+    CallObserver observer_;
+    Reference::RangeCheckerManager rangeCheckers_;
+    NamedObjects< PeloraTcam::RangeCheckerId > rangeCheckerNames_{ "range checker" };
+    Progress progress_;
+};
+
+} // namespace Tool

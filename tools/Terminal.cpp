@@ -1,0 +1,53 @@
+#include "tools/Terminal.h"
+
+#include <cstdlib>
+#include <unistd.h>
+
+namespace Tool {
+
+namespace {
+
+std::string_view environmentValue( const char* name )
+{
+    const char* value = std::getenv( name );
+    return value == nullptr ? "" : value;
+}
+
+std::string_view startOf( Colour colour )
+{
+    switch ( colour ) {
+    case Colour::good:
+        return "\033[32m";
+    case Colour::warning:
+        return "\033[33m";
+    case Colour::bad:
+        return "\033[1;31m";
+    case Colour::quiet:
+        return "\033[2m";
+    }
+    return "";
+}
+
+} // namespace
+
+bool isTerminal( int descriptor )
+{
+    return ::isatty( descriptor ) == 1;
+}
+
+bool mayColour( int descriptor )
+{
+    const std::string_view terminal = environmentValue( "TERM" );
+    return isTerminal( descriptor ) && environmentValue( "NO_COLOR" ).empty() &&
+           !terminal.empty() && terminal != "dumb";
+}
+
+std::string Painter::operator()( Colour colour, std::string_view text ) const
+{
+    if ( !coloured_ ) {
+        return std::string( text );
+    }
+    return std::string( startOf( colour ) ) + std::string( text ) + "\033[0m";
+}
+
+} // namespace Tool

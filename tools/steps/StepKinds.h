@@ -1,0 +1,43 @@
+#pragma once
+
+/// The table of step kinds.
+///
+/// To add a kind: a source file beside this header with a class derived from `Tool::Step` and a
+/// function that reads it; the function's declaration here; a row in `StepKinds.cpp`; a section in
+/// `docs/scenarios.md`.
+
+#include "sim/YamlDocument.h"
+#include "tools/ReadContext.h"
+#include "tools/Step.h"
+
+#include <memory>
+#include <span>
+#include <string_view>
+
+namespace Tool {
+
+/// Reads a step from the value of its key. Whatever is wrong fails at the node concerned.
+using StepReader = std::unique_ptr< const Step > ( * )( const Sim::YamlNode& node,
+                                                        const ReadContext& context );
+
+struct StepKind
+{
+    std::string_view name; ///< the key of the step in a scenario
+    StepReader read;
+};
+
+[[nodiscard]] std::span< const StepKind > stepKinds();
+
+std::unique_ptr< const Step > readAllocateRangeChecker( const Sim::YamlNode& node,
+                                                        const ReadContext& context );
+std::unique_ptr< const Step > readAudit( const Sim::YamlNode& node, const ReadContext& context );
+std::unique_ptr< const Step > readClearFaults( const Sim::YamlNode& node,
+                                               const ReadContext& context );
+std::unique_ptr< const Step > readImportRules( const Sim::YamlNode& node,
+                                               const ReadContext& context );
+std::unique_ptr< const Step > readInjectFault( const Sim::YamlNode& node,
+                                               const ReadContext& context );
+std::unique_ptr< const Step > readReleaseRangeChecker( const Sim::YamlNode& node,
+                                                       const ReadContext& context );
+
+} // namespace Tool
