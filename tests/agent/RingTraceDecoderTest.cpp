@@ -162,6 +162,7 @@ TEST( RingTraceDecoderTest, DecodeRings_HeaderThatDoesNotAddUp_IsDamaged )
         patched( image, offsetof( RingHeader, descriptionsSize ), descriptionRoom + 8 ),
         patched( image, offsetof( RingHeader, descriptionsUsed ), descriptionRoom + 8 ),
         patched( image, offsetof( RingHeader, recordsSize ), U32{ 0 } ),
+        patched( imageOf( 0 ), offsetof( RingHeader, recordsSize ), U32{ 0 } ),
         patched( image, offsetof( RingHeader, recordsSize ), recordRoom + 8 ),
         patched( image, offsetof( RingHeader, recordsSize ), U32{ 0xFFFFFFF8 } ),
         patched( image, offsetof( RingHeader, oldest ), U64{ 80 * numberRecord + 8 } ),
