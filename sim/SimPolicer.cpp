@@ -10,7 +10,7 @@ namespace {
 
 std::string flagsText( uint32_t flags )
 {
-    constexpr std::string_view digits = "0123456789ABCDEF";
+    constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
     for ( ; flags != 0 || text.empty(); flags /= 16 ) {
         text.insert( text.begin(), digits[ flags % 16 ] );
