@@ -52,6 +52,19 @@ class FreshValues
         seen_[ typeid( Type ) ].insert( static_cast< uint32_t >( value ) );
     }
 
+    /// A value from `least` to `greatest`, of which not all have been seen.
+    template< class Type >
+    Type nextBetween( uint32_t least, uint32_t greatest )
+    {
+        while ( true ) {
+            const uint32_t value =
+                least + static_cast< uint32_t >( random_() ) % ( greatest - least + 1 );
+            if ( seen_[ typeid( Type ) ].insert( value ).second ) {
+                return static_cast< Type >( value );
+            }
+        }
+    }
+
     template< class Type >
     Type next()
     {
@@ -91,6 +104,8 @@ SdkNumbering SdkNumbering::shuffled( uint32_t seed )
 #include "sdk/SdkEnumerators.def"
 #define SDK_ENUMERATOR( type, name, value ) numbering.name = values.next< type >();
 #define SDK_COUNT( type, name, value ) numbering.name = limitOf< type >();
+#define SDK_BOUNDED( type, name, value, least, greatest )                                          \
+    numbering.name = values.nextBetween< type >( least, greatest );
 #include "sdk/SdkEnumerators.def"
     return numbering;
 }

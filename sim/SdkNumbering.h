@@ -30,7 +30,8 @@ struct SdkNumbering
 
     /// A numbering in which everything has another value than by default: sparse, different from
     /// every default of the same type and from every other value of the same type, and the same
-    /// for the same seed on every machine. A count is above all values of what it counts.
+    /// for the same seed on every machine. A count is above all values of what it counts, and a
+    /// constant that has bounds is within them.
     [[nodiscard]] static SdkNumbering shuffled( uint32_t seed );
 
     /// The numbering that a text names: "default" or "shuffled:SEED", with a decimal seed of 32

@@ -76,6 +76,33 @@ TEST( SdkNumberingTest, Defaults_CountsAreAboveWhatTheyCount )
     expectCountsAboveValues( SdkNumbering::defaults() );
 }
 
+/// Expects that each constant that has bounds is within them.
+void expectWithinBounds( const SdkNumbering& numbering )
+{
+#define SDK_BOUNDED( type, name, value, least, greatest )                                          \
+    EXPECT_GE( numbering.name, static_cast< type >( least ) ) << #name;                            \
+    EXPECT_LE( numbering.name, static_cast< type >( greatest ) ) << #name;
+#include "sdk/SdkEnumerators.def"
+}
+
+TEST( SdkNumberingTest, Defaults_BoundedConstants_AreWithinTheirBounds )
+{
+    expectWithinBounds( SdkNumbering::defaults() );
+}
+
+TEST( SdkNumberingTest, Shuffled_OverSeeds_BoundedConstantsReachBothBoundsAndNoMore )
+{
+    std::set< uint32_t > lengths;
+    for ( uint32_t seed = 0; seed < 1000; ++seed ) {
+        const SdkNumbering numbering = SdkNumbering::shuffled( seed );
+        expectWithinBounds( numbering );
+        lengths.insert( numbering.BCM_UDF_MAX_HASH_MASK_LENGTH );
+    }
+    EXPECT_EQ( *lengths.begin(), 4U );
+    EXPECT_EQ( *lengths.rbegin(), 64U );
+    EXPECT_FALSE( lengths.contains( 16 ) ) << "the default";
+}
+
 TEST_P( ShuffledNumberingTest, Shuffled_SameSeed_IsTheSame )
 {
     EXPECT_EQ( valuesOf( SdkNumbering::shuffled( GetParam() ) ),
