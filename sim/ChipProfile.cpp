@@ -66,6 +66,19 @@ ChipProfile::Policers readPolicers( const YamlNode& node )
     return policers;
 }
 
+ChipProfile::UdfModule readUdfModule( const YamlNode& node )
+{
+    ChipProfile::UdfModule module;
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "udfs", module.udfs, 0U, 65536U );
+        members.required( "chunks", module.chunks, 0U, 16U );
+        members.required( "packet-formats", module.pktFormats, 0U, 65536U );
+        members.required( "udfs-per-packet-format", module.udfsPerPktFormat, 0U, 65536U );
+        members.required( "hash-configurations", module.hashConfigurations, 0U, 65536U );
+    } );
+    return module;
+}
+
 ChipProfile readProfile( const YamlNode& node )
 {
     ChipProfile profile;
@@ -80,6 +93,9 @@ ChipProfile readProfile( const YamlNode& node )
                           [ & ]( const YamlNode& value ) { profile.field = readField( value ); } );
         members.required( "policers", [ & ]( const YamlNode& value ) {
             profile.policers = readPolicers( value );
+        } );
+        members.required( "udf-module", [ & ]( const YamlNode& value ) {
+            profile.udfModule = readUdfModule( value );
         } );
     } );
     return profile;

@@ -16,6 +16,12 @@
 ///       compression-entries: 128 # of each compression group, 0 to 65536
 ///     policers:
 ///       capacity: 256            # 0 to 65536
+///     udf-module:                # on a chip of another kind it is not used
+///       udfs: 16                 # 0 to 65536
+///       chunks: 16               # of two bytes, 0 to 16
+///       packet-formats: 16       # 0 to 65536
+///       udfs-per-packet-format: 8 # 0 to 65536
+///       hash-configurations: 2   # 0 to 65536
 ///
 /// The profiles in `sim/profiles` are built in. A profile that cannot be read is an `InputError`
 /// with file, line and column.
@@ -57,12 +63,22 @@ struct ChipProfile
         uint32_t capacity = 0;
     };
 
+    struct UdfModule
+    {
+        uint32_t udfs = 0;
+        uint32_t chunks = 0; ///< of two bytes, for all of them
+        uint32_t pktFormats = 0;
+        uint32_t udfsPerPktFormat = 0;
+        uint32_t hashConfigurations = 0;
+    };
+
     std::string name;
     std::string description;
     ChipKind chip = ChipKind::sdk6UdfModule;
     RangeCheckers rangeCheckers;
     Field field;
     Policers policers;
+    UdfModule udfModule;
 };
 
 /// Reads a profile from a text; `file` is its name for error messages.

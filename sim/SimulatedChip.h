@@ -12,6 +12,7 @@
 #include "sim/SimField.h"
 #include "sim/SimPolicer.h"
 #include "sim/SimRange.h"
+#include "sim/SimUdfModule.h"
 
 #include <cstdint>
 #include <string>
@@ -38,6 +39,7 @@ class SimulatedChip
         SimRange::State ranges;
         SimField::State field;
         SimPolicer::State policers;
+        SimUdfModule::State udfModule;
     };
 
     /// The numbering must outlive the chip.
@@ -59,6 +61,14 @@ class SimulatedChip
 
     [[nodiscard]] const SimPolicer& policers() const { return policers_; }
 
+    /// The UDF module; null on a chip of another kind.
+    [[nodiscard]] SimUdfModule* udfModule() { return hasUdfModule() ? &udfModule_ : nullptr; }
+
+    [[nodiscard]] const SimUdfModule* udfModule() const
+    {
+        return hasUdfModule() ? &udfModule_ : nullptr;
+    }
+
     /// What the chip holds now.
     [[nodiscard]] ChipSnapshot snapshot() const;
 
@@ -71,10 +81,15 @@ class SimulatedChip
     void stateIs( const State& state );
 
   private:
+    void addUdfModuleTo( std::vector< Resource >& all ) const;
+
+    [[nodiscard]] bool hasUdfModule() const { return profile_.chip == ChipKind::sdk6UdfModule; }
+
     const ChipProfile profile_;
     SimRange ranges_;
     SimField field_;
     SimPolicer policers_;
+    SimUdfModule udfModule_;
 };
 
 } // namespace Sim

@@ -112,6 +112,42 @@ class SimulatedSdk : public UnavailableSdk
                                    uint8_t* mask,
                                    int* actualLength ) override;
 
+    // The UDF module.
+    int bcm_udf_create( int unit,
+                        bcm_udf_alloc_hints_t* hints,
+                        bcm_udf_t* udf,
+                        bcm_udf_id_t* udfId ) override;
+    int bcm_udf_destroy( int unit, bcm_udf_id_t udfId ) override;
+    int bcm_udf_get( int unit, bcm_udf_id_t udfId, bcm_udf_t* udf ) override;
+    int bcm_udf_get_all( int unit, int max, bcm_udf_id_t* udfIds, int* actual ) override;
+    int bcm_udf_pkt_format_create( int unit,
+                                   uint32_t options,
+                                   bcm_udf_pkt_format_info_t* format,
+                                   bcm_udf_pkt_format_id_t* formatId ) override;
+    int bcm_udf_pkt_format_destroy( int unit, bcm_udf_pkt_format_id_t formatId ) override;
+    int bcm_udf_pkt_format_info_get( int unit,
+                                     bcm_udf_pkt_format_id_t formatId,
+                                     bcm_udf_pkt_format_info_t* format ) override;
+    int bcm_udf_pkt_format_add( int unit,
+                                bcm_udf_id_t udfId,
+                                bcm_udf_pkt_format_id_t formatId ) override;
+    int bcm_udf_pkt_format_delete( int unit,
+                                   bcm_udf_id_t udfId,
+                                   bcm_udf_pkt_format_id_t formatId ) override;
+    int bcm_udf_pkt_format_get_all( int unit,
+                                    bcm_udf_id_t udfId,
+                                    int max,
+                                    bcm_udf_pkt_format_id_t* formatIds,
+                                    int* actual ) override;
+    int
+    bcm_udf_hash_config_add( int unit, uint32_t options, bcm_udf_hash_config_t* config ) override;
+    int bcm_udf_hash_config_delete( int unit, bcm_udf_hash_config_t* config ) override;
+    int bcm_udf_hash_config_get( int unit, bcm_udf_hash_config_t* config ) override;
+    int bcm_udf_hash_config_get_all( int unit,
+                                     int max,
+                                     bcm_udf_hash_config_t* configs,
+                                     int* actual ) override;
+
   protected:
     [[nodiscard]] int unavailable( int unit ) const override;
 
@@ -123,6 +159,16 @@ class SimulatedSdk : public UnavailableSdk
         const auto guarded = guard();
         SimulatedChip* found = chip( unit );
         return found == nullptr ? ReturnCode::BCM_E_UNIT : operation( *found );
+    }
+
+    /// Hands a call on to the UDF module of the unit's chip, guarded.
+    template< class Operation >
+    int onUdfModule( int unit, const Operation& operation ) const
+    {
+        return onChip( unit, [ & ]( SimulatedChip& found ) {
+            SimUdfModule* module = found.udfModule();
+            return module == nullptr ? ReturnCode::BCM_E_UNAVAIL : operation( *module );
+        } );
     }
 
     mutable std::recursive_mutex mutex_; // callWithoutEffect() makes a guarded call, guarded.

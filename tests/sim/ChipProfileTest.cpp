@@ -27,7 +27,13 @@ const std::string goodProfile = "name: mine\n"
                                 "  preselectors: 8\n"
                                 "  compression-entries: 90\n"
                                 "policers:\n"
-                                "  capacity: 11\n";
+                                "  capacity: 11\n"
+                                "udf-module:\n"
+                                "  udfs: 12\n"
+                                "  chunks: 13\n"
+                                "  packet-formats: 14\n"
+                                "  udfs-per-packet-format: 15\n"
+                                "  hash-configurations: 16\n";
 
 /// The good profile with one text replaced.
 std::string with( const std::string& old, const std::string& replacement )
@@ -60,6 +66,11 @@ TEST( ChipProfileTest, Read_GoodProfile_GivesItsValues )
     EXPECT_EQ( profile.field.preselectors, 8U );
     EXPECT_EQ( profile.field.compressionEntries, 90U );
     EXPECT_EQ( profile.policers.capacity, 11U );
+    EXPECT_EQ( profile.udfModule.udfs, 12U );
+    EXPECT_EQ( profile.udfModule.chunks, 13U );
+    EXPECT_EQ( profile.udfModule.pktFormats, 14U );
+    EXPECT_EQ( profile.udfModule.udfsPerPktFormat, 15U );
+    EXPECT_EQ( profile.udfModule.hashConfigurations, 16U );
 }
 
 TEST( ChipProfileTest, Read_EachKindOfChip_IsUnderstood )
@@ -134,6 +145,41 @@ TEST( ChipProfileTest, Read_PolicerCapacity_HasItsLimits )
                "p.yaml:11:11: missing key 'capacity'" );
 }
 
+TEST( ChipProfileTest, Read_UdfModuleAtItsLimits_IsAccepted )
+{
+    EXPECT_EQ( readChipProfile( "", with( "12", "65536" ) ).udfModule.udfs, 65536U );
+    EXPECT_EQ( readChipProfile( "", with( "13", "16" ) ).udfModule.chunks, 16U );
+    EXPECT_EQ( readChipProfile( "", with( "14", "65536" ) ).udfModule.pktFormats, 65536U );
+    EXPECT_EQ( readChipProfile( "", with( "15", "65536" ) ).udfModule.udfsPerPktFormat, 65536U );
+    EXPECT_EQ( readChipProfile( "", with( "16", "65536" ) ).udfModule.hashConfigurations, 65536U );
+}
+
+TEST( ChipProfileTest, Read_UdfModuleBeyondItsLimits_IsRefused )
+{
+    EXPECT_EQ( readError( with( "12", "65537" ) ),
+               "p.yaml:14:9: expected a whole number from 0 to 65536, found '65537'" );
+    EXPECT_EQ( readError( with( "13", "17" ) ),
+               "p.yaml:15:11: expected a whole number from 0 to 16, found '17'" );
+    EXPECT_EQ( readError( with( "14", "65537" ) ),
+               "p.yaml:16:19: expected a whole number from 0 to 65536, found '65537'" );
+    EXPECT_EQ( readError( with( "15", "65537" ) ),
+               "p.yaml:17:27: expected a whole number from 0 to 65536, found '65537'" );
+    EXPECT_EQ( readError( with( "16", "65537" ) ),
+               "p.yaml:18:24: expected a whole number from 0 to 65536, found '65537'" );
+}
+
+TEST( ChipProfileTest, Read_UdfModuleWithoutAKey_IsRefused )
+{
+    for ( const std::string row : { "udfs: 12",
+                                    "chunks: 13",
+                                    "packet-formats: 14",
+                                    "udfs-per-packet-format: 15",
+                                    "hash-configurations: 16" } ) {
+        EXPECT_EQ( readError( with( "  " + row + "\n", "" ) ),
+                   "p.yaml:14:3: missing key '" + row.substr( 0, row.find( ':' ) ) + "'" );
+    }
+}
+
 TEST( ChipProfileTest, Read_WrongType_IsRefused )
 {
     EXPECT_EQ( readError( with( "5", "many" ) ),
@@ -153,16 +199,16 @@ TEST( ChipProfileTest, Read_UnknownKey_IsRefusedWithHint )
     EXPECT_EQ( readError( with( "capacity", "capacty" ) ),
                "p.yaml:5:3: unknown key 'capacty', did you mean 'capacity'?" );
     EXPECT_EQ( readError( goodProfile + "colour: red\n" ),
-               "p.yaml:13:1: unknown key 'colour', expected 'name', 'description', 'chip', "
-               "'range-checkers', 'field' or 'policers'" );
+               "p.yaml:19:1: unknown key 'colour', expected 'name', 'description', 'chip', "
+               "'range-checkers', 'field', 'policers' or 'udf-module'" );
 }
 
 TEST( ChipProfileTest, Read_DuplicateKey_IsRefused )
 {
     EXPECT_EQ( readError( goodProfile + "chip: hsdk\n" ),
-               "p.yaml:13:1: duplicate key 'chip', first given in line 3" );
-    EXPECT_EQ( readError( goodProfile + "  capacity: 6\n" ),
-               "p.yaml:13:3: duplicate key 'capacity', first given in line 12" );
+               "p.yaml:19:1: duplicate key 'chip', first given in line 3" );
+    EXPECT_EQ( readError( goodProfile + "  chunks: 6\n" ),
+               "p.yaml:19:3: duplicate key 'chunks', first given in line 15" );
 }
 
 TEST( ChipProfileTest, Read_MissingKey_IsRefused )
@@ -228,6 +274,11 @@ TEST( ChipProfileTest, BuiltIn_Capacities_AreTheProfiles )
     EXPECT_EQ( builtInProfile( "hsdk" ).policers.capacity, 1024U );
     EXPECT_EQ( builtInProfile( "sdk6-tiny" ).policers.capacity, 2U );
     EXPECT_EQ( builtInProfile( "sdk6-large" ).policers.capacity, 16384U );
+    EXPECT_EQ( builtInProfile( "sdk6-udf" ).udfModule.chunks, 16U );
+    EXPECT_EQ( builtInProfile( "sdk6-flex" ).udfModule.udfs, 0U );
+    EXPECT_EQ( builtInProfile( "hsdk" ).udfModule.pktFormats, 0U );
+    EXPECT_EQ( builtInProfile( "sdk6-tiny" ).udfModule.hashConfigurations, 1U );
+    EXPECT_EQ( builtInProfile( "sdk6-large" ).udfModule.udfsPerPktFormat, 16U );
     EXPECT_EQ( builtInProfile( "sdk6-udf" ).chip, ChipKind::sdk6UdfModule );
     EXPECT_EQ( builtInProfile( "sdk6-flex" ).chip, ChipKind::sdk6FlexParser );
     EXPECT_EQ( builtInProfile( "hsdk" ).chip, ChipKind::hsdk );
