@@ -172,12 +172,30 @@ int SimFieldEntries::qualifyUdf( bcm_field_entry_t entry,
     if ( found == nullptr ) {
         return ReturnCode::BCM_E_NOT_FOUND;
     }
-    if ( !groupHas( *found, numbering_.bcmFieldQualifyUdf ) ) {
+    if ( !groupHasUdfs( *found ) ) {
         return ReturnCode::BCM_E_PARAM;
     }
     found->criteria.udfIs( udfId, match );
     noteChange( *found );
     return ReturnCode::BCM_E_NONE;
+}
+
+bool SimFieldEntries::groupHasUdfs( const FieldEntry& entry ) const
+{
+    const bcm_field_qualify_t udfQualifiers[] = {
+        numbering_.bcmFieldQualifyUdf,
+        numbering_.bcmFieldQualifyUdfChunk0,
+        numbering_.bcmFieldQualifyUdfChunk1,
+        numbering_.bcmFieldQualifyUdfChunk2,
+        numbering_.bcmFieldQualifyUdfChunk3,
+        numbering_.bcmFieldQualifyUdfChunk4,
+        numbering_.bcmFieldQualifyUdfChunk5,
+        numbering_.bcmFieldQualifyUdfChunk6,
+        numbering_.bcmFieldQualifyUdfChunk7,
+    };
+    return std::ranges::any_of( udfQualifiers, [ & ]( bcm_field_qualify_t qualifier ) {
+        return groupHas( entry, qualifier );
+    } );
 }
 
 bool SimFieldEntries::groupHas( const FieldEntry& entry, bcm_field_qualify_t qualifier ) const

@@ -99,8 +99,8 @@ class SimFieldEntries
                               const bcm_field_src_class_t* data,
                               const bcm_field_src_class_t* mask );
 
-    /// Sets a user-defined field. Answers BCM_E_PARAM if the group does not have user-defined
-    /// fields.
+    /// Sets a user-defined field. Answers BCM_E_PARAM if the group has neither the qualifier of
+    /// user-defined fields nor one of their chunks.
     int qualifyUdf( bcm_field_entry_t entry, bcm_udf_id_t udfId, const MaskedBytes& match );
 
     /// Adds an action. Answers BCM_E_PARAM if it is none or if the group's actions are given and
@@ -162,6 +162,7 @@ class SimFieldEntries
     [[nodiscard]] FieldEntry* findToChange( bcm_field_entry_t entry );
     [[nodiscard]] uint32_t capacityOf( bcm_field_group_t group ) const;
     [[nodiscard]] bool groupHas( const FieldEntry& entry, bcm_field_qualify_t qualifier ) const;
+    [[nodiscard]] bool groupHasUdfs( const FieldEntry& entry ) const;
     [[nodiscard]] bool groupTakes( const FieldEntry& entry, bcm_field_action_t action ) const;
     [[nodiscard]] ChipSnapshot::Fields fieldsOf( const FieldEntry& entry ) const;
     void discountPolicer( bcm_policer_t policerId );

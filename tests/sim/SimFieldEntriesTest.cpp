@@ -257,6 +257,18 @@ TEST_P( SimFieldEntriesTest, QualifyUdf_GroupWithoutUdfs_IsBadParameter )
     } );
 }
 
+TEST_P( SimFieldEntriesTest, QualifyUdf_GroupWithAChunk_IsTaken )
+{
+    for ( const bcm_field_qualify_t chunk :
+          { numbering.bcmFieldQualifyUdfChunk0, numbering.bcmFieldQualifyUdfChunk7 } ) {
+        const bcm_field_group_t chunks = madeGroup( config( { chunk } ) );
+        const bcm_field_entry_t other = madeEntry( chunks );
+        EXPECT_EQ( entries.qualifyUdf( other, 1, { { 1 }, { 1 } } ), ReturnCode::BCM_E_NONE );
+        EXPECT_EQ( entries.destroy( other ), ReturnCode::BCM_E_NONE );
+        EXPECT_EQ( field.groups().destroy( chunks ), ReturnCode::BCM_E_NONE );
+    }
+}
+
 // ---- Actions and policers --------------------------------------------------------------------
 
 TEST_P( SimFieldEntriesTest, AddAction_NotAmongTheGroups_IsBadParameter )
