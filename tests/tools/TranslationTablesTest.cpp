@@ -1,0 +1,70 @@
+#include "tools/TranslationTables.h"
+
+#include "sim/SimulatedSdk.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace Tool {
+
+namespace {
+
+class TranslationTablesTest : public testing::Test
+{
+  protected:
+    TranslationTablesTest()
+    {
+        Shim::sdk_ = &sdk;
+        tables = readTranslationTables();
+    }
+
+    ~TranslationTablesTest() override { Shim::sdk_ = nullptr; }
+
+    [[nodiscard]] const TranslationTable& table( const std::string& name ) const
+    {
+        return *std::ranges::find( tables, name, &TranslationTable::name );
+    }
+
+    Sim::SimulatedSdk sdk{ Sim::SdkNumbering::shuffled( 5 ) };
+    std::vector< TranslationTable > tables;
+};
+
+TEST_F( TranslationTablesTest, Rows_OfEveryMap_HaveNamesAndTheSdksValues )
+{
+    EXPECT_EQ( tables.size(), 33U );
+    for ( const TranslationTable& each : tables ) {
+        EXPECT_FALSE( each.rows.empty() ) << each.name;
+        for ( const TranslationRow& row : each.rows ) {
+            EXPECT_NE( row.agentName, "" ) << each.name << " " << row.number;
+            EXPECT_EQ( sdk.numbering().valueOf( row.sdkName ), row.sdkValue )
+                << each.name << " " << row.number;
+            EXPECT_EQ( row.backToAgent.has_value(), each.hasReverse ) << each.name;
+        }
+    }
+}
+
+TEST_F( TranslationTablesTest, Rows_AnyMap_StandByRisingNumber )
+{
+    for ( const TranslationTable& each : tables ) {
+        EXPECT_TRUE( std::ranges::is_sorted( each.rows, {}, &TranslationRow::number ) )
+            << each.name;
+    }
+}
+
+TEST_F( TranslationTablesTest, ManyToOne_OfActions_IsTheOneGroup )
+{
+    for ( const TranslationRow& row : table( "actionMap" ).rows ) {
+        EXPECT_EQ( row.manyToOne, row.number == 70 || row.number == 71 ) << row.number;
+    }
+}
+
+TEST_F( TranslationTablesTest, WithoutValue_OfPktFwdTypes_IsTheFirst )
+{
+    const auto& missing = table( "pktFwdTypeMap" ).withoutValue;
+    ASSERT_EQ( missing.size(), 1U );
+    EXPECT_EQ( missing[ 0 ].number, 0U );
+}
+
+} // namespace
+
+} // namespace Tool
