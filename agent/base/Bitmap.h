@@ -22,6 +22,9 @@ namespace Agent {
 class AGENT_EXPORT Bitmap : public SharedValue< Bitmap >
 {
   public:
+    using Ptr = Agent::Ptr< Bitmap >;
+    using PtrConst = Agent::Ptr< const Bitmap >;
+
     /// `size` bits, all clear.
     explicit Bitmap( U32 size );
 
@@ -48,5 +51,11 @@ class AGENT_EXPORT Bitmap : public SharedValue< Bitmap >
     U32 size_;
     std::vector< U64 > words_;
 };
+
+/// Whether both bitmaps have the same size and the same bits set. Neither is null.
+inline bool areBitmapEqual( const Bitmap::PtrConst& left, const Bitmap::PtrConst& right )
+{
+    return *left == *right;
+}
 
 } // namespace Agent

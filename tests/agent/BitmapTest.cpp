@@ -85,6 +85,18 @@ TEST( BitmapTest, Comparison_OfBitsAndSize_TellsThemApart )
     EXPECT_FALSE( Bitmap( 16 ) == Bitmap( 17 ) );
 }
 
+TEST( BitmapTest, AreBitmapEqual_BehindPtrs_ComparesTheBits )
+{
+    const Bitmap::Ptr left( new Bitmap( 16 ) );
+    const Bitmap::Ptr right( new Bitmap( 16 ) );
+    EXPECT_TRUE( areBitmapEqual( left, right ) );
+    left->bitIs( 7, true );
+    EXPECT_FALSE( areBitmapEqual( left, right ) );
+    right->bitIs( 7, true );
+    EXPECT_TRUE( areBitmapEqual( left, right ) );
+    EXPECT_FALSE( areBitmapEqual( left, Bitmap::Ptr( new Bitmap( 17 ) ) ) );
+}
+
 TEST( BitmapTest, Bitmap_HeldByPtr_GoesWithTheLastOne )
 {
     const Ptr< Bitmap > bitmap( new Bitmap( 16 ) );
