@@ -86,8 +86,9 @@ PELORA_TCAM_EXPORT void initializeBcmActionMap();
 /// it is a failed assertion: none is left out.
 [[nodiscard]] PELORA_TCAM_EXPORT bcm_field_qset_t getBcmQualifierSet( const QualifierSet& set );
 
-/// The agent's qualifiers in a set of the SDK's, which is not null. What the agent has no name
-/// for is left out, and so is the stage, which the SDK adds itself. Never fails.
+/// The agent's qualifiers in a set of the SDK's, which is not null. What no qualifier of
+/// the agent translates to is left out, and so is the stage, which is no field of the key. Never
+/// fails.
 [[nodiscard]] PELORA_TCAM_EXPORT QualifierSet getBcmQualifierSet( bcm_field_qset_t* qset );
 
 /// The SDK's set of the agent's actions. `noAction` is left out; another one without an entry is
@@ -132,7 +133,8 @@ getBcmActionParamCosMapNew( U32 trafficClass, const PeloraCentral::ChipInfo& chi
 /// Adds one qualifier to the preselector `entry`.
 ///
 /// `qualifier` is a `QualifierType` as a number. Most qualifiers are told to the SDK at once,
-/// translated where the agent has values of its own, and cut to the width of the SDK's qualifier.
+/// translated where the row says so (drop reason and spanning-tree state are passed as they come),
+/// and cut to the width of the SDK's qualifier.
 /// The four class qualifiers are added to the class records instead, which the caller initialises
 /// before the first qualifier and applies after the last; the two 16-bit ones are cut silently.
 /// A qualifier that no preselector can have, data that cannot be translated, and a failure of the

@@ -25,6 +25,7 @@ inline constexpr U32 BCM_FIELD_QUALIFY_PRESEL = 0x40000000;
 struct Request
 {
     const char* operation;
+    /// Of the operation, for all its calls and assertions: their texts tell the rows apart.
     Agent::CallLocation location;
     const Agent::TraceHandle& traceHandle;
     const Agent::TraceHandle& apiTraceHandle;

@@ -2,8 +2,8 @@
 
 /// The actions of a TCAM group: what its entries can do with a packet.
 ///
-/// Made from `ActionTypes.def`. A number never changes its meaning, and not every one of them is
-/// known to every SDK: `PeloraTcam/Actions.def` says which are.
+/// Made from `ActionTypes.def`. A number never changes its meaning. Not every one of them is
+/// translated for the SDK: `PeloraTcam/Actions.def` says which are.
 ///
 ///     stream << ActionType::drop;             // drop
 ///     actionTypeFromName( "drop" );           // ActionType::drop

@@ -10,7 +10,7 @@
 ///     stream << FieldIpType::ipv4Any;                      // ipv4Any
 ///     enumeratorFromName< FieldIpType >( "ipv4Any" );      // FieldIpType::ipv4Any
 ///
-/// Not every enumerator is known to every SDK: `PeloraTcam/TranslationMaps.def` says which are.
+/// Not every enumerator is translated for the SDK: `PeloraTcam/TranslationMaps.def` says which are.
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"

@@ -2,8 +2,8 @@
 
 /// The qualifiers of a TCAM group: the packet fields that its key can hold.
 ///
-/// Made from `QualifierTypes.def`. A number never changes its meaning, and not every one of them is
-/// known to every SDK: `PeloraTcam/Qualifiers.def` says which are.
+/// Made from `QualifierTypes.def`. A number never changes its meaning. Not every one of them is
+/// translated for the SDK: `PeloraTcam/Qualifiers.def` says which are.
 ///
 ///     stream << QualifierType::drop;          // drop
 ///     qualifierTypeFromName( "drop" );        // QualifierType::drop

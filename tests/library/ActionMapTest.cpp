@@ -21,6 +21,13 @@ ActionType action( unsigned number )
     return static_cast< ActionType >( number );
 }
 
+// Stands first: it is the first to run.
+TEST( ActionMapLoadTest, Maps_AtLoad_AreEmpty )
+{
+    EXPECT_TRUE( actionMap.empty() );
+    EXPECT_TRUE( actionReverseMap.empty() );
+}
+
 class ActionMapTest : public ::testing::Test
 {
   protected:
@@ -83,7 +90,7 @@ TEST_F( ActionMapTest, Builder_Once_HoldsEveryPair )
     EXPECT_EQ( actionReverseMap.size(), 112U );
 }
 
-TEST_F( ActionMapTest, Builder_Once_LeavesOutExactlyTheTypesTheSdkHasNot )
+TEST_F( ActionMapTest, Builder_Once_LeavesOutExactlyTheUntranslatedTypes )
 {
     const std::set< unsigned > absent = {
         0, 7, 17, 18, 19, 20, 34, 49, 57, 63, 72, 74, 78, 79, 87, 115, 118, 119, 120 };
@@ -167,7 +174,7 @@ TEST_F( ActionMapTest, GetBcmAction_OfAnAbsentType_NamesItAndDies )
     expectUnmapped( action( 255 ), "ActionType(255)" );
 }
 
-TEST_F( ActionMapTest, GetBcmAction_OfAnSdkActionTheAgentHasNot_NamesItAndDies )
+TEST_F( ActionMapTest, GetBcmAction_OfAnSdkActionWithoutEntry_NamesItAndDies )
 {
     initializeBcmActionMap();
     expectUnmapped( sdkAction( "bcmFieldActionTtlCancel" ) );

@@ -2,6 +2,7 @@
 
 #include "tests/library/FieldScene.h"
 #include "tests/library/QualifierPairs.h"
+#include "tests/support/AllocationCount.h"
 
 #include <iterator>
 #include <set>
@@ -16,6 +17,13 @@ constexpr std::string_view source = "PeloraTcam/PeloraTcamSdk6Helper.cpp";
 QualifierType qualifier( unsigned number )
 {
     return static_cast< QualifierType >( number );
+}
+
+// Stands first: it is the first to run.
+TEST( QualifierMapLoadTest, Maps_AtLoad_AreEmpty )
+{
+    EXPECT_TRUE( qualifierMap.empty() );
+    EXPECT_TRUE( qualifierReverseMap.empty() );
 }
 
 class QualifierMapTest : public ::testing::Test
@@ -80,7 +88,7 @@ TEST_F( QualifierMapTest, Builder_Once_HoldsEveryPair )
     EXPECT_EQ( qualifierReverseMap.size(), 179U );
 }
 
-TEST_F( QualifierMapTest, Builder_Once_LeavesOutExactlyTheTypesTheSdkHasNot )
+TEST_F( QualifierMapTest, Builder_Once_LeavesOutExactlyTheUntranslatedTypes )
 {
     const std::set< unsigned > absent = { 0,   13,  14,  16,  18,  19,  21,  50,  64,  76,
                                           128, 143, 144, 145, 146, 148, 149, 150, 151, 180 };
@@ -174,11 +182,22 @@ TEST_F( QualifierMapTest, GetBcmQualifier_OfAnAbsentType_Dies )
     }
 }
 
-TEST_F( QualifierMapTest, GetBcmQualifier_OfAnSdkQualifierTheAgentHasNot_Dies )
+TEST_F( QualifierMapTest, GetBcmQualifier_OfAnSdkQualifierWithoutEntry_Dies )
 {
     initializeBcmQualifierMap();
     expectUnmapped( sdkQualifier( "bcmFieldQualifyPacketLength" ) );
     expectUnmapped( sdkQualifier( "BCM_FIELD_QUALIFY_COUNT" ) );
+}
+
+TEST_F( QualifierMapTest, GetBcmQualifier_EitherWay_AllocatesNothing )
+{
+    initializeBcmQualifierMap();
+    const std::size_t before = TestSupport::allocationCount();
+    const bcm_field_qualify_t sdkValue = getBcmQualifier( QualifierType::udfChunk0 );
+    const QualifierType type = getBcmQualifier( sdkValue );
+    const std::size_t after = TestSupport::allocationCount();
+    EXPECT_EQ( after, before );
+    EXPECT_EQ( type, QualifierType::udfChunk0 );
 }
 
 TEST_F( QualifierMapTest, GetBcmQualifier_BeforeTheBuilder_Dies )

@@ -139,7 +139,7 @@ TEST_F( QualifierSetTest, ReadBack_OfALaterTypeOfAGroup_GivesTheSmallest )
                ( QualifierSet{ qualifier( 34 ), qualifier( 38 ) } ) );
 }
 
-TEST_F( QualifierSetTest, ReadBack_OfAnSdkQualifierTheAgentHasNot_LeavesItOut )
+TEST_F( QualifierSetTest, ReadBack_OfAnSdkQualifierWithoutEntry_LeavesItOut )
 {
     bcm_field_qset_t qset = getBcmQualifierSet( QualifierSet{ QualifierType::drop } );
     scene_.chip.BCM_FIELD_QSET_ADD( &qset, scene_.chip.bcmFieldQualifyPacketLength() );

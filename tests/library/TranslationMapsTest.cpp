@@ -174,7 +174,7 @@ TEST_P( TranslationMapsTest, Lookups_OfEveryPair_TranslateForwardAndBack )
     EXPECT_TRUE( scene_.sdk.asked.empty() );
 }
 
-TEST_P( TranslationMapsTest, Lookup_OfAnyOtherByte_Dies )
+TEST_P( TranslationMapsTest, Lookup_OfAbsentValues_Dies )
 {
     translation_.build();
     const auto expected = expectedForward();
