@@ -132,6 +132,10 @@ enum bcm_field_TunnelType_t : uint32_t
 {
 };
 
+enum bcm_flexctr_color_t : uint32_t
+{
+};
+
 enum bcm_policer_mode_t : uint32_t
 {
 };

@@ -105,6 +105,35 @@ struct bcm_policer_config_s
 
 using bcm_policer_config_t = bcm_policer_config_s;
 
+// ---- Flex counters ---------------------------------------------------------------------------
+
+/// A flex counter object: so many counters, each of which counts packets and bytes.
+struct bcm_flexctr_action_s
+{
+    uint32_t index_num = 0;
+};
+
+using bcm_flexctr_action_t = bcm_flexctr_action_s;
+
+/// The counter of an object that counts an entry's packets of one colour, or all of them.
+struct bcm_field_flexctr_config_s
+{
+    uint32_t flexctr_action_id = 0;
+    uint32_t counter_index = 0;
+    bcm_flexctr_color_t color{};
+};
+
+using bcm_field_flexctr_config_t = bcm_field_flexctr_config_s;
+
+/// What a counter of a flex counter object has counted.
+struct bcm_flexctr_counter_value_s
+{
+    uint64_t packets = 0;
+    uint64_t bytes = 0;
+};
+
+using bcm_flexctr_counter_value_t = bcm_flexctr_counter_value_s;
+
 // ---- Range checkers --------------------------------------------------------------------------
 
 /// A range of values of one packet field; `min` and `max` belong to the range.

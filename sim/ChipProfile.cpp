@@ -79,6 +79,27 @@ ChipProfile::UdfModule readUdfModule( const YamlNode& node )
     return module;
 }
 
+ChipProfile::Statistics readStatistics( const YamlNode& node )
+{
+    ChipProfile::Statistics statistics;
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "capacity", statistics.capacity, 0U, 65536U );
+        members.required( "counter-width", statistics.counterWidth, 1U, 64U );
+    } );
+    return statistics;
+}
+
+ChipProfile::FlexCounters readFlexCounters( const YamlNode& node )
+{
+    ChipProfile::FlexCounters flexCounters;
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "objects", flexCounters.objects, 0U, 1024U );
+        members.required( "counters", flexCounters.counters, 0U, 1048576U );
+        members.required( "counter-width", flexCounters.counterWidth, 1U, 64U );
+    } );
+    return flexCounters;
+}
+
 ChipProfile readProfile( const YamlNode& node )
 {
     ChipProfile profile;
@@ -96,6 +117,12 @@ ChipProfile readProfile( const YamlNode& node )
         } );
         members.required( "udf-module", [ & ]( const YamlNode& value ) {
             profile.udfModule = readUdfModule( value );
+        } );
+        members.required( "statistics", [ & ]( const YamlNode& value ) {
+            profile.statistics = readStatistics( value );
+        } );
+        members.required( "flex-counters", [ & ]( const YamlNode& value ) {
+            profile.flexCounters = readFlexCounters( value );
         } );
     } );
     return profile;

@@ -22,6 +22,13 @@
 ///       packet-formats: 16       # 0 to 65536
 ///       udfs-per-packet-format: 8 # 0 to 65536
 ///       hash-configurations: 2   # 0 to 65536
+///     statistics:                # not used on an HSDK chip
+///       capacity: 2048           # 0 to 65536
+///       counter-width: 36        # in bits, 1 to 64
+///     flex-counters:             # used on an HSDK chip only
+///       objects: 8               # 0 to 1024
+///       counters: 16384          # of all objects together, 0 to 1048576
+///       counter-width: 36        # in bits, 1 to 64
 ///
 /// The profiles in `sim/profiles` are built in. A profile that cannot be read is an `InputError`
 /// with file, line and column.
@@ -72,6 +79,19 @@ struct ChipProfile
         uint32_t hashConfigurations = 0;
     };
 
+    struct Statistics
+    {
+        uint32_t capacity = 0;
+        uint32_t counterWidth = 64; ///< in bits
+    };
+
+    struct FlexCounters
+    {
+        uint32_t objects = 0;
+        uint32_t counters = 0;      ///< of all objects together
+        uint32_t counterWidth = 64; ///< in bits
+    };
+
     std::string name;
     std::string description;
     ChipKind chip = ChipKind::sdk6UdfModule;
@@ -79,6 +99,8 @@ struct ChipProfile
     Field field;
     Policers policers;
     UdfModule udfModule;
+    Statistics statistics;
+    FlexCounters flexCounters;
 };
 
 /// Reads a profile from a text; `file` is its name for error messages.

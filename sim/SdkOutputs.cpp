@@ -12,6 +12,10 @@ namespace {
 constexpr std::pair< std::string_view, std::string_view > inputs[] = {
     { "bcm_field_qualify_udf", "data" },
     { "bcm_field_qualify_udf", "mask" },
+    { "bcm_flexctr_action_create", "action" },
+    { "bcm_field_entry_flexctr_attach", "config" },
+    { "bcm_field_entry_flexctr_detach", "config" },
+    { "bcm_flexctr_stat_set", "value" },
     { "bcm_policer_create", "config" },
     { "bcm_udf_pkt_format_create", "format" },
     { "bcm_udf_hash_config_add", "config" },

@@ -10,6 +10,8 @@ SimulatedChip::SimulatedChip( ChipProfile profile, const SdkNumbering& numbering
     , field_( numbering, profile_.field )
     , policers_( numbering, profile_.policers.capacity )
     , udfModule_( numbering, profile_.udfModule )
+    , statistics_( numbering, field_, profile_.statistics )
+    , flexCounters_( numbering, field_, profile_.flexCounters )
 {
     policers_.useChecks().add( [ this ]( bcm_policer_t policerId ) {
         return field_.entries().isPolicerAttached( policerId );
@@ -23,6 +25,8 @@ ChipSnapshot SimulatedChip::snapshot() const
     field_.addTo( snapshot );
     policers_.addTo( snapshot );
     udfModule_.addTo( snapshot );
+    statistics_.addTo( snapshot );
+    flexCounters_.addTo( snapshot );
     return snapshot;
 }
 
@@ -38,10 +42,23 @@ std::vector< Resource > SimulatedChip::occupancy() const
           field_.entries().compressionCapacity() },
         { "policers", policers_.used(), policers_.capacity() },
     };
+    addCountersTo( all );
     if ( hasUdfModule() ) {
         addUdfModuleTo( all );
     }
     return all;
+}
+
+void SimulatedChip::addCountersTo( std::vector< Resource >& all ) const
+{
+    if ( isHsdk() ) {
+        all.push_back(
+            { "flexCounterObjects", flexCounters_.objectsUsed(), flexCounters_.objectCapacity() } );
+        all.push_back(
+            { "flexCounters", flexCounters_.countersUsed(), flexCounters_.counterCapacity() } );
+    } else {
+        all.push_back( { "statistics", statistics_.used(), statistics_.capacity() } );
+    }
 }
 
 void SimulatedChip::addUdfModuleTo( std::vector< Resource >& all ) const
@@ -60,7 +77,12 @@ void SimulatedChip::addUdfModuleTo( std::vector< Resource >& all ) const
 
 SimulatedChip::State SimulatedChip::state() const
 {
-    return { ranges_.state(), field_.state(), policers_.state(), udfModule_.state() };
+    return { ranges_.state(),
+             field_.state(),
+             policers_.state(),
+             udfModule_.state(),
+             statistics_.state(),
+             flexCounters_.state() };
 }
 
 void SimulatedChip::stateIs( const State& state )
@@ -69,6 +91,13 @@ void SimulatedChip::stateIs( const State& state )
     field_.stateIs( state.field );
     policers_.stateIs( state.policers );
     udfModule_.stateIs( state.udfModule );
+    statistics_.stateIs( state.statistics );
+    flexCounters_.stateIs( state.flexCounters );
+}
+
+bool SimulatedChip::count( bcm_field_entry_t entry, const Traffic& traffic )
+{
+    return isHsdk() ? flexCounters_.count( entry, traffic ) : statistics_.count( entry, traffic );
 }
 
 } // namespace Sim

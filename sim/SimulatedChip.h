@@ -10,8 +10,10 @@
 #include "sim/ChipSnapshot.h"
 #include "sim/SdkNumbering.h"
 #include "sim/SimField.h"
+#include "sim/SimFlexctr.h"
 #include "sim/SimPolicer.h"
 #include "sim/SimRange.h"
+#include "sim/SimStat.h"
 #include "sim/SimUdfModule.h"
 
 #include <cstdint>
@@ -40,6 +42,8 @@ class SimulatedChip
         SimField::State field;
         SimPolicer::State policers;
         SimUdfModule::State udfModule;
+        SimStat::State statistics;
+        SimFlexctr::State flexCounters;
     };
 
     /// The numbering must outlive the chip.
@@ -69,6 +73,23 @@ class SimulatedChip
         return hasUdfModule() ? &udfModule_ : nullptr;
     }
 
+    /// The statistics; null on an HSDK chip.
+    [[nodiscard]] SimStat* statistics() { return isHsdk() ? nullptr : &statistics_; }
+
+    [[nodiscard]] const SimStat* statistics() const { return isHsdk() ? nullptr : &statistics_; }
+
+    /// The flex counters; null on an SDK-6 chip.
+    [[nodiscard]] SimFlexctr* flexCounters() { return isHsdk() ? &flexCounters_ : nullptr; }
+
+    [[nodiscard]] const SimFlexctr* flexCounters() const
+    {
+        return isHsdk() ? &flexCounters_ : nullptr;
+    }
+
+    /// Lets an entry see some traffic, and tells whether a counter counts it: the entry must be in
+    /// the hardware and have one for it.
+    bool count( bcm_field_entry_t entry, const Traffic& traffic );
+
     /// What the chip holds now.
     [[nodiscard]] ChipSnapshot snapshot() const;
 
@@ -81,7 +102,10 @@ class SimulatedChip
     void stateIs( const State& state );
 
   private:
+    void addCountersTo( std::vector< Resource >& all ) const;
     void addUdfModuleTo( std::vector< Resource >& all ) const;
+
+    [[nodiscard]] bool isHsdk() const { return profile_.chip == ChipKind::hsdk; }
 
     [[nodiscard]] bool hasUdfModule() const { return profile_.chip == ChipKind::sdk6UdfModule; }
 
@@ -90,6 +114,8 @@ class SimulatedChip
     SimField field_;
     SimPolicer policers_;
     SimUdfModule udfModule_;
+    SimStat statistics_;
+    SimFlexctr flexCounters_;
 };
 
 } // namespace Sim

@@ -52,6 +52,49 @@ class SimulatedSdk : public UnavailableSdk
     int bcm_policer_destroy( int unit, bcm_policer_t policerId ) override;
     int bcm_policer_get( int unit, bcm_policer_t policerId, bcm_policer_config_t* config ) override;
 
+    // Statistics.
+    int bcm_field_stat_create( int unit,
+                               bcm_field_group_t group,
+                               int statCount,
+                               bcm_field_stat_t* stats,
+                               int* statId ) override;
+    int bcm_field_stat_destroy( int unit, int statId ) override;
+    int bcm_field_stat_set( int unit, int statId, bcm_field_stat_t stat, uint64_t value ) override;
+    int bcm_field_stat_get( int unit, int statId, bcm_field_stat_t stat, uint64_t* value ) override;
+    int bcm_field_entry_stat_attach( int unit, bcm_field_entry_t entry, int statId ) override;
+    int bcm_field_entry_stat_detach( int unit, bcm_field_entry_t entry, int statId ) override;
+    int korvel_bcm_esw_field_stat_pool_index_get( int unit,
+                                                  int statId,
+                                                  bcm_field_stat_t stat,
+                                                  int* poolId,
+                                                  int* poolType,
+                                                  int* index0,
+                                                  int* index1,
+                                                  int* index2,
+                                                  int* pipe ) override;
+    bool korvel_bcm_field_stat_installed_in_hw( int unit, int statId ) override;
+
+    // Flex counters.
+    int bcm_flexctr_action_create( int unit,
+                                   int options,
+                                   bcm_flexctr_action_t* action,
+                                   uint32_t* counterId ) override;
+    int bcm_flexctr_action_destroy( int unit, uint32_t counterId ) override;
+    int bcm_field_entry_flexctr_attach( int unit,
+                                        bcm_field_entry_t entry,
+                                        bcm_field_flexctr_config_t* config ) override;
+    int bcm_field_entry_flexctr_detach( int unit,
+                                        bcm_field_entry_t entry,
+                                        bcm_field_flexctr_config_t* config ) override;
+    int bcm_flexctr_stat_get( int unit,
+                              uint32_t counterId,
+                              uint32_t index,
+                              bcm_flexctr_counter_value_t* value ) override;
+    int bcm_flexctr_stat_set( int unit,
+                              uint32_t counterId,
+                              uint32_t index,
+                              bcm_flexctr_counter_value_t* value ) override;
+
     // Field groups, entries and preselectors.
     int bcm_field_group_config_create( int unit, bcm_field_group_config_t* config ) override;
     int bcm_field_group_config_get( int unit,
@@ -168,6 +211,26 @@ class SimulatedSdk : public UnavailableSdk
         return onChip( unit, [ & ]( SimulatedChip& found ) {
             SimUdfModule* module = found.udfModule();
             return module == nullptr ? ReturnCode::BCM_E_UNAVAIL : operation( *module );
+        } );
+    }
+
+    /// Hands a call on to the statistics of the unit's chip, if it is one that has them.
+    template< class Operation >
+    int onStatistics( int unit, const Operation& operation ) const
+    {
+        return onChip( unit, [ & ]( SimulatedChip& found ) {
+            SimStat* statistics = found.statistics();
+            return statistics == nullptr ? ReturnCode::BCM_E_UNAVAIL : operation( *statistics );
+        } );
+    }
+
+    /// Hands a call on to the flex counters of the unit's chip, if it is one that has them.
+    template< class Operation >
+    int onFlexCounters( int unit, const Operation& operation ) const
+    {
+        return onChip( unit, [ & ]( SimulatedChip& found ) {
+            SimFlexctr* counters = found.flexCounters();
+            return counters == nullptr ? ReturnCode::BCM_E_UNAVAIL : operation( *counters );
         } );
     }
 

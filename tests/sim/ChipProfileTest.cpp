@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -33,7 +34,14 @@ const std::string goodProfile = "name: mine\n"
                                 "  chunks: 13\n"
                                 "  packet-formats: 14\n"
                                 "  udfs-per-packet-format: 15\n"
-                                "  hash-configurations: 16\n";
+                                "  hash-configurations: 16\n"
+                                "statistics:\n"
+                                "  capacity: 17\n"
+                                "  counter-width: 18\n"
+                                "flex-counters:\n"
+                                "  objects: 19\n"
+                                "  counters: 20\n"
+                                "  counter-width: 21\n";
 
 /// The good profile with one text replaced.
 std::string with( const std::string& old, const std::string& replacement )
@@ -71,6 +79,11 @@ TEST( ChipProfileTest, Read_GoodProfile_GivesItsValues )
     EXPECT_EQ( profile.udfModule.pktFormats, 14U );
     EXPECT_EQ( profile.udfModule.udfsPerPktFormat, 15U );
     EXPECT_EQ( profile.udfModule.hashConfigurations, 16U );
+    EXPECT_EQ( profile.statistics.capacity, 17U );
+    EXPECT_EQ( profile.statistics.counterWidth, 18U );
+    EXPECT_EQ( profile.flexCounters.objects, 19U );
+    EXPECT_EQ( profile.flexCounters.counters, 20U );
+    EXPECT_EQ( profile.flexCounters.counterWidth, 21U );
 }
 
 TEST( ChipProfileTest, Read_EachKindOfChip_IsUnderstood )
@@ -180,6 +193,43 @@ TEST( ChipProfileTest, Read_UdfModuleWithoutAKey_IsRefused )
     }
 }
 
+TEST( ChipProfileTest, Read_CountersAtTheirLimits_AreAccepted )
+{
+    EXPECT_EQ( readChipProfile( "", with( "17", "65536" ) ).statistics.capacity, 65536U );
+    EXPECT_EQ( readChipProfile( "", with( "18", "64" ) ).statistics.counterWidth, 64U );
+    EXPECT_EQ( readChipProfile( "", with( "18", "1" ) ).statistics.counterWidth, 1U );
+    EXPECT_EQ( readChipProfile( "", with( "19", "1024" ) ).flexCounters.objects, 1024U );
+    EXPECT_EQ( readChipProfile( "", with( "20", "1048576" ) ).flexCounters.counters, 1048576U );
+    EXPECT_EQ( readChipProfile( "", with( "21", "64" ) ).flexCounters.counterWidth, 64U );
+}
+
+TEST( ChipProfileTest, Read_CountersBeyondTheirLimits_AreRefused )
+{
+    EXPECT_EQ( readError( with( "17", "65537" ) ),
+               "p.yaml:20:13: expected a whole number from 0 to 65536, found '65537'" );
+    EXPECT_EQ( readError( with( "18", "0" ) ),
+               "p.yaml:21:18: expected a whole number from 1 to 64, found '0'" );
+    EXPECT_EQ( readError( with( "18", "65" ) ),
+               "p.yaml:21:18: expected a whole number from 1 to 64, found '65'" );
+    EXPECT_EQ( readError( with( "19", "1025" ) ),
+               "p.yaml:23:12: expected a whole number from 0 to 1024, found '1025'" );
+    EXPECT_EQ( readError( with( "20", "1048577" ) ),
+               "p.yaml:24:13: expected a whole number from 0 to 1048576, found '1048577'" );
+    EXPECT_EQ( readError( with( "21", "0" ) ),
+               "p.yaml:25:18: expected a whole number from 1 to 64, found '0'" );
+}
+
+TEST( ChipProfileTest, Read_CountersWithoutAKey_AreRefused )
+{
+    EXPECT_EQ( readError( with( "  capacity: 17\n", "" ) ), "p.yaml:20:3: missing key 'capacity'" );
+    EXPECT_EQ( readError( with( "  counter-width: 18\n", "" ) ),
+               "p.yaml:20:3: missing key 'counter-width'" );
+    EXPECT_EQ( readError( with( "  objects: 19\n", "" ) ), "p.yaml:23:3: missing key 'objects'" );
+    EXPECT_EQ( readError( with( "  counters: 20\n", "" ) ), "p.yaml:23:3: missing key 'counters'" );
+    EXPECT_EQ( readError( with( "  counter-width: 21\n", "" ) ),
+               "p.yaml:23:3: missing key 'counter-width'" );
+}
+
 TEST( ChipProfileTest, Read_WrongType_IsRefused )
 {
     EXPECT_EQ( readError( with( "5", "many" ) ),
@@ -199,16 +249,17 @@ TEST( ChipProfileTest, Read_UnknownKey_IsRefusedWithHint )
     EXPECT_EQ( readError( with( "capacity", "capacty" ) ),
                "p.yaml:5:3: unknown key 'capacty', did you mean 'capacity'?" );
     EXPECT_EQ( readError( goodProfile + "colour: red\n" ),
-               "p.yaml:19:1: unknown key 'colour', expected 'name', 'description', 'chip', "
-               "'range-checkers', 'field', 'policers' or 'udf-module'" );
+               "p.yaml:26:1: unknown key 'colour', expected 'name', 'description', 'chip', "
+               "'range-checkers', 'field', 'policers', 'udf-module', 'statistics' or "
+               "'flex-counters'" );
 }
 
 TEST( ChipProfileTest, Read_DuplicateKey_IsRefused )
 {
     EXPECT_EQ( readError( goodProfile + "chip: hsdk\n" ),
-               "p.yaml:19:1: duplicate key 'chip', first given in line 3" );
-    EXPECT_EQ( readError( goodProfile + "  chunks: 6\n" ),
-               "p.yaml:19:3: duplicate key 'chunks', first given in line 15" );
+               "p.yaml:26:1: duplicate key 'chip', first given in line 3" );
+    EXPECT_EQ( readError( goodProfile + "  objects: 6\n" ),
+               "p.yaml:26:3: duplicate key 'objects', first given in line 23" );
 }
 
 TEST( ChipProfileTest, Read_MissingKey_IsRefused )
@@ -244,8 +295,9 @@ TEST( ChipProfileTest, Read_NothingAtAll_IsRefused )
 
 TEST( ChipProfileTest, BuiltIn_Names_AreTheProfiles )
 {
-    EXPECT_THAT( builtInProfileNames(),
-                 ElementsAre( "sdk6-udf", "sdk6-flex", "hsdk", "sdk6-tiny", "sdk6-large" ) );
+    EXPECT_THAT(
+        builtInProfileNames(),
+        ElementsAre( "sdk6-udf", "sdk6-flex", "hsdk", "sdk6-tiny", "sdk6-large", "hsdk-large" ) );
 }
 
 TEST( ChipProfileTest, BuiltIn_EveryProfile_ReadsAndBearsItsName )
@@ -279,9 +331,26 @@ TEST( ChipProfileTest, BuiltIn_Capacities_AreTheProfiles )
     EXPECT_EQ( builtInProfile( "hsdk" ).udfModule.pktFormats, 0U );
     EXPECT_EQ( builtInProfile( "sdk6-tiny" ).udfModule.hashConfigurations, 1U );
     EXPECT_EQ( builtInProfile( "sdk6-large" ).udfModule.udfsPerPktFormat, 16U );
+    EXPECT_EQ( builtInProfile( "sdk6-udf" ).statistics.capacity, 2048U );
+    EXPECT_EQ( builtInProfile( "sdk6-flex" ).statistics.counterWidth, 36U );
+    EXPECT_EQ( builtInProfile( "sdk6-tiny" ).statistics.counterWidth, 8U );
+    EXPECT_EQ( builtInProfile( "hsdk" ).statistics.capacity, 0U );
+    EXPECT_EQ( builtInProfile( "hsdk" ).flexCounters.counters, 16384U );
+    EXPECT_EQ( builtInProfile( "sdk6-udf" ).flexCounters.objects, 0U );
     EXPECT_EQ( builtInProfile( "sdk6-udf" ).chip, ChipKind::sdk6UdfModule );
     EXPECT_EQ( builtInProfile( "sdk6-flex" ).chip, ChipKind::sdk6FlexParser );
     EXPECT_EQ( builtInProfile( "hsdk" ).chip, ChipKind::hsdk );
+}
+
+TEST( ChipProfileTest, BuiltIn_LargeOnes_HaveRoomForEightThousandRules )
+{
+    constexpr uint32_t rules = 8000;
+    for ( const char* name : { "sdk6-large", "hsdk-large" } ) {
+        const ChipProfile profile = builtInProfile( name );
+        EXPECT_GE( profile.field.entriesPerGroup, rules );
+        EXPECT_GE( profile.policers.capacity, rules );
+        EXPECT_GE( std::max( profile.statistics.capacity, profile.flexCounters.counters ), rules );
+    }
 }
 
 TEST( ChipProfileTest, BuiltIn_Text_IsTheFilesOfTheFolder )
@@ -326,7 +395,7 @@ TEST( ChipProfileTest, Load_NeitherNameNorFile_IsRefusedWithHint )
                "sdk6-larg:1:1: neither a built-in profile nor a file, did you mean 'sdk6-large'?" );
     EXPECT_EQ( loadError( "thing" ),
                "thing:1:1: neither a built-in profile nor a file, expected 'sdk6-udf', "
-               "'sdk6-flex', 'hsdk', 'sdk6-tiny' or 'sdk6-large'" );
+               "'sdk6-flex', 'hsdk', 'sdk6-tiny', 'sdk6-large' or 'hsdk-large'" );
 }
 
 TEST( ChipProfileTest, Load_UnreadablePath_IsRefused )

@@ -67,6 +67,13 @@ TEST( SdkOutputsTest, OutputNames_ParametersOnlyRead_AreLeftOut )
 {
     EXPECT_THAT( function( "bcm_range_destroy" ).outputNames(), IsEmpty() );
     EXPECT_THAT( function( "bcm_policer_create" ).outputNames(), ElementsAre( "policerId" ) );
+    EXPECT_THAT( function( "bcm_flexctr_action_create" ).outputNames(),
+                 ElementsAre( "counterId" ) );
+    EXPECT_THAT( function( "bcm_flexctr_stat_get" ).outputNames(),
+                 ElementsAre( "packets", "bytes" ) );
+    EXPECT_THAT( function( "bcm_flexctr_stat_set" ).outputNames(), IsEmpty() );
+    EXPECT_THAT( function( "bcm_field_entry_flexctr_attach" ).outputNames(), IsEmpty() );
+    EXPECT_THAT( function( "bcm_field_entry_flexctr_detach" ).outputNames(), IsEmpty() );
     EXPECT_THAT( function( "bcm_udf_pkt_format_create" ).outputNames(), ElementsAre( "formatId" ) );
     EXPECT_THAT( function( "bcm_field_qualify_udf" ).outputNames(), IsEmpty() );
     EXPECT_THAT( function( "bcm_field_qualify_SrcClass" ).outputNames(), IsEmpty() );
@@ -234,6 +241,7 @@ class OutputFieldsTest : public testing::Test
 
 using OutputStructures = testing::Types< bcm_field_qset_t,
                                          bcm_field_group_config_t,
+                                         bcm_flexctr_counter_value_t,
                                          bcm_policer_config_t,
                                          bcm_range_config_t,
                                          bcm_udf_t,

@@ -48,6 +48,26 @@ std::string SdkText::structure( const bcm_field_class_info_t& info ) const
         { { "action", text( info.action ) }, { "class_id", text( info.class_id ) } } );
 }
 
+std::string SdkText::structure( const bcm_field_flexctr_config_t& config ) const
+{
+    const SdkText& text = *this;
+    return fieldsText( { { "flexctr_action_id", text( config.flexctr_action_id ) },
+                         { "counter_index", text( config.counter_index ) },
+                         { "color", text( config.color ) } } );
+}
+
+std::string SdkText::structure( const bcm_flexctr_action_t& action ) const
+{
+    const SdkText& text = *this;
+    return fieldsText( { { "index_num", text( action.index_num ) } } );
+}
+
+std::string SdkText::structure( const bcm_flexctr_counter_value_t& value ) const
+{
+    const SdkText& text = *this;
+    return fieldsText( { { "packets", text( value.packets ) }, { "bytes", text( value.bytes ) } } );
+}
+
 std::string SdkText::structure( const bcm_policer_config_t& config ) const
 {
     const SdkText& text = *this;

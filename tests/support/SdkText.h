@@ -62,6 +62,9 @@ class SdkText
     }
 
     [[nodiscard]] std::string structure( const bcm_field_class_info_t& info ) const;
+    [[nodiscard]] std::string structure( const bcm_field_flexctr_config_t& config ) const;
+    [[nodiscard]] std::string structure( const bcm_flexctr_action_t& action ) const;
+    [[nodiscard]] std::string structure( const bcm_flexctr_counter_value_t& value ) const;
     [[nodiscard]] std::string structure( const bcm_policer_config_t& config ) const;
     [[nodiscard]] std::string structure( const bcm_range_config_t& config ) const;
     [[nodiscard]] std::string structure( const bcm_udf_t& udf ) const;

@@ -74,6 +74,10 @@ TEST_F( SdkTextTest, Text_StructuresWithAccessors_NameTheirFields )
     EXPECT_EQ( text_( hash ), "{udf_id: 5, mask_length: 2, hash_mask: 255 15}" );
     EXPECT_NE( text_( chunks ).find( "width: 2, two_byte_chunk_bmap: {w: 9}" ), std::string::npos );
     EXPECT_NE( text_( policer ).find( "ckbits_sec: 64, ckbits_burst: 0" ), std::string::npos );
+    EXPECT_EQ( text_( bcm_flexctr_action_t{ 3 } ), "{index_num: 3}" );
+    EXPECT_EQ( text_( bcm_flexctr_counter_value_t{ 4, 5 } ), "{packets: 4, bytes: 5}" );
+    EXPECT_EQ( text_( bcm_field_flexctr_config_t{ 6, 7, sdk_.bcmFlexctrColorRed() } ),
+               "{flexctr_action_id: 6, counter_index: 7, color: bcmFlexctrColorRed}" );
 }
 
 } // namespace
