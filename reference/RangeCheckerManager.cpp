@@ -1,5 +1,7 @@
 #include "reference/RangeCheckerManager.h"
 
+#include "agent/base/Assert.h"
+
 #include <tuple>
 #include <utility>
 
@@ -26,8 +28,10 @@ std::optional< RangeCheckerId > RangeCheckerManager::acquire( const RangeChecker
         return std::nullopt;
     }
     const Agent::Ptr< const RangeCheckerData > data( new RangeCheckerData( desc, id ) );
-    records_.emplace( id, Record{ data, 1 } );
-    idByDesc_.emplace( desc, id );
+    const bool isNewId = records_.emplace( id, Record{ data, 1 } ).second;
+    const bool isNewDesc = idByDesc_.emplace( desc, id ).second;
+    AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
+    AGENT_ASSERT( isNewDesc && "the range was allocated while the SDK was called" );
     return id;
 }
 
@@ -41,19 +45,23 @@ bool RangeCheckerManager::release( RangeCheckerId rangeCheckerId )
         --found->second.users;
         return true;
     }
-    // Forgotten only once the chip has it back: an exception leaves the record as it was.
+    // Forgotten only once the chip has it back: an exception leaves the record as it was. The call
+    // lets go of the activity lock, so nothing found before it is used after it.
+    const RangeCheckerDesc desc = found->second.data->checkerDesc();
     helper_->releaseRangeChecker( rangeCheckerId );
-    idByDesc_.erase( found->second.data->checkerDesc() );
-    records_.erase( found );
+    idByDesc_.erase( desc );
+    records_.erase( rangeCheckerId );
     return true;
 }
 
 std::size_t RangeCheckerManager::audit() const
 {
-    for ( const auto& [ id, record ] : records_ ) {
+    // Over a copy: each call lets go of the activity lock, and records may come and go meanwhile.
+    const std::map< RangeCheckerId, Record > records = records_;
+    for ( const auto& [ id, record ] : records ) {
         helper_->verifyTcamSanity( record.data );
     }
-    return records_.size();
+    return records.size();
 }
 
 std::size_t RangeCheckerManager::users( RangeCheckerId rangeCheckerId ) const

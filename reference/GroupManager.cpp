@@ -1,0 +1,129 @@
+#include "reference/GroupManager.h"
+
+#include "PeloraTcam/PeloraTcamSdk6Helper.h"
+#include "agent/base/Assert.h"
+#include "sdk/SdkCall.h"
+
+namespace Reference {
+
+using PeloraTcam::QualifierSet;
+using PeloraTcam::QualifierType;
+using PeloraTcam::StageType;
+
+namespace {
+
+const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
+
+/// The SDK takes the stage of a group from its qualifier set.
+void addStage( bcm_field_qset_t& qset, StageType stage )
+{
+    switch ( stage ) {
+    case StageType::vfp:
+        Shim::sdk_->BCM_FIELD_QSET_ADD( &qset, Shim::sdk_->bcmFieldQualifyStageLookup() );
+        return;
+    case StageType::ifp:
+        Shim::sdk_->BCM_FIELD_QSET_ADD( &qset, Shim::sdk_->bcmFieldQualifyStageIngress() );
+        return;
+    case StageType::efp:
+        Shim::sdk_->BCM_FIELD_QSET_ADD( &qset, Shim::sdk_->bcmFieldQualifyStageEgress() );
+        return;
+    case StageType::invalid:
+        break;
+    }
+    AGENT_ASSERT( false && "a group belongs to a stage" );
+}
+
+/// What the library reports of a group with these qualifiers: not the stage, and of several
+/// qualifiers that are one for the SDK only the first.
+QualifierSet readBackOf( const QualifierSet& qualifiers )
+{
+    QualifierSet readBack;
+    for ( const QualifierType type : qualifiers ) {
+        if ( type != QualifierType::stage ) {
+            readBack.insert( PeloraTcam::getBcmQualifier( PeloraTcam::getBcmQualifier( type ) ) );
+        }
+    }
+    return readBack;
+}
+
+} // namespace
+
+GroupManager::GroupManager( Agent::U32 unit, bool narrowWideTcamWidthSupport )
+    : unit_( static_cast< int >( unit ) )
+    , narrowWideTcamWidthSupport_( narrowWideTcamWidthSupport )
+{}
+
+std::optional< bcm_field_group_t > GroupManager::create( const GroupDesc& desc )
+{
+    bcm_field_group_config_t config = configOf( desc );
+    const int rc = SDK_TRACED_CALL( bcm_field_group_config_create( unit_, &config ) );
+    if ( rc < 0 ) {
+        return std::nullopt;
+    }
+    const auto record =
+        qualifiersByGroup_.emplace( config.group, readBackOf( desc.qualifiers ) ).first;
+    try {
+        verify( config.group, record->second );
+    } catch ( ... ) {
+        destroy( config.group );
+        throw;
+    }
+    return config.group;
+}
+
+bcm_field_group_config_t GroupManager::configOf( const GroupDesc& desc ) const
+{
+    bcm_field_group_config_t config;
+    Shim::sdk_->bcm_field_group_config_t_init( &config );
+    if ( desc.logicalId ) {
+        config.group = static_cast< bcm_field_group_t >(
+            PeloraTcam::generateSdk6GroupIdFormat( *desc.logicalId, desc.subId ) );
+    }
+    config.qset = PeloraTcam::getBcmQualifierSet( desc.qualifiers );
+    addStage( config.qset, desc.stage );
+    config.aset = PeloraTcam::getBcmActionSet( desc.actions );
+    config.mode =
+        PeloraTcam::getBcmTcamKeySize( desc.keySize, desc.stage, narrowWideTcamWidthSupport_ );
+    config.mode_type =
+        PeloraTcam::getGroupOperationModeType( PeloraTcam::TcamGroupModeType::standard );
+    config.packet_type =
+        PeloraTcam::getGroupOperationPacketType( PeloraTcam::TcamGroupPacketType::any );
+    return config;
+}
+
+void GroupManager::verify( bcm_field_group_t group, const QualifierSet& qualifiers ) const
+{
+    bcm_field_qset_t qset;
+    Shim::sdk_->BCM_FIELD_QSET_INIT( &qset );
+    SDK_CHECKED_CALL( bcm_field_group_get( unit_, group, &qset ) );
+    const QualifierSet inHardware = PeloraTcam::getBcmQualifierSet( &qset );
+    AGENT_ASSERT( inHardware == qualifiers );
+}
+
+bool GroupManager::destroy( bcm_field_group_t group )
+{
+    const auto found = qualifiersByGroup_.find( group );
+    if ( found == qualifiersByGroup_.end() ) {
+        return false;
+    }
+    // Forgotten only once the chip has let go of it: an exception leaves the record as it was.
+    SDK_CHECKED_CALL( bcm_field_group_destroy( unit_, group ) );
+    qualifiersByGroup_.erase( found );
+    return true;
+}
+
+std::size_t GroupManager::audit() const
+{
+    for ( const auto& [ group, qualifiers ] : qualifiersByGroup_ ) {
+        verify( group, qualifiers );
+    }
+    return qualifiersByGroup_.size();
+}
+
+const QualifierSet* GroupManager::qualifiers( bcm_field_group_t group ) const
+{
+    const auto found = qualifiersByGroup_.find( group );
+    return found == qualifiersByGroup_.end() ? nullptr : &found->second;
+}
+
+} // namespace Reference
