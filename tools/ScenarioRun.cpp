@@ -14,7 +14,7 @@ RunHeading headingOf( const Scenario& scenario, const RunOptions& options )
     heading.scenario = scenario.file;
     heading.profile = scenario.profile.name;
     heading.numbering = options.numbering;
-    heading.unit = scenario.unit;
+    heading.unit = static_cast< unsigned >( scenario.unit );
     heading.pipe = scenario.pipe;
     for ( const ScenarioStep& step : scenario.steps ) {
         const std::size_t index = heading.steps.size() + 1;
