@@ -160,7 +160,11 @@ int run( const RunCommand& command )
     }
     const auto report =
         command.json ? makeJsonReport() : makeTextReport( Painter( mayColour( STDOUT_FILENO ) ) );
-    return runScenario( scenario, options, *report ).exitCode();
+    const int exitCode = runScenario( scenario, options, *report ).exitCode();
+    if ( options.ringDump >= 0 ) {
+        requireWholeRingDump( options.ringDump );
+    }
+    return exitCode;
 }
 
 /// The sub-command that was given, to be done once the whole command line has been read.

@@ -91,7 +91,8 @@ int showProfiles( const ProfilesOptions& options )
     if ( options.name.empty() ) {
         return listProfiles( options.json );
     }
-    if ( !isBuiltIn( options.name ) && !std::filesystem::exists( options.name ) ) {
+    std::error_code unreadable;
+    if ( !isBuiltIn( options.name ) && !std::filesystem::exists( options.name, unreadable ) ) {
         throw CommandLineError( "'" + options.name +
                                 "' is neither a built-in chip profile nor a file" +
                                 Sim::nameHint( options.name, Sim::builtInProfileNames() ) );

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <stdexcept>
 #include <unistd.h>
 
 namespace Tool {
@@ -27,7 +28,7 @@ void writeImage( int file ) noexcept
     while ( written < imageSize_ ) {
         const ssize_t size = ::pwrite(
             file, image_ + written, imageSize_ - written, static_cast< off_t >( written ) );
-        if ( size < 0 && errno != EINTR ) {
+        if ( size == 0 || ( size < 0 && errno != EINTR ) ) {
             return;
         }
         written += size > 0 ? static_cast< std::size_t >( size ) : 0;
@@ -65,6 +66,10 @@ int openRingDump( const std::string& path )
         throw CommandLineError( "--ring-dump: cannot write '" + path +
                                 "': " + std::strerror( errno ) );
     }
+    if ( ::lseek( file, 0, SEEK_SET ) < 0 ) {
+        ::close( file );
+        throw CommandLineError( "--ring-dump: '" + path + "' is no file" );
+    }
     return file;
 }
 
@@ -73,6 +78,14 @@ void writeRingDump( int file ) noexcept
     image_ = Agent::ringTrace().image().data();
     imageSize_ = Agent::ringTrace().image().size();
     writeImage( file );
+}
+
+void requireWholeRingDump( int file )
+{
+    const off_t size = ::lseek( file, 0, SEEK_END );
+    if ( size < static_cast< off_t >( Agent::ringTrace().image().size() ) ) {
+        throw std::runtime_error( "--ring-dump: the ring-buffer trace could not be written" );
+    }
 }
 
 void ringDumpOnSignal( int file )

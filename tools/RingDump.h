@@ -17,9 +17,12 @@ namespace Tool {
 /// `CommandLineError` if it cannot be written.
 [[nodiscard]] int openRingDump( const std::string& path );
 
-/// Replaces what is in the file by the ring's image as it is now. A failure is not reported: the
-/// decoder sees that the image is cut off.
+/// Replaces what is in the file by the ring's image as it is now. Whether that went well, the
+/// parent process asks with `requireWholeRingDump()`.
 void writeRingDump( int file ) noexcept;
+
+/// Throws std::runtime_error if the file does not hold the whole image: the disk was full, say.
+void requireWholeRingDump( int file );
 
 /// From now on a signal that ends the process by a fault of the program writes the dump first.
 void ringDumpOnSignal( int file );

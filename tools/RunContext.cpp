@@ -1,6 +1,7 @@
 #include "tools/RunContext.h"
 
 #include "PeloraTcam/PeloraTcamSdk6RangeCheckerHelper.h"
+#include "reference/TranslationStart.h"
 
 namespace Tool {
 
@@ -19,6 +20,12 @@ makeRangeCheckerHelper( const Scenario& scenario )
     return helper;
 }
 
+/// Whether the chip holds 160-bit keys of the ingress stage in narrow slices.
+bool hasNarrowSlices( const Sim::ChipProfile& profile )
+{
+    return profile.chip != Sim::ChipKind::hsdk;
+}
+
 } // namespace
 
 RunContext::RunContext( const Scenario& scenario, const Sim::SdkNumbering& numbering )
@@ -26,20 +33,31 @@ RunContext::RunContext( const Scenario& scenario, const Sim::SdkNumbering& numbe
     , simulatedSdk_( numbering )
     , faultySdk_( simulatedSdk_, scenario.faults )
     , observer_( faultySdk_ )
+    , sdkInUse_( simulatedSdk_, observer_, scenario )
     , rangeCheckers_( makeRangeCheckerHelper( scenario ) )
+    , groups_( static_cast< Agent::U32 >( scenario.unit ), hasNarrowSlices( scenario.profile ) )
+    , preselectors_( static_cast< Agent::U32 >( scenario.unit ) )
+{}
+
+RunContext::~RunContext() = default;
+
+RunContext::SdkInUse::SdkInUse( Sim::SimulatedSdk& chips,
+                                Shim::SdkAccess& sdk,
+                                const Scenario& scenario )
 {
-    simulatedSdk_.chipIs( unit_, scenario.profile );
-    Shim::sdk_ = &observer_;
+    chips.chipIs( scenario.unit, scenario.profile );
+    Shim::sdk_ = &sdk;
+    Reference::buildTranslationMaps();
 }
 
-RunContext::~RunContext()
+RunContext::SdkInUse::~SdkInUse()
 {
     Shim::sdk_ = nullptr;
 }
 
 std::size_t RunContext::audit() const
 {
-    return rangeCheckers_.audit();
+    return rangeCheckers_.audit() + groups_.audit();
 }
 
 Json RunContext::occupancy() const

@@ -7,6 +7,8 @@
 /// the simulated chip. There is one at a time.
 
 #include "agent/tcam/TcamTypes.h"
+#include "reference/GroupManager.h"
+#include "reference/PreselectorManager.h"
 #include "reference/RangeCheckerManager.h"
 #include "sim/FaultInjectingSdk.h"
 #include "sim/SimulatedSdk.h"
@@ -42,6 +44,17 @@ class RunContext
         return rangeCheckerNames_;
     }
 
+    [[nodiscard]] Reference::GroupManager& groups() { return groups_; }
+
+    [[nodiscard]] NamedObjects< bcm_field_group_t >& groupNames() { return groupNames_; }
+
+    [[nodiscard]] Reference::PreselectorManager& preselectors() { return preselectors_; }
+
+    [[nodiscard]] NamedObjects< bcm_field_presel_t >& preselectorNames()
+    {
+        return preselectorNames_;
+    }
+
     /// Compares what the managers have recorded with the chip and gives the number of comparisons;
     /// a mismatch ends the process.
     std::size_t audit() const;
@@ -63,12 +76,28 @@ class RunContext
     void progressIs( Progress progress ) { progress_ = std::move( progress ); }
 
   private:
+    /// Has the chip made, `Shim::sdk_` set and the translation maps built before any helper is
+    /// made.
+    class SdkInUse
+    {
+      public:
+        SdkInUse( Sim::SimulatedSdk& chips, Shim::SdkAccess& sdk, const Scenario& scenario );
+        SdkInUse( const SdkInUse& ) = delete;
+        SdkInUse& operator=( const SdkInUse& ) = delete;
+        ~SdkInUse();
+    };
+
     int unit_;
     Sim::SimulatedSdk simulatedSdk_;
     Sim::FaultInjectingSdk faultySdk_;
     CallObserver observer_;
+    SdkInUse sdkInUse_;
     Reference::RangeCheckerManager rangeCheckers_;
     NamedObjects< PeloraTcam::RangeCheckerId > rangeCheckerNames_{ "range checker" };
+    Reference::GroupManager groups_;
+    NamedObjects< bcm_field_group_t > groupNames_{ "group" };
+    Reference::PreselectorManager preselectors_;
+    NamedObjects< bcm_field_presel_t > preselectorNames_{ "preselector" };
     Progress progress_;
 };
 

@@ -39,7 +39,8 @@ std::string unknownProfile( const std::string& profile )
 
 Sim::ChipProfile profileFromOption( const std::string& chip )
 {
-    if ( !isBuiltIn( chip ) && !std::filesystem::exists( chip ) ) {
+    std::error_code unreadable;
+    if ( !isBuiltIn( chip ) && !std::filesystem::exists( chip, unreadable ) ) {
         throw CommandLineError( "--chip: " + unknownProfile( chip ) );
     }
     return Sim::loadChipProfile( chip );
@@ -53,7 +54,8 @@ Sim::ChipProfile profileFromScenario( const YamlNode& node, const ReadContext& c
         return Sim::builtInProfile( chip );
     }
     const std::string path = context.resolved( chip );
-    if ( !std::filesystem::exists( path ) ) {
+    std::error_code unreadable;
+    if ( !std::filesystem::exists( path, unreadable ) ) {
         node.fail( unknownProfile( chip ) );
     }
     return Sim::loadChipProfile( path );
@@ -96,7 +98,8 @@ Sim::ChipProfile
 readChip( YamlMembers& members, const ScenarioReading& reading, const ReadContext& context )
 {
     if ( reading.chip ) {
-        members.optional( "chip", []( const YamlNode& ) {} );
+        std::optional< std::string > overridden;
+        members.optional( "chip", overridden );
         return profileFromOption( *reading.chip );
     }
     Sim::ChipProfile profile;

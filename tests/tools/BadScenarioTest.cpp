@@ -194,6 +194,23 @@ TEST( BadScenarioFile, Run_TheFileIsNoYaml_SaysWhere )
     EXPECT_EQ( result.output, "" );
 }
 
+TEST( BadScenarioFile, Run_ChipNameTooLongForAFile_SaysSo )
+{
+    const std::string name( 300, 'x' );
+    const ToolResult result =
+        ToolFolder().runScenario( "chip: " + name + "\nsteps:\n  - audit: all\n" );
+    EXPECT_EQ( result.exitCode, 2 );
+    EXPECT_EQ( result.errors.substr( 0, 21 ), "scenario.yaml:1:7: 'x" );
+}
+
+TEST( BadScenarioFile, Run_ChipIsNoTextButOverridden_SaysSo )
+{
+    const ToolResult result = ToolFolder().runScenario( "chip: { a: b }\nsteps:\n  - audit: all\n",
+                                                        { "--chip", "hsdk" } );
+    EXPECT_EQ( result.exitCode, 2 );
+    EXPECT_EQ( result.errors.substr( 0, 19 ), "scenario.yaml:1:7: " );
+}
+
 TEST( BadScenarioFile, Run_NoStep_NamesTheStepsThereAre )
 {
     const ToolFolder folder;

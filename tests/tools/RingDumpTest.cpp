@@ -71,6 +71,15 @@ TEST( RingDump, Run_FileCannotBeWritten_IsBadInputAndRunsNothing )
     EXPECT_EQ( result.output, "" );
 }
 
+TEST( RingDump, Run_DiskIsFull_SaysSoAndFails )
+{
+    const ToolResult result =
+        ToolFolder().runScenario( allocation, { "--ring-dump", "/dev/full" } );
+    EXPECT_EQ( result.exitCode, 4 );
+    EXPECT_EQ( result.errors,
+               "pelora-tcam: --ring-dump: the ring-buffer trace could not be written\n" );
+}
+
 TEST( DecodeTrace, Text_OneLineARecord )
 {
     const ToolFolder folder;
