@@ -253,6 +253,17 @@ TEST_F( RangeCheckerManagerTest, Audit_WriteWasDropped_Dies )
                       TestSupport::assertionLine( source, ".*", "0" ) ) );
 }
 
+TEST_F( RangeCheckerManagerTest, Acquire_SdkGivesAnIdInUse_Dies )
+{
+    managed.faulty.add( { { .function = "bcm_range_create", .call = 2 },
+                          Sim::CorruptOutput{ "rid", acquired( web ) } } );
+    EXPECT_DEATH( static_cast< void >( manager.acquire( { 1024, 65535, RangeType::l4SrcPort } ) ),
+                  MatchesRegex( TestSupport::assertionLine(
+                      "reference/RangeCheckerManager.cpp",
+                      ".*",
+                      "isNewId && \"the SDK gave an id that is in use\"" ) ) );
+}
+
 // ---- A long life -----------------------------------------------------------------------------
 
 /// What a manager must look like from outside, in the plainest form: who uses which range.
