@@ -42,11 +42,11 @@ class AGENT_EXPORT AllocationTracker
     [[nodiscard]] std::size_t total() const noexcept { return total_; }
 
     /// The run-time type last counted; null before the first.
-    [[nodiscard]] const std::type_info* type() const noexcept { return type_; }
+    [[nodiscard]] const std::type_info* type() const noexcept { return type_.load(); }
 
   private:
     const char* className_;
-    const std::type_info* type_ = nullptr;
+    std::atomic< const std::type_info* > type_{ nullptr };
     std::atomic< std::size_t > count_{ 0 };
     std::atomic< std::size_t > bytes_{ 0 };
     std::atomic< std::size_t > total_{ 0 };

@@ -9,6 +9,7 @@
 #include "agent/base/BaseTypes.h"
 
 #include <concepts>
+#include <locale>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -54,6 +55,8 @@ template< class... Pieces >
 std::string joinPieces( const Pieces&... pieces )
 {
     std::ostringstream stream;
+    // Texts are the same whatever locale the agent has set.
+    stream.imbue( std::locale::classic() );
     ( appendPiece( stream, pieces ), ... );
     return std::move( stream ).str();
 }

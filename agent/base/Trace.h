@@ -39,6 +39,7 @@ class AGENT_EXPORT TraceHandle
     TraceHandle& operator=( const TraceHandle& ) = delete;
     ~TraceHandle();
 
+    /// Whether a level, 0 to 31, is on.
     [[nodiscard]] bool enabled( U32 level ) const noexcept
     {
         return ( mask_.load( std::memory_order_relaxed ) >> level & 1U ) != 0;
@@ -81,7 +82,8 @@ struct TraceLine
     std::string_view text;
 };
 
-/// Where the lines go. Called with one line at a time, by the thread that traces.
+/// Where the lines go. Called with one line at a time, by the thread that traces; it must not
+/// trace itself, nor set another sink.
 using TraceSink = std::function< void( const TraceLine& ) >;
 
 /// Sets where the lines go; an empty function means standard error. Gives back what it was.
