@@ -2,6 +2,7 @@
 
 #include "agent/base/TextPieces.h"
 #include "tools/RunContext.h"
+#include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
 
 #include <cctype>
@@ -73,14 +74,6 @@ class AllocateRangeChecker : public Step
                    { "low", desc_.low },
                    { "high", desc_.high },
                    { "users", users } } };
-    }
-
-    static StepResult refused( const std::optional< FailedCall >& failure )
-    {
-        const FailedCall why = failure.value_or( FailedCall{} );
-        return { why.isForLackOfRoom() ? Outcome::full : Outcome::error,
-                 why.text(),
-                 { { "sdkFunction", why.function }, { "returnCode", why.rc } } };
     }
 
     std::string name_;

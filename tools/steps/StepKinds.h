@@ -33,6 +33,14 @@ std::unique_ptr< const Step > readAllocateRangeChecker( const Sim::YamlNode& nod
 std::unique_ptr< const Step > readAudit( const Sim::YamlNode& node, const ReadContext& context );
 std::unique_ptr< const Step > readClearFaults( const Sim::YamlNode& node,
                                                const ReadContext& context );
+std::unique_ptr< const Step > readCreateGroup( const Sim::YamlNode& node,
+                                               const ReadContext& context );
+std::unique_ptr< const Step > readCreatePreselector( const Sim::YamlNode& node,
+                                                     const ReadContext& context );
+std::unique_ptr< const Step > readDestroyGroup( const Sim::YamlNode& node,
+                                                const ReadContext& context );
+std::unique_ptr< const Step > readDestroyPreselector( const Sim::YamlNode& node,
+                                                      const ReadContext& context );
 std::unique_ptr< const Step > readImportRules( const Sim::YamlNode& node,
                                                const ReadContext& context );
 std::unique_ptr< const Step > readInjectFault( const Sim::YamlNode& node,

@@ -1,0 +1,15 @@
+#pragma once
+
+/// The result of a step that the SDK refused.
+
+#include "tools/CallObserver.h"
+#include "tools/Step.h"
+
+#include <optional>
+
+namespace Tool {
+
+/// `full` if the chip had no room, else `error`; with the call that was refused and its answer.
+[[nodiscard]] StepResult refused( const std::optional< FailedCall >& failure );
+
+} // namespace Tool
