@@ -163,6 +163,48 @@ TEST( LoadOrderTest, Load_OfTheLibrary_MakesNoOtherTraceHandles )
     EXPECT_THAT( traces, ::testing::Each( "trace ApiPelora" ) );
 }
 
+/// The log messages that each file with UDFs has handles on, in the order in which it makes them.
+std::vector< std::string > logsOfUdfFiles( std::size_t files )
+{
+    std::vector< std::string > logs;
+    for ( std::size_t file = 0; file < files; ++file ) {
+        logs.push_back( "log PELORA_TCAM_UDF_HW_RESOURCE_FULL" );
+        logs.push_back( "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL" );
+    }
+    return logs;
+}
+
+TEST( LoadOrderTest, Load_OfTheLibrary_EachUdfFileMakesTwoLogHandlesAfterItsTraceHandle )
+{
+    events().clear();
+    const LoadedLibrary library( PELORA_HELPERS_LIBRARY );
+    std::vector< std::string > logs;
+    for ( std::size_t i = 0; i < events().size(); ++i ) {
+        if ( events()[ i ].starts_with( "log " ) ) {
+            logs.push_back( events()[ i ] );
+        }
+        if ( events()[ i ].ends_with( "UDF_HW_RESOURCE_FULL" ) ) {
+            ASSERT_GT( i, 0U );
+            EXPECT_EQ( events()[ i - 1 ], "trace ApiPelora" );
+        }
+    }
+    EXPECT_EQ( logs, logsOfUdfFiles( logs.size() / 2 ) );
+    EXPECT_EQ( logs.size(), 4U ) << "two files";
+}
+
+TEST( LoadOrderTest, Load_OfTheUdfHelper_IsModuleThenTraceThenLogs )
+{
+    events().clear();
+    const LoadedLibrary library( PELORA_HELPERS_LIBRARY );
+    const auto module = std::ranges::find( events(), "module PeloraTcam/PeloraTcamUdfSdk6Helper" );
+    ASSERT_GE( std::distance( module, events().end() ), 4 );
+    EXPECT_THAT( std::vector< std::string >( module, module + 4 ),
+                 ElementsAre( "module PeloraTcam/PeloraTcamUdfSdk6Helper",
+                              "trace ApiPelora",
+                              "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+                              "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL" ) );
+}
+
 TEST( LoadOrderTest, Unload_OfTheLibrary_TakesBackAllThatLoadingMade )
 {
     events().clear();

@@ -1,0 +1,178 @@
+#include "PeloraTcam/PeloraTcamUdfSdk6Helper.h"
+
+#include "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.h"
+#include "PeloraTcam/UdfLogMessages.h"
+#include "agent/base/RingTrace.h"
+#include "sdk/SdkCall.h"
+
+#include <array>
+#include <utility>
+
+namespace PeloraTcam {
+
+namespace {
+
+constexpr std::array< std::string_view, 3 > constructorArguments = { "U16", "U8", "bool" };
+
+constexpr std::array< Agent::FieldDescriptor, 4 > attributes = { {
+    { "lagHashingSupported" },
+    { "moduleId" },
+    { "pipeId" },
+    { "pktFmtIdToUdfId" },
+} };
+
+const std::array< Agent::TypeRecord, 1 > types = { {
+    { .name = "PeloraTcam::UdfModuleHelper",
+      .type = &typeid( UdfModuleHelper ),
+      .constructorArguments = constructorArguments,
+      .attributes = attributes,
+      .construct = &Agent::genericConstruct< &UdfModuleHelper::UdfModuleHelperIs >,
+      .attributeOperation = &UdfModuleHelper::attributeOperation,
+      .baseAttributeOperation = &UdfHelperBase::attributeOperation },
+} };
+
+const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamUdfSdk6Helper", types };
+const Agent::ModuleRegistration moduleRegistration( module );
+
+const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
+const UdfLogHandles logHandles_;
+
+const Agent::TraceHandle& _defaultTraceHandle()
+{
+    static const Agent::TraceHandle handle( "PeloraTcamUdfSdk6Helper" );
+    return handle;
+}
+
+/// Writes the entry of an operation to both traces.
+template< class Statement = decltype( [] {} ), class... Pieces >
+void traceEntry( Agent::TraceLevel level, Pieces&&... pieces )
+{
+    Agent::traceBoth< Statement >( _defaultTraceHandle(), level, pieces... );
+}
+
+} // namespace
+
+Agent::AllocationTracker UdfModuleHelper::memAllocationTracker_( "PeloraTcam::UdfModuleHelper" );
+
+UdfModuleHelper::UdfModuleHelper( U16 moduleId, U8 pipeId, bool lagHashingSupported )
+    : RegisteredClass( moduleId, pipeId, lagHashingSupported )
+{
+    UdfModuleHelper::handleInitialized();
+}
+
+UdfModuleHelper::~UdfModuleHelper()
+{
+    // Before the map goes.
+    beingDestroyedIs();
+}
+
+Agent::Ptr< UdfModuleHelper >
+UdfModuleHelper::UdfModuleHelperIs( U16 moduleId, U8 pipeId, bool lagHashingSupported )
+{
+    return make( moduleId, pipeId, lagHashingSupported );
+}
+
+Agent::Ptr< UdfModuleHelper >
+udfModuleHelperFactory( U16 moduleId, U8 pipeId, bool lagHashingSupported )
+{
+    return UdfModuleHelper::UdfModuleHelperIs( moduleId, pipeId, lagHashingSupported );
+}
+
+const Agent::ModuleRecord& UdfModuleHelper::typeData() const
+{
+    return module;
+}
+
+int UdfModuleHelper::attributeOperation( Agent::Node& node,
+                                         const Agent::FieldDescriptor& field,
+                                         Agent::AttributeOperation operation,
+                                         void* result )
+{
+    if ( field.name != "pktFmtIdToUdfId" ) {
+        return Agent::attributeNotHandledHere;
+    }
+    auto& helper = static_cast< UdfModuleHelper& >( node );
+    auto& map = *static_cast< PktFmtIdToUdfId::Ptr* >( result );
+    switch ( operation ) {
+    case Agent::AttributeOperation::read:
+        map = helper.pktFmtIdToUdfId();
+        return Agent::attributeHandled;
+    case Agent::AttributeOperation::create:
+        map = helper.pktFmtIdToUdfIdIs();
+        return Agent::attributeHandled;
+    case Agent::AttributeOperation::remove:
+        map = helper.pktFmtIdToUdfIdDel();
+        return Agent::attributeHandled;
+    }
+    return Agent::attributeNotSupported;
+}
+
+PktFmtIdToUdfId::Ptr UdfModuleHelper::pktFmtIdToUdfIdIs()
+{
+    if ( !pktFmtIdToUdfId_ ) {
+        pktFmtIdToUdfId_ = PktFmtIdToUdfId::Ptr( new PktFmtIdToUdfId );
+    }
+    return pktFmtIdToUdfId_;
+}
+
+PktFmtIdToUdfId::Ptr UdfModuleHelper::pktFmtIdToUdfIdDel()
+{
+    return std::exchange( pktFmtIdToUdfId_, nullptr );
+}
+
+UdfChunkPosList UdfModuleHelper::getUdfChunkPosList( U32 unit, const QualIdList& quals )
+{
+    traceEntry( 4, "getUdfChunkPosList", " mod: ", unit, " quals: ", quals );
+    return getUdfChunkPosModule( unit, quals );
+}
+
+QualIdList UdfModuleHelper::programUdfInHw( const UdfDesc& udfDesc )
+{
+    traceEntry( 4, "programUdfInHw", " mod:", moduleId(), " udfDesc: ", udfDesc );
+    return createUdfQualifierUdfModule( moduleId(), udfDesc, pktFmtIdToUdfId_ );
+}
+
+void UdfModuleHelper::removeUdfFromHw( const UdfDesc& udfDesc, const QualIdList& quals )
+{
+    traceEntry(
+        4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    destroyUdfQualifierUdfModule( moduleId(), udfDesc, quals, pktFmtIdToUdfId_ );
+}
+
+void UdfModuleHelper::verifyProgrammedUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const
+{
+    traceEntry(
+        4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    udfQualProgrammedInHwUdfModule( moduleId(), udfDesc, quals, pktFmtIdToUdfId_ );
+}
+
+void UdfModuleHelper::verifyLagHashingUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const
+{
+    traceEntry( 4,
+                "verifyLagHashingUdf",
+                " mod:",
+                moduleId(),
+                " udfDesc: ",
+                udfDesc,
+                " QualIdList: ",
+                quals );
+    udfLagHashingProgrammedInModule( moduleId(), quals, udfDesc );
+}
+
+UdfIdList UdfModuleHelper::getAllProgrammedUdfIds( U32 unit ) const
+{
+    return getAllProgrammedUdfIdsUdfModule( unit );
+}
+
+UdfIdList UdfModuleHelper::getAllProgrammedLagHashingUdfIds( U32 unit ) const
+{
+    return getAllProgrammedLagHashingUdfIdsUdfModule( unit );
+}
+
+void UdfModuleHelper::handleInitialized()
+{
+    traceEntry( 4, "handleInitialized" );
+    pktFmtIdToUdfIdIs();
+}
+
+} // namespace PeloraTcam

@@ -1,0 +1,66 @@
+#pragma once
+
+/// The UDF helper of chips that are driven through SDK-6 and have the SDK's UDF module. It is thin:
+/// an operation traces its call and forwards to the functions of `PeloraTcamSdk6UdfEntryHelper.h`,
+/// which say what fails how. Made, called and dropped on the agent's thread with the activity lock
+/// held.
+///
+///     auto helper = udfModuleHelperFactory( moduleId, pipeId, lagHashingSupported );
+///     const QualIdList quals = helper->programUdfInHw( udfDesc );
+
+#include "agent/base/RegisteredClass.h"
+#include "agent/tcam/UdfHelper.h"
+
+namespace PeloraTcam {
+
+/// Programs UDFs through the SDK's UDF module. Owns the map of packet formats, so that UDFs with
+/// the same packet description share one; the map is not filled from the hardware.
+class PELORA_TCAM_EXPORT UdfModuleHelper
+    : public Agent::RegisteredClass< UdfModuleHelper, UdfHelperBase >
+{
+  public:
+    UdfModuleHelper( U16 moduleId, U8 pipeId, bool lagHashingSupported );
+    ~UdfModuleHelper() override;
+
+    /// A new helper. `moduleId`: the SDK unit; `pipeId`: the pipe; `lagHashingSupported`: whether
+    /// the chip can use UDFs for LAG hashing.
+    [[nodiscard]] static Agent::Ptr< UdfModuleHelper >
+    UdfModuleHelperIs( U16 moduleId, U8 pipeId, bool lagHashingSupported );
+
+    [[nodiscard]] const Agent::ModuleRecord& typeData() const override;
+
+    UdfChunkPosList getUdfChunkPosList( U32 unit, const QualIdList& quals ) override;
+    QualIdList programUdfInHw( const UdfDesc& udfDesc ) override;
+    void removeUdfFromHw( const UdfDesc& udfDesc, const QualIdList& quals ) override;
+    void verifyProgrammedUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const override;
+    void verifyLagHashingUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const override;
+    UdfIdList getAllProgrammedUdfIds( U32 unit ) const override;
+    UdfIdList getAllProgrammedLagHashingUdfIds( U32 unit ) const override;
+    void handleInitialized() override;
+
+    /// The map of packet formats; null after `pktFmtIdToUdfIdDel()`.
+    [[nodiscard]] PktFmtIdToUdfId::Ptr pktFmtIdToUdfId() const { return pktFmtIdToUdfId_; }
+
+    /// The map of packet formats, made first if there is none.
+    PktFmtIdToUdfId::Ptr pktFmtIdToUdfIdIs();
+    /// Takes the map out and gives it to the caller; null if there was none.
+    PktFmtIdToUdfId::Ptr pktFmtIdToUdfIdDel();
+
+    /// Serves "pktFmtIdToUdfId": read, create and remove.
+    static int attributeOperation( Agent::Node& node,
+                                   const Agent::FieldDescriptor& field,
+                                   Agent::AttributeOperation operation,
+                                   void* result );
+
+    /// Counts the live helpers of this class.
+    static Agent::AllocationTracker memAllocationTracker_;
+
+  private:
+    PktFmtIdToUdfId::Ptr pktFmtIdToUdfId_;
+};
+
+/// A new helper, as `UdfModuleHelper::UdfModuleHelperIs` makes it.
+[[nodiscard]] PELORA_TCAM_EXPORT Agent::Ptr< UdfModuleHelper >
+udfModuleHelperFactory( U16 moduleId, U8 pipeId, bool lagHashingSupported );
+
+} // namespace PeloraTcam
