@@ -1,0 +1,78 @@
+#pragma once
+
+/// A TCAM manager's way with user-defined fields (UDFs).
+///
+/// The manager owns the software collection: what it asked the chip for, which ids it got, and how
+/// many users share it. Equal descriptors share one UDF; the chip hears of the first user and of
+/// the last. It talks to the chip through a UDF helper alone, whichever suits the chip.
+///
+/// All operations are called by the manager's own thread, with the agent's activity lock held;
+/// while the chip is asked that lock is free, and other threads work on what is theirs. A UDF that
+/// does not fit is a result; whatever else goes wrong in the chip ends the process inside the
+/// helper.
+///
+///     Reference::UdfManager manager( helper );
+///     const QualIdList quals = manager.program( udfDesc );
+///     if ( quals.qualIds() != 0 ) { manager.remove( udfDesc ); }
+
+#include "agent/base/Ptr.h"
+#include "agent/tcam/UdfHelper.h"
+
+#include <cstddef>
+#include <map>
+
+namespace Reference {
+
+class UdfManager
+{
+  public:
+    /// What an audit found.
+    struct Audit
+    {
+        std::size_t compared = 0;      ///< records that the chip holds as described
+        std::size_t withheld = 0;      ///< records that the helper's audit cannot judge
+        PeloraTcam::UdfIdList foreign; ///< UDFs of the chip that are none of this manager's
+    };
+
+    /// `helper` is not null.
+    explicit UdfManager( Agent::Ptr< PeloraTcam::UdfHelperBase > helper );
+
+    /// The ids of the qualifier for the descriptor: those of an existing UDF with one more user, or
+    /// of a new one. Empty when it does not fit, or when it is to feed the LAG hash of a chip that
+    /// cannot.
+    [[nodiscard]] PeloraTcam::QualIdList program( const PeloraTcam::UdfDesc& udfDesc );
+
+    /// Takes one user away; the last one takes the UDF out of the chip. False when the descriptor
+    /// is none of this manager's.
+    bool remove( const PeloraTcam::UdfDesc& udfDesc );
+
+    /// Compares every record with the chip, and what feeds the LAG hash with its configuration; a
+    /// mismatch ends the process. UDFs that count from behind a header are left out: the helper
+    /// compares their offset without that header.
+    [[nodiscard]] Audit audit() const;
+
+    /// The UDFs of this manager.
+    [[nodiscard]] PeloraTcam::UdfIdList list() const;
+
+    /// The UDFs of the chip that are none of this manager's, for example of an earlier life of the
+    /// agent: they can neither be shared nor removed through the helper.
+    [[nodiscard]] PeloraTcam::UdfIdList foreign() const;
+
+    /// How many UDFs the manager holds.
+    [[nodiscard]] std::size_t size() const { return records_.size(); }
+
+    /// How many users a UDF has; 0 for a descriptor that is none of this manager's.
+    [[nodiscard]] std::size_t users( const PeloraTcam::UdfDesc& udfDesc ) const;
+
+  private:
+    struct Record
+    {
+        PeloraTcam::QualIdList quals;
+        std::size_t users = 0;
+    };
+
+    Agent::Ptr< PeloraTcam::UdfHelperBase > helper_;
+    std::map< PeloraTcam::UdfDesc, Record > records_;
+};
+
+} // namespace Reference
