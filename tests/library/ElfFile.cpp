@@ -106,8 +106,8 @@ std::vector< ElfFile::Symbol > ElfFile::exportedSymbols() const
     for ( const Elf64_Sym& entry : entriesOf< Elf64_Sym >( table ) ) {
         if ( isExported( entry ) ) {
             const std::string name = textAt( names.sh_offset + entry.st_name );
-            symbols.push_back(
-                { name, demangled( name ), ELF64_ST_BIND( entry.st_info ), entry.st_size } );
+            const auto binding = static_cast< unsigned >( ELF64_ST_BIND( entry.st_info ) );
+            symbols.push_back( { name, demangled( name ), binding, entry.st_size } );
         }
     }
     std::ranges::sort( symbols, {}, &Symbol::name );

@@ -28,7 +28,7 @@ constexpr const char* releaseFunction =
     "PeloraTcam::RangeCheckerId)";
 constexpr const char* verifyFunction =
     "virtual void PeloraTcam::PeloraTcamSdk6RangeCheckerHelper::verifyTcamSanity("
-    "const Agent::Ptr<const PeloraTcam::RangeCheckerData> &) const";
+    "const Agent::Ptr<const RangeCheckerData> &) const"; // As the source spells it.
 constexpr const char* getFunction =
     "virtual PeloraTcam::RangeCheckerId PeloraTcam::PeloraTcamSdk6RangeCheckerHelper::"
     "getRangeChecker(const PeloraTcam::RangeCheckerDesc &)";
