@@ -77,6 +77,7 @@ int main( int argc, char** argv )
     Bench::registerSdkCallBenchmarks();
     Bench::registerRangeCheckerBenchmarks();
     Bench::registerRingTraceBenchmarks();
+    Bench::registerTranslationBenchmarks();
 
     FastestReporter reporter;
     if ( benchmark::RunSpecifiedBenchmarks( &reporter ) == 0 ) {

@@ -8,5 +8,6 @@ namespace Bench {
 void registerSdkCallBenchmarks();
 void registerRangeCheckerBenchmarks();
 void registerRingTraceBenchmarks();
+void registerTranslationBenchmarks();
 
 } // namespace Bench
