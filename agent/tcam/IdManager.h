@@ -12,11 +12,11 @@
 ///     }
 
 #include "agent/base/Export.h"
+#include "agent/tcam/IdPool.h"
 #include "agent/tcam/StageType.h"
 #include "agent/tcam/TcamTypes.h"
 
 #include <map>
-#include <set>
 #include <utility>
 
 namespace PeloraTcam {
@@ -53,17 +53,7 @@ class AGENT_EXPORT PeloraTcamIdManager
     void clear();
 
   private:
-    struct Pool
-    {
-        U32 first = 0;
-        U32 size = 0;
-        U32 everAllocated = 0; // So many of the first ids.
-        std::set< U32 > freed;
-    };
-
-    [[nodiscard]] static bool isAllocated( const Pool& pool, U32 id );
-
-    std::map< std::pair< FeatureIdType, StageType >, Pool > pools_;
+    std::map< std::pair< FeatureIdType, StageType >, IdPool > pools_;
 };
 
 /// The agent's id manager.
