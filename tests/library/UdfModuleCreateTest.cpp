@@ -136,7 +136,7 @@ TEST_F( UdfModuleCreateTest, Create_BehindAHeader_AddsItsLength )
 
 TEST_F( UdfModuleCreateTest, Create_NotForTheHash_HintsAreAsInitialised )
 {
-    sdk.on.bcm_udf_create = [ this ]( auto, bcm_udf_alloc_hints_t* hints, auto*, auto* ) {
+    sdk.on.bcm_udf_create = []( auto, bcm_udf_alloc_hints_t* hints, auto*, auto* ) {
         EXPECT_EQ( hints->flags(), 0U );
         EXPECT_EQ( hints->qset().w, bcm_field_qset_t().w );
         return -4;

@@ -48,7 +48,7 @@ inline std::vector< std::string > virtualSlots( const Agent::Node& object )
     // Before the slots stand the offset to the top and the type information.
     constexpr std::size_t wordsBeforeSlots = 2;
     void* const* slots = nullptr;
-    std::memcpy( &slots, &object, sizeof( slots ) );
+    std::memcpy( &slots, static_cast< const void* >( &object ), sizeof( slots ) );
     Dl_info info{};
     ElfW( Sym )* symbol = nullptr;
     if ( dladdr1( slots - wordsBeforeSlots,
