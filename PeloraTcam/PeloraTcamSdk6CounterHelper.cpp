@@ -146,6 +146,7 @@ const Agent::ModuleRecord& PeloraTcamSdk6CounterHelper::typeData() const
     return module;
 }
 
+// DIFFERS: HSDK has no eviction helper, and so no attribute of that name.
 int PeloraTcamSdk6CounterHelper::attributeOperation( Agent::Node& node,
                                                      const Agent::FieldDescriptor& field,
                                                      Agent::AttributeOperation operation,
@@ -221,6 +222,7 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
 
     const S32 hardwareGroupId =
         getGroupIdMap().getHardwareGroupId( hardwareGroupKey( logicalGroupId, pipeId() ) );
+    // DIFFERS: HSDK does not trace the group.
     Agent::trace( _defaultTraceHandle(), 8, " Creating stat for group: ", hardwareGroupId );
 
     const int sdkUnit = static_cast< int >( unit() );
@@ -229,6 +231,7 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
         "bcm_field_stat_create( unit(), hardwareGroupId, statCount, statTypesList, &sdkStatId )",
         bcm_field_stat_create(
             sdkUnit, hardwareGroupId, statCount, statTypesList.data(), &sdkStatId ) );
+    // DIFFERS: HSDK asks beforehand whether there is anything to allocate from.
     if ( rc != Shim::sdk_->BCM_E_NONE() ) {
         return {};
     }

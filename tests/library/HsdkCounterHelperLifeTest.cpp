@@ -1,0 +1,155 @@
+// The life of an HSDK counter helper: its slots, its memory, its record in the type registry, its
+// attributes, and its three ways to be made.
+
+#include "PeloraTcam/PeloraTcamHsdkCounterHelper.h"
+#include "agent/base/SlabAllocator.h"
+#include "agent/base/TypeRegistry.h"
+#include "tests/library/VirtualSlots.h"
+
+#include <algorithm>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace LibraryTest {
+namespace {
+
+using Agent::AttributeOperation;
+using PeloraCentral::ChipInfo;
+using ::testing::ElementsAre;
+using Helper = PeloraTcam::PeloraTcamHsdkCounterHelper;
+
+constexpr const char* className = "PeloraTcam::PeloraTcamHsdkCounterHelper";
+
+Agent::Ptr< Helper > newHelper( const ChipInfo& chipInfo = ChipInfo() )
+{
+    return Helper::PeloraTcamHsdkCounterHelperIs( 7, 9, chipInfo );
+}
+
+TEST( HsdkCounterLifeTest, BuiltTable_HasTheOperationsInTheirOrder )
+{
+    EXPECT_THAT( virtualSlots( *newHelper() ),
+                 ElementsAre( "PeloraTcamHsdkCounterHelper::~PeloraTcamHsdkCounterHelper",
+                              "PeloraTcamHsdkCounterHelper::~PeloraTcamHsdkCounterHelper",
+                              "Node::lastUserGone",
+                              "Node::publisher",
+                              "PeloraTcamHsdkCounterHelper::typeData",
+                              "PeloraTcamHsdkCounterHelper::allocateCounter",
+                              "PeloraTcamHsdkCounterHelper::freeCounter",
+                              "PeloraTcamHsdkCounterHelper::getStatHits",
+                              "PeloraTcamHsdkCounterHelper::getPacketHits",
+                              "PeloraTcamHsdkCounterHelper::getByteHits",
+                              "PeloraTcamHsdkCounterHelper::getCounterHwIdx",
+                              "PeloraTcamHsdkCounterHelper::clearHitsForEntry",
+                              "PeloraTcamHsdkCounterHelper::isStatIdInstalledInHardware",
+                              "PeloraTcamHsdkCounterHelper::maybeClearHitsAfterEntryInstall",
+                              "PeloraTcamHsdkCounterHelper::handleFlashDownload",
+                              "PeloraTcamHsdkCounterHelper::configureCounter",
+                              "PeloraTcamHsdkCounterHelper::verifyCounters",
+                              "PeloraTcamHsdkCounterHelper::handleInitialized" ) );
+}
+
+void expectCounted( const std::function< Agent::Ptr< Agent::Node >() >& make )
+{
+    const std::size_t count = Helper::memAllocationTracker_.count();
+    const std::size_t bytes = Helper::memAllocationTracker_.bytes();
+    const std::size_t live = Agent::slabUse( typeid( Helper ).name() ).live;
+    {
+        const Agent::Ptr< Agent::Node > helper = make();
+        ASSERT_TRUE( helper );
+        EXPECT_EQ( typeid( *helper ), typeid( Helper ) );
+        EXPECT_EQ( Helper::memAllocationTracker_.count(), count + 1 );
+        EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes + sizeof( Helper ) );
+        EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live + 1 );
+    }
+    EXPECT_EQ( Helper::memAllocationTracker_.count(), count );
+    EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes );
+    EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live );
+}
+
+TEST( HsdkCounterLifeTest, CreatorAndFactory_NewAndLastPtr_CountsGoUpAndBack )
+{
+    expectCounted( [] { return newHelper(); } );
+    expectCounted(
+        [] { return PeloraTcam::peloraTcamHsdkCounterHelperFactory( 7, 9, ChipInfo() ); } );
+}
+
+TEST( HsdkCounterLifeTest, Registry_Construct_MakesItFromItsArguments )
+{
+    const Agent::TypeRecord* type = Agent::registeredType( className );
+    ASSERT_NE( type, nullptr );
+    const Agent::U8 pipe = 1;
+    const Agent::U32 unit = 2;
+    const ChipInfo chipInfo;
+    const void* const arguments[] = { &pipe, &unit, &chipInfo };
+    expectCounted( [ & ] { return Agent::construct( *type, arguments ); } );
+    const Agent::Ptr< Agent::Node > node = Agent::construct( *type, arguments );
+    const auto& helper = dynamic_cast< const Helper& >( *node );
+    EXPECT_EQ( helper.pipeId(), 1U );
+    EXPECT_EQ( helper.unit(), 2U );
+    EXPECT_EQ( helper.chipInfo(), chipInfo );
+}
+
+TEST( HsdkCounterLifeTest, TypeData_AnyObject_IsTheOneRecordOfTheModule )
+{
+    const Agent::Ptr< Helper > helper = newHelper();
+    const Agent::ModuleRecord& module = helper->typeData();
+    EXPECT_EQ( &module, &newHelper()->typeData() );
+    EXPECT_EQ( std::ranges::count( Agent::registeredModules(), &module ), 1 );
+    EXPECT_EQ( module.source, "PeloraTcam/PeloraTcamHsdkCounterHelper" );
+    ASSERT_EQ( module.types.size(), 1U );
+    const Agent::TypeRecord& type = module.types[ 0 ];
+    EXPECT_EQ( type.name, className );
+    EXPECT_THAT( type.constructorArguments, ElementsAre( "U8", "U32", "PeloraCentral::ChipInfo" ) );
+    std::vector< std::string_view > attributes;
+    for ( const Agent::FieldDescriptor& attribute : type.attributes ) {
+        attributes.push_back( attribute.name );
+    }
+    EXPECT_THAT( attributes, ElementsAre( "chipInfo", "pipeId", "unit" ) );
+}
+
+template< class Value >
+void expectReadable( const char* attribute, const Value& expected, const Helper& helper )
+{
+    auto& node = const_cast< Helper& >( helper );
+    Value value{};
+    EXPECT_EQ( Agent::attributeOperation( node, attribute, AttributeOperation::create, &value ),
+               1 );
+    EXPECT_EQ( Agent::attributeOperation( node, attribute, AttributeOperation::remove, &value ),
+               1 );
+    EXPECT_EQ( value, Value{} );
+    EXPECT_EQ( Agent::attributeOperation( node, attribute, AttributeOperation::read, &value ), 0 );
+    EXPECT_EQ( value, expected );
+}
+
+TEST( HsdkCounterLifeTest, Attributes_OfTheBase_AreReadableOnly )
+{
+    const ChipInfo chipInfo;
+    const Agent::Ptr< Helper > helper = newHelper( chipInfo );
+    expectReadable( "pipeId", Agent::U8{ 7 }, *helper );
+    expectReadable( "unit", Agent::U32{ 9 }, *helper );
+    ChipInfo read;
+    EXPECT_EQ( Agent::attributeOperation( *helper, "chipInfo", AttributeOperation::read, &read ),
+               0 );
+    EXPECT_EQ( read, chipInfo );
+    Agent::U32 other = 0;
+    EXPECT_EQ( Agent::attributeOperation( *helper, "fapId", AttributeOperation::read, &other ), 2 );
+}
+
+TEST( HsdkCounterLifeTest, AttributeOperation_OfTheClassItself_LeavesAllToTheBase )
+{
+    const Agent::Ptr< Helper > helper = newHelper();
+    Agent::U32 result = 0;
+    for ( const char* attribute : { "chipInfo", "pipeId", "unit", "evictionHelper" } ) {
+        EXPECT_EQ(
+            Helper::attributeOperation( *helper, { attribute }, AttributeOperation::read, &result ),
+            2 );
+    }
+    EXPECT_EQ(
+        Agent::attributeOperation( *helper, "evictionHelper", AttributeOperation::read, &result ),
+        2 );
+    EXPECT_EQ( result, 0U );
+}
+
+} // namespace
+} // namespace LibraryTest
