@@ -108,7 +108,8 @@ TEST_F( IdManagerTest, AllocateAndFree_AtRandom_NeverGivesALiveIdTwice )
                 ASSERT_TRUE( live.insert( id ).second );
             }
         } else if ( !live.empty() ) {
-            const auto freed = std::next( live.begin(), random() % live.size() );
+            const auto freed =
+                std::next( live.begin(), static_cast< long >( random() % live.size() ) );
             ids.freeId( policers, stageVfp(), *freed );
             live.erase( freed );
         }

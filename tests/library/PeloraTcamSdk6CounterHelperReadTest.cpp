@@ -192,7 +192,7 @@ TEST_F( Sdk6CounterReadTest, EvictionHelper_NoInitFunc_Dies )
     forgetInitFunc();
     CounterInfo info;
     info.counterSet = setOf( { 2 } );
-    const auto expectDeath = [ this ]( const std::function< void() >& operation ) {
+    const auto expectDeath = []( const std::function< void() >& operation ) {
         expectAssertion( site( "evictionHelper" ), noInitFunc, operation );
     };
     expectDeath( [ this ] { static_cast< void >( helper->evictionHelper() ); } );

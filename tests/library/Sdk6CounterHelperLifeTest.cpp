@@ -59,7 +59,7 @@ void expectCounted( const std::function< Agent::Ptr< Agent::Node >() >& make )
     {
         const Agent::Ptr< Agent::Node > helper = make();
         ASSERT_TRUE( helper );
-        EXPECT_EQ( typeid( *helper ), typeid( Helper ) );
+        EXPECT_NE( dynamic_cast< Helper* >( helper.get() ), nullptr );
         EXPECT_EQ( Helper::memAllocationTracker_.count(), count + 1 );
         EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes + sizeof( Helper ) );
         EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live + 1 );

@@ -41,9 +41,10 @@ inline std::string functionAt( const void* address )
     return name ? classAndName( name.get() ) : info.dli_sname;
 }
 
-/// The functions behind all slots of the object's table, in their order. The two destructors bear
-/// the same name.
-inline std::vector< std::string > virtualSlots( const Agent::Node& object )
+/// The words of an object's table, by the size that the library's symbol has for it. A sanitizer
+/// adds a zone of zeros behind the table, to the symbol's size too: it is left out.
+__attribute__( ( no_sanitize( "address" ) ) ) inline std::vector< const void* >
+tableOf( const Agent::Node& object )
 {
     // Before the slots stand the offset to the top and the type information.
     constexpr std::size_t wordsBeforeSlots = 2;
@@ -51,17 +52,31 @@ inline std::vector< std::string > virtualSlots( const Agent::Node& object )
     std::memcpy( &slots, static_cast< const void* >( &object ), sizeof( slots ) );
     Dl_info info{};
     ElfW( Sym )* symbol = nullptr;
-    if ( dladdr1( slots - wordsBeforeSlots,
-                  &info,
-                  reinterpret_cast< void** >( &symbol ),
-                  RTLD_DL_SYMENT ) == 0 ||
+    void** const symbolAddress = reinterpret_cast< void** >( &symbol );
+    if ( dladdr1( slots - wordsBeforeSlots, &info, symbolAddress, RTLD_DL_SYMENT ) == 0 ||
          symbol == nullptr ) {
         return {};
     }
-    std::vector< std::string > names;
-    const std::size_t count = symbol->st_size / sizeof( void* ) - wordsBeforeSlots;
+    std::size_t count = symbol->st_size / sizeof( void* ) - wordsBeforeSlots;
+#ifdef PELORA_SANITIZED
+    while ( count > 0 && slots[ count - 1 ] == nullptr ) {
+        --count;
+    }
+#endif
+    std::vector< const void* > table;
     for ( std::size_t slot = 0; slot < count; ++slot ) {
-        names.push_back( functionAt( slots[ slot ] ) );
+        table.push_back( slots[ slot ] );
+    }
+    return table;
+}
+
+/// The functions behind all slots of the object's table, in their order. The two destructors bear
+/// the same name.
+inline std::vector< std::string > virtualSlots( const Agent::Node& object )
+{
+    std::vector< std::string > names;
+    for ( const void* function : tableOf( object ) ) {
+        names.push_back( functionAt( function ) );
     }
     return names;
 }
