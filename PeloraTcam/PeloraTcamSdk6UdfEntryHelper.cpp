@@ -1,5 +1,6 @@
 #include "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.h"
 
+#include "PeloraTcam/UdfChunks.h"
 #include "PeloraTcam/UdfLogMessages.h"
 #include "PeloraTcam/UdfModuleRequest.h"
 #include "agent/base/Assert.h"
@@ -8,6 +9,7 @@
 #include "sdk/SdkCall.h"
 
 #include <algorithm>
+#include <bit>
 #include <vector>
 
 namespace PeloraTcam {
@@ -495,6 +497,314 @@ void udfLagHashingProgrammedInModule( U32 moduleUnit,
     // clang-format on
     AGENT_ASSERT( lagHashingMask == hash_mask );
     AGENT_ASSERT( udfDesc.length() == hash_config.mask_length() );
+}
+
+// ---- The flexible parser: chunks -------------------------------------------------------------
+
+namespace {
+
+bcm_udf_abstract_pkt_format_info_t readFormat( int unit, bcm_udf_abstract_pkt_format_t apf )
+{
+    bcm_udf_abstract_pkt_format_info_t pfi;
+    Shim::sdk_->bcm_udf_abstract_pkt_format_info_t_init( &pfi );
+    SDK_CHECKED_CALL( bcm_udf_abstract_pkt_format_info_get( unit, apf, &pfi ) );
+    return pfi;
+}
+
+bcm_udf_chunk_info_t readChunks( int unit, bcm_udf_id_t udfId )
+{
+    bcm_udf_chunk_info_t chunkInfo;
+    Shim::sdk_->bcm_udf_chunk_info_t_init( &chunkInfo );
+    SDK_CHECKED_CALL( bcm_udf_chunk_info_get( unit, udfId, &chunkInfo ) );
+    return chunkInfo;
+}
+
+} // namespace
+
+const std::set< bcm_udf_abstract_pkt_format_t >& udfAbstractPktFmt()
+{
+    // DIFFERS: HSDK has IPv4 with options too, and ARP in the place of known non-IP.
+    static const std::set< bcm_udf_abstract_pkt_format_t > formats = {
+        Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4WithoutOptions(),
+        Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6(),
+        Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3(),
+        Shim::sdk_->bcmUdfAbstractPktFormatKnownNonIp(),
+    };
+    return formats;
+}
+
+Agent::Bitmap::Ptr getUdfReservedBitmap( U32 unit, bcm_udf_abstract_pkt_format_t apf )
+{
+    // DIFFERS: HSDK is asked which chunks are free.
+    const auto pfi = readFormat( static_cast< int >( unit ), apf );
+    const ChunkText used{ pfi.chunk_bmap_used() };
+    const ChunkText unavailable{ pfi.unavail_chunk_bmap() };
+    const Agent::Bitmap::Ptr bitmap( new Agent::Bitmap( chunksOfFormat ) );
+    for ( U32 i = 0; i < bitmap->size(); ++i ) {
+        bitmap->bitIs( i, chunkIsSet( unavailable.chunks | used.chunks, i ) );
+    }
+    // clang-format off
+    Agent::trace( _defaultTraceHandle(), 8, "getUdfReservedBitmap",
+                  " apf ", apf, " bitmap size ", bitmap->size(),
+                  " max chunks ", pfi.num_chunks_max(), " used bmap ", used,
+                  " unavailBitmap ", unavailable, " reserved bitmap ", chunkText( *bitmap ) );
+    // clang-format on
+    return bitmap;
+}
+
+UdfChunkPosList getUdfChunkPosFlexParser( U32 unit, const QualIdList& qualIds )
+{
+    traceUdf( 8, "getUdfChunkPosFlexParser" );
+    UdfChunkPosList udfChunkPosList;
+    for ( const U32 qualId : qualIds ) {
+        const auto chunkInfo =
+            readChunks( static_cast< int >( unit ), static_cast< bcm_udf_id_t >( qualId ) );
+        for ( UdfChunkPos i = 0; i < chunksOfFormat; ++i ) {
+            if ( chunkIsSet( chunkInfo.chunk_bmap(), i ) ) {
+                AGENT_ASSERT( !udfChunkPosList.udfChunkPosHas( i ) );
+                udfChunkPosList.udfChunkPosIs( i );
+            }
+        }
+    }
+    return udfChunkPosList;
+}
+
+// ---- The flexible parser: creation and removal -----------------------------------------------
+
+namespace {
+
+/// The chunks that a new UDF is given.
+///
+/// KEPT: one chunk, whatever is requested: the search does not mark what it has found, so every
+/// pass finds the same one. The SDK takes the extent from the width.
+/// DIFFERS: HSDK is offered as many chunks as are requested.
+U32 chosenChunks( const Agent::Bitmap& reserved, U32 requested )
+{
+    U32 chunkBmap = 0;
+    for ( U32 i = 0; i < requested; ++i ) {
+        const auto bit = reserved.firstClearBit( 0, reserved.size() - 1 );
+        AGENT_ASSERT( bit );
+        chunkBmap |= 1U << *bit;
+    }
+    return chunkBmap;
+}
+
+/// Checks that every chunk of removed UDFs was reserved in their format before.
+void assertChunksWereReserved( U32 progChunkBmap, const Agent::Bitmap::Ptr& udfBmap )
+{
+    for ( U32 i = 0; i < udfBmap->size(); ++i ) {
+        if ( chunkIsSet( progChunkBmap, i ) ) {
+            AGENT_ASSERT( udfBmap->isBitSet( i ) );
+            progChunkBmap &= ~( 1U << i );
+        }
+    }
+    AGENT_ASSERT( !progChunkBmap );
+}
+
+} // namespace
+
+QualIdList
+createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract_pkt_format_t apf )
+{
+    int rc = Shim::sdk_->BCM_E_NONE();
+    QualIdList qualIds;
+    UdfHwProgrammingFootprint hwFootprint;
+    // clang-format off
+    traceUdf( 4, "createUdfQualifierFlexParser", " mod:", unit,
+              " ethType: ", udfDesc.ethType(),
+              " appType: ", static_cast< unsigned >( udfDesc.appType() ),
+              " offset: ", udfDesc.offset(), " length: ", udfDesc.length() );
+    // clang-format on
+
+    const Agent::Bitmap::Ptr reserved = getUdfReservedBitmap( unit, apf );
+    const U32 requested = chunksNeeded( udfDesc.length() );
+    // DIFFERS: HSDK counts the free chunks in two ways and takes the smaller number.
+    const U32 avail = reserved->size() - reserved->numBitsInSetState();
+    if ( requested > avail ) {
+        const std::string message = notEnoughChunksText( avail, requested );
+        // DIFFERS: HSDK has no blank behind "mod:".
+        traceUdf( 1, "createUdfQualifierFlexParser", "mod: ", unit, " Msg: ", message );
+        return cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
+    }
+
+    const U32 chunkBmap = chosenChunks( *reserved, requested );
+    program_abstract_pkt_type( unit, udfDesc, apf, chunkBmap, rc, qualIds, hwFootprint );
+    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
+        cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
+        qualIds.clear();
+    }
+    const ChunkText now = chunkText( *getUdfReservedBitmap( unit, apf ) );
+    traceUdf( 4, "createUdfQualifierFlexParser", "mod: ", unit, " Flex bitmap is now: ", now );
+    return qualIds;
+}
+
+void program_abstract_pkt_type( U32 moduleUnit,
+                                const UdfDesc& udfDesc,
+                                bcm_udf_abstract_pkt_format_t apf,
+                                U32 chunkBmap,
+                                int& rc,
+                                QualIdList& qualIds,
+                                UdfHwProgrammingFootprint& hwFootprint )
+{
+    const int unit = static_cast< int >( moduleUnit );
+    const auto pfi = readFormat( unit, apf );
+    AGENT_ASSERT( !( chunkBmap & pfi.chunk_bmap_used() ) );
+
+    bcm_udf_chunk_info_t chunkInfo;
+    Shim::sdk_->bcm_udf_chunk_info_t_init( &chunkInfo );
+    chunkInfo.offsetIs( udfDesc.offset() * chunkBitsPerByte );
+    // DIFFERS: HSDK is given no width.
+    chunkInfo.widthIs( udfDesc.length() * chunkBitsPerByte );
+    chunkInfo.chunk_bmapIs( chunkBmap );
+    chunkInfo.abstract_pkt_formatIs( apf );
+
+    bcm_udf_id_t createdUdfId = 0;
+    rc = SDK_TRACED_CALL_AS( "bcm_udf_chunk_create( unit, NULL, &chunkInfo, &udfId )",
+                             bcm_udf_chunk_create( unit, nullptr, &chunkInfo, &createdUdfId ) );
+    // DIFFERS: HSDK traces and raises the log message when the SDK is out of resources.
+    if ( rc == Shim::sdk_->BCM_E_NONE() ) {
+        const U32 udfId = static_cast< U32 >( createdUdfId );
+        AGENT_ASSERT( !hwFootprint.udfIds.qualIdHas( udfId ) );
+        hwFootprint.udfIds.qualIdIs( udfId );
+        qualIds.qualIdIs( udfId );
+    } else {
+        const char* const error = Shim::sdk_->sdkErrorText( rc );
+        // DIFFERS: HSDK has no "rc:".
+        traceUdf( 1, " bcm_udf_chunk_create failed rc: ", rc, " ", error );
+    }
+}
+
+void destroyUdfQualifierFlexParser( U32 moduleUnit,
+                                    const QualIdList& qualIds,
+                                    bcm_udf_abstract_pkt_format_t apf )
+{
+    traceUdf( 4, "destroyUdfQualifierFlexParser" );
+    const int unit = static_cast< int >( moduleUnit );
+    const Agent::Bitmap::Ptr udfBmap = getUdfReservedBitmap( moduleUnit, apf );
+    const ChunkText start = chunkText( *udfBmap );
+    // DIFFERS: HSDK names the format here, and shows the free chunks.
+    traceUdf(
+        8, "destroyUdfQualifierFlexParser", " mod: ", moduleUnit, " Flex bitmap start: ", start );
+
+    U32 progChunkBmap = 0;
+    for ( const U32 qualId : qualIds ) {
+        const bcm_udf_id_t udfId = static_cast< bcm_udf_id_t >( qualId );
+        const auto chunkInfo = readChunks( unit, udfId );
+        const U32 chunkBmap = chunkInfo.chunk_bmap();
+        if ( progChunkBmap != 0 ) {
+            AGENT_ASSERT( progChunkBmap == chunkBmap );
+        }
+        progChunkBmap = chunkBmap;
+        // DIFFERS: HSDK does not trace the UDF's format.
+        traceUdf(
+            8, " mod: ", moduleUnit, " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
+        SDK_CHECKED_CALL( bcm_udf_destroy( unit, udfId ) );
+    }
+    // DIFFERS: HSDK checks that the chunks were not free.
+    assertChunksWereReserved( progChunkBmap, udfBmap );
+    const ChunkText end = chunkText( *getUdfReservedBitmap( moduleUnit, apf ) );
+    traceUdf( 8, "destroyUdfQualifierFlexParser", " mod: ", moduleUnit, " Flex bitmap end: ", end );
+}
+
+QualIdList cleanupUdfFlexParserFootprint( int unit,
+                                          const UdfHwProgrammingFootprint& hwFootprint,
+                                          bcm_udf_abstract_pkt_format_t apf )
+{
+    traceUdf( 8, "cleanupUdfFlexParserFootprint" );
+    destroyUdfQualifierFlexParser( static_cast< U32 >( unit ), hwFootprint.udfIds, apf );
+    return {};
+}
+
+// ---- The flexible parser: verification and inventory -----------------------------------------
+
+namespace {
+
+/// Checks that the format of a programmed UDF is one of those that the library programs.
+void assertAllowedFormat( bcm_udf_abstract_pkt_format_t apf )
+{
+    const auto bcmUdfAbstractPktFormatKnownNonIp = Shim::sdk_->bcmUdfAbstractPktFormatKnownNonIp();
+    const auto bcmUdfAbstractPktFormatL3Ipv4WithoutOptions =
+        Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4WithoutOptions();
+    const auto bcmUdfAbstractPktFormatL3Ipv6 = Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
+    const auto bcmUdfAbstractPktFormatUnknownL3 = Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3();
+    // DIFFERS: HSDK allows ARP and all of IPv4 instead of known non-IP and IPv4 without options.
+    AGENT_ASSERT( apf == bcmUdfAbstractPktFormatKnownNonIp ||
+                  apf == bcmUdfAbstractPktFormatL3Ipv4WithoutOptions ||
+                  apf == bcmUdfAbstractPktFormatL3Ipv6 || apf == bcmUdfAbstractPktFormatUnknownL3 );
+}
+
+/// Checks what the SDK reads back of a UDF against its descriptor.
+void assertExtent( const bcm_udf_chunk_info_t& chunkInfo, U32 offset, U32 length )
+{
+    assertAllowedFormat( chunkInfo.abstract_pkt_format() );
+    // KEPT: in bytes, although creation gives bits: the SDK reads back in bytes.
+    // DIFFERS: HSDK compares the offset in bits.
+    AGENT_ASSERT( chunkInfo.offset() == offset );
+    AGENT_ASSERT( chunkInfo.width() == length );
+}
+
+} // namespace
+
+void udfQualProgrammedInHwFlex( U32 moduleUnit, const UdfDesc& udfDesc, const QualIdList& qualIds )
+{
+    const U32 offset = udfDesc.offset();
+    const U32 length = udfDesc.length();
+    // clang-format off
+    traceUdf( 4, "udfQualProgrammedInHwFlex", " mod: ", moduleUnit,
+              " ethType: ", udfDesc.ethType(),
+              " appType: ", static_cast< unsigned >( udfDesc.appType() ),
+              " offset: ", offset, " length: ", length );
+
+    U32 progChunkBmap = 0;
+    for ( const U32 qualId : qualIds ) {
+        const auto chunkInfo =
+            readChunks( static_cast< int >( moduleUnit ), static_cast< bcm_udf_id_t >( qualId ) );
+        traceUdf( 8, "udfQualProgrammedInHwFlex", "mod: ", moduleUnit,
+                  " Chunk info offset: ", chunkInfo.offset(), " offset: ", offset );
+        traceUdf( 8, "udfQualProgrammedInHwFlex", "mod: ", moduleUnit,
+                  " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
+        // clang-format on
+        assertExtent( chunkInfo, offset, length );
+        // DIFFERS: HSDK compares and counts bitmaps of the agent's.
+        const U32 chunkBmap = chunkInfo.chunk_bmap();
+        if ( progChunkBmap != 0 ) {
+            AGENT_ASSERT( progChunkBmap == chunkBmap );
+        }
+        // KEPT: one chunk for two bytes, although creation gives one chunk only: a longer UDF is
+        // not expected to pass this audit.
+        const U32 chunks = chunksNeeded( length );
+        const U32 setChunks = static_cast< U32 >( std::popcount( chunkBmap & 0xFFFFU ) );
+        AGENT_ASSERT( chunks == setChunks );
+        progChunkBmap = chunkBmap;
+    }
+}
+
+UdfIdList getAllProgrammedUdfIdsUdfFlexParser( U32 moduleUnit )
+{
+    traceUdf( 4, "getAllProgrammedUdfIdsUdfFlexParser", " mod:", moduleUnit );
+    const int unit = static_cast< int >( moduleUnit );
+    constexpr int max = mostUdfsOfFormat;
+    UdfIdList list;
+    for ( const bcm_udf_abstract_pkt_format_t absPktFmt : udfAbstractPktFmt() ) {
+        bcm_udf_id_t udfIds[ max ] = {};
+        int numUdfs = 0;
+        const Shim::CallSite site = SDK_CALL_SITE(
+            "bcm_udf_abstract_pkt_format_object_list_get( unit, absPktFmt, max, udfIds, "
+            "&numUdfs )" );
+        const int rc = Shim::callWithLocksReleased( [ & ] {
+            return Shim::sdk_->bcm_udf_abstract_pkt_format_object_list_get(
+                unit, absPktFmt, max, udfIds, &numUdfs );
+        } );
+        judgeObjectList( apiTraceHandle_, site, rc );
+        // clang-format off
+        traceUdf( 8, "getAllProgrammedUdfIdsUdfFlexParser", " mod:", moduleUnit,
+                  " abstract packet format: ", absPktFmt, " has ", numUdfs, " UDFS" );
+        // clang-format on
+        for ( int i = 0; i < std::min( numUdfs, max ); ++i ) {
+            list.udfIdIs( UdfId( udfIds[ i ] ) );
+        }
+    }
+    return list;
 }
 
 } // namespace PeloraTcam

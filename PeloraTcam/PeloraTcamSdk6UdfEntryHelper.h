@@ -1,7 +1,7 @@
 #pragma once
 
-/// User-defined fields (UDFs) on chips driven through SDK-6: what all UDF paths share, and the path
-/// through the SDK's UDF module.
+/// User-defined fields (UDFs) on chips driven through SDK-6: what all UDF paths share, the path
+/// through the SDK's UDF module, and the path through the flexible parser.
 ///
 /// A UDF is an SDK object that extracts bytes of the packet; it is attached to a packet format,
 /// which says of which packets. Packet formats are scarce, so UDFs share them; the caller's
@@ -19,10 +19,13 @@
 ///     }
 
 #include "PeloraTcam/UdfCommon.h"
+#include "agent/base/Bitmap.h"
 #include "agent/base/Export.h"
 #include "agent/tcam/TcamTypes.h"
 #include "agent/tcam/UdfTypes.h"
 #include "sdk/SdkTypes.h"
+
+#include <set>
 
 namespace PeloraTcam {
 
@@ -75,5 +78,51 @@ PELORA_TCAM_EXPORT void destroyUdfLagHashingModule( U32 unit, bcm_udf_id_t udfId
 /// Returns when the SDK hashes the UDF as described; otherwise the process ends.
 PELORA_TCAM_EXPORT void
 udfLagHashingProgrammedInModule( U32 unit, const QualIdList& quals, const UdfDesc& udfDesc );
+
+// ---- The flexible parser ---------------------------------------------------------------------
+
+/// The abstract packet formats that the library programs.
+[[nodiscard]] PELORA_TCAM_EXPORT const std::set< bcm_udf_abstract_pkt_format_t >&
+udfAbstractPktFmt();
+
+/// The chunks of an abstract packet format that a new UDF cannot have: bit i for chunk i of 16.
+[[nodiscard]] PELORA_TCAM_EXPORT Agent::Bitmap::Ptr
+getUdfReservedBitmap( U32 unit, bcm_udf_abstract_pkt_format_t apf );
+
+/// The chunks that UDFs occupy; a chunk of two UDFs is an assertion failure.
+[[nodiscard]] PELORA_TCAM_EXPORT UdfChunkPosList
+getUdfChunkPosFlexParser( U32 unit, const QualIdList& qualIds );
+
+/// Creates a UDF in an abstract packet format and gives its id as the only one of a list; an
+/// empty list, with nothing left behind, when there are too few chunks or the SDK refuses.
+[[nodiscard]] PELORA_TCAM_EXPORT QualIdList
+createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract_pkt_format_t apf );
+
+/// Programs one UDF on the chunks of a bitmap, which must be free. The SDK's return code goes to
+/// `rc`; on success the UDF goes into the footprint and the list.
+PELORA_TCAM_EXPORT void program_abstract_pkt_type( U32 unit,
+                                                   const UdfDesc& udfDesc,
+                                                   bcm_udf_abstract_pkt_format_t apf,
+                                                   U32 chunkBmap,
+                                                   int& rc,
+                                                   QualIdList& qualIds,
+                                                   UdfHwProgrammingFootprint& hwFootprint );
+
+/// Destroys the UDFs of a qualifier, and checks their chunks against the format's.
+PELORA_TCAM_EXPORT void destroyUdfQualifierFlexParser( U32 unit,
+                                                       const QualIdList& qualIds,
+                                                       bcm_udf_abstract_pkt_format_t apf );
+
+/// Undoes what a failed creation has made. Always gives an empty list.
+PELORA_TCAM_EXPORT QualIdList cleanupUdfFlexParserFootprint(
+    int unit, const UdfHwProgrammingFootprint& hwFootprint, bcm_udf_abstract_pkt_format_t apf );
+
+/// Returns when the SDK holds the UDFs of a qualifier as described; otherwise the process ends.
+PELORA_TCAM_EXPORT void
+udfQualProgrammedInHwFlex( U32 unit, const UdfDesc& udfDesc, const QualIdList& qualIds );
+
+/// The UDFs that the SDK holds in the formats of `udfAbstractPktFmt()`, up to 128 of each. A
+/// format that cannot be listed is left out, with an error line on standard error.
+[[nodiscard]] PELORA_TCAM_EXPORT UdfIdList getAllProgrammedUdfIdsUdfFlexParser( U32 unit );
 
 } // namespace PeloraTcam

@@ -1,7 +1,9 @@
 #include "PeloraTcam/PeloraTcamUdfSdk6Helper.h"
 
 #include "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.h"
+#include "PeloraTcam/UdfChunks.h"
 #include "PeloraTcam/UdfLogMessages.h"
+#include "agent/base/Assert.h"
 #include "agent/base/RingTrace.h"
 #include "sdk/SdkCall.h"
 
@@ -14,18 +16,31 @@ namespace {
 
 constexpr std::array< std::string_view, 3 > constructorArguments = { "U16", "U8", "bool" };
 
-constexpr std::array< Agent::FieldDescriptor, 4 > attributes = { {
+constexpr std::array< Agent::FieldDescriptor, 3 > flexParserAttributes = { {
+    { "lagHashingSupported" },
+    { "moduleId" },
+    { "pipeId" },
+} };
+
+constexpr std::array< Agent::FieldDescriptor, 4 > moduleAttributes = { {
     { "lagHashingSupported" },
     { "moduleId" },
     { "pipeId" },
     { "pktFmtIdToUdfId" },
 } };
 
-const std::array< Agent::TypeRecord, 1 > types = { {
+const std::array< Agent::TypeRecord, 2 > types = { {
+    { .name = "PeloraTcam::UdfFlexParserHelper",
+      .type = &typeid( UdfFlexParserHelper ),
+      .constructorArguments = constructorArguments,
+      .attributes = flexParserAttributes,
+      .construct = &Agent::genericConstruct< &UdfFlexParserHelper::UdfFlexParserHelperIs >,
+      .attributeOperation = &UdfFlexParserHelper::attributeOperation,
+      .baseAttributeOperation = &UdfHelperBase::attributeOperation },
     { .name = "PeloraTcam::UdfModuleHelper",
       .type = &typeid( UdfModuleHelper ),
       .constructorArguments = constructorArguments,
-      .attributes = attributes,
+      .attributes = moduleAttributes,
       .construct = &Agent::genericConstruct< &UdfModuleHelper::UdfModuleHelperIs >,
       .attributeOperation = &UdfModuleHelper::attributeOperation,
       .baseAttributeOperation = &UdfHelperBase::attributeOperation },
@@ -50,7 +65,27 @@ void traceEntry( Agent::TraceLevel level, Pieces&&... pieces )
     Agent::traceBoth< Statement >( _defaultTraceHandle(), level, pieces... );
 }
 
+/// The abstract packet format of a descriptor.
+bcm_udf_abstract_pkt_format_t getPktFmt( const UdfDesc& udfDesc )
+{
+    switch ( abstractPktKind( udfDesc ) ) {
+    case AbstractPktKind::ipv4:
+        // DIFFERS: HSDK has all of IPv4.
+        return Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4WithoutOptions();
+    case AbstractPktKind::ipv6:
+        return Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
+    case AbstractPktKind::arp:
+        // DIFFERS: HSDK has a format for ARP.
+        return Shim::sdk_->bcmUdfAbstractPktFormatKnownNonIp();
+    case AbstractPktKind::unknownL3:
+        break;
+    }
+    return Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3();
+}
+
 } // namespace
+
+// ---- The UDF module --------------------------------------------------------------------------
 
 Agent::AllocationTracker UdfModuleHelper::memAllocationTracker_( "PeloraTcam::UdfModuleHelper" );
 
@@ -173,6 +208,86 @@ void UdfModuleHelper::handleInitialized()
 {
     traceEntry( 4, "handleInitialized" );
     pktFmtIdToUdfIdIs();
+}
+
+// ---- The flexible parser ---------------------------------------------------------------------
+
+Agent::AllocationTracker
+    UdfFlexParserHelper::memAllocationTracker_( "PeloraTcam::UdfFlexParserHelper" );
+
+UdfFlexParserHelper::UdfFlexParserHelper( U16 moduleId, U8 pipeId, bool lagHashingSupported )
+    : RegisteredClass( moduleId, pipeId, lagHashingSupported )
+{
+    UdfFlexParserHelper::handleInitialized();
+}
+
+UdfFlexParserHelper::~UdfFlexParserHelper() = default;
+
+Agent::Ptr< UdfFlexParserHelper >
+UdfFlexParserHelper::UdfFlexParserHelperIs( U16 moduleId, U8 pipeId, bool lagHashingSupported )
+{
+    return make( moduleId, pipeId, lagHashingSupported );
+}
+
+Agent::Ptr< UdfFlexParserHelper >
+udfFlexParserHelperFactory( U16 moduleId, U8 pipeId, bool lagHashingSupported )
+{
+    return UdfFlexParserHelper::UdfFlexParserHelperIs( moduleId, pipeId, lagHashingSupported );
+}
+
+const Agent::ModuleRecord& UdfFlexParserHelper::typeData() const
+{
+    return module;
+}
+
+UdfChunkPosList UdfFlexParserHelper::getUdfChunkPosList( U32 unit, const QualIdList& quals )
+{
+    traceEntry( 4, "getUdfChunkPosList", " mod: ", unit, " quals: ", quals );
+    return getUdfChunkPosFlexParser( unit, quals );
+}
+
+QualIdList UdfFlexParserHelper::programUdfInHw( const UdfDesc& udfDesc )
+{
+    traceEntry( 4, "programUdfInHw", " mod:", moduleId(), " udfDesc: ", udfDesc );
+    return createUdfQualifierFlexParser( moduleId(), udfDesc, getPktFmt( udfDesc ) );
+}
+
+void UdfFlexParserHelper::removeUdfFromHw( const UdfDesc& udfDesc, const QualIdList& quals )
+{
+    traceEntry(
+        4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    destroyUdfQualifierFlexParser( moduleId(), quals, getPktFmt( udfDesc ) );
+}
+
+void UdfFlexParserHelper::verifyProgrammedUdf( const UdfDesc& udfDesc,
+                                               const QualIdList& quals ) const
+{
+    traceEntry(
+        4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    udfQualProgrammedInHwFlex( moduleId(), udfDesc, quals );
+}
+
+void UdfFlexParserHelper::verifyLagHashingUdf( const UdfDesc&, const QualIdList& ) const
+{
+    Agent::assertionFailed(
+        "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__, __PRETTY_FUNCTION__ );
+}
+
+UdfIdList UdfFlexParserHelper::getAllProgrammedUdfIds( U32 unit ) const
+{
+    traceEntry( 4, "getAllProgrammedUdfIds", " mod:", moduleId() );
+    return getAllProgrammedUdfIdsUdfFlexParser( unit );
+}
+
+UdfIdList UdfFlexParserHelper::getAllProgrammedLagHashingUdfIds( U32 ) const
+{
+    Agent::assertionFailed(
+        "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__, __PRETTY_FUNCTION__ );
+}
+
+void UdfFlexParserHelper::handleInitialized()
+{
+    traceEntry( 4, "handleInitialized" );
 }
 
 } // namespace PeloraTcam

@@ -1,9 +1,9 @@
 #pragma once
 
-/// The UDF helper of chips that are driven through SDK-6 and have the SDK's UDF module. It is thin:
-/// an operation traces its call and forwards to the functions of `PeloraTcamSdk6UdfEntryHelper.h`,
-/// which say what fails how. Made, called and dropped on the agent's thread with the activity lock
-/// held.
+/// The UDF helpers of chips that are driven through SDK-6: one for chips with the SDK's UDF module,
+/// one for chips with a flexible parser. Both are thin: an operation traces its call and forwards
+/// to the functions of `PeloraTcamSdk6UdfEntryHelper.h`, which say what fails how. Made, called and
+/// dropped on the agent's thread with the activity lock held.
 ///
 ///     auto helper = udfModuleHelperFactory( moduleId, pipeId, lagHashingSupported );
 ///     const QualIdList quals = helper->programUdfInHw( udfDesc );
@@ -62,5 +62,37 @@ class PELORA_TCAM_EXPORT UdfModuleHelper
 /// A new helper, as `UdfModuleHelper::UdfModuleHelperIs` makes it.
 [[nodiscard]] PELORA_TCAM_EXPORT Agent::Ptr< UdfModuleHelper >
 udfModuleHelperFactory( U16 moduleId, U8 pipeId, bool lagHashingSupported );
+
+/// Programs UDFs through the flexible parser. It cannot feed LAG hashing: the two LAG-hashing
+/// operations are assertion failures.
+class PELORA_TCAM_EXPORT UdfFlexParserHelper
+    : public Agent::RegisteredClass< UdfFlexParserHelper, UdfHelperBase >
+{
+  public:
+    UdfFlexParserHelper( U16 moduleId, U8 pipeId, bool lagHashingSupported );
+    ~UdfFlexParserHelper() override;
+
+    /// A new helper; arguments as those of `UdfModuleHelper`.
+    [[nodiscard]] static Agent::Ptr< UdfFlexParserHelper >
+    UdfFlexParserHelperIs( U16 moduleId, U8 pipeId, bool lagHashingSupported );
+
+    [[nodiscard]] const Agent::ModuleRecord& typeData() const override;
+
+    UdfChunkPosList getUdfChunkPosList( U32 unit, const QualIdList& quals ) override;
+    QualIdList programUdfInHw( const UdfDesc& udfDesc ) override;
+    void removeUdfFromHw( const UdfDesc& udfDesc, const QualIdList& quals ) override;
+    void verifyProgrammedUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const override;
+    void verifyLagHashingUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const override;
+    UdfIdList getAllProgrammedUdfIds( U32 unit ) const override;
+    UdfIdList getAllProgrammedLagHashingUdfIds( U32 unit ) const override;
+    void handleInitialized() override;
+
+    /// Counts the live helpers of this class.
+    static Agent::AllocationTracker memAllocationTracker_;
+};
+
+/// A new helper, as `UdfFlexParserHelper::UdfFlexParserHelperIs` makes it.
+[[nodiscard]] PELORA_TCAM_EXPORT Agent::Ptr< UdfFlexParserHelper >
+udfFlexParserHelperFactory( U16 moduleId, U8 pipeId, bool lagHashingSupported );
 
 } // namespace PeloraTcam

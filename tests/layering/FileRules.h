@@ -17,7 +17,8 @@ constexpr int mostLinesOfASource = 500;
 /// Files other than `.def` have no offences.
 Offences checkTable( const std::string& file, std::string_view text );
 
-/// Checks that a source is no longer than `mostLinesOfASource`. Tables and tests may be.
+/// Checks that a source is no longer than `mostLinesOfASource`. Tables and tests may be; so may a
+/// few sources, each with a reason and a limit of its own.
 Offences checkLength( const std::string& file, std::string_view text );
 
 /// Checks that each folder with sources among `files`, paths from the root, has a README.md.

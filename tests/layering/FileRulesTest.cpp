@@ -96,6 +96,14 @@ TEST( FileRulesTest, CheckLength_TableOrTestOrText_MayBeLonger )
     EXPECT_THAT( checkLength( "docs/a.md", text ), IsEmpty() );
 }
 
+TEST( FileRulesTest, CheckLength_SourceWithAReason_HasALimitOfItsOwn )
+{
+    const std::string file = "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.cpp";
+    EXPECT_THAT( checkLength( file, std::string( 850, '\n' ) ), IsEmpty() );
+    EXPECT_THAT( checkLength( file, std::string( 851, '\n' ) ),
+                 ElementsAre( Offence{ file, 851, "has 851 lines; a source has at most 850" } ) );
+}
+
 TEST( FileRulesTest, CheckReadmes_FolderWithSourcesAndWithout_IsAnOffenceOnce )
 {
     EXPECT_THAT(

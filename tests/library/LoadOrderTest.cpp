@@ -189,20 +189,23 @@ TEST( LoadOrderTest, Load_OfTheLibrary_EachUdfFileMakesTwoLogHandlesAfterItsTrac
         }
     }
     EXPECT_EQ( logs, logsOfUdfFiles( logs.size() / 2 ) );
-    EXPECT_EQ( logs.size(), 4U ) << "two files";
+    EXPECT_EQ( logs.size(), 8U ) << "four files";
 }
 
-TEST( LoadOrderTest, Load_OfTheUdfHelper_IsModuleThenTraceThenLogs )
+TEST( LoadOrderTest, Load_OfTheUdfHelpers_IsModuleThenTraceThenLogs )
 {
     events().clear();
     const LoadedLibrary library( PELORA_HELPERS_LIBRARY );
-    const auto module = std::ranges::find( events(), "module PeloraTcam/PeloraTcamUdfSdk6Helper" );
-    ASSERT_GE( std::distance( module, events().end() ), 4 );
-    EXPECT_THAT( std::vector< std::string >( module, module + 4 ),
-                 ElementsAre( "module PeloraTcam/PeloraTcamUdfSdk6Helper",
-                              "trace ApiPelora",
-                              "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
-                              "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL" ) );
+    for ( const std::string record : { "module PeloraTcam/PeloraTcamUdfSdk6Helper",
+                                       "module PeloraTcam/PeloraTcamUdfHsdkHelper" } ) {
+        const auto module = std::ranges::find( events(), record );
+        ASSERT_GE( std::distance( module, events().end() ), 4 ) << record;
+        EXPECT_THAT( std::vector< std::string >( module, module + 4 ),
+                     ElementsAre( record,
+                                  "trace ApiPelora",
+                                  "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+                                  "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL" ) );
+    }
 }
 
 TEST( LoadOrderTest, Unload_OfTheLibrary_TakesBackAllThatLoadingMade )

@@ -62,7 +62,7 @@ TEST( UdfLogMessagesTest, Handles_OfTheLoadedLibrary_ComeAndGoWithIt )
     EXPECT_EQ( Agent::logHandleCount( "PELORA_TCAM_UDF_HW_RESOURCE_FULL" ), 0U );
     LoadedLibrary library( PELORA_HELPERS_LIBRARY );
     const Agent::U32 full = Agent::logHandleCount( "PELORA_TCAM_UDF_HW_RESOURCE_FULL" );
-    EXPECT_GE( full, 2U ) << "one of each file with UDFs";
+    EXPECT_EQ( full, 4U ) << "one of each file with UDFs";
     EXPECT_EQ( Agent::logHandleCount( "PELORA_TCAM_UDF_HW_RESOURCE_NORMAL" ), full );
     library.unload();
     EXPECT_EQ( Agent::logHandleCount( "PELORA_TCAM_UDF_HW_RESOURCE_FULL" ), 0U );

@@ -1,0 +1,73 @@
+#pragma once
+
+/// Chunks of the flexible parser: what the SDK-6 and the HSDK path have in common.
+///
+/// A chunk is a two-byte extraction unit; every abstract packet format has sixteen of them.
+
+#include "agent/base/BaseTypes.h"
+#include "agent/base/Bitmap.h"
+#include "agent/base/RingTrace.h"
+#include "agent/tcam/UdfTypes.h"
+#include "sdk/SdkCall.h"
+#include "sdk/SdkTypes.h"
+
+#include <ostream>
+#include <string>
+
+namespace PeloraTcam {
+
+/// How many chunks an abstract packet format has.
+inline constexpr Agent::U32 chunksOfFormat = 16;
+
+/// The chunks that a UDF of so many bytes needs.
+constexpr Agent::U32 chunksNeeded( Agent::U32 bytes )
+{
+    return ( bytes + 1 ) / 2;
+}
+
+/// A set of chunks that prints as sixteen characters '0' or '1', chunk 15 first.
+struct ChunkText
+{
+    Agent::U32 chunks; ///< bit i stands for chunk i
+};
+
+/// The chunks that stand in a bitmap.
+ChunkText chunkText( const Agent::Bitmap& bitmap );
+
+std::ostream& operator<<( std::ostream& stream, ChunkText text );
+void packForRing( Agent::RingPacker& packer, ChunkText text );
+
+/// The bits of a byte: the SDK counts in bits what descriptors count in bytes.
+inline constexpr Agent::U32 chunkBitsPerByte = 8;
+
+/// Whether a chunk stands in an SDK-6 chunk bitmap.
+constexpr bool chunkIsSet( Agent::U32 chunkBmap, Agent::U32 chunk )
+{
+    return ( chunkBmap >> chunk & 1U ) != 0;
+}
+
+/// What is traced when there are not enough chunks.
+std::string notEnoughChunksText( Agent::U32 available, Agent::U32 requested );
+
+/// The kinds of packet that a UDF of the flexible parser can be extracted from.
+enum class AbstractPktKind
+{
+    ipv4,
+    ipv6,
+    arp,
+    unknownL3,
+};
+
+/// The kind of packet that a descriptor asks for: by what asks for the UDF, and for a MAC ACL by
+/// the EtherType. A MAC ACL with the EtherType of IPv4, and an unknown application type, are
+/// assertion failures.
+AbstractPktKind abstractPktKind( const UdfDesc& udfDesc );
+
+/// The most UDFs that are read of one abstract packet format.
+inline constexpr int mostUdfsOfFormat = 128;
+
+/// Judges the reading of a format's UDFs, which is tolerated: a failure other than "not found" is
+/// an error line on standard error, anything else a trace.
+void judgeObjectList( const Agent::TraceHandle& handle, const Shim::CallSite& site, int rc );
+
+} // namespace PeloraTcam
