@@ -1,259 +1,342 @@
 // UDFs come and go at random, some for the hash, some when there is no room, some while the SDK
-// fails; after every step the library's map, its answer and the chip are what a model says that
-// knows nothing of the library. The model follows from these rules: a UDF needs chunks; packets of
-// one kind share one format; a format lives as long as its users.
+// fails; helpers lose their maps, new helpers take over, the chip is reset. After every step the
+// library's map, its answer and the chip are what a model says (`UdfSharingModel.h`).
+//
+// PELORA_UDF_MODEL_STEPS asks for another number of steps than a million.
 
-#include "sdk/ForwardingSdk.h"
-#include "tests/library/UdfScene.h"
+#include "tests/library/UdfSharingScene.h"
 
-#include <map>
+#include <cstdlib>
 #include <random>
-#include <set>
 
 namespace LibraryTest {
 namespace {
 
-/// Lets one function fail, with that code, for as long as a test wants.
-class FlakySdk final : public Shim::ForwardingSdk
+/// The steps of all runs together: a million; fewer under a shuffled numbering, whose values are
+/// all that is different, and in a build without optimisation.
+unsigned long stepsOfAllRuns()
 {
-  public:
-    using ForwardingSdk::ForwardingSdk;
-
-    int createFails = 0;
-    int attachFails = 0;
-
-    int bcm_udf_create( int unit,
-                        bcm_udf_alloc_hints_t* hints,
-                        bcm_udf_t* udf,
-                        bcm_udf_id_t* udfId ) override
-    {
-        return createFails != 0 ? createFails : next().bcm_udf_create( unit, hints, udf, udfId );
+    if ( const char* const asked = std::getenv( "PELORA_UDF_MODEL_STEPS" ) ) {
+        return std::strtoul( asked, nullptr, 10 );
     }
+#ifdef __OPTIMIZE__
+    constexpr unsigned long steps = 1'000'000;
+#else
+    constexpr unsigned long steps = 200'000;
+#endif
+    const char* const numbering = std::getenv( "PELORA_SDK_NUMBERING" );
+    const bool isDefault = numbering == nullptr || std::string_view( numbering ) == "default";
+    return isDefault ? steps : steps / 10;
+}
 
-    int bcm_udf_pkt_format_add( int unit,
-                                bcm_udf_id_t udfId,
-                                bcm_udf_pkt_format_id_t formatId ) override
-    {
-        return attachFails != 0 ? attachFails
-                                : next().bcm_udf_pkt_format_add( unit, udfId, formatId );
-    }
-};
-
-/// The packets that a format describes, as numbers of its own.
-struct Kind
-{
-    Agent::U16 ethType;
-    Agent::U8 ipProto;
-    Agent::U16 inner;
-
-    friend auto operator<=>( const Kind&, const Kind& ) = default;
-};
-
-const std::vector< Kind > kinds = {
-    { ip4, 6, 0 },
-    { ip4, 17, 0 },
-    { ip6, 6, 0 },
-    { arp, 0, 0 },
-    { ip4, 47, ip4 },
-    { ip4, 47, ip6 },
-};
-
-/// What the chip can hold: that of the profile "sdk6-udf".
-constexpr unsigned chunksOfChip = 16;
-constexpr unsigned usersOfFormat = 8;
-constexpr unsigned hashesOfChip = 2;
-
-struct Live
-{
-    UdfDesc desc;
-    Kind kind;
-    QualIdList quals;
-};
-
-class Model
-{
-  public:
-    /// Whether a UDF fits, and no call of the SDK goes wrong.
-    [[nodiscard]] bool fits( const UdfDesc& desc, const Kind& kind ) const
-    {
-        const auto format = users_.find( kind );
-        return chunksFor( desc ) <= chunksOfChip - chunks_ &&
-               ( format == users_.end() || format->second.size() < usersOfFormat );
-    }
-
-    [[nodiscard]] bool hasRoomForHash() const { return hashes_.size() < hashesOfChip; }
-
-    void add( const Live& live, int udf )
-    {
-        chunks_ += chunksFor( live.desc );
-        users_[ live.kind ].insert( udf );
-        if ( live.desc.lagHashing() ) {
-            hashes_.insert( udf );
-        }
-    }
-
-    void remove( const Live& live, int udf )
-    {
-        chunks_ -= chunksFor( live.desc );
-        users_[ live.kind ].erase( udf );
-        if ( users_[ live.kind ].empty() ) {
-            users_.erase( live.kind );
-        }
-        hashes_.erase( udf );
-    }
-
-    /// The users of each format, whatever the formats' ids.
-    [[nodiscard]] std::multiset< std::set< int > > formats() const
-    {
-        std::multiset< std::set< int > > all;
-        for ( const auto& [ kind, udfs ] : users_ ) {
-            all.insert( udfs );
-        }
-        return all;
-    }
-
-    [[nodiscard]] const std::set< int >& hashes() const { return hashes_; }
-
-    [[nodiscard]] unsigned chunks() const { return chunks_; }
-
-  private:
-    static unsigned chunksFor( const UdfDesc& desc ) { return ( desc.length() + 1U ) / 2; }
-
-    unsigned chunks_ = 0;
-    std::map< Kind, std::set< int > > users_;
-    std::set< int > hashes_;
-};
-
-class UdfSharingModelTest : public UdfScene, public ::testing::WithParamInterface< unsigned >
+class UdfSharingModelTest : public UdfSharingScene
 {
   protected:
-    UdfSharingModelTest()
+    UdfSharingModelTest() { resetChip(); }
+
+    unsigned random( std::size_t count ) { return static_cast< unsigned >( random_() % count ); }
+
+    template< class Map >
+    typename Map::iterator anyOf( Map& map )
     {
-        chips.chipIs( unit, Sim::builtInProfile( "sdk6-udf" ) );
-        // Not the recorder, which would keep every call.
-        Shim::sdk_ = &flaky;
+        return std::next( map.begin(), random( map.size() ) );
     }
 
-    unsigned random( unsigned count ) { return static_cast< unsigned >( random_() % count ); }
+    // ---- Owners --------------------------------------------------------------------------------
 
-    Live anyRequest()
+    void resetChip()
     {
-        Live live;
-        live.kind = kinds[ random( static_cast< unsigned >( kinds.size() ) ) ];
-        live.desc = udfDescOf( static_cast< Agent::U8 >( random( 100 ) ),
-                               static_cast< Agent::U8 >( 1 + random( 6 ) ) );
-        live.desc.ethTypeIs( live.kind.ethType );
-        live.desc.ipProtoIs( live.kind.ipProto );
-        live.desc.innerEtherTypeIs( live.kind.inner );
-        live.desc.priorityIs( static_cast< Agent::U8 >( random( 3 ) ) );
-        live.desc.lagHashingIs( model.hasRoomForHash() && random( 4 ) == 0 );
-        live.desc.lagHashingMaskIs( { { 0, static_cast< Agent::U8 >( random( 256 ) ) } } );
-        return live;
+        Sim::ChipProfile profile = Sim::builtInProfile( "sdk6-udf" );
+        const UdfRoom& room = GetParam().room;
+        profile.udfModule = { .udfs = static_cast< uint32_t >( room.udfs ),
+                              .chunks = static_cast< uint32_t >( room.chunks ),
+                              .pktFormats = static_cast< uint32_t >( room.formats ),
+                              .udfsPerPktFormat = static_cast< uint32_t >( room.usersOfFormat ),
+                              .hashConfigurations = static_cast< uint32_t >( room.hashes ) };
+        chips.chipIs( unit, profile );
+        model.reset();
+        lives.clear();
+        formatIds.clear();
+        owners.clear();
+        newOwner( PeloraTcam::udfModuleHelperFactory( unit, 0, true ) );
     }
 
-    /// Lets one of the calls of the next creation go wrong; gives whether one will.
-    bool maybeFail()
+    void newOwner( const Agent::Ptr< UdfModuleHelper >& helper )
     {
-        if ( random( 8 ) != 0 ) {
-            return false;
+        owners[ ++lastOwner ] = { helper, helper->pktFmtIdToUdfIdIs() };
+    }
+
+    /// Somebody's helper loses its map, or goes; the map is kept, as long as it lists something.
+    void resetHelper()
+    {
+        const auto chosen = anyOf( owners );
+        if ( chosen->second.helper && random( 2 ) == 0 ) {
+            const Agent::Ptr< UdfModuleHelper > helper = chosen->second.helper;
+            ASSERT_EQ( helper->pktFmtIdToUdfIdDel(), chosen->second.map );
+            newOwner( helper );
+        } else {
+            newOwner( PeloraTcam::udfModuleHelperFactory( unit, 0, true ) );
         }
-        ( random( 2 ) == 0 ? flaky.createFails : flaky.attachFails ) = random( 2 ) == 0 ? -14 : -4;
-        return true;
+        chosen->second.helper = nullptr;
+        std::erase_if( owners, [ this ]( const auto& owner ) {
+            return !owner.second.helper && model.formatsOf( owner.first ) == 0;
+        } );
+    }
+
+    // ---- Steps ---------------------------------------------------------------------------------
+
+    UdfRequest anyRequest()
+    {
+        UdfRequest request;
+        request.owner = anyOf( owners )->first;
+        request.kind = kinds[ random( kinds.size() ) ];
+        request.desc = udfDescOf( static_cast< Agent::U8 >( random( 256 ) ),
+                                  static_cast< Agent::U8 >( 1 + random( 6 ) ) );
+        request.desc.baseIs( static_cast< UdfOffsetBase >( 1 + random( 8 ) ) );
+        request.desc.ethTypeIs( request.kind.ethType );
+        request.desc.ipProtoIs( request.kind.ipProto );
+        request.desc.innerEtherTypeIs( request.kind.inner );
+        request.desc.priorityIs( static_cast< Agent::U8 >( random( 3 ) ) );
+        request.desc.lagHashingIs( model.hasRoomForHash() && random( 4 ) == 0 );
+        request.desc.lagHashingMaskIs( { { 0, static_cast< Agent::U8 >( random( 256 ) ) } } );
+        return request;
+    }
+
+    /// Lets one of the calls of the next creation go wrong, sometimes.
+    CreationFault maybeFail()
+    {
+        if ( random( 6 ) != 0 ) {
+            return {};
+        }
+        const CreationFault fault{
+            static_cast< CreationFault::Where >( CreationFault::atUdf + random( 3 ) ),
+            random( 2 ) == 0 };
+        constexpr std::array< std::string_view, 4 > calls = {
+            "", "bcm_udf_create", "bcm_udf_pkt_format_create", "bcm_udf_pkt_format_add" };
+        flaky.failing = { calls[ fault.where ] };
+        flaky.rc = fault.outOfResources ? -14 : -1 - static_cast< int >( random( 13 ) );
+        return fault;
+    }
+
+    QualIdList program( const UdfRequest& request )
+    {
+        const Owner& owner = owners.at( request.owner );
+        return owner.helper ? owner.helper->programUdfInHw( request.desc )
+                            : createUdfQualifierUdfModule( unit, request.desc, owner.map );
+    }
+
+    void remove( const Live& live )
+    {
+        const Owner& owner = owners.at( live.request.owner );
+        if ( owner.helper ) {
+            owner.helper->removeUdfFromHw( live.request.desc, live.quals );
+        } else {
+            destroyUdfQualifierUdfModule( unit, live.request.desc, live.quals, owner.map );
+        }
     }
 
     void programOne()
     {
-        Live live = anyRequest();
-        const bool fails = maybeFail();
-        const bool expected = !fails && model.fits( live.desc, live.kind );
-        live.quals = create( live.desc );
-        flaky.createFails = flaky.attachFails = 0;
-        ASSERT_EQ( live.quals.qualIds(), expected ? 1U : 0U );
-        if ( expected ) {
-            const int udf = static_cast< int >( *live.quals.begin() );
-            model.add( live, udf );
-            lives[ udf ] = live;
-            ++programmed;
+        const UdfRequest request = anyRequest();
+        const CreationFault fault = maybeFail();
+        const Outcome expected = model.outcomeOf( request, fault );
+        logged.clear();
+        const QualIdList quals = program( request );
+        flaky.failing = {};
+        ASSERT_EQ( quals.qualIds(), expected == Outcome::made ? 1U : 0U );
+        ASSERT_EQ( logged.size(), expected == Outcome::refusedAndLogged ? 1U : 0U );
+        ++outcomes[ expected ];
+        if ( expected == Outcome::made ) {
+            const int udf = static_cast< int >( *quals.begin() );
+            model.add( request, udf );
+            lives[ udf ] = { request, quals };
+            formatIds.try_emplace( { request.owner, request.kind }, newestFormat( request ) );
         }
+        expectFormatAsModelled( request );
+    }
+
+    /// The id of the format that a UDF which was programmed just now is in: that of its kind, or
+    /// else the one that is not known yet.
+    PktFmtId newestFormat( const UdfRequest& request )
+    {
+        std::set< PktFmtId > known;
+        for ( const auto& [ key, id ] : formatIds ) {
+            known.insert( id );
+        }
+        PktFmtId newest;
+        for ( const auto& [ id, udfs ] : *owners.at( request.owner ).map ) {
+            newest = known.contains( id ) ? newest : id;
+        }
+        return newest;
     }
 
     void removeOne()
     {
-        const auto chosen =
-            std::next( lives.begin(), random( static_cast< unsigned >( lives.size() ) ) );
-        destroy( chosen->second.desc, chosen->second.quals );
-        model.remove( chosen->second, chosen->first );
+        const auto chosen = anyOf( lives );
+        remove( chosen->second );
+        const UdfRequest request = chosen->second.request;
+        model.remove( request, chosen->first );
+        expectFormatAsModelled( request );
+        if ( model.format( request.owner, request.kind ) == nullptr ) {
+            formatIds.erase( { request.owner, request.kind } );
+        }
         lives.erase( chosen );
     }
 
-    void auditOne()
+    /// Whether a UDF starts where its offset says, so that an audit finds it as described.
+    static bool isAuditable( const UdfRequest& request )
     {
-        for ( const auto& [ udf, live ] : lives ) {
-            verify( live.desc, live.quals );
-            if ( live.desc.lagHashing() ) {
-                udfLagHashingProgrammedInModule( unit, live.quals, live.desc );
-            }
-        }
+        return expectedStart( request ) == request.desc.offset() * 8;
+    }
+
+    void audit( const Live& live )
+    {
+        const Owner& owner = owners.at( live.request.owner );
+        udfQualProgrammedInHwUdfModule( unit, live.request.desc, live.quals, owner.map );
+    }
+
+    void auditAll()
+    {
         QualIdList all;
+        UdfIdList listed;
+        UdfIdList hashing;
         for ( const auto& [ udf, live ] : lives ) {
-            all.qualIdIs( static_cast< Agent::U32 >( udf ) );
-        }
-        EXPECT_EQ( getUdfChunkPosModule( unit, all ).udfChunkPositions(), model.chunks() );
-    }
-
-    void expectAsModelled()
-    {
-        std::multiset< std::set< int > > mapped;
-        for ( const auto& [ format, udfs ] : *formats ) {
-            std::set< int > users;
-            for ( const UdfId id : udfs ) {
-                users.insert( id.value() );
+            if ( isAuditable( live.request ) ) {
+                audit( live );
             }
-            mapped.insert( users );
+            if ( live.request.desc.lagHashing() ) {
+                udfLagHashingProgrammedInModule( unit, live.quals, live.request.desc );
+                hashing.udfIdIs( UdfId( udf ) );
+            }
+            all.qualIdIs( static_cast< Agent::U32 >( udf ) );
+            listed.udfIdIs( UdfId( udf ) );
         }
-        ASSERT_EQ( mapped, model.formats() );
-        const Sim::SimUdfModule::State& chip = chips.chip( unit )->udfModule()->state();
-        ASSERT_EQ( chip.udfs.size(), lives.size() );
-        ASSERT_EQ( chip.pktFormats.size(), mapped.size() );
-        for ( const auto& [ format, users ] : chip.pktFormats ) {
-            ASSERT_TRUE( formats->pktFmtIdToUdfIdHas( PktFmtId( format ) ) );
-            ASSERT_EQ( users.udfs.size(), formats->pktFmtIdToUdfId( PktFmtId( format ) ).udfIds() );
-        }
-        ASSERT_EQ( chip.hashConfigs.size(), model.hashes().size() );
-        ASSERT_EQ( chips.chip( unit )->udfModule()->chunksUsed(), model.chunks() );
+        ASSERT_EQ( getUdfChunkPosModule( unit, all ).udfChunkPositions(), model.chunks() );
+        ASSERT_EQ( getAllProgrammedUdfIdsUdfModule( unit ), listed );
+        ASSERT_EQ( getAllProgrammedLagHashingUdfIdsUdfModule( unit ), hashing );
     }
 
-    FlakySdk flaky{ chips };
-    std::mt19937 random_{ GetParam() };
-    Model model;
-    std::map< int, Live > lives;
-    unsigned programmed = 0;
-};
+    // ---- Steps that must end the process, tried in a child
+    // ---------------------------------------
 
-TEST_P( UdfSharingModelTest, RandomSteps_AfterEach_AllIsAsTheModelSays )
-{
-    constexpr unsigned steps = 25000;
-    for ( unsigned step = 0; step < steps; ++step ) {
-        const unsigned what = random( 16 );
-        if ( what == 0 ) {
-            auditOne();
-        } else if ( what < 9 || lives.empty() ) {
+    void expectEnds( const std::string& lastWords, const std::function< void() >& operation )
+    {
+        const ChildRun run = runInChild( operation );
+        flaky.failing = {};
+        ASSERT_TRUE( run.aborted ) << lastWords;
+        ASSERT_THAT( run.errors, ::testing::HasSubstr( lastWords ) );
+        ++ends;
+    }
+
+    void failAt( std::string_view call, std::string_view other = "" )
+    {
+        flaky.failing = { call, other };
+        flaky.rc = -1 - static_cast< int >( random( 18 ) );
+    }
+
+    /// A creation in which a call fails that must not.
+    void endInCreation()
+    {
+        UdfRequest request = anyRequest();
+        if ( model.outcomeOf( request, {} ) != Outcome::made ) {
+            return;
+        }
+        if ( model.formatsOf( request.owner ) != 0 && random( 2 ) == 0 ) {
+            failAt( "bcm_udf_pkt_format_info_get" );
+            expectEnds( "bcm_udf_pkt_format_info_get( unit, iter.key().value(), &tmpFmt ) API",
+                        [ & ] { program( request ); } );
+        } else if ( random( 2 ) == 0 ) {
+            failAt( "bcm_udf_pkt_format_add", "bcm_udf_destroy" );
+            expectEnds( "bcm_udf_destroy( unit, udfIdToCleanup ) API",
+                        [ & ] { program( request ); } );
+        } else {
+            // Also where there is no room for another hash configuration.
+            request.desc.lagHashingIs( true );
+            failAt( model.hasRoomForHash() ? "bcm_udf_hash_config_add" : "" );
+            expectEnds(
+                "bcm_udf_hash_config_add( unit, BCM_UDF_HASH_ADD_O_NONE, &hash_config ) API",
+                [ & ] { program( request ); } );
+        }
+    }
+
+    void endInRemovalOrAudit()
+    {
+        const Live& live = anyOf( lives )->second;
+        const PktFmtIdToUdfId::Ptr stranger( new PktFmtIdToUdfId );
+        if ( !isAuditable( live.request ) && random( 2 ) == 0 ) {
+            expectEnds( "Assertion `udf.start() == ( offset * 8 )'", [ & ] { audit( live ); } );
+        } else if ( random( 4 ) == 0 ) {
+            expectEnds( "Assertion `udfs.udfIdHas( id )'", [ & ] {
+                destroyUdfQualifierUdfModule( unit, live.request.desc, live.quals, stranger );
+            } );
+        } else {
+            constexpr std::array< std::string_view, 3 > calls = {
+                "bcm_udf_pkt_format_get_all", "bcm_udf_pkt_format_delete", "bcm_udf_destroy" };
+            const std::string_view call = calls[ random( calls.size() ) ];
+            failAt( call );
+            expectEnds( std::string( call ) + "( unit, udfId", [ & ] { remove( live ); } );
+        }
+    }
+
+    void endOne()
+    {
+        if ( lives.empty() || random( 2 ) == 0 ) {
+            endInCreation();
+        } else {
+            endInRemovalOrAudit();
+        }
+    }
+
+    // ---- The run
+    // ---------------------------------------------------------------------------------
+
+    void step()
+    {
+        const unsigned what = random( 4096 );
+        if ( what < 8 ) {
+            endOne();
+        } else if ( what < 9 ) {
+            resetChip();
+        } else if ( what < 16 && owners.size() < 5 ) {
+            resetHelper();
+        } else if ( what < 100 ) {
+            auditAll();
+        } else if ( what < 2200 || lives.empty() ) {
             programOne();
         } else {
             removeOne();
         }
-        expectAsModelled();
-        ASSERT_FALSE( HasFatalFailure() ) << "step " << step;
     }
-    EXPECT_GT( programmed, steps / 8 );
+
+    std::mt19937 random_{ GetParam().seed };
+    unsigned lastOwner = 0;
+    std::map< Outcome, unsigned > outcomes;
+    unsigned ends = 0;
+};
+
+TEST_P( UdfSharingModelTest, RandomSteps_AfterEach_AllIsAsTheModelSays )
+{
+    const unsigned long steps = stepsOfAllRuns() / modelRuns.size();
+    constexpr unsigned long stepsBetweenFullComparisons = 32;
+    for ( unsigned long made = 0; made < steps; ++made ) {
+        step();
+        expectCountsAsModelled();
+        if ( made % stepsBetweenFullComparisons == 0 ) {
+            expectAllAsModelled();
+        }
+        ASSERT_FALSE( HasFatalFailure() ) << "step " << made;
+    }
+    EXPECT_GT( outcomes[ Outcome::made ], steps / 8 );
+    EXPECT_GT( outcomes[ Outcome::refused ], steps / 100 );
+    EXPECT_GT( outcomes[ Outcome::refusedAndLogged ], steps / 100 );
+    EXPECT_GT( ends, steps / 10000 );
     while ( !lives.empty() ) {
         removeOne();
     }
     EXPECT_EQ( chipText(), "" );
-    EXPECT_EQ( mapText(), "" );
 }
 
-INSTANTIATE_TEST_SUITE_P( Seeds, UdfSharingModelTest, ::testing::Values( 1U, 2U, 3U, 4U ) );
+INSTANTIATE_TEST_SUITE_P( Seeds, UdfSharingModelTest, ::testing::ValuesIn( modelRuns ) );
 
 } // namespace
 } // namespace LibraryTest
