@@ -2,6 +2,7 @@
 
 #include "sim/BuiltInProfiles.h"
 #include "sim/NameHints.h"
+#include "sim/SdkNumbering.h"
 #include "sim/YamlDocument.h"
 
 #include <algorithm>
@@ -79,6 +80,38 @@ ChipProfile::UdfModule readUdfModule( const YamlNode& node )
     return module;
 }
 
+uint32_t readChunks( const YamlNode& node )
+{
+    uint32_t chunks = 0;
+    node.readItems( [ & ]( const YamlNode& item ) {
+        uint32_t chunk = 0;
+        item.read( chunk, 0U, ChipProfile::FlexParser::chunksPerFormat - 1 );
+        if ( ( chunks >> chunk & 1U ) != 0 ) {
+            item.fail( "chunk " + std::to_string( chunk ) + " is given twice" );
+        }
+        chunks |= 1U << chunk;
+    } );
+    return chunks;
+}
+
+ChipProfile::FlexParser readFlexParser( const YamlNode& node )
+{
+    ChipProfile::FlexParser parser;
+    const auto readFormats = [ & ]( YamlMembers& formats ) {
+        for ( const std::string& name : SdkNumbering::namesOf< bcm_udf_abstract_pkt_format_t >() ) {
+            formats.optional( name, [ & ]( const YamlNode& chunks ) {
+                parser.unavailableChunks[ name ] = readChunks( chunks );
+            } );
+        }
+    };
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "udfs", parser.udfs, 0U, 65536U );
+        members.required( "unavailable-chunks",
+                          [ & ]( const YamlNode& value ) { value.readMembers( readFormats ); } );
+    } );
+    return parser;
+}
+
 ChipProfile::Statistics readStatistics( const YamlNode& node )
 {
     ChipProfile::Statistics statistics;
@@ -117,6 +150,9 @@ ChipProfile readProfile( const YamlNode& node )
         } );
         members.required( "udf-module", [ & ]( const YamlNode& value ) {
             profile.udfModule = readUdfModule( value );
+        } );
+        members.required( "flex-parser", [ & ]( const YamlNode& value ) {
+            profile.flexParser = readFlexParser( value );
         } );
         members.required( "statistics", [ & ]( const YamlNode& value ) {
             profile.statistics = readStatistics( value );

@@ -2,7 +2,8 @@
 
 /// What a simulated chip is: its kind and its capacities.
 ///
-/// A profile is a YAML file. Every key is required, and there are no others:
+/// A profile is a YAML file. Every key is required, and there are no others, except that a chip
+/// need not have every abstract packet format:
 ///
 ///     name: sdk6-udf
 ///     description: An SDK-6 chip that makes user-defined fields through its UDF module
@@ -22,6 +23,11 @@
 ///       packet-formats: 16       # 0 to 65536
 ///       udfs-per-packet-format: 8 # 0 to 65536
 ///       hash-configurations: 2   # 0 to 65536
+///     flex-parser:               # on a chip with a UDF module it is not used
+///       udfs: 32                 # 0 to 65536
+///       unavailable-chunks:      # of each abstract packet format that the chip has: which of
+///         bcmUdfAbstractPktFormatL3Ipv6: [ 14, 15 ]    # its chunks 0 to 15 no UDF can take
+///         bcmUdfAbstractPktFormatUnknownL3: []
 ///     statistics:                # not used on an HSDK chip
 ///       capacity: 2048           # 0 to 65536
 ///       counter-width: 36        # in bits, 1 to 64
@@ -34,6 +40,7 @@
 /// with file, line and column.
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,6 +86,16 @@ struct ChipProfile
         uint32_t hashConfigurations = 0;
     };
 
+    struct FlexParser
+    {
+        /// Of each abstract packet format, two bytes each.
+        static constexpr uint32_t chunksPerFormat = 16;
+
+        uint32_t udfs = 0;
+        /// The abstract packet formats that the chip has, by name; bit i stands for chunk i.
+        std::map< std::string, uint32_t > unavailableChunks;
+    };
+
     struct Statistics
     {
         uint32_t capacity = 0;
@@ -99,6 +116,7 @@ struct ChipProfile
     Field field;
     Policers policers;
     UdfModule udfModule;
+    FlexParser flexParser;
     Statistics statistics;
     FlexCounters flexCounters;
 };

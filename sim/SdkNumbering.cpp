@@ -147,6 +147,17 @@ std::vector< std::string > SdkNumbering::names()
     };
 }
 
+std::vector< std::string > SdkNumbering::namesOf( const std::type_info& wanted )
+{
+    std::vector< std::string > names;
+#define SDK_ENUMERATOR( type, name, value )                                                        \
+    if ( wanted == typeid( type ) ) {                                                              \
+        names.emplace_back( #name );                                                               \
+    }
+#include "sdk/SdkEnumerators.def"
+    return names;
+}
+
 bool SdkNumbering::has( const std::type_info& wanted, uint32_t number ) const
 {
 #define SDK_ENUMERATOR( type, name, value )                                                        \

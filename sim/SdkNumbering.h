@@ -58,10 +58,18 @@ struct SdkNumbering
     /// The names of all enumerators and constants, in the SDK's order.
     [[nodiscard]] static std::vector< std::string > names();
 
+    /// The names of one enumeration's enumerators, in the SDK's order.
+    template< class Enumeration >
+    [[nodiscard]] static std::vector< std::string > namesOf()
+    {
+        return namesOf( typeid( Enumeration ) );
+    }
+
 #define SDK_ENUMERATOR( type, name, value ) type name = static_cast< type >( value );
 #include "sdk/SdkEnumerators.def"
 
   private:
+    [[nodiscard]] static std::vector< std::string > namesOf( const std::type_info& wanted );
     [[nodiscard]] std::string nameOf( const std::type_info& wanted, uint32_t number ) const;
     [[nodiscard]] bool has( const std::type_info& wanted, uint32_t number ) const;
 };

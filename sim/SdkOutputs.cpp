@@ -20,6 +20,8 @@ constexpr std::pair< std::string_view, std::string_view > inputs[] = {
     { "bcm_udf_pkt_format_create", "format" },
     { "bcm_udf_hash_config_add", "config" },
     { "bcm_udf_hash_config_delete", "config" },
+    { "bcm_udf_chunk_create", "chunkInfo" },
+    { "bcm_udf_multi_chunk_create", "chunkInfo" },
 };
 
 /// The names in "( unit, flags, config )".

@@ -1,6 +1,7 @@
 #include "sim/SimUdfModule.h"
 
 #include "sim/ReturnCode.h"
+#include "sim/SdkLists.h"
 
 #include <bit>
 #include <string>
@@ -12,31 +13,6 @@ namespace {
 
 constexpr int bitsPerByte = 8;
 constexpr int bitsPerChunk = 16;
-
-/// Answers an inventory: writes the first `max` of the elements, or counts them if `max` is 0.
-template< class Element >
-int listInto( const std::vector< Element >& elements, int max, Element* list, int* actual )
-{
-    if ( actual == nullptr || max < 0 || ( max > 0 && list == nullptr ) ) {
-        return ReturnCode::BCM_E_PARAM;
-    }
-    const int count = static_cast< int >( elements.size() );
-    *actual = max == 0 || count < max ? count : max;
-    for ( int i = 0; i < *actual && max != 0; ++i ) {
-        list[ i ] = elements[ static_cast< size_t >( i ) ];
-    }
-    return ReturnCode::BCM_E_NONE;
-}
-
-template< class Ids >
-std::string idList( const Ids& ids )
-{
-    std::string text;
-    for ( const auto id : ids ) {
-        text += ( text.empty() ? "" : "," ) + std::to_string( id );
-    }
-    return text.empty() ? "none" : text;
-}
 
 std::string hexText( uint32_t value )
 {
@@ -343,7 +319,7 @@ ChipSnapshot::Fields SimUdfModule::fieldsOf( const Udf& udf ) const
     return { { "layer", numbering_.nameOf( udf.udf.layer() ) },
              { "start", std::to_string( udf.udf.start() ) },
              { "width", std::to_string( udf.udf.width() ) },
-             { "chunks", idList( chunks ) },
+             { "chunks", numberList( chunks ) },
              { "forHash", udf.forHash ? "yes" : "no" } };
 }
 
@@ -364,7 +340,7 @@ ChipSnapshot::Fields SimUdfModule::fieldsOf( const PktFormat& format ) const
         { "ip_protocol",
           std::to_string( info.ip_protocol() ) + "/0x" + hexText( info.ip_protocol_mask() ) },
         { "prio", std::to_string( info.prio() ) },
-        { "udfs", idList( format.udfs ) },
+        { "udfs", numberList( format.udfs ) },
     };
 }
 

@@ -10,6 +10,7 @@ SimulatedChip::SimulatedChip( ChipProfile profile, const SdkNumbering& numbering
     , field_( numbering, profile_.field )
     , policers_( numbering, profile_.policers.capacity )
     , udfModule_( numbering, profile_.udfModule )
+    , flexParser_( numbering, profile_.flexParser )
     , statistics_( numbering, field_, profile_.statistics )
     , flexCounters_( numbering, field_, profile_.flexCounters )
 {
@@ -25,6 +26,7 @@ ChipSnapshot SimulatedChip::snapshot() const
     field_.addTo( snapshot );
     policers_.addTo( snapshot );
     udfModule_.addTo( snapshot );
+    flexParser_.addTo( snapshot );
     statistics_.addTo( snapshot );
     flexCounters_.addTo( snapshot );
     return snapshot;
@@ -45,6 +47,8 @@ std::vector< Resource > SimulatedChip::occupancy() const
     addCountersTo( all );
     if ( hasUdfModule() ) {
         addUdfModuleTo( all );
+    } else {
+        addFlexParserTo( all );
     }
     return all;
 }
@@ -75,12 +79,23 @@ void SimulatedChip::addUdfModuleTo( std::vector< Resource >& all ) const
         { "udfHashConfigurations", count( state.hashConfigs ), capacities.hashConfigurations } );
 }
 
+void SimulatedChip::addFlexParserTo( std::vector< Resource >& all ) const
+{
+    all.push_back( { "udfs", flexParser_.used(), flexParser_.capacity() } );
+    for ( const SimFlexParser::Format& format : flexParser_.formats() ) {
+        all.push_back( { "udfChunks" + format.shortName(),
+                         flexParser_.chunksUsed( format ),
+                         flexParser_.chunkCapacity( format ) } );
+    }
+}
+
 SimulatedChip::State SimulatedChip::state() const
 {
     return { ranges_.state(),
              field_.state(),
              policers_.state(),
              udfModule_.state(),
+             flexParser_.state(),
              statistics_.state(),
              flexCounters_.state() };
 }
@@ -91,6 +106,7 @@ void SimulatedChip::stateIs( const State& state )
     field_.stateIs( state.field );
     policers_.stateIs( state.policers );
     udfModule_.stateIs( state.udfModule );
+    flexParser_.stateIs( state.flexParser );
     statistics_.stateIs( state.statistics );
     flexCounters_.stateIs( state.flexCounters );
 }

@@ -10,6 +10,7 @@
 #include "sim/ChipSnapshot.h"
 #include "sim/SdkNumbering.h"
 #include "sim/SimField.h"
+#include "sim/SimFlexParser.h"
 #include "sim/SimFlexctr.h"
 #include "sim/SimPolicer.h"
 #include "sim/SimRange.h"
@@ -42,6 +43,7 @@ class SimulatedChip
         SimField::State field;
         SimPolicer::State policers;
         SimUdfModule::State udfModule;
+        SimFlexParser::State flexParser;
         SimStat::State statistics;
         SimFlexctr::State flexCounters;
     };
@@ -71,6 +73,14 @@ class SimulatedChip
     [[nodiscard]] const SimUdfModule* udfModule() const
     {
         return hasUdfModule() ? &udfModule_ : nullptr;
+    }
+
+    /// The flexible parser; null on a chip that has a UDF module instead.
+    [[nodiscard]] SimFlexParser* flexParser() { return hasUdfModule() ? nullptr : &flexParser_; }
+
+    [[nodiscard]] const SimFlexParser* flexParser() const
+    {
+        return hasUdfModule() ? nullptr : &flexParser_;
     }
 
     /// The statistics; null on an HSDK chip.
@@ -104,6 +114,7 @@ class SimulatedChip
   private:
     void addCountersTo( std::vector< Resource >& all ) const;
     void addUdfModuleTo( std::vector< Resource >& all ) const;
+    void addFlexParserTo( std::vector< Resource >& all ) const;
 
     [[nodiscard]] bool isHsdk() const { return profile_.chip == ChipKind::hsdk; }
 
@@ -114,6 +125,7 @@ class SimulatedChip
     SimField field_;
     SimPolicer policers_;
     SimUdfModule udfModule_;
+    SimFlexParser flexParser_;
     SimStat statistics_;
     SimFlexctr flexCounters_;
 };

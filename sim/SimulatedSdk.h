@@ -15,7 +15,9 @@
 #include "sim/SimulatedChip.h"
 #include "sim/UnavailableSdk.h"
 
+#include <algorithm>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -191,6 +193,34 @@ class SimulatedSdk : public UnavailableSdk
                                      bcm_udf_hash_config_t* configs,
                                      int* actual ) override;
 
+    // The flexible parser; bcm_udf_destroy() is of it, too.
+    int bcm_udf_chunk_create( int unit,
+                              bcm_udf_chunk_hints_t* hints,
+                              bcm_udf_chunk_info_t* chunkInfo,
+                              bcm_udf_id_t* udfId ) override;
+    int bcm_udf_chunk_info_get( int unit,
+                                bcm_udf_id_t udfId,
+                                bcm_udf_chunk_info_t* chunkInfo ) override;
+    int bcm_udf_multi_chunk_create( int unit,
+                                    bcm_udf_chunk_hints_t* hints,
+                                    bcm_udf_multi_chunk_info_t* chunkInfo,
+                                    bcm_udf_id_t* udfId ) override;
+    int bcm_udf_multi_chunk_info_get( int unit,
+                                      bcm_udf_id_t udfId,
+                                      bcm_udf_multi_chunk_info_t* chunkInfo ) override;
+    int bcm_udf_abstract_pkt_format_info_get( int unit,
+                                              bcm_udf_abstract_pkt_format_t format,
+                                              bcm_udf_abstract_pkt_format_info_t* info ) override;
+    int bcm_udf_multi_abstract_pkt_format_info_get(
+        int unit,
+        bcm_udf_abstract_pkt_format_t format,
+        bcm_udf_multi_abstract_pkt_format_info_t* info ) override;
+    int bcm_udf_abstract_pkt_format_object_list_get( int unit,
+                                                     bcm_udf_abstract_pkt_format_t format,
+                                                     int max,
+                                                     bcm_udf_id_t* udfIds,
+                                                     int* actual ) override;
+
   protected:
     [[nodiscard]] int unavailable( int unit ) const override;
 
@@ -211,6 +241,20 @@ class SimulatedSdk : public UnavailableSdk
         return onChip( unit, [ & ]( SimulatedChip& found ) {
             SimUdfModule* module = found.udfModule();
             return module == nullptr ? ReturnCode::BCM_E_UNAVAIL : operation( *module );
+        } );
+    }
+
+    /// Hands a call on to the flexible parser of the unit's chip, guarded, if the chip is of one of
+    /// the kinds that have the function.
+    template< class Operation >
+    int onFlexParser( int unit,
+                      std::initializer_list< ChipKind > kinds,
+                      const Operation& operation ) const
+    {
+        return onChip( unit, [ & ]( SimulatedChip& found ) {
+            SimFlexParser* parser = found.flexParser();
+            const bool hasIt = std::ranges::find( kinds, found.profile().chip ) != kinds.end();
+            return parser == nullptr || !hasIt ? ReturnCode::BCM_E_UNAVAIL : operation( *parser );
         } );
     }
 

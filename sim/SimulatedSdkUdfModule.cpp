@@ -13,9 +13,13 @@ int SimulatedSdk::bcm_udf_create( int unit,
         unit, [ & ]( SimUdfModule& module ) { return module.create( hints, udf, udfId ); } );
 }
 
+/// Of the UDF module, or else of the flexible parser: a chip has one of them.
 int SimulatedSdk::bcm_udf_destroy( int unit, bcm_udf_id_t udfId )
 {
-    return onUdfModule( unit, [ & ]( SimUdfModule& module ) { return module.destroy( udfId ); } );
+    return onChip( unit, [ & ]( SimulatedChip& found ) {
+        SimUdfModule* module = found.udfModule();
+        return module != nullptr ? module->destroy( udfId ) : found.flexParser()->destroy( udfId );
+    } );
 }
 
 int SimulatedSdk::bcm_udf_get( int unit, bcm_udf_id_t udfId, bcm_udf_t* udf )

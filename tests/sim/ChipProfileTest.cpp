@@ -15,7 +15,9 @@ namespace Sim {
 
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::Pair;
 
 const std::string goodProfile = "name: mine\n"
                                 "description: Some chip\n"
@@ -41,7 +43,12 @@ const std::string goodProfile = "name: mine\n"
                                 "flex-counters:\n"
                                 "  objects: 19\n"
                                 "  counters: 20\n"
-                                "  counter-width: 21\n";
+                                "  counter-width: 21\n"
+                                "flex-parser:\n"
+                                "  udfs: 22\n"
+                                "  unavailable-chunks:\n"
+                                "    bcmUdfAbstractPktFormatL3Ipv6: [ 0, 15 ]\n"
+                                "    bcmUdfAbstractPktFormatArp: []\n";
 
 /// The good profile with one text replaced.
 std::string with( const std::string& old, const std::string& replacement )
@@ -84,6 +91,10 @@ TEST( ChipProfileTest, Read_GoodProfile_GivesItsValues )
     EXPECT_EQ( profile.flexCounters.objects, 19U );
     EXPECT_EQ( profile.flexCounters.counters, 20U );
     EXPECT_EQ( profile.flexCounters.counterWidth, 21U );
+    EXPECT_EQ( profile.flexParser.udfs, 22U );
+    EXPECT_THAT( profile.flexParser.unavailableChunks,
+                 ElementsAre( Pair( "bcmUdfAbstractPktFormatArp", 0U ),
+                              Pair( "bcmUdfAbstractPktFormatL3Ipv6", 0x8001U ) ) );
 }
 
 TEST( ChipProfileTest, Read_EachKindOfChip_IsUnderstood )
@@ -230,6 +241,59 @@ TEST( ChipProfileTest, Read_CountersWithoutAKey_AreRefused )
                "p.yaml:23:3: missing key 'counter-width'" );
 }
 
+TEST( ChipProfileTest, Read_FlexParserAtItsLimits_IsAccepted )
+{
+    EXPECT_EQ( readChipProfile( "", with( "22", "65536" ) ).flexParser.udfs, 65536U );
+    EXPECT_THAT(
+        readChipProfile( "", with( "[ 0, 15 ]", "[ 15, 3, 0x0A ]" ) ).flexParser.unavailableChunks,
+        Contains( Pair( "bcmUdfAbstractPktFormatL3Ipv6", 0x8408U ) ) );
+}
+
+TEST( ChipProfileTest, Read_EachAbstractPacketFormat_IsUnderstood )
+{
+    const std::string text = with( "    bcmUdfAbstractPktFormatL3Ipv6: [ 0, 15 ]\n",
+                                   "    bcmUdfAbstractPktFormatL3Ipv4: [ 1 ]\n"
+                                   "    bcmUdfAbstractPktFormatL3Ipv4WithoutOptions: [ 2 ]\n"
+                                   "    bcmUdfAbstractPktFormatL3Ipv6: [ 3 ]\n"
+                                   "    bcmUdfAbstractPktFormatUnknownL3: [ 4 ]\n"
+                                   "    bcmUdfAbstractPktFormatKnownNonIp: [ 5 ]\n" );
+    EXPECT_THAT( readChipProfile( "", text ).flexParser.unavailableChunks,
+                 ElementsAre( Pair( "bcmUdfAbstractPktFormatArp", 0U ),
+                              Pair( "bcmUdfAbstractPktFormatKnownNonIp", 0b100000U ),
+                              Pair( "bcmUdfAbstractPktFormatL3Ipv4", 0b10U ),
+                              Pair( "bcmUdfAbstractPktFormatL3Ipv4WithoutOptions", 0b100U ),
+                              Pair( "bcmUdfAbstractPktFormatL3Ipv6", 0b1000U ),
+                              Pair( "bcmUdfAbstractPktFormatUnknownL3", 0b10000U ) ) );
+}
+
+TEST( ChipProfileTest, Read_FlexParserBeyondItsLimits_IsRefused )
+{
+    EXPECT_EQ( readError( with( "22", "65537" ) ),
+               "p.yaml:27:9: expected a whole number from 0 to 65536, found '65537'" );
+    EXPECT_EQ( readError( with( "[ 0, 15 ]", "[ 0, 16 ]" ) ),
+               "p.yaml:29:41: expected a whole number from 0 to 15, found '16'" );
+    EXPECT_EQ( readError( with( "[ 0, 15 ]", "[ -1 ]" ) ),
+               "p.yaml:29:38: expected a whole number from 0 to 15, found '-1'" );
+    EXPECT_EQ( readError( with( "[ 0, 15 ]", "[ 7, 7 ]" ) ),
+               "p.yaml:29:41: chunk 7 is given twice" );
+    EXPECT_EQ( readError( with( "[ 0, 15 ]", "0" ) ), "p.yaml:29:36: expected a list, found '0'" );
+}
+
+TEST( ChipProfileTest, Read_FlexParserWithoutOrWithOtherKeys_IsRefused )
+{
+    EXPECT_EQ( readError( with( "  udfs: 22\n", "" ) ), "p.yaml:27:3: missing key 'udfs'" );
+    EXPECT_EQ( readError( with( "unavailable-chunks", "used-chunks" ) ),
+               "p.yaml:28:3: unknown key 'used-chunks', expected 'udfs' or 'unavailable-chunks'" );
+    EXPECT_EQ( readError( with( "L3Ipv6: [", "L3Ipv7: [" ) ),
+               "p.yaml:29:5: unknown key 'bcmUdfAbstractPktFormatL3Ipv7', did you mean "
+               "'bcmUdfAbstractPktFormatL3Ipv4'?" );
+    EXPECT_TRUE( readChipProfile( "",
+                                  with( "\n    bcmUdfAbstractPktFormatL3Ipv6: [ 0, 15 ]\n"
+                                        "    bcmUdfAbstractPktFormatArp: []",
+                                        " {}" ) )
+                     .flexParser.unavailableChunks.empty() );
+}
+
 TEST( ChipProfileTest, Read_WrongType_IsRefused )
 {
     EXPECT_EQ( readError( with( "5", "many" ) ),
@@ -249,17 +313,17 @@ TEST( ChipProfileTest, Read_UnknownKey_IsRefusedWithHint )
     EXPECT_EQ( readError( with( "capacity", "capacty" ) ),
                "p.yaml:5:3: unknown key 'capacty', did you mean 'capacity'?" );
     EXPECT_EQ( readError( goodProfile + "colour: red\n" ),
-               "p.yaml:26:1: unknown key 'colour', expected 'name', 'description', 'chip', "
-               "'range-checkers', 'field', 'policers', 'udf-module', 'statistics' or "
-               "'flex-counters'" );
+               "p.yaml:31:1: unknown key 'colour', expected 'name', 'description', 'chip', "
+               "'range-checkers', 'field', 'policers', 'udf-module', 'flex-parser', 'statistics' "
+               "or 'flex-counters'" );
 }
 
 TEST( ChipProfileTest, Read_DuplicateKey_IsRefused )
 {
     EXPECT_EQ( readError( goodProfile + "chip: hsdk\n" ),
-               "p.yaml:26:1: duplicate key 'chip', first given in line 3" );
-    EXPECT_EQ( readError( goodProfile + "  objects: 6\n" ),
-               "p.yaml:26:3: duplicate key 'objects', first given in line 23" );
+               "p.yaml:31:1: duplicate key 'chip', first given in line 3" );
+    EXPECT_EQ( readError( goodProfile + "  udfs: 6\n" ),
+               "p.yaml:31:3: duplicate key 'udfs', first given in line 27" );
 }
 
 TEST( ChipProfileTest, Read_MissingKey_IsRefused )
@@ -337,6 +401,11 @@ TEST( ChipProfileTest, BuiltIn_Capacities_AreTheProfiles )
     EXPECT_EQ( builtInProfile( "hsdk" ).statistics.capacity, 0U );
     EXPECT_EQ( builtInProfile( "hsdk" ).flexCounters.counters, 16384U );
     EXPECT_EQ( builtInProfile( "sdk6-udf" ).flexCounters.objects, 0U );
+    EXPECT_EQ( builtInProfile( "sdk6-flex" ).flexParser.udfs, 32U );
+    EXPECT_EQ( builtInProfile( "hsdk" ).flexParser.udfs, 64U );
+    EXPECT_EQ( builtInProfile( "hsdk-large" ).flexParser.udfs, 96U );
+    EXPECT_EQ( builtInProfile( "sdk6-udf" ).flexParser.udfs, 0U );
+    EXPECT_TRUE( builtInProfile( "sdk6-large" ).flexParser.unavailableChunks.empty() );
     EXPECT_EQ( builtInProfile( "sdk6-udf" ).chip, ChipKind::sdk6UdfModule );
     EXPECT_EQ( builtInProfile( "sdk6-flex" ).chip, ChipKind::sdk6FlexParser );
     EXPECT_EQ( builtInProfile( "hsdk" ).chip, ChipKind::hsdk );
@@ -351,6 +420,20 @@ TEST( ChipProfileTest, BuiltIn_LargeOnes_HaveRoomForEightThousandRules )
         EXPECT_GE( profile.policers.capacity, rules );
         EXPECT_GE( std::max( profile.statistics.capacity, profile.flexCounters.counters ), rules );
     }
+}
+
+TEST( ChipProfileTest, BuiltIn_WithAFlexParser_HaveEveryAbstractPacketFormat )
+{
+    for ( const char* name : { "sdk6-flex", "hsdk" } ) {
+        EXPECT_THAT( builtInProfile( name ).flexParser.unavailableChunks,
+                     ElementsAre( Pair( "bcmUdfAbstractPktFormatArp", 0U ),
+                                  Pair( "bcmUdfAbstractPktFormatKnownNonIp", 0U ),
+                                  Pair( "bcmUdfAbstractPktFormatL3Ipv4", 0U ),
+                                  Pair( "bcmUdfAbstractPktFormatL3Ipv4WithoutOptions", 0U ),
+                                  Pair( "bcmUdfAbstractPktFormatL3Ipv6", 0xC000U ),
+                                  Pair( "bcmUdfAbstractPktFormatUnknownL3", 0b11U ) ) );
+    }
+    EXPECT_EQ( builtInProfile( "hsdk-large" ).flexParser.unavailableChunks.size(), 6U );
 }
 
 TEST( ChipProfileTest, BuiltIn_Text_IsTheFilesOfTheFolder )

@@ -194,6 +194,22 @@ TEST( SdkNumberingTest, FromText_AnythingElse_IsRefused )
     }
 }
 
+TEST( SdkNumberingTest, NamesOf_OneEnumeration_AreItsOwnInTheSdksOrder )
+{
+    EXPECT_EQ( SdkNumbering::namesOf< bcm_range_type_t >(),
+               ( std::vector< std::string >{ "bcmRangeTypeL4SrcPort",
+                                             "bcmRangeTypeL4DstPort",
+                                             "bcmRangeTypeOuterVlan",
+                                             "bcmRangeTypePacketLength" } ) );
+    EXPECT_EQ( SdkNumbering::namesOf< bcm_udf_abstract_pkt_format_t >(),
+               ( std::vector< std::string >{ "bcmUdfAbstractPktFormatL3Ipv4",
+                                             "bcmUdfAbstractPktFormatL3Ipv4WithoutOptions",
+                                             "bcmUdfAbstractPktFormatL3Ipv6",
+                                             "bcmUdfAbstractPktFormatUnknownL3",
+                                             "bcmUdfAbstractPktFormatKnownNonIp",
+                                             "bcmUdfAbstractPktFormatArp" } ) );
+}
+
 } // namespace
 
 } // namespace Sim

@@ -80,6 +80,8 @@ TEST( SdkOutputsTest, OutputNames_ParametersOnlyRead_AreLeftOut )
     EXPECT_THAT( function( "bcm_field_qualify_SrcIp6" ).outputNames(), IsEmpty() );
     EXPECT_THAT( function( "bcm_field_stat_create" ).outputNames(), ElementsAre( "statId" ) );
     EXPECT_THAT( function( "bcm_udf_hash_config_add" ).outputNames(), IsEmpty() );
+    EXPECT_THAT( function( "bcm_udf_chunk_create" ).outputNames(), ElementsAre( "udfId" ) );
+    EXPECT_THAT( function( "bcm_udf_multi_chunk_create" ).outputNames(), ElementsAre( "udfId" ) );
 }
 
 TEST( SdkOutputsTest, Fits_AtAndBeyondTheLimits_TellsThemApart )
