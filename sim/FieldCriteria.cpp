@@ -15,7 +15,7 @@ struct SourceClass
     bcm_field_qualify_t SdkNumbering::*qualifier;
 };
 
-constexpr SourceClass sourceClasses[] = {
+constexpr SourceClass sourceClassFields[] = {
     { &bcm_field_src_class_t::dst_class_field, &SdkNumbering::bcmFieldQualifyDstClassField },
     { &bcm_field_src_class_t::src_class_field, &SdkNumbering::bcmFieldQualifySrcClassField },
     { &bcm_field_src_class_t::intf_class_l2, &SdkNumbering::bcmFieldQualifyInterfaceClassL2 },
@@ -86,7 +86,7 @@ sourceClassMatches( const SdkNumbering& numbering,
                     const bcm_field_src_class_t& mask )
 {
     std::map< bcm_field_qualify_t, MaskedNumber > matches;
-    for ( const SourceClass& sourceClass : sourceClasses ) {
+    for ( const SourceClass& sourceClass : sourceClassFields ) {
         if ( mask.*sourceClass.field != 0 ) {
             matches.emplace( numbering.*sourceClass.qualifier,
                              MaskedNumber{ data.*sourceClass.field, mask.*sourceClass.field } );
@@ -97,13 +97,39 @@ sourceClassMatches( const SdkNumbering& numbering,
 
 void FieldCriteria::matchIs( bcm_field_qualify_t qualifier, FieldMatch match )
 {
+    if ( const auto* range = std::get_if< RangeMatch >( &match ) ) {
+        ranges_.insert_or_assign( range->rangeId, range->inverted );
+        return;
+    }
     matches_.insert_or_assign( qualifier, std::move( match ) );
+}
+
+const FieldMatch* FieldCriteria::match( bcm_field_qualify_t qualifier ) const
+{
+    const auto found = matches_.find( qualifier );
+    return found == matches_.end() ? nullptr : &found->second;
+}
+
+void FieldCriteria::sourceClasses( const SdkNumbering& numbering,
+                                   bcm_field_src_class_t& data,
+                                   bcm_field_src_class_t& mask ) const
+{
+    data = {};
+    mask = {};
+    for ( const SourceClass& sourceClass : sourceClassFields ) {
+        const FieldMatch* found = match( numbering.*sourceClass.qualifier );
+        if ( found != nullptr ) {
+            const MaskedNumber& number = std::get< MaskedNumber >( *found );
+            data.*sourceClass.field = number.data;
+            mask.*sourceClass.field = number.mask;
+        }
+    }
 }
 
 void FieldCriteria::sourceClassesAre( const SdkNumbering& numbering,
                                       const std::map< bcm_field_qualify_t, MaskedNumber >& matches )
 {
-    for ( const SourceClass& sourceClass : sourceClasses ) {
+    for ( const SourceClass& sourceClass : sourceClassFields ) {
         matches_.erase( numbering.*sourceClass.qualifier );
     }
     matches_.insert( matches.begin(), matches.end() );
@@ -126,6 +152,9 @@ ChipSnapshot::Fields FieldCriteria::fields( const SdkNumbering& numbering ) cons
     for ( const auto& [ qualifier, match ] : matches_ ) {
         all.emplace_back( shortName( numbering.nameOf( qualifier ) ),
                           std::visit( MatchText(), match ) );
+    }
+    for ( const auto& [ rangeId, inverted ] : ranges_ ) {
+        all.emplace_back( "RangeCheck", MatchText()( RangeMatch{ rangeId, inverted } ) );
     }
     std::ranges::sort( all );
     for ( const auto& [ udfId, match ] : udfs_ ) {

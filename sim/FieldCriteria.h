@@ -77,8 +77,20 @@ class FieldCriteria
     /// The most bytes that a user-defined field is matched with.
     static constexpr int longestUdf = 16;
 
-    /// Sets a qualifier, in place of an earlier value of it.
+    /// Sets a qualifier, in place of an earlier value of it; but a range comes in addition to
+    /// other ranges, and takes the place of the same range only.
     void matchIs( bcm_field_qualify_t qualifier, FieldMatch match );
+
+    /// What is asked for of a qualifier other than ranges; null if nothing is.
+    [[nodiscard]] const FieldMatch* match( bcm_field_qualify_t qualifier ) const;
+
+    /// The ranges asked for, by id: whether the packet must be outside.
+    [[nodiscard]] const std::map< uint32_t, bool >& ranges() const { return ranges_; }
+
+    /// The source classes asked for, each in its field; the others have no mask.
+    void sourceClasses( const SdkNumbering& numbering,
+                        bcm_field_src_class_t& data,
+                        bcm_field_src_class_t& mask ) const;
 
     /// Sets the source classes, in place of all earlier ones.
     void sourceClassesAre( const SdkNumbering& numbering,
@@ -97,6 +109,7 @@ class FieldCriteria
 
   private:
     std::map< bcm_field_qualify_t, FieldMatch > matches_;
+    std::map< uint32_t, bool > ranges_;
     std::map< bcm_udf_id_t, MaskedBytes > udfs_;
 };
 

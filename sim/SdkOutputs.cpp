@@ -10,6 +10,8 @@ namespace {
 
 /// Pointers that the SDK's declarations leave open for writing, but that are only read.
 constexpr std::pair< std::string_view, std::string_view > inputs[] = {
+    { "bcm_field_qualify_SrcClass", "data" },
+    { "bcm_field_qualify_SrcClass", "mask" },
     { "bcm_field_qualify_udf", "data" },
     { "bcm_field_qualify_udf", "mask" },
     { "bcm_flexctr_action_create", "action" },

@@ -116,6 +116,28 @@ int SimFlexctr::detach( bcm_field_entry_t entry, const bcm_field_flexctr_config_
     return ReturnCode::BCM_E_NONE;
 }
 
+int SimFlexctr::getAttached( bcm_field_entry_t entry,
+                             bcm_flexctr_color_t color,
+                             uint32_t* counterId,
+                             uint32_t* index ) const
+{
+    if ( counterId == nullptr || index == nullptr ) {
+        return ReturnCode::BCM_E_PARAM;
+    }
+    const auto attached = state_.attachments.find( entry );
+    if ( attached == state_.attachments.end() ) {
+        return ReturnCode::BCM_E_NOT_FOUND;
+    }
+    const auto found =
+        std::ranges::find( attached->second, color, &bcm_field_flexctr_config_t::color );
+    if ( found == attached->second.end() ) {
+        return ReturnCode::BCM_E_NOT_FOUND;
+    }
+    *counterId = found->flexctr_action_id;
+    *index = found->counter_index;
+    return ReturnCode::BCM_E_NONE;
+}
+
 int SimFlexctr::get( uint32_t counterId, uint32_t index, bcm_flexctr_counter_value_t* value ) const
 {
     if ( value == nullptr ) {

@@ -61,6 +61,13 @@ class SimFlexctr
     /// it is not attached just so.
     int detach( bcm_field_entry_t entry, const bcm_field_flexctr_config_t* config );
 
+    /// Tells to which counter of which object an entry is attached for a colour. Answers
+    /// BCM_E_PARAM if counterId or index is null, BCM_E_NOT_FOUND if to none.
+    int getAttached( bcm_field_entry_t entry,
+                     bcm_flexctr_color_t color,
+                     uint32_t* counterId,
+                     uint32_t* index ) const;
+
     /// Reads a counter. Answers BCM_E_PARAM if value is null or the object has no such counter,
     /// BCM_E_NOT_FOUND if there is no such object.
     int get( uint32_t counterId, uint32_t index, bcm_flexctr_counter_value_t* value ) const;

@@ -159,6 +159,19 @@ const uint64_t* SimStat::findCounter( int statId, bcm_field_stat_t type, int& rc
     return &counter->second;
 }
 
+int SimStat::getAttached( bcm_field_entry_t entry, int* statId ) const
+{
+    if ( statId == nullptr ) {
+        return ReturnCode::BCM_E_PARAM;
+    }
+    const auto found = state_.statByEntry.find( entry );
+    if ( found == state_.statByEntry.end() ) {
+        return ReturnCode::BCM_E_NOT_FOUND;
+    }
+    *statId = found->second;
+    return ReturnCode::BCM_E_NONE;
+}
+
 int SimStat::set( int statId, bcm_field_stat_t type, uint64_t value )
 {
     int rc = ReturnCode::BCM_E_NONE;

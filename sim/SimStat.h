@@ -72,6 +72,10 @@ class SimStat
     /// Detaches a statistic from an entry. Answers BCM_E_NOT_FOUND if it is not attached to it.
     int detach( bcm_field_entry_t entry, int statId );
 
+    /// Tells which statistic is attached to an entry. Answers BCM_E_PARAM if statId is null,
+    /// BCM_E_NOT_FOUND if none is.
+    int getAttached( bcm_field_entry_t entry, int* statId ) const;
+
     /// Sets a counter. Answers BCM_E_NOT_FOUND if there is no such statistic, BCM_E_PARAM if it
     /// has no counter of that type or the value is wider than the counter.
     int set( int statId, bcm_field_stat_t type, uint64_t value );

@@ -65,6 +65,7 @@ class SimulatedSdk : public UnavailableSdk
     int bcm_field_stat_get( int unit, int statId, bcm_field_stat_t stat, uint64_t* value ) override;
     int bcm_field_entry_stat_attach( int unit, bcm_field_entry_t entry, int statId ) override;
     int bcm_field_entry_stat_detach( int unit, bcm_field_entry_t entry, int statId ) override;
+    int bcm_field_entry_stat_get( int unit, bcm_field_entry_t entry, int* statId ) override;
     int korvel_bcm_esw_field_stat_pool_index_get( int unit,
                                                   int statId,
                                                   bcm_field_stat_t stat,
@@ -88,6 +89,11 @@ class SimulatedSdk : public UnavailableSdk
     int bcm_field_entry_flexctr_detach( int unit,
                                         bcm_field_entry_t entry,
                                         bcm_field_flexctr_config_t* config ) override;
+    int bcm_field_entry_flexctr_get( int unit,
+                                     bcm_field_entry_t entry,
+                                     bcm_flexctr_color_t color,
+                                     uint32_t* counterId,
+                                     uint32_t* counterIndex ) override;
     int bcm_flexctr_stat_get( int unit,
                               uint32_t counterId,
                               uint32_t index,
@@ -123,6 +129,17 @@ class SimulatedSdk : public UnavailableSdk
     int bcm_field_action_class_add( int unit,
                                     bcm_field_entry_t entry,
                                     const bcm_field_class_info_t* classInfo ) override;
+    int bcm_field_entry_installed_get( int unit, bcm_field_entry_t entry, int* installed ) override;
+    int bcm_field_entry_prio_get( int unit, bcm_field_entry_t entry, int* priority ) override;
+    int bcm_field_entry_policer_get( int unit,
+                                     bcm_field_entry_t entry,
+                                     int level,
+                                     bcm_policer_t* policerId ) override;
+    int bcm_field_action_get( int unit,
+                              bcm_field_entry_t entry,
+                              bcm_field_action_t action,
+                              uint32_t* param0,
+                              uint32_t* param1 ) override;
     int bcm_field_presel_create( int unit, bcm_field_presel_t* presel ) override;
     int bcm_field_presel_destroy( int unit, bcm_field_presel_t presel ) override;
 
@@ -134,7 +151,21 @@ class SimulatedSdk : public UnavailableSdk
 #define FIELD_QUALIFIER_ADDRESS( function, qualifier, users )                                      \
     int function( int unit, bcm_field_entry_t entry, const bcm_ip6_t data, const bcm_ip6_t mask )  \
         override;
+#define FIELD_NUMBER_READ( function, qualifier, type )                                             \
+    int function( int unit, bcm_field_entry_t entry, type* data, type* mask ) override;
+#define FIELD_ADDRESS_READ( function, qualifier )                                                  \
+    int function( int unit, bcm_field_entry_t entry, uint8_t* data, uint8_t* mask ) override;
 #include "sim/FieldQualifiers.def"
+    int bcm_field_qualify_RangeCheck_get( int unit,
+                                          bcm_field_entry_t entry,
+                                          int maxRanges,
+                                          uint32_t* rangeIds,
+                                          int* inverts,
+                                          int* actualRanges ) override;
+    int bcm_field_qualify_SrcClass_get( int unit,
+                                        bcm_field_entry_t entry,
+                                        bcm_field_src_class_t* data,
+                                        bcm_field_src_class_t* mask ) override;
     int bcm_field_qualify_RangeCheck( int unit,
                                       bcm_field_entry_t entry,
                                       uint32_t rangeId,

@@ -49,6 +49,12 @@ int SimulatedSdk::bcm_field_entry_stat_detach( int unit, bcm_field_entry_t entry
         unit, [ & ]( SimStat& statistics ) { return statistics.detach( entry, statId ); } );
 }
 
+int SimulatedSdk::bcm_field_entry_stat_get( int unit, bcm_field_entry_t entry, int* statId )
+{
+    return onStatistics(
+        unit, [ & ]( SimStat& statistics ) { return statistics.getAttached( entry, statId ); } );
+}
+
 int SimulatedSdk::korvel_bcm_esw_field_stat_pool_index_get( int unit,
                                                             int statId,
                                                             bcm_field_stat_t stat,
@@ -123,6 +129,17 @@ int SimulatedSdk::bcm_field_entry_flexctr_detach( int unit,
 {
     return onFlexCounters(
         unit, [ & ]( SimFlexctr& counters ) { return counters.detach( entry, config ); } );
+}
+
+int SimulatedSdk::bcm_field_entry_flexctr_get( int unit,
+                                               bcm_field_entry_t entry,
+                                               bcm_flexctr_color_t color,
+                                               uint32_t* counterId,
+                                               uint32_t* counterIndex )
+{
+    return onFlexCounters( unit, [ & ]( SimFlexctr& flexCounters ) {
+        return flexCounters.getAttached( entry, color, counterId, counterIndex );
+    } );
 }
 
 int SimulatedSdk::bcm_flexctr_stat_get( int unit,

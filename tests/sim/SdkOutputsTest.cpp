@@ -242,6 +242,7 @@ class OutputFieldsTest : public testing::Test
 {};
 
 using OutputStructures = testing::Types< bcm_field_qset_t,
+                                         bcm_field_src_class_t,
                                          bcm_field_group_config_t,
                                          bcm_flexctr_counter_value_t,
                                          bcm_policer_config_t,
