@@ -131,6 +131,9 @@ class SimFieldEntries
         return state_.attachmentsByPolicer.contains( policerId );
     }
 
+    /// Whether any entry asks for the user-defined field.
+    [[nodiscard]] bool isUdfUsed( bcm_udf_id_t udfId ) const;
+
     /// How many entries a group has.
     [[nodiscard]] uint32_t countIn( bcm_field_group_t group ) const;
 

@@ -168,7 +168,14 @@ int SimFlexParser::getMultiChunk( bcm_udf_id_t udfId, bcm_udf_multi_chunk_info_t
 
 int SimFlexParser::destroy( bcm_udf_id_t udfId )
 {
-    return state_.erase( udfId ) == 0 ? ReturnCode::BCM_E_NOT_FOUND : ReturnCode::BCM_E_NONE;
+    if ( !has( udfId ) ) {
+        return ReturnCode::BCM_E_NOT_FOUND;
+    }
+    if ( useChecks_.isInUse( udfId ) ) {
+        return ReturnCode::BCM_E_BUSY;
+    }
+    state_.erase( udfId );
+    return ReturnCode::BCM_E_NONE;
 }
 
 // ---- Abstract packet formats -----------------------------------------------------------------

@@ -34,6 +34,7 @@
 #include "sim/ChipSnapshot.h"
 #include "sim/IdSequence.h"
 #include "sim/SdkNumbering.h"
+#include "sim/UseChecks.h"
 
 #include <cstdint>
 #include <map>
@@ -89,7 +90,7 @@ class SimFlexParser
     int getChunk( bcm_udf_id_t udfId, bcm_udf_chunk_info_t* info ) const;
     int getMultiChunk( bcm_udf_id_t udfId, bcm_udf_multi_chunk_info_t* info ) const;
 
-    /// Destroys a user-defined field, and frees its chunks.
+    /// Destroys a user-defined field, and frees its chunks. Answers BCM_E_BUSY if it is in use.
     int destroy( bcm_udf_id_t udfId );
 
     // ---- Abstract packet formats -------------------------------------------------------------
@@ -116,6 +117,9 @@ class SimFlexParser
     [[nodiscard]] const std::vector< Format >& formats() const { return formats_; }
 
     [[nodiscard]] bool has( bcm_udf_id_t udfId ) const { return state_.contains( udfId ); }
+
+    /// Who uses user-defined fields says so here.
+    [[nodiscard]] UseChecks< bcm_udf_id_t >& useChecks() { return useChecks_; }
 
     [[nodiscard]] uint32_t used() const { return static_cast< uint32_t >( state_.size() ); }
 
@@ -144,6 +148,7 @@ class SimFlexParser
     const uint32_t capacity_;
     std::vector< Format > formats_;
     IdSequence ids_;
+    UseChecks< bcm_udf_id_t > useChecks_;
     State state_;
 };
 

@@ -114,7 +114,7 @@ int SimUdfModule::destroy( bcm_udf_id_t udfId )
     if ( !state_.udfs.contains( udfId ) ) {
         return ReturnCode::BCM_E_NOT_FOUND;
     }
-    if ( state_.hashConfigs.contains( udfId ) ) {
+    if ( state_.hashConfigs.contains( udfId ) || useChecks_.isInUse( udfId ) ) {
         return ReturnCode::BCM_E_BUSY;
     }
     for ( const auto& [ id, format ] : state_.pktFormats ) {

@@ -16,6 +16,7 @@
 #include "sim/ChipSnapshot.h"
 #include "sim/IdSequence.h"
 #include "sim/SdkNumbering.h"
+#include "sim/UseChecks.h"
 
 #include <cstdint>
 #include <map>
@@ -58,7 +59,7 @@ class SimUdfModule
     int create( const bcm_udf_alloc_hints_t* hints, const bcm_udf_t* udf, bcm_udf_id_t* udfId );
 
     /// Destroys a user-defined field, and frees its chunks. Answers BCM_E_BUSY while it is
-    /// attached to a packet format or has a hash configuration.
+    /// attached to a packet format, has a hash configuration or is in use.
     int destroy( bcm_udf_id_t udfId );
 
     /// Fills in what a user-defined field is, with the chunks it holds.
@@ -116,6 +117,11 @@ class SimUdfModule
 
     [[nodiscard]] const ChipProfile::UdfModule& capacities() const { return capacities_; }
 
+    [[nodiscard]] bool has( bcm_udf_id_t udfId ) const { return state_.udfs.contains( udfId ); }
+
+    /// Who uses user-defined fields says so here.
+    [[nodiscard]] UseChecks< bcm_udf_id_t >& useChecks() { return useChecks_; }
+
     [[nodiscard]] uint32_t chunksUsed() const;
 
     /// Adds objects "udf ID", "udf packet format ID" and "udf hash configuration ID".
@@ -138,6 +144,7 @@ class SimUdfModule
     const ChipProfile::UdfModule capacities_;
     IdSequence udfIds_;
     IdSequence formatIds_;
+    UseChecks< bcm_udf_id_t > useChecks_;
     State state_;
 };
 

@@ -17,6 +17,11 @@ SimulatedChip::SimulatedChip( ChipProfile profile, const SdkNumbering& numbering
     policers_.useChecks().add( [ this ]( bcm_policer_t policerId ) {
         return field_.entries().isPolicerAttached( policerId );
     } );
+    const auto isUdfUsed = [ this ]( bcm_udf_id_t udfId ) {
+        return field_.entries().isUdfUsed( udfId );
+    };
+    udfModule_.useChecks().add( isUdfUsed );
+    flexParser_.useChecks().add( isUdfUsed );
 }
 
 ChipSnapshot SimulatedChip::snapshot() const

@@ -96,6 +96,12 @@ class SimulatedChip
         return isHsdk() ? &flexCounters_ : nullptr;
     }
 
+    /// Whether the UDF module, or the flexible parser, has the user-defined field.
+    [[nodiscard]] bool hasUdf( bcm_udf_id_t udfId ) const
+    {
+        return hasUdfModule() ? udfModule_.has( udfId ) : flexParser_.has( udfId );
+    }
+
     /// Lets an entry see some traffic, and tells whether a counter counts it: the entry must be in
     /// the hardware and have one for it.
     bool count( bcm_field_entry_t entry, const Traffic& traffic );

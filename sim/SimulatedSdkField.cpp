@@ -185,7 +185,8 @@ int SimulatedSdk::bcm_field_qualify_udf( int unit,
                                          uint8_t* mask )
 {
     return onChip( unit, [ & ]( SimulatedChip& found ) {
-        return found.field().qualifyUdf( entry, udfId, length, data, mask );
+        return found.hasUdf( udfId ) ? found.field().qualifyUdf( entry, udfId, length, data, mask )
+                                     : ReturnCode::BCM_E_NOT_FOUND;
     } );
 }
 

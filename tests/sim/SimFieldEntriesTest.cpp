@@ -135,6 +135,17 @@ TEST_P( SimFieldEntriesTest, Destroy_LiveEntry_IsGoneAndMakesRoom )
     EXPECT_EQ( entries.used(), 0U );
 }
 
+TEST_P( SimFieldEntriesTest, IsUdfUsed_AskedForByAnEntry_UntilItIsGone )
+{
+    const bcm_field_entry_t other =
+        madeEntry( madeGroup( config( { numbering.bcmFieldQualifyUdf } ) ) );
+    ASSERT_EQ( entries.qualifyUdf( other, 4, { { 1 }, { 1 } } ), ReturnCode::BCM_E_NONE );
+    EXPECT_TRUE( entries.isUdfUsed( 4 ) );
+    EXPECT_FALSE( entries.isUdfUsed( 5 ) );
+    ASSERT_EQ( entries.destroy( other ), ReturnCode::BCM_E_NONE );
+    EXPECT_FALSE( entries.isUdfUsed( 4 ) );
+}
+
 TEST_P( SimFieldEntriesTest, Destroy_EntryInUse_IsBusyUntilItIsNot )
 {
     bool used = true;

@@ -323,6 +323,19 @@ TEST_P( SimFlexParserTest, Destroy_AField_FreesItsChunksButNotItsId )
     EXPECT_EQ( made( 0b11 ), 2 );
 }
 
+TEST_P( SimFlexParserTest, Destroy_UsedByOthers_IsBusyUntilItIsNot )
+{
+    const bcm_udf_id_t inUse = made( 0b1 );
+    const bcm_udf_id_t other = made( 0b10 );
+    bool used = true;
+    parser.useChecks().add( [ & ]( bcm_udf_id_t id ) { return used && id == inUse; } );
+    EXPECT_EQ( parser.destroy( inUse ), ReturnCode::BCM_E_BUSY );
+    EXPECT_EQ( infoOf( ipv6 ).chunk_bmap_used(), 0b11U );
+    EXPECT_EQ( parser.destroy( other ), ReturnCode::BCM_E_NONE );
+    used = false;
+    EXPECT_EQ( parser.destroy( inUse ), ReturnCode::BCM_E_NONE );
+}
+
 TEST_P( SimFlexParserTest, Destroy_Unknown_IsNotFound )
 {
     made( 0b1 );

@@ -1,7 +1,6 @@
 #include "sim/SimUdfModule.h"
 
 #include "sim/ReturnCode.h"
-#include "sim/SimulatedSdk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -208,6 +207,20 @@ TEST_P( SimUdfModuleTest, Destroy_InUse_IsBusy )
     EXPECT_EQ( text(), "" );
 }
 
+TEST_P( SimUdfModuleTest, Destroy_UsedByOthers_IsBusyUntilItIsNot )
+{
+    const bcm_udf_id_t inUse = madeUdf( 16 );
+    const bcm_udf_id_t other = madeUdf( 16 );
+    bool used = true;
+    module.useChecks().add( [ & ]( bcm_udf_id_t id ) { return used && id == inUse; } );
+    EXPECT_EQ( module.destroy( inUse ), ReturnCode::BCM_E_BUSY );
+    EXPECT_TRUE( module.has( inUse ) );
+    EXPECT_EQ( module.destroy( other ), ReturnCode::BCM_E_NONE );
+    used = false;
+    EXPECT_EQ( module.destroy( inUse ), ReturnCode::BCM_E_NONE );
+    EXPECT_FALSE( module.has( inUse ) );
+}
+
 TEST_P( SimUdfModuleTest, Get_UnknownOrNull_IsRefused )
 {
     bcm_udf_t udf;
@@ -396,7 +409,7 @@ TEST_P( SimUdfModuleTest, GetHashConfigs_CountThenList_GivesAll )
     EXPECT_EQ( config.udf_id(), udf );
 }
 
-// ---- The chip and the SDK --------------------------------------------------------------------
+// ---- What there is ---------------------------------------------------------------------------
 
 TEST_P( SimUdfModuleTest, Snapshot_OfEverything_IsReadable )
 {
@@ -429,83 +442,6 @@ TEST_P( SimUdfModuleTest, StateIs_EarlierState_PutsItBackButNoIds )
     EXPECT_EQ( text(), "" );
     EXPECT_EQ( madeUdf( 16 ), 2 );
     EXPECT_EQ( madeFormat(), 2 );
-}
-
-template< class... Parameters >
-int callUnit( Shim::SdkAccess& sdk, int ( Shim::SdkAccess::*function )( int, Parameters... ) )
-{
-    return ( sdk.*function )( 3, Parameters{}... );
-}
-
-/// Expects that each function that only a UDF module has is there, or that each is not.
-void expectUdfModule( Shim::SdkAccess& sdk, bool available )
-{
-#define SDK_FUNCTION( family, name, parameters, arguments )                                        \
-    if ( std::string( #family ) == "udfModule" && std::string( #name ) != "bcm_udf_destroy" ) {    \
-        EXPECT_EQ( callUnit( sdk, &Shim::SdkAccess::name ) != ReturnCode::BCM_E_UNAVAIL,           \
-                   available )                                                                     \
-            << #name;                                                                              \
-    }
-#include "sdk/SdkFunctions.def"
-}
-
-TEST( SimUdfModuleSdkTest, EveryFunction_ByKindOfChip_IsAvailableOrNot )
-{
-    SimulatedSdk sdk;
-    for ( const char* profile : { "sdk6-udf", "sdk6-tiny", "sdk6-large" } ) {
-        sdk.chipIs( 3, builtInProfile( profile ) );
-        expectUdfModule( sdk, true );
-        EXPECT_NE( sdk.chip( 3 )->udfModule(), nullptr );
-    }
-    for ( const char* profile : { "sdk6-flex", "hsdk" } ) {
-        sdk.chipIs( 3, builtInProfile( profile ) );
-        expectUdfModule( sdk, false );
-        EXPECT_EQ( sdk.chip( 3 )->udfModule(), nullptr );
-    }
-}
-
-TEST( SimUdfModuleSdkTest, Occupancy_ByKindOfChip_CountsUse )
-{
-    SimulatedSdk sdk;
-    SimulatedChip& chip = sdk.chipIs( 3, builtInProfile( "sdk6-tiny" ) );
-    bcm_udf_t udf;
-    udf.layerIs( sdk.bcmUdfLayerL2Header() );
-    udf.widthIs( 32 );
-    bcm_udf_alloc_hints_t hints;
-    hints.flagsIs( sdk.BCM_UDF_CREATE_O_UDFHASH() );
-    bcm_udf_id_t id = 0;
-    ASSERT_EQ( sdk.bcm_udf_create( 3, &hints, &udf, &id ), ReturnCode::BCM_E_NONE );
-    bcm_udf_pkt_format_info_t format;
-    bcm_udf_pkt_format_id_t formatId = 0;
-    ASSERT_EQ( sdk.bcm_udf_pkt_format_create( 3, 0, &format, &formatId ), ReturnCode::BCM_E_NONE );
-    bcm_udf_hash_config_t config;
-    config.udf_idIs( id );
-    config.mask_lengthIs( 1 );
-    ASSERT_EQ( sdk.bcm_udf_hash_config_add( 3, 0, &config ), ReturnCode::BCM_E_NONE );
-    EXPECT_THAT( chip.occupancy(), testing::Contains( Resource{ "udfs", 1, 4 } ) );
-    EXPECT_THAT( chip.occupancy(), testing::Contains( Resource{ "udfChunks", 2, 6 } ) );
-    EXPECT_THAT( chip.occupancy(), testing::Contains( Resource{ "udfPacketFormats", 1, 2 } ) );
-    EXPECT_THAT( chip.occupancy(), testing::Contains( Resource{ "udfHashConfigurations", 1, 1 } ) );
-
-    const SimulatedChip other( builtInProfile( "hsdk" ), sdk.numbering() );
-    for ( const Resource& resource : other.occupancy() ) {
-        EXPECT_NE( resource.name, "udfPacketFormats" );
-        EXPECT_NE( resource.name, "udfHashConfigurations" );
-    }
-}
-
-TEST( SimUdfModuleSdkTest, CallWithoutEffect_Create_LeavesTheChipAsItWas )
-{
-    SimulatedSdk sdk;
-    SimulatedChip& chip = sdk.chipIs( 3, builtInProfile( "sdk6-tiny" ) );
-    bcm_udf_t udf;
-    udf.layerIs( sdk.bcmUdfLayerL2Header() );
-    udf.widthIs( 32 );
-    bcm_udf_id_t id = 0;
-    EXPECT_EQ(
-        sdk.callWithoutEffect( 3, [ & ] { return sdk.bcm_udf_create( 3, nullptr, &udf, &id ); } ),
-        ReturnCode::BCM_E_NONE );
-    EXPECT_EQ( chip.snapshot(), ChipSnapshot() );
 }
 
 } // namespace

@@ -39,6 +39,17 @@ class SimulatedSdkFieldTest : public testing::TestWithParam< const char* >
         preselector = presel | 0x40000000;
     }
 
+    /// Makes a user-defined field and gives its id.
+    bcm_udf_id_t madeUdf()
+    {
+        bcm_udf_t udf;
+        udf.layerIs( sdk.bcmUdfLayerL3OuterHeader() );
+        udf.widthIs( 16 );
+        bcm_udf_id_t id = 0;
+        EXPECT_EQ( sdk.bcm_udf_create( 3, nullptr, &udf, &id ), ReturnCode::BCM_E_NONE );
+        return id;
+    }
+
     /// The value of a field in the snapshot; empty if it is not there.
     [[nodiscard]] std::string valueOf( const std::string& object, const std::string& field ) const
     {
@@ -205,17 +216,40 @@ TEST_P( SimulatedSdkFieldTest, QualifySrcClass_EntryAndPreselector_StoreTheClass
 
 TEST_P( SimulatedSdkFieldTest, QualifyUdf_SetAndGet_IsTheSame )
 {
+    const bcm_udf_id_t udf = madeUdf();
     uint8_t data[] = { 1, 2 };
     uint8_t mask[] = { 3, 4 };
-    ASSERT_EQ( sdk.bcm_field_qualify_udf( 3, entry, 5, 2, data, mask ), ReturnCode::BCM_E_NONE );
+    ASSERT_EQ( sdk.bcm_field_qualify_udf( 3, entry, udf, 2, data, mask ), ReturnCode::BCM_E_NONE );
     uint8_t readData[ 2 ]{};
     uint8_t readMask[ 2 ]{};
     int length = 0;
-    EXPECT_EQ( sdk.bcm_field_qualify_udf_get( 3, entry, 5, 2, readData, readMask, &length ),
+    EXPECT_EQ( sdk.bcm_field_qualify_udf_get( 3, entry, udf, 2, readData, readMask, &length ),
                ReturnCode::BCM_E_NONE );
     EXPECT_EQ( length, 2 );
     EXPECT_EQ( readData[ 1 ], 2 );
     EXPECT_EQ( readMask[ 0 ], 3 );
+}
+
+TEST_P( SimulatedSdkFieldTest, QualifyUdf_UnknownField_IsNotFound )
+{
+    const bcm_udf_id_t udf = madeUdf();
+    uint8_t bytes[] = { 1, 2 };
+    EXPECT_EQ( sdk.bcm_field_qualify_udf( 3, entry, udf + 1, 2, bytes, bytes ),
+               ReturnCode::BCM_E_NOT_FOUND );
+    EXPECT_EQ( valueOf( "field entry 1", "udf" + std::to_string( udf + 1 ) ), "" );
+}
+
+TEST_P( SimulatedSdkFieldTest, UdfDestroy_AskedForByAnEntry_IsBusyUntilTheEntryIsGone )
+{
+    const bcm_udf_id_t udf = madeUdf();
+    uint8_t bytes[] = { 1, 2 };
+    ASSERT_EQ( sdk.bcm_field_qualify_udf( 3, entry, udf, 2, bytes, bytes ),
+               ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( sdk.bcm_udf_destroy( 3, udf ), ReturnCode::BCM_E_BUSY );
+    EXPECT_TRUE( sdk.chip( 3 )->hasUdf( udf ) );
+    EXPECT_EQ( sdk.bcm_udf_destroy( 3, madeUdf() ), ReturnCode::BCM_E_NONE ) << "another one";
+    EXPECT_EQ( sdk.bcm_field_entry_destroy( 3, entry ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( sdk.bcm_udf_destroy( 3, udf ), ReturnCode::BCM_E_NONE );
 }
 
 TEST_P( SimulatedSdkFieldTest, Group_ReadAndDestroyed_ReachesTheUnitsChip )
