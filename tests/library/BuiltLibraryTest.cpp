@@ -77,6 +77,15 @@ TEST( BuiltLibraryTest, Exports_OfTheFile_AreTheListedOnes )
     EXPECT_THAT( missingFrom( listed, exported ), ElementsAre() ) << "exported but not listed";
 }
 
+// A new creation has made nothing yet, so that this cannot be made to fail.
+TEST( BuiltLibraryTest, AssertionText_OfWhatCannotHappen_StandsInTheFile )
+{
+    std::ifstream file( libraryPath, std::ios::binary );
+    const std::string content( std::istreambuf_iterator< char >( file ), {} );
+    const std::string text = "!hwFootprint.udfIds.qualIds()";
+    EXPECT_NE( content.find( text + '\0' ), std::string::npos );
+}
+
 // One such symbol, and the loader never lets the library go.
 TEST( BuiltLibraryTest, Exports_OfTheFile_AreNotUniqueInTheProcess )
 {
