@@ -8,6 +8,7 @@
 namespace Reference {
 
 using PeloraTcam::QualIdList;
+using PeloraTcam::UdfChunkPosList;
 using PeloraTcam::UdfDesc;
 using PeloraTcam::UdfId;
 using PeloraTcam::UdfIdList;
@@ -83,6 +84,16 @@ UdfManager::Audit UdfManager::audit() const
     }
     audit.foreign = foreign();
     return audit;
+}
+
+UdfChunkPosList UdfManager::chunkPositions( const UdfDesc& udfDesc ) const
+{
+    const auto found = records_.find( udfDesc );
+    if ( found == records_.end() ) {
+        return {};
+    }
+    const QualIdList quals = found->second.quals;
+    return helper_->getUdfChunkPosList( helper_->moduleId(), quals );
 }
 
 UdfIdList UdfManager::list() const

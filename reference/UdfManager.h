@@ -51,6 +51,11 @@ class UdfManager
     /// compares their offset without that header.
     [[nodiscard]] Audit audit() const;
 
+    /// The hardware chunks that a UDF occupies; none for a descriptor that is none of this
+    /// manager's.
+    [[nodiscard]] PeloraTcam::UdfChunkPosList
+    chunkPositions( const PeloraTcam::UdfDesc& udfDesc ) const;
+
     /// The UDFs of this manager.
     [[nodiscard]] PeloraTcam::UdfIdList list() const;
 

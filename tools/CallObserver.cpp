@@ -21,6 +21,9 @@ int CallObserver::observed( const char* function, int rc )
 {
     if ( rc < 0 ) {
         lastFailure_ = FailedCall{ function, rc };
+        if ( !firstFailure_ ) {
+            firstFailure_ = lastFailure_;
+        }
     }
     return rc;
 }

@@ -1,9 +1,10 @@
 #pragma once
 
-/// Remembers the last SDK call that failed.
+/// Remembers the first and the last SDK call that failed.
 ///
 /// A helper that may run out of hardware tells its caller only that it did. The observer stands
-/// between the helpers and the SDK, and tells why.
+/// between the helpers and the SDK, and tells why: by the last failure, or by the first one where
+/// the helper makes more calls to undo what it had done.
 ///
 ///     CallObserver observer( sdk );
 ///     Shim::sdk_ = &observer;
@@ -35,9 +36,15 @@ class CallObserver : public Shim::ForwardingSdk
   public:
     using ForwardingSdk::ForwardingSdk;
 
+    [[nodiscard]] const std::optional< FailedCall >& firstFailure() const { return firstFailure_; }
+
     [[nodiscard]] const std::optional< FailedCall >& lastFailure() const { return lastFailure_; }
 
-    void forgetFailure() { lastFailure_.reset(); }
+    void forgetFailure()
+    {
+        firstFailure_.reset();
+        lastFailure_.reset();
+    }
 
 #define SDK_FUNCTION( family, name, parameters, arguments )                                        \
     int name parameters override                                                                   \
@@ -49,6 +56,7 @@ class CallObserver : public Shim::ForwardingSdk
   private:
     int observed( const char* function, int rc );
 
+    std::optional< FailedCall > firstFailure_;
     std::optional< FailedCall > lastFailure_;
 };
 

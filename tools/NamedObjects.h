@@ -48,6 +48,9 @@ class NamedObjects
 
     void remove( const std::string& name ) { objects_.erase( name ); }
 
+    /// All of them, sorted by name.
+    [[nodiscard]] const std::map< std::string, Object >& all() const { return objects_; }
+
   private:
     [[nodiscard]] std::vector< std::string > names() const
     {

@@ -26,6 +26,17 @@ bool hasNarrowSlices( const Sim::ChipProfile& profile )
     return profile.chip != Sim::ChipKind::hsdk;
 }
 
+UdfHelperRequest udfHelperRequestOf( const Scenario& scenario )
+{
+    const bool hasUdfModule = scenario.profile.chip == Sim::ChipKind::sdk6UdfModule;
+    return { .chip = scenario.profile.chip,
+             .unit = scenario.unit,
+             .pipe = scenario.pipe,
+             .lagHashingSupported =
+                 hasUdfModule && scenario.profile.udfModule.hashConfigurations != 0,
+             .origin = scenario.udfHelper };
+}
+
 } // namespace
 
 RunContext::RunContext( const Scenario& scenario, const Sim::SdkNumbering& numbering )
@@ -37,6 +48,7 @@ RunContext::RunContext( const Scenario& scenario, const Sim::SdkNumbering& numbe
     , rangeCheckers_( makeRangeCheckerHelper( scenario ) )
     , groups_( static_cast< Agent::U32 >( scenario.unit ), hasNarrowSlices( scenario.profile ) )
     , preselectors_( static_cast< Agent::U32 >( scenario.unit ) )
+    , udfHelperRequest_( udfHelperRequestOf( scenario ) )
 {}
 
 RunContext::~RunContext() = default;
@@ -55,9 +67,25 @@ RunContext::SdkInUse::~SdkInUse()
     Shim::sdk_ = nullptr;
 }
 
-std::size_t RunContext::audit() const
+Reference::UdfManager& RunContext::udfs()
 {
-    return rangeCheckers_.audit() + groups_.audit();
+    if ( !udfs_ ) {
+        udfs_.emplace( makeUdfHelper( udfHelperRequest_ ) );
+    }
+    return *udfs_;
+}
+
+AuditCounts RunContext::audit() const
+{
+    AuditCounts counts;
+    counts.compared = rangeCheckers_.audit() + groups_.audit();
+    if ( udfs_ ) {
+        const Reference::UdfManager::Audit udfs = udfs_->audit();
+        counts.compared += udfs.compared;
+        counts.withheld = udfs.withheld;
+        counts.foreign = udfs.foreign.udfIds();
+    }
+    return counts;
 }
 
 Json RunContext::occupancy() const

@@ -10,18 +10,35 @@
 #include "reference/GroupManager.h"
 #include "reference/PreselectorManager.h"
 #include "reference/RangeCheckerManager.h"
+#include "reference/UdfManager.h"
 #include "sim/FaultInjectingSdk.h"
 #include "sim/SimulatedSdk.h"
 #include "tools/CallObserver.h"
 #include "tools/Json.h"
 #include "tools/NamedObjects.h"
 #include "tools/Scenario.h"
+#include "tools/UdfHelperStart.h"
 
 #include <functional>
 #include <optional>
 #include <string>
 
 namespace Tool {
+
+/// What an audit of everything found.
+struct AuditCounts
+{
+    std::size_t compared = 0;
+    std::size_t withheld = 0; ///< user-defined fields that the library's audit cannot judge
+    std::size_t foreign = 0;  ///< user-defined fields of the chip that nobody here has made
+};
+
+/// A user-defined field as a scenario knows it.
+struct NamedUdf
+{
+    PeloraTcam::UdfDesc desc;
+    PeloraTcam::QualIdList ids;
+};
 
 class RunContext
 {
@@ -55,9 +72,26 @@ class RunContext
         return preselectorNames_;
     }
 
-    /// Compares what the managers have recorded with the chip and gives the number of comparisons;
-    /// a mismatch ends the process.
-    std::size_t audit() const;
+    /// The manager of user-defined fields; made, with its helper, when it is asked for first.
+    /// Throws a `StepError` if the library has no helper for the chip.
+    [[nodiscard]] Reference::UdfManager& udfs();
+
+    [[nodiscard]] NamedObjects< NamedUdf >& udfNames() { return udfNames_; }
+
+    /// Whether the chip runs out of user-defined fields without an SDK call that says so.
+    [[nodiscard]] bool hasFlexParser() const
+    {
+        return udfHelperRequest_.chip != Sim::ChipKind::sdk6UdfModule;
+    }
+
+    /// Compares what the managers have recorded with the chip; a mismatch ends the process.
+    [[nodiscard]] AuditCounts audit() const;
+
+    /// The first SDK call since the step's beginning, or since it was forgotten, that failed.
+    [[nodiscard]] const std::optional< FailedCall >& firstFailure() const
+    {
+        return observer_.firstFailure();
+    }
 
     /// The last SDK call since the step's beginning, or since it was forgotten, that failed.
     [[nodiscard]] const std::optional< FailedCall >& lastFailure() const
@@ -98,6 +132,9 @@ class RunContext
     NamedObjects< bcm_field_group_t > groupNames_{ "group" };
     Reference::PreselectorManager preselectors_;
     NamedObjects< bcm_field_presel_t > preselectorNames_{ "preselector" };
+    UdfHelperRequest udfHelperRequest_;
+    std::optional< Reference::UdfManager > udfs_;
+    NamedObjects< NamedUdf > udfNames_{ "user-defined field" };
     Progress progress_;
 };
 

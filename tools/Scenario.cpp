@@ -25,6 +25,12 @@ constexpr std::pair< std::string_view, Outcome > outcomes[] = {
     { outcomeName( Outcome::aborted ), Outcome::aborted },
 };
 
+constexpr std::pair< std::string_view, UdfHelperOrigin > udfHelperOrigins[] = {
+    { "registry", UdfHelperOrigin::registry },
+    { "factory", UdfHelperOrigin::factory },
+    { "creator", UdfHelperOrigin::creator },
+};
+
 bool isBuiltIn( const std::string& profile )
 {
     return std::ranges::count( Sim::builtInProfileNames(), profile ) > 0;
@@ -131,6 +137,7 @@ Scenario readScenario( const ScenarioReading& reading )
         scenario.profile = readChip( members, reading, context );
         members.optional( "unit", scenario.unit, 0, std::numeric_limits< int >::max() );
         members.optional( "pipe", scenario.pipe );
+        members.optional( "udf-helper", scenario.udfHelper, udfHelperOrigins );
         members.optional( "faults", [ & ]( const YamlNode& faults ) {
             faults.readItems( [ & ]( const YamlNode& fault ) {
                 scenario.faults.add( readFault( fault, context ) );

@@ -6,6 +6,7 @@
 ///     chip: sdk6-udf                  # a built-in profile, or a file beside this one
 ///     unit: 0
 ///     pipe: 0
+///     udf-helper: registry            # who makes it
 ///     faults:
 ///       - { function: bcm_range_create, call: 3, fail: BCM_E_RESOURCE }
 ///     steps:
@@ -19,6 +20,7 @@
 #include "sim/FaultPlan.h"
 #include "sim/SdkNumbering.h"
 #include "tools/Step.h"
+#include "tools/UdfHelperStart.h"
 
 #include <cstdint>
 #include <memory>
@@ -41,6 +43,7 @@ struct Scenario
     Sim::ChipProfile profile;
     int unit = 0;
     std::uint8_t pipe = 0;
+    UdfHelperOrigin udfHelper = UdfHelperOrigin::registry;
     Sim::FaultPlan faults;
     std::vector< ScenarioStep > steps;
 };

@@ -90,6 +90,17 @@ TEST_F( UdfManagerTest, Program_EqualDescriptor_SharesAndTheChipHearsNothing )
     EXPECT_EQ( manager.users( descOf( 4 ) ), 0U );
 }
 
+TEST_F( UdfManagerTest, ChunkPositions_OursAndOthers_AreToldOrNone )
+{
+    UdfDesc wide = descOf( 2 );
+    wide.lengthIs( 4 );
+    static_cast< void >( manager.program( wide ) );
+    static_cast< void >( manager.program( descOf( 8 ) ) );
+    EXPECT_THAT( manager.chunkPositions( wide ), ElementsAre( 0, 1 ) );
+    EXPECT_THAT( manager.chunkPositions( descOf( 8 ) ), ElementsAre( 2 ) );
+    EXPECT_EQ( manager.chunkPositions( descOf( 10 ) ), PeloraTcam::UdfChunkPosList() );
+}
+
 TEST_F( UdfManagerTest, Program_OtherDescriptor_IsAUdfOfItsOwn )
 {
     EXPECT_THAT( manager.program( descOf( 2 ) ), ElementsAre( 1 ) );

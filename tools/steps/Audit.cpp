@@ -19,10 +19,19 @@ class Audit : public Step
 
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
-        const std::size_t audited = context.audit();
+        const AuditCounts counts = context.audit();
+        std::string text = fmt::format( "{} compared with the chip", counts.compared );
+        if ( counts.withheld != 0 ) {
+            text += fmt::format( ", {} withheld", counts.withheld );
+        }
+        if ( counts.foreign != 0 ) {
+            text += fmt::format( ", {} foreign", counts.foreign );
+        }
         return { Outcome::ok,
-                 fmt::format( "{} compared with the chip", audited ),
-                 { { "audited", audited } } };
+                 text,
+                 { { "audited", counts.compared },
+                   { "withheld", counts.withheld },
+                   { "foreign", counts.foreign } } };
     }
 };
 

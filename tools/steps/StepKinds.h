@@ -31,6 +31,8 @@ struct StepKind
 std::unique_ptr< const Step > readAllocateRangeChecker( const Sim::YamlNode& node,
                                                         const ReadContext& context );
 std::unique_ptr< const Step > readAudit( const Sim::YamlNode& node, const ReadContext& context );
+std::unique_ptr< const Step > readChunkPositions( const Sim::YamlNode& node,
+                                                  const ReadContext& context );
 std::unique_ptr< const Step > readClearFaults( const Sim::YamlNode& node,
                                                const ReadContext& context );
 std::unique_ptr< const Step > readCreateGroup( const Sim::YamlNode& node,
@@ -45,7 +47,12 @@ std::unique_ptr< const Step > readImportRules( const Sim::YamlNode& node,
                                                const ReadContext& context );
 std::unique_ptr< const Step > readInjectFault( const Sim::YamlNode& node,
                                                const ReadContext& context );
+std::unique_ptr< const Step > readListUdfs( const Sim::YamlNode& node, const ReadContext& context );
+std::unique_ptr< const Step > readProgramUdf( const Sim::YamlNode& node,
+                                              const ReadContext& context );
 std::unique_ptr< const Step > readReleaseRangeChecker( const Sim::YamlNode& node,
                                                        const ReadContext& context );
+std::unique_ptr< const Step > readRemoveUdf( const Sim::YamlNode& node,
+                                             const ReadContext& context );
 
 } // namespace Tool

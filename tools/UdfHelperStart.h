@@ -1,0 +1,39 @@
+#pragma once
+
+/// Makes the UDF helper that suits a chip, in each of the ways in which an agent can.
+///
+/// Called with the agent's activity lock held, once `Shim::sdk_` is set.
+///
+///     const Agent::Ptr< PeloraTcam::UdfHelperBase > helper = makeUdfHelper(
+///         { .chip = Sim::ChipKind::sdk6UdfModule, .unit = 0, .pipe = 0,
+///           .lagHashingSupported = true, .origin = UdfHelperOrigin::registry } );
+
+#include "agent/base/Ptr.h"
+#include "agent/tcam/UdfHelper.h"
+#include "sim/ChipProfile.h"
+
+namespace Tool {
+
+/// Who makes the helper.
+enum class UdfHelperOrigin
+{
+    registry, ///< the agent's type registry, by the name of the class
+    factory,  ///< the library's factory function
+    creator,  ///< the static creator of the class
+};
+
+struct UdfHelperRequest
+{
+    Sim::ChipKind chip = Sim::ChipKind::sdk6UdfModule;
+    int unit = 0;
+    Agent::U8 pipe = 0;
+    bool lagHashingSupported = false;
+    UdfHelperOrigin origin = UdfHelperOrigin::registry;
+};
+
+/// A new helper, never null. Throws a `StepError` if the library has none for such a chip, or if
+/// the unit is above the 65535 that a UDF helper can have.
+[[nodiscard]] Agent::Ptr< PeloraTcam::UdfHelperBase >
+makeUdfHelper( const UdfHelperRequest& request );
+
+} // namespace Tool
