@@ -305,6 +305,13 @@ FieldEntry* SimFieldEntries::findToChange( bcm_field_entry_t entry )
     return found == state_.entries.end() ? nullptr : &found->second;
 }
 
+bool SimFieldEntries::isRangeUsed( bcm_range_t rangeId ) const
+{
+    return std::ranges::any_of( state_.entries, [ rangeId ]( const auto& entry ) {
+        return entry.second.criteria.ranges().contains( rangeId );
+    } );
+}
+
 bool SimFieldEntries::isUdfUsed( bcm_udf_id_t udfId ) const
 {
     return std::ranges::any_of( state_.entries, [ udfId ]( const auto& entry ) {

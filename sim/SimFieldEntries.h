@@ -131,6 +131,9 @@ class SimFieldEntries
         return state_.attachmentsByPolicer.contains( policerId );
     }
 
+    /// Whether any entry asks for the range checker's range.
+    [[nodiscard]] bool isRangeUsed( bcm_range_t rangeId ) const;
+
     /// Whether any entry asks for the user-defined field.
     [[nodiscard]] bool isUdfUsed( bcm_udf_id_t udfId ) const;
 

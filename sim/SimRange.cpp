@@ -51,7 +51,14 @@ int SimRange::create( uint32_t flags, bcm_range_config_t* config )
 
 int SimRange::destroy( bcm_range_t rangeId )
 {
-    return ranges_.erase( rangeId ) == 0 ? ReturnCode::BCM_E_NOT_FOUND : ReturnCode::BCM_E_NONE;
+    if ( !has( rangeId ) ) {
+        return ReturnCode::BCM_E_NOT_FOUND;
+    }
+    if ( useChecks_.isInUse( rangeId ) ) {
+        return ReturnCode::BCM_E_BUSY;
+    }
+    ranges_.erase( rangeId );
+    return ReturnCode::BCM_E_NONE;
 }
 
 int SimRange::get( bcm_range_config_t* config ) const

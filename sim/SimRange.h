@@ -8,6 +8,7 @@
 #include "sim/ChipSnapshot.h"
 #include "sim/IdSequence.h"
 #include "sim/SdkNumbering.h"
+#include "sim/UseChecks.h"
 
 #include <cstdint>
 #include <map>
@@ -30,7 +31,8 @@ class SimRange
     /// all range checkers are in use.
     int create( uint32_t flags, bcm_range_config_t* config );
 
-    /// Destroys a range checker. Answers BCM_E_NOT_FOUND if there is none of that id.
+    /// Destroys a range checker. Answers BCM_E_NOT_FOUND if there is none of that id, BCM_E_BUSY
+    /// if it is in use.
     int destroy( bcm_range_t rangeId );
 
     /// Fills in the range checker whose id is config->rid. Answers BCM_E_PARAM if config is null,
@@ -38,6 +40,9 @@ class SimRange
     int get( bcm_range_config_t* config ) const;
 
     [[nodiscard]] bool has( bcm_range_t rangeId ) const { return ranges_.contains( rangeId ); }
+
+    /// Who uses range checkers says so here.
+    [[nodiscard]] UseChecks< bcm_range_t >& useChecks() { return useChecks_; }
 
     [[nodiscard]] uint32_t used() const { return static_cast< uint32_t >( ranges_.size() ); }
 
@@ -58,6 +63,7 @@ class SimRange
     const SdkNumbering& numbering_;
     const uint32_t capacity_;
     IdSequence ids_;
+    UseChecks< bcm_range_t > useChecks_;
     State ranges_;
 };
 

@@ -14,6 +14,8 @@ SimulatedChip::SimulatedChip( ChipProfile profile, const SdkNumbering& numbering
     , statistics_( numbering, field_, profile_.statistics )
     , flexCounters_( numbering, field_, profile_.flexCounters )
 {
+    ranges_.useChecks().add(
+        [ this ]( bcm_range_t rangeId ) { return field_.entries().isRangeUsed( rangeId ); } );
     policers_.useChecks().add( [ this ]( bcm_policer_t policerId ) {
         return field_.entries().isPolicerAttached( policerId );
     } );

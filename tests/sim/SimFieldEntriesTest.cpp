@@ -135,6 +135,18 @@ TEST_P( SimFieldEntriesTest, Destroy_LiveEntry_IsGoneAndMakesRoom )
     EXPECT_EQ( entries.used(), 0U );
 }
 
+TEST_P( SimFieldEntriesTest, IsRangeUsed_AskedForByAnEntry_UntilItIsGone )
+{
+    const bcm_field_qualify_t rangeCheck = numbering.bcmFieldQualifyRangeCheck;
+    const bcm_field_entry_t other = madeEntry( madeGroup( config( { rangeCheck } ) ) );
+    ASSERT_EQ( entries.qualify( other, rangeCheck, RangeMatch{ 4, false } ),
+               ReturnCode::BCM_E_NONE );
+    EXPECT_TRUE( entries.isRangeUsed( 4 ) );
+    EXPECT_FALSE( entries.isRangeUsed( 5 ) );
+    ASSERT_EQ( entries.destroy( other ), ReturnCode::BCM_E_NONE );
+    EXPECT_FALSE( entries.isRangeUsed( 4 ) );
+}
+
 TEST_P( SimFieldEntriesTest, IsUdfUsed_AskedForByAnEntry_UntilItIsGone )
 {
     const bcm_field_entry_t other =

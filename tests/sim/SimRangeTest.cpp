@@ -181,6 +181,19 @@ TEST_P( SimRangeTest, Destroy_Twice_IsNotFoundTheSecondTime )
     EXPECT_EQ( ranges.used(), 0U );
 }
 
+TEST_P( SimRangeTest, Destroy_UsedByOthers_IsBusyUntilItIsNot )
+{
+    const bcm_range_t inUse = made( 1, 1 );
+    const bcm_range_t other = made( 2, 2 );
+    bool used = true;
+    ranges.useChecks().add( [ & ]( bcm_range_t id ) { return used && id == inUse; } );
+    EXPECT_EQ( ranges.destroy( inUse ), ReturnCode::BCM_E_BUSY );
+    EXPECT_TRUE( ranges.has( inUse ) );
+    EXPECT_EQ( ranges.destroy( other ), ReturnCode::BCM_E_NONE );
+    used = false;
+    EXPECT_EQ( ranges.destroy( inUse ), ReturnCode::BCM_E_NONE );
+}
+
 TEST_P( SimRangeTest, Has_LiveAndUnknownId_TellsThemApart )
 {
     const bcm_range_t id = made( 1, 1 );

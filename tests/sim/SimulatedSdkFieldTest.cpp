@@ -200,6 +200,21 @@ TEST_P( SimulatedSdkFieldTest, QualifyRangeCheck_KnownAndUnknownRange_StoresOrIs
                ReturnCode::BCM_E_UNAVAIL );
 }
 
+TEST_P( SimulatedSdkFieldTest, RangeDestroy_AskedForByAnEntry_IsBusyUntilTheEntryIsGone )
+{
+    bcm_range_config_t range;
+    range.rtype = sdk.bcmRangeTypeL4DstPort();
+    ASSERT_EQ( sdk.bcm_range_create( 3, 0, &range ), ReturnCode::BCM_E_NONE );
+    bcm_range_config_t other = range;
+    ASSERT_EQ( sdk.bcm_range_create( 3, 0, &other ), ReturnCode::BCM_E_NONE );
+    ASSERT_EQ( sdk.bcm_field_qualify_RangeCheck( 3, entry, range.rid, 1 ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( sdk.bcm_range_destroy( 3, range.rid ), ReturnCode::BCM_E_BUSY );
+    EXPECT_EQ( sdk.bcm_range_get( 3, &range ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( sdk.bcm_range_destroy( 3, other.rid ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( sdk.bcm_field_entry_destroy( 3, entry ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( sdk.bcm_range_destroy( 3, range.rid ), ReturnCode::BCM_E_NONE );
+}
+
 TEST_P( SimulatedSdkFieldTest, QualifySrcClass_EntryAndPreselector_StoreTheClasses )
 {
     bcm_field_src_class_t data;
