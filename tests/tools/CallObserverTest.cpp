@@ -37,6 +37,18 @@ TEST_F( Observer, Call_Fails_IsRememberedUntilForgotten )
     EXPECT_FALSE( observer_.lastFailure().has_value() );
 }
 
+TEST_F( Observer, Call_MoreFail_FirstAndLastAreRemembered )
+{
+    EXPECT_FALSE( observer_.firstFailure().has_value() );
+    EXPECT_EQ( observer_.bcm_range_destroy( 0, 77 ), -7 );
+    EXPECT_EQ( observer_.bcm_policer_destroy( 9, 1 ), -3 );
+    ASSERT_TRUE( observer_.firstFailure().has_value() );
+    EXPECT_EQ( observer_.firstFailure()->function, "bcm_range_destroy" );
+    EXPECT_EQ( observer_.lastFailure()->function, "bcm_policer_destroy" );
+    observer_.forgetFailure();
+    EXPECT_FALSE( observer_.firstFailure().has_value() );
+}
+
 TEST( FailedCall, IsForLackOfRoom_OnlyFullAndOutOfResources )
 {
     EXPECT_TRUE( ( Tool::FailedCall{ "f", -6 } ).isForLackOfRoom() );

@@ -48,6 +48,16 @@ TEST_P( Example, Run_AsItStands_EndsWithZero )
     EXPECT_EQ( result.exitCode, 0 ) << result.output << result.errors;
 }
 
+TEST( ExampleOfUdfs, Run_ToItsEnd_LeavesAnEmptyChip )
+{
+    const ToolResult result = ToolFolder().run(
+        { "run", "--json", PELORA_SOURCE_DIR "/examples/user-defined-fields.yaml" } );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    for ( const auto& [ resource, occupancy ] : result.json().at( "chip" ).items() ) {
+        EXPECT_EQ( occupancy.at( "used" ), 0 ) << resource;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P( Folder, Example, testing::ValuesIn( examples() ), []( const auto& test ) {
     std::string name = std::filesystem::path( test.param ).stem().string();
     std::replace( name.begin(), name.end(), '-', '_' );
