@@ -37,18 +37,28 @@ UdfHelperRequest udfHelperRequestOf( const Scenario& scenario )
              .origin = scenario.udfHelper };
 }
 
+/// How wide the chip's counters are, in bits.
+unsigned counterWidthOf( const Sim::ChipProfile& profile )
+{
+    return profile.chip == Sim::ChipKind::hsdk ? profile.flexCounters.counterWidth
+                                               : profile.statistics.counterWidth;
+}
+
 } // namespace
 
 RunContext::RunContext( const Scenario& scenario, const Sim::SdkNumbering& numbering )
     : unit_( scenario.unit )
     , simulatedSdk_( numbering )
     , faultySdk_( simulatedSdk_, scenario.faults )
-    , observer_( faultySdk_ )
+    , counterServices_( sdkVariantOf( scenario.profile.chip ), counterWidthOf( scenario.profile ) )
+    , evictionSdk_( faultySdk_, counterServices_.eviction() )
+    , observer_( evictionSdk_ )
     , sdkInUse_( simulatedSdk_, observer_, scenario )
     , rangeCheckers_( makeRangeCheckerHelper( scenario ) )
     , groups_( static_cast< Agent::U32 >( scenario.unit ), hasNarrowSlices( scenario.profile ) )
     , preselectors_( static_cast< Agent::U32 >( scenario.unit ) )
     , udfHelperRequest_( udfHelperRequestOf( scenario ) )
+    , tcam_( scenario, counterServices_ )
 {}
 
 RunContext::~RunContext() = default;
@@ -78,7 +88,7 @@ Reference::UdfManager& RunContext::udfs()
 AuditCounts RunContext::audit() const
 {
     AuditCounts counts;
-    counts.compared = rangeCheckers_.audit() + groups_.audit();
+    counts.compared = rangeCheckers_.audit() + groups_.audit() + tcam_.audit();
     if ( udfs_ ) {
         const Reference::UdfManager::Audit udfs = udfs_->audit();
         counts.compared += udfs.compared;

@@ -6,6 +6,7 @@
 /// lives `Shim::sdk_` points into it: to an observer of calls, over the fault-injecting SDK, over
 /// the simulated chip. There is one at a time.
 
+#include "agent/tcam/CounterEvictionSdk.h"
 #include "agent/tcam/TcamTypes.h"
 #include "reference/GroupManager.h"
 #include "reference/PreselectorManager.h"
@@ -17,6 +18,7 @@
 #include "tools/Json.h"
 #include "tools/NamedObjects.h"
 #include "tools/Scenario.h"
+#include "tools/TcamManagers.h"
 #include "tools/UdfHelperStart.h"
 
 #include <functional>
@@ -84,6 +86,9 @@ class RunContext
         return udfHelperRequest_.chip != Sim::ChipKind::sdk6UdfModule;
     }
 
+    /// The managers of counters, policers and compression.
+    [[nodiscard]] TcamManagers& tcam() { return tcam_; }
+
     /// Compares what the managers have recorded with the chip; a mismatch ends the process.
     [[nodiscard]] AuditCounts audit() const;
 
@@ -124,6 +129,8 @@ class RunContext
     int unit_;
     Sim::SimulatedSdk simulatedSdk_;
     Sim::FaultInjectingSdk faultySdk_;
+    Reference::CounterServices counterServices_;
+    PeloraTcam::CounterEvictionSdk evictionSdk_;
     CallObserver observer_;
     SdkInUse sdkInUse_;
     Reference::RangeCheckerManager rangeCheckers_;
@@ -135,6 +142,7 @@ class RunContext
     UdfHelperRequest udfHelperRequest_;
     std::optional< Reference::UdfManager > udfs_;
     NamedObjects< NamedUdf > udfNames_{ "user-defined field" };
+    TcamManagers tcam_;
     Progress progress_;
 };
 

@@ -1,0 +1,128 @@
+#pragma once
+
+/// A TCAM manager's way with the entries of the compression tables.
+///
+/// The manager owns the software collection: which value of which table has which class id, under
+/// which entry of the chip, and how many users share it. Equal values share one class id; the chip
+/// hears of the first user and of the last, and a class id that is free is used again. It talks to
+/// the chip through a compression helper, which only takes a released entry out of the hardware;
+/// the manager then destroys it. For its audit it reads the entries back itself.
+///
+/// The helper takes a full table for a fatal failure, so the manager counts and never asks for more
+/// than it may. No room, in the hardware or among the class ids, is a result; a mismatch that the
+/// audit finds, an unknown table, and whatever else goes wrong in the chip ends the process. An
+/// exception of the SDK leaves the record as it was.
+///
+/// A packet gets the class of one entry of a table. So of the values in a table no two may match
+/// the same packet: before a prefix is given a class, ask `overlapsAnother`.
+///
+/// All operations are called with the agent's activity lock held.
+///
+///     Reference::CompressionManager manager( helper, sameLimits( { 128, 1, 0xFFFF } ) );
+///     const CompressionKey tcp( 6 );
+///     const auto classId = manager.acquire( PeloraCompressionTableType::ipProto, tcp );
+///     if ( classId ) { manager.release( PeloraCompressionTableType::ipProto, tcp ); }
+
+#include "agent/base/Ptr.h"
+#include "agent/tcam/CompressionHelper.h"
+#include "agent/tcam/IdPool.h"
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace Reference {
+
+/// What one table may use.
+struct CompressionLimits
+{
+    std::size_t entries = 0;     ///< of the chip
+    Agent::U32 firstClassId = 1; ///< a packet that no entry matches has class 0
+    Agent::U32 classIds = 0;     ///< so many, the first and following
+};
+
+using CompressionLimitsByTable =
+    std::map< PeloraTcam::PeloraCompressionTableType, CompressionLimits >;
+
+/// The same limits for each of the six tables.
+[[nodiscard]] CompressionLimitsByTable sameLimits( const CompressionLimits& limits );
+
+/// Whether a table has room for one more value, and if not, what it lacks.
+enum class CompressionRoom : Agent::U8
+{
+    free,
+    noEntry,
+    noClassId,
+};
+
+class CompressionManager
+{
+  public:
+    using Table = PeloraTcam::PeloraCompressionTableType;
+    using Key = PeloraTcam::CompressionKey;
+
+    /// `helper` is not null. A table without limits has no room.
+    CompressionManager( Agent::Ptr< PeloraTcam::PeloraTcamCompressionHelperBase > helper,
+                        const CompressionLimitsByTable& limits );
+
+    /// The class id of a value: that of an equal one with one more user, or a new one. Nothing when
+    /// there is no room; `room` tells why. Of a number only the bits of the table's field count, of
+    /// an address only those of the prefix.
+    [[nodiscard]] std::optional< Agent::U32 > acquire( Table table, const Key& key );
+
+    /// Takes one user away; the last one takes the entry out of the chip and frees the class id.
+    /// False when the table has no such value.
+    bool release( Table table, const Key& key );
+
+    /// Whether a table can take one more value.
+    [[nodiscard]] CompressionRoom room( Table table ) const;
+
+    /// Whether an address table has another prefix that contains this one or lies in it; false for
+    /// the other tables.
+    [[nodiscard]] bool overlapsAnother( Table table, const Key& key ) const;
+
+    /// Compares every record with the chip: value, class id, and that the hardware holds it. A
+    /// mismatch ends the process. Gives the number of records compared.
+    std::size_t audit() const;
+
+    /// How many values the manager holds, in all tables or in one.
+    [[nodiscard]] std::size_t size() const { return records_.size(); }
+
+    [[nodiscard]] std::size_t size( Table table ) const;
+
+    /// The class id of a value; nothing when the table does not have it.
+    [[nodiscard]] std::optional< Agent::U32 > classId( Table table, const Key& key ) const;
+
+    /// How many users a value has; 0 when the table does not have it.
+    [[nodiscard]] std::size_t users( Table table, const Key& key ) const;
+
+  private:
+    struct Record
+    {
+        Agent::U32 classId = 0;
+        Agent::U64 entryId = 0;
+        std::size_t users = 0;
+        bool takenOut = false; ///< of the hardware, but not yet destroyed
+    };
+
+    struct TableState
+    {
+        std::size_t capacity = 0;
+        std::size_t used = 0;
+        PeloraTcam::IdPool classIds;
+    };
+
+    using Records = std::map< std::pair< Table, Key >, Record >;
+
+    [[nodiscard]] const Record* find( Table table, const Key& key ) const;
+    [[nodiscard]] int unit() const;
+    void verify( Table table, const Key& key, const Record& record ) const;
+    void verifyValue( Table table, const Key& key, bcm_field_entry_t entry ) const;
+
+    const Agent::Ptr< PeloraTcam::PeloraTcamCompressionHelperBase > helper_;
+    std::map< Table, TableState > tables_;
+    Records records_;
+};
+
+} // namespace Reference

@@ -1,0 +1,103 @@
+#pragma once
+
+/// A TCAM manager's way with the counters of entries.
+///
+/// The manager owns the software collection: which entry has counters, of which types, under which
+/// ids. An entry has counters once. It talks to the chip through a counter helper, whichever suits
+/// the chip; for its audit it asks the SDK itself what is attached to each entry.
+///
+/// All operations are called with the agent's activity lock held. Counters for which there is no
+/// room are a result; a mismatch that the audit finds, and whatever else goes wrong in the chip,
+/// ends the process. An exception of the SDK leaves the record as it was.
+///
+/// A helper finds the entry's group by its logical id: the group was created under the SDK id made
+/// from it, `generateSdk6GroupIdFormat( logicalGroupId, pipeId )` on SDK-6 and with sub-id 0 on
+/// HSDK, or that id stands in the agent's group id map.
+///
+///     Reference::CounterManager manager( helper, SdkVariant::sdk6 );
+///     const CounterRequest wanted{ stageIfp(), logicalGroupId, entry, packetsAndBytes(), priority
+///     }; if ( manager.allocate( wanted ) ) {
+///         const Hits hits = manager.hits( entry );
+///         manager.free( entry );
+///     }
+
+#include "agent/base/Ptr.h"
+#include "agent/tcam/CounterHelper.h"
+#include "reference/SdkVariant.h"
+
+#include <cstddef>
+#include <map>
+#include <optional>
+
+namespace Reference {
+
+/// The counters that an entry is to have.
+struct CounterRequest
+{
+    PeloraTcam::StageType stage = PeloraTcam::stageIfp();
+    PeloraTcam::LogicalGroupId logicalGroupId = 0;
+    PeloraTcam::TcamEntryId entryId = 0;
+    PeloraTcam::CounterSet counterSet;
+    PeloraTcam::TcamGroupPriority priority = 0; ///< of the entry's group
+};
+
+/// What the counters of an entry have counted together.
+struct Hits
+{
+    Agent::U64 packets = 0;
+    Agent::U64 bytes = 0;
+
+    friend bool operator==( const Hits&, const Hits& ) = default;
+};
+
+/// The set with one counter of all packets and their bytes.
+[[nodiscard]] PeloraTcam::CounterSet packetsAndBytes();
+
+class CounterManager
+{
+  public:
+    /// `helper` is not null and is of the chip's variant.
+    CounterManager( Agent::Ptr< PeloraTcam::PeloraTcamCounterHelper > helper, SdkVariant variant );
+
+    /// Gives an entry counters. False when there is no room for them, or when the SDK refuses them
+    /// (a group that it does not know, an empty set, a set with an unknown type). The entry must
+    /// not have any (an assertion failure otherwise; see `find`).
+    [[nodiscard]] bool allocate( const CounterRequest& request );
+
+    /// Takes an entry's counters away. False when it has none.
+    bool free( PeloraTcam::TcamEntryId entryId );
+
+    /// What an entry's counters have counted; nothing when it has none.
+    [[nodiscard]] std::optional< Hits > hits( PeloraTcam::TcamEntryId entryId ) const;
+
+    /// Sets an entry's counters to 0. False when it has none.
+    bool clear( PeloraTcam::TcamEntryId entryId );
+
+    /// Compares every record with the chip: that the recorded counters are attached to the entry
+    /// and can be read. A mismatch ends the process. Gives the number of records compared.
+    std::size_t audit() const;
+
+    /// How many entries have counters.
+    [[nodiscard]] std::size_t size() const { return records_.size(); }
+
+    /// The record of an entry's counters; null when it has none. It is valid until the next
+    /// operation that allocates or frees.
+    [[nodiscard]] const PeloraTcam::CounterInfo* find( PeloraTcam::TcamEntryId entryId ) const;
+
+  private:
+    struct Record
+    {
+        PeloraTcam::CounterInfo info;
+        PeloraTcam::TcamGroupPriority priority = 0;
+    };
+
+    void verify( const PeloraTcam::CounterInfo& info ) const;
+    void verifyStatistic( const PeloraTcam::CounterInfo& info ) const;
+    void verifyFlexCounters( const PeloraTcam::CounterInfo& info ) const;
+
+    const Agent::Ptr< PeloraTcam::PeloraTcamCounterHelper > helper_;
+    const SdkVariant variant_;
+    std::map< PeloraTcam::TcamEntryId, Record > records_;
+};
+
+} // namespace Reference

@@ -1,0 +1,102 @@
+#include "reference/QualifierReading.h"
+
+#include "agent/base/Assert.h"
+#include "sdk/SdkCall.h"
+
+#include <algorithm>
+
+namespace Reference {
+
+namespace {
+
+const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
+
+/// The mask of an IPv6 prefix, and its address.
+struct Ip6Value
+{
+    explicit Ip6Value( const IpPrefix& prefix )
+    {
+        std::ranges::copy( prefix.address.bytes(), data );
+        PeloraTcam::ip6PrefixMask( prefix.length, mask );
+    }
+
+    [[nodiscard]] bool isSame( const bcm_ip6_t& otherData, const bcm_ip6_t& otherMask ) const
+    {
+        return std::ranges::equal( data, otherData ) && std::ranges::equal( mask, otherMask );
+    }
+
+    bcm_ip6_t data;
+    bcm_ip6_t mask;
+};
+
+/// The value and the mask of an IPv4 prefix.
+Masked< bcm_ip_t > ip4Value( const IpPrefix& prefix )
+{
+    return { prefix.address.value(), PeloraTcam::ip4PrefixMask( prefix.length ) };
+}
+
+} // namespace
+
+void verifyEtherType( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected )
+{
+    Masked< Agent::U16 > inHardware;
+    SDK_CHECKED_CALL(
+        bcm_field_qualify_EtherType_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+    AGENT_ASSERT( inHardware == expected );
+}
+
+void verifyProtocol( int unit, bcm_field_entry_t entry, Masked< Agent::U8 > expected )
+{
+    Masked< Agent::U8 > inHardware;
+    SDK_CHECKED_CALL(
+        bcm_field_qualify_IpProtocol_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+    AGENT_ASSERT( inHardware == expected );
+}
+
+void verifySourcePort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected )
+{
+    Masked< Agent::U16 > inHardware;
+    SDK_CHECKED_CALL(
+        bcm_field_qualify_L4SrcPort_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+    AGENT_ASSERT( inHardware == expected );
+}
+
+void verifyDestinationPort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected )
+{
+    Masked< Agent::U16 > inHardware;
+    SDK_CHECKED_CALL(
+        bcm_field_qualify_L4DstPort_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+    AGENT_ASSERT( inHardware == expected );
+}
+
+void verifySource( int unit, bcm_field_entry_t entry, const IpPrefix& expected )
+{
+    if ( expected.address.isV6() ) {
+        bcm_ip6_t data;
+        bcm_ip6_t mask;
+        SDK_CHECKED_CALL( bcm_field_qualify_SrcIp6_get( unit, entry, data, mask ) );
+        AGENT_ASSERT( Ip6Value( expected ).isSame( data, mask ) );
+        return;
+    }
+    Masked< bcm_ip_t > inHardware;
+    SDK_CHECKED_CALL(
+        bcm_field_qualify_SrcIp_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+    AGENT_ASSERT( inHardware == ip4Value( expected ) );
+}
+
+void verifyDestination( int unit, bcm_field_entry_t entry, const IpPrefix& expected )
+{
+    if ( expected.address.isV6() ) {
+        bcm_ip6_t data;
+        bcm_ip6_t mask;
+        SDK_CHECKED_CALL( bcm_field_qualify_DstIp6_get( unit, entry, data, mask ) );
+        AGENT_ASSERT( Ip6Value( expected ).isSame( data, mask ) );
+        return;
+    }
+    Masked< bcm_ip_t > inHardware;
+    SDK_CHECKED_CALL(
+        bcm_field_qualify_DstIp_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+    AGENT_ASSERT( inHardware == ip4Value( expected ) );
+}
+
+} // namespace Reference

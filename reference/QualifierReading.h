@@ -1,0 +1,40 @@
+#pragma once
+
+/// Reads the qualifiers of a TCAM entry back from the chip and compares them with what was asked
+/// for.
+///
+/// Every function makes one checked call, with the agent's activity lock held; an entry that does
+/// not have the qualifier, and a mismatch, end the process.
+
+#include "agent/tcam/IpAddress.h"
+#include "sdk/SdkTypes.h"
+
+namespace Reference {
+
+/// A number of which only the bits in the mask count.
+template< class Number >
+struct Masked
+{
+    Number value = 0;
+    Number mask = 0;
+
+    friend bool operator==( const Masked&, const Masked& ) = default;
+};
+
+/// An address and how many of its leading bits count.
+struct IpPrefix
+{
+    PeloraTcam::IpAddress address;
+    Agent::U32 length = 0;
+
+    friend bool operator==( const IpPrefix&, const IpPrefix& ) = default;
+};
+
+void verifyEtherType( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected );
+void verifyProtocol( int unit, bcm_field_entry_t entry, Masked< Agent::U8 > expected );
+void verifySourcePort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected );
+void verifyDestinationPort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected );
+void verifySource( int unit, bcm_field_entry_t entry, const IpPrefix& expected );
+void verifyDestination( int unit, bcm_field_entry_t entry, const IpPrefix& expected );
+
+} // namespace Reference

@@ -1,0 +1,15 @@
+#pragma once
+
+/// Which SDK a chip is driven through: where a manager has to know.
+
+#include "agent/base/BaseTypes.h"
+
+namespace Reference {
+
+enum class SdkVariant : Agent::U8
+{
+    sdk6,
+    hsdk,
+};
+
+} // namespace Reference
