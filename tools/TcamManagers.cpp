@@ -34,6 +34,7 @@ Agent::Ptr< PeloraTcam::PeloraTcamCounterHelper > makeCounterHelper( const Scena
     } else {
         helper = PeloraTcam::peloraTcamSdk6CounterHelperFactory( scenario.pipe, unit, chipInfo );
     }
+    helper->initializedIs( true );
     helper->handleInitialized();
     return helper;
 }
