@@ -121,7 +121,7 @@ Agent::Bitmap::Ptr chosenChunks( const Agent::Bitmap& free, U32 requested )
 /// Puts the chunks that a new UDF is offered into its record.
 ///
 /// KEPT: the same lowest chunk in every pass, however many were chosen: the search starts over and
-/// does not mark what it has found. The SDK takes further chunks by itself.
+/// does not mark what it has found. Switches in service hold records of this form.
 void addChunks( const Agent::Bitmap::Ptr& chunkBmap,
                 const bcm_udf_multi_abstract_pkt_format_info_t& pfi,
                 bcm_udf_multi_chunk_info_t& chunkInfo )

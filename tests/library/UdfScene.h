@@ -1,8 +1,9 @@
 #pragma once
 
-/// What the tests of the UDF module share: a chip of unit 5 with a UDF module of 6 chunks, room for
-/// 4 UDFs, 2 packet formats of 2 UDFs each and 1 hash configuration; descriptors; the map of packet
-/// formats; the log messages raised; and what the ring-buffer trace holds.
+/// What the tests of user-defined fields share: a chip of unit 5, by default with a UDF module of
+/// 6 chunks, room for 4 UDFs, 2 packet formats of 2 UDFs each and 1 hash configuration;
+/// descriptors; the map of packet formats; the log messages raised; and what the ring-buffer trace
+/// holds.
 
 #include "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.h"
 #include "agent/base/Log.h"
@@ -97,7 +98,8 @@ std::vector< std::string > ringTextsOf( const Operation& operation )
 class UdfScene : public HelperScene
 {
   protected:
-    UdfScene()
+    explicit UdfScene( std::string_view profile = "sdk6-tiny" )
+        : HelperScene( profile )
     {
         previousSink_ = Agent::logSinkIs( [ this ]( const Agent::LogDescriptor& descriptor ) {
             logged.emplace_back( descriptor.name );
