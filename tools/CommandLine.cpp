@@ -3,6 +3,7 @@
 #include "sim/InputError.h"
 #include "tools/DecodeTrace.h"
 #include "tools/ExitCodes.h"
+#include "tools/ExplainUdf.h"
 #include "tools/Maps.h"
 #include "tools/Profiles.h"
 #include "tools/RingDump.h"
@@ -30,6 +31,7 @@ constexpr const char* toolFooter = R"(Examples:
   pelora-tcam profiles
   pelora-tcam maps qualifierMap
   pelora-tcam decode-trace run.ring
+  pelora-tcam explain-udf --help
 
 Exit codes:
   0  everything went as expected
@@ -121,6 +123,33 @@ Exit codes:
   0  printed
   2  bad input: the file cannot be read, holds no trace, or the trace is damaged (what can
      be read of it is printed))";
+
+constexpr const char* explainUdfHelp =
+    R"(Says in words what a description of a user-defined field means on a chip.
+
+Programs the field through the library into the simulated chip and tells what the chip
+then holds: which bytes of which packets the field matches, the layer and the start that
+the chip is given, the packet format it needs, and the fields that share that. The
+options are the keys of a 'program-udf' step.
+)";
+
+constexpr const char* explainUdfFooter = R"(Examples:
+  pelora-tcam explain-udf --chip sdk6-udf --base l4OuterPayload --ethertype ipv4
+      --protocol udp --offset 4 --length 3
+  pelora-tcam explain-udf --chip hsdk --base l3Header --ethertype arp --app macAcl
+      --offset 6 --length 2
+  pelora-tcam explain-udf --chip sdk6-udf --base l3Header --ethertype ipv4 --offset 12
+      --length 4 --with '{ name: id, base: l3Header, ethertype: ipv4, offset: 4, length: 2 }'
+  pelora-tcam explain-udf --json --scenario before.yaml --base l2Header --ethertype mpls
+      --offset 14 --length 2 --lag-mask 0xFF,0x0F
+
+Exit codes:
+  0  the chip takes the field
+  1  the library or the chip refuses it; the text says why
+  2  bad input: nothing has been run
+  3  the library ends the process
+
+docs/scenarios.md has the names of bases, EtherTypes and protocols.)";
 
 /// The command line of `run`.
 struct RunCommand
@@ -257,6 +286,55 @@ void addDecodeTrace( CLI::App& app, Command& command )
         [ given, &command ] { command = [ given ] { return decodeTrace( *given ); }; } );
 }
 
+/// An option for a key of a `program-udf` step.
+CLI::Option* addUdfKey( CLI::App* app,
+                        const std::shared_ptr< ExplainUdfOptions >& given,
+                        const std::string& key,
+                        const char* type,
+                        const char* help )
+{
+    const auto keep = [ given, key ]( const std::string& text ) {
+        given->keys.emplace_back( key, text );
+    };
+    return app->add_option_function< std::string >( "--" + key, keep, help )->type_name( type );
+}
+
+void addExplainUdf( CLI::App& app, Command& command )
+{
+    const auto given = std::make_shared< ExplainUdfOptions >();
+    CLI::App* app_ = addCommand( app, "explain-udf", explainUdfHelp, explainUdfFooter );
+    addUdfKey( app_, given, "base", "BASE", "From where the offset counts" )->required();
+    addUdfKey( app_, given, "offset", "BYTES", "From the base, 0 to 255" )->required();
+    addUdfKey( app_, given, "length", "BYTES", "0 to 255" )->required();
+    addUdfKey( app_, given, "ethertype", "TYPE", "The packets' outer EtherType" );
+    addUdfKey( app_, given, "inner-ethertype", "TYPE", "What a GRE packet carries" );
+    addUdfKey( app_, given, "protocol", "PROTOCOL", "The packets' IP protocol" );
+    addUdfKey( app_, given, "priority", "NUMBER", "Of a packet format made for it" );
+    addUdfKey( app_, given, "app", "APP", "What asks for it" );
+    addUdfKey( app_, given, "lag-mask", "BYTES", "Feed the LAG hash: mask bytes, with commas" );
+    app_->add_option( "--chip", given->chip, "The chip profile, a name or a file" )
+        ->type_name( "PROFILE" );
+    app_->add_option( "--scenario", given->scenario, "Run this scenario before" )
+        ->type_name( "FILE" );
+    app_->add_option( "--with",
+                      given->with,
+                      "A field that exists already: a mapping of the keys of a 'program-udf'\n"
+                      "step; may be given several times" )
+        ->type_name( "DESCRIPTION" )
+        ->allow_extra_args( false );
+    app_->add_option( "--numbering",
+                      given->numbering,
+                      "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
+        ->type_name( "NUMBERING" );
+    app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
+    app_->callback( [ given, &command ] {
+        command = [ given ] {
+            static_cast< void >( numberingFromOption( given->numbering ) );
+            return showUdfExplanation( *given );
+        };
+    } );
+}
+
 /// Reads the command line into a command.
 Command readCommandLine( CLI::App& app, int argumentCount, const char* const* arguments )
 {
@@ -269,6 +347,7 @@ Command readCommandLine( CLI::App& app, int argumentCount, const char* const* ar
     addProfiles( app, command );
     addMaps( app, command );
     addDecodeTrace( app, command );
+    addExplainUdf( app, command );
     app.parse( argumentCount, arguments );
     return command;
 }

@@ -48,6 +48,7 @@ unsigned counterWidthOf( const Sim::ChipProfile& profile )
 
 RunContext::RunContext( const Scenario& scenario, const Sim::SdkNumbering& numbering )
     : unit_( scenario.unit )
+    , numbering_( numbering )
     , simulatedSdk_( numbering )
     , faultySdk_( simulatedSdk_, scenario.faults )
     , counterServices_( sdkVariantOf( scenario.profile.chip ), counterWidthOf( scenario.profile ) )

@@ -56,6 +56,12 @@ class RunContext
 
     [[nodiscard]] Sim::FaultInjectingSdk& sdk() { return faultySdk_; }
 
+    /// The scenario's chip.
+    [[nodiscard]] const Sim::SimulatedChip& chip() const { return *simulatedSdk_.chip( unit_ ); }
+
+    /// What the SDK's enumerators stand for.
+    [[nodiscard]] const Sim::SdkNumbering& numbering() const { return numbering_; }
+
     [[nodiscard]] Reference::RangeCheckerManager& rangeCheckers() { return rangeCheckers_; }
 
     [[nodiscard]] NamedObjects< PeloraTcam::RangeCheckerId >& rangeCheckerNames()
@@ -127,6 +133,7 @@ class RunContext
     };
 
     int unit_;
+    Sim::SdkNumbering numbering_;
     Sim::SimulatedSdk simulatedSdk_;
     Sim::FaultInjectingSdk faultySdk_;
     Reference::CounterServices counterServices_;

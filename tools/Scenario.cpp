@@ -43,15 +43,6 @@ std::string unknownProfile( const std::string& profile )
            Sim::nameHint( profile, Sim::builtInProfileNames() );
 }
 
-Sim::ChipProfile profileFromOption( const std::string& chip )
-{
-    std::error_code unreadable;
-    if ( !isBuiltIn( chip ) && !std::filesystem::exists( chip, unreadable ) ) {
-        throw CommandLineError( "--chip: " + unknownProfile( chip ) );
-    }
-    return Sim::loadChipProfile( chip );
-}
-
 Sim::ChipProfile profileFromScenario( const YamlNode& node, const ReadContext& context )
 {
     std::string chip;
@@ -126,6 +117,15 @@ std::vector< ScenarioStep > readSteps( const YamlNode& node, const ReadContext& 
 }
 
 } // namespace
+
+Sim::ChipProfile profileFromOption( const std::string& chip )
+{
+    std::error_code unreadable;
+    if ( !isBuiltIn( chip ) && !std::filesystem::exists( chip, unreadable ) ) {
+        throw CommandLineError( "--chip: " + unknownProfile( chip ) );
+    }
+    return Sim::loadChipProfile( chip );
+}
 
 Scenario readScenario( const ScenarioReading& reading )
 {

@@ -56,6 +56,10 @@ struct ScenarioReading
     Sim::SdkNumbering numbering;       ///< what the SDK's enumerators stand for
 };
 
+/// The chip profile that the option `--chip` names: a built-in one, or a file. Throws a
+/// `CommandLineError` if it is neither.
+[[nodiscard]] Sim::ChipProfile profileFromOption( const std::string& chip );
+
 /// Reads a scenario and all that it names.
 [[nodiscard]] Scenario readScenario( const ScenarioReading& reading );
 

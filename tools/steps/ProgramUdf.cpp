@@ -3,6 +3,7 @@
 
 #include "tools/RunContext.h"
 #include "tools/UdfDescReader.h"
+#include "tools/UdfProgramming.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
 
@@ -15,18 +16,6 @@ namespace {
 
 using PeloraTcam::QualIdList;
 using PeloraTcam::UdfDesc;
-
-/// The manager or the helper refused without asking the SDK.
-StepResult refusedWithoutACall( const UdfDesc& desc, bool hasFlexParser )
-{
-    if ( desc.lagHashing() ) {
-        throw StepError( "this chip cannot hash over user-defined fields" );
-    }
-    if ( !hasFlexParser ) {
-        throw StepError( "the library makes no user-defined field without an EtherType" );
-    }
-    return { Outcome::full, "too few free chunks", Json::object() };
-}
 
 class ProgramUdf : public Step
 {
@@ -41,14 +30,14 @@ class ProgramUdf : public Step
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
         context.udfNames().requireFree( name_ );
-        const QualIdList ids = context.udfs().program( desc_ );
-        if ( ids.qualIds() != 0 ) {
-            context.udfNames().add( name_, { desc_, ids } );
-            return programmed( ids, context.udfs().users( desc_ ) );
+        const UdfProgramming programming = programUdf( context, desc_ );
+        if ( programming.outcome == Outcome::ok ) {
+            context.udfNames().add( name_, { desc_, programming.ids } );
+            return programmed( programming.ids, context.udfs().users( desc_ ) );
         }
-        // The first failure is the reason; the helper's undoing may meet more.
-        return context.firstFailure() ? refused( context.firstFailure() )
-                                      : refusedWithoutACall( desc_, context.hasFlexParser() );
+        return programming.failure
+                   ? refused( programming.failure )
+                   : StepResult{ programming.outcome, programming.why, Json::object() };
     }
 
   private:
