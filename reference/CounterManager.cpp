@@ -71,6 +71,9 @@ bool CounterManager::free( TcamEntryId entryId )
     // Forgotten only once the chip has them back: an exception leaves the record as it was. The
     // call lets go of the activity lock, so nothing found before it is used after it.
     const Record record = found->second;
+    if ( variant_ == SdkVariant::hsdk ) {
+        helper_->clearHitsForEntry( record.info ); // Its counters stay in their object.
+    }
     helper_->freeCounter(
         record.info.stage, record.info.logicalGroupId, entryId, record.info, record.priority );
     records_.erase( entryId );

@@ -64,7 +64,7 @@ class CounterManager
     /// not have any (an assertion failure otherwise; see `find`).
     [[nodiscard]] bool allocate( const CounterRequest& request );
 
-    /// Takes an entry's counters away. False when it has none.
+    /// Takes an entry's counters away; they are left at 0. False when it has none.
     bool free( PeloraTcam::TcamEntryId entryId );
 
     /// What an entry's counters have counted; nothing when it has none.

@@ -11,31 +11,23 @@ namespace {
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 
-/// The mask of an IPv6 prefix, and its address.
-struct Ip6Value
+bool isSame( const Ip6Value& expected, const bcm_ip6_t& data, const bcm_ip6_t& mask )
 {
-    explicit Ip6Value( const IpPrefix& prefix )
-    {
-        std::ranges::copy( prefix.address.bytes(), data );
-        PeloraTcam::ip6PrefixMask( prefix.length, mask );
-    }
+    return std::ranges::equal( expected.data, data ) && std::ranges::equal( expected.mask, mask );
+}
 
-    [[nodiscard]] bool isSame( const bcm_ip6_t& otherData, const bcm_ip6_t& otherMask ) const
-    {
-        return std::ranges::equal( data, otherData ) && std::ranges::equal( mask, otherMask );
-    }
+} // namespace
 
-    bcm_ip6_t data;
-    bcm_ip6_t mask;
-};
+Ip6Value::Ip6Value( const IpPrefix& prefix )
+{
+    std::ranges::copy( prefix.address.bytes(), data );
+    PeloraTcam::ip6PrefixMask( prefix.length, mask );
+}
 
-/// The value and the mask of an IPv4 prefix.
 Masked< bcm_ip_t > ip4Value( const IpPrefix& prefix )
 {
     return { prefix.address.value(), PeloraTcam::ip4PrefixMask( prefix.length ) };
 }
-
-} // namespace
 
 void verifyEtherType( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected )
 {
@@ -75,7 +67,7 @@ void verifySource( int unit, bcm_field_entry_t entry, const IpPrefix& expected )
         bcm_ip6_t data;
         bcm_ip6_t mask;
         SDK_CHECKED_CALL( bcm_field_qualify_SrcIp6_get( unit, entry, data, mask ) );
-        AGENT_ASSERT( Ip6Value( expected ).isSame( data, mask ) );
+        AGENT_ASSERT( isSame( Ip6Value( expected ), data, mask ) );
         return;
     }
     Masked< bcm_ip_t > inHardware;
@@ -90,7 +82,7 @@ void verifyDestination( int unit, bcm_field_entry_t entry, const IpPrefix& expec
         bcm_ip6_t data;
         bcm_ip6_t mask;
         SDK_CHECKED_CALL( bcm_field_qualify_DstIp6_get( unit, entry, data, mask ) );
-        AGENT_ASSERT( Ip6Value( expected ).isSame( data, mask ) );
+        AGENT_ASSERT( isSame( Ip6Value( expected ), data, mask ) );
         return;
     }
     Masked< bcm_ip_t > inHardware;

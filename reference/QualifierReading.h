@@ -30,6 +30,18 @@ struct IpPrefix
     friend bool operator==( const IpPrefix&, const IpPrefix& ) = default;
 };
 
+/// An IPv6 prefix as the SDK takes it: its address and its mask.
+struct Ip6Value
+{
+    explicit Ip6Value( const IpPrefix& prefix );
+
+    bcm_ip6_t data;
+    bcm_ip6_t mask;
+};
+
+/// The same of an IPv4 prefix.
+[[nodiscard]] Masked< bcm_ip_t > ip4Value( const IpPrefix& prefix );
+
 void verifyEtherType( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected );
 void verifyProtocol( int unit, bcm_field_entry_t entry, Masked< Agent::U8 > expected );
 void verifySourcePort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected );

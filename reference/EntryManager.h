@@ -1,0 +1,132 @@
+#pragma once
+
+/// A TCAM manager's way with the entries of groups: the SDK calls that are the agent's own.
+///
+/// The manager owns the record of each entry: what it asks of a packet, what it does with it, and
+/// whether it is in the hardware. An entry is made in software with all that belongs to it, and
+/// then installed; between the two it can be given counters. When one step of making it is refused,
+/// or throws, what was done of it is undone in reverse, and the chip is as before.
+///
+/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`.
+/// That the SDK refuses to make or to install an entry, or to attach something to it, is a result
+/// (`lastRefusal` tells the call); a mismatch that the audit finds, and any failure while something
+/// is taken away, end the process.
+///
+///     Reference::EntryManager manager( unit );
+///     EntryDesc desc;
+///     desc.group = group;
+///     desc.qualifiers.destinationPort = Masked< U16 >{ 80, 0xFFFF };
+///     desc.actions = { { ActionType::drop } };
+///     const auto entry = manager.create( desc );
+///     if ( entry && manager.install( *entry ) ) { ... manager.destroy( *entry ); }
+
+#include "agent/tcam/ActionType.h"
+#include "agent/tcam/CounterTypes.h"
+#include "agent/tcam/PolicerHelper.h"
+#include "reference/EntryQualifiers.h"
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <vector>
+
+namespace Reference {
+
+struct EntryAction
+{
+    PeloraTcam::ActionType type = PeloraTcam::ActionType::drop;
+    Agent::U32 param0 = 0;
+    Agent::U32 param1 = 0;
+
+    friend bool operator==( const EntryAction&, const EntryAction& ) = default;
+};
+
+/// What an entry is wanted for.
+struct EntryDesc
+{
+    bcm_field_group_t group = 0;
+    int priority = 0; ///< among the entries of the group, the greatest wins; not negative
+    EntryQualifiers qualifiers;
+    std::vector< EntryAction > actions;
+    std::optional< PeloraTcam::PolicerId > policer;
+
+    friend bool operator==( const EntryDesc&, const EntryDesc& ) = default;
+};
+
+class EntryManager
+{
+  public:
+    using EntryId = PeloraTcam::TcamEntryId;
+
+    explicit EntryManager( Agent::U32 unit );
+
+    /// Makes an entry, which is not in the hardware yet. Nothing when the SDK refuses one of the
+    /// calls.
+    [[nodiscard]] std::optional< EntryId > create( const EntryDesc& desc );
+
+    /// Writes an entry to the hardware. False when the SDK refuses; the entry stays as it was. An
+    /// unknown entry is an assertion failure, here and below, unless said otherwise.
+    [[nodiscard]] bool install( EntryId entryId );
+
+    /// Takes an entry out of the hardware; it can be installed again. False when it is not there or
+    /// when the id is none of this manager's.
+    bool remove( EntryId entryId );
+
+    /// Takes an entry out of the hardware and destroys it, after what this manager has attached to
+    /// it is detached. Nobody else may have anything attached to it. False when the id is none of
+    /// this manager's.
+    bool destroy( EntryId entryId );
+
+    /// Attaches a policer to an entry that has none, or a statistic. False when the SDK refuses. An
+    /// entry that is in the hardware is written to it again with its policer.
+    [[nodiscard]] bool attachPolicer( EntryId entryId, PeloraTcam::PolicerId policerId );
+    [[nodiscard]] bool attachStatistic( EntryId entryId, int statId );
+
+    /// Detaches what was attached. False when there is none, or when the id is none of this
+    /// manager's.
+    bool detachPolicer( EntryId entryId );
+    bool detachStatistic( EntryId entryId );
+
+    /// Compares every entry with the chip: that it is in the hardware if it should be, its
+    /// qualifiers, priority, actions, policer, and the statistic that this manager attached. A
+    /// mismatch ends the process. Gives the number of entries compared.
+    std::size_t audit() const;
+
+    /// The call that the last `create`, `install` or `attach...` failed at.
+    [[nodiscard]] const SdkRefusal& lastRefusal() const { return lastRefusal_; }
+
+    /// How many entries the manager holds, in all groups or in one.
+    [[nodiscard]] std::size_t size() const { return records_.size(); }
+
+    [[nodiscard]] std::size_t size( bcm_field_group_t group ) const;
+
+    /// What an entry was made with; null for an id that is none of this manager's. It is valid
+    /// until the next operation that changes entries.
+    [[nodiscard]] const EntryDesc* find( EntryId entryId ) const;
+
+    /// Whether an entry is in the hardware.
+    [[nodiscard]] bool isInstalled( EntryId entryId ) const;
+
+  private:
+    struct Record
+    {
+        EntryDesc desc;
+        std::optional< int > statistic;
+        bool installed = false;
+    };
+
+    [[nodiscard]] bool program( EntryId entryId, Record& record );
+    [[nodiscard]] bool addActions( EntryId entryId, const std::vector< EntryAction >& actions );
+    [[nodiscard]] bool accepted( std::string_view function, int rc );
+    void writeAgain( EntryId entryId );
+    void verify( EntryId entryId, const Record& record ) const;
+    void verifyActions( bcm_field_entry_t entry, const std::vector< EntryAction >& actions ) const;
+    void verifyAttachments( bcm_field_entry_t entry, const Record& record ) const;
+
+    const int unit_;
+    std::map< EntryId, Record > records_;
+    std::map< bcm_field_group_t, std::size_t > entriesByGroup_;
+    SdkRefusal lastRefusal_;
+};
+
+} // namespace Reference

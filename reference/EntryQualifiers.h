@@ -1,0 +1,71 @@
+#pragma once
+
+/// What a TCAM entry asks of a packet, and how it is written to the chip and compared with it.
+///
+/// A field can be matched by its value or by the class that the field's compression table gives it;
+/// what is not asked for matches everything. The entry's group must have the qualifiers.
+///
+///     EntryQualifiers qualifiers;
+///     qualifiers.source = IpPrefix{ IpAddress::v4( 0x0A000000 ), 8 };
+///     qualifiers.destinationPort = Masked< U16 >{ 80, 0xFFFF };
+
+#include "agent/tcam/CompressionHelper.h"
+#include "agent/tcam/QualifierType.h"
+#include "agent/tcam/RangeCheckerHelper.h"
+#include "reference/QualifierReading.h"
+
+#include <map>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace Reference {
+
+/// The packet must be in a range checker's range, or outside of it.
+struct EntryRange
+{
+    PeloraTcam::RangeCheckerId id = PeloraTcam::invalidRangeCheckerId;
+    bool outside = false;
+
+    friend auto operator<=>( const EntryRange&, const EntryRange& ) = default;
+};
+
+struct EntryQualifiers
+{
+    std::optional< IpPrefix > source;
+    std::optional< IpPrefix > destination;
+    std::optional< Masked< Agent::U16 > > etherType;
+    std::optional< Masked< Agent::U8 > > protocol;
+    std::optional< Masked< Agent::U16 > > sourcePort;
+    std::optional< Masked< Agent::U16 > > destinationPort;
+    std::vector< EntryRange > ranges; ///< all of them
+    /// By compression table; the ids have 16 bits.
+    std::map< PeloraTcam::PeloraCompressionTableType, Agent::U32 > classes;
+
+    friend bool operator==( const EntryQualifiers&, const EntryQualifiers& ) = default;
+};
+
+/// A call that the SDK refused.
+struct SdkRefusal
+{
+    std::string_view function; ///< empty if none was refused
+    int rc = 0;
+
+    friend bool operator==( const SdkRefusal&, const SdkRefusal& ) = default;
+};
+
+/// The qualifier of the class that a compression table gives: each table has a class field of its
+/// own in the key.
+[[nodiscard]] PeloraTcam::QualifierType
+classQualifier( PeloraTcam::PeloraCompressionTableType table );
+
+/// Writes the qualifiers of an entry that has none. Gives the first call that the SDK refused,
+/// after which it makes no more. Called with the agent's activity lock held.
+[[nodiscard]] SdkRefusal
+qualifyEntry( int unit, bcm_field_entry_t entry, const EntryQualifiers& qualifiers );
+
+/// Compares the qualifiers of an entry that are asked for, all its ranges and all its classes with
+/// the chip; a mismatch ends the process. Called with the agent's activity lock held.
+void verifyQualifiers( int unit, bcm_field_entry_t entry, const EntryQualifiers& qualifiers );
+
+} // namespace Reference

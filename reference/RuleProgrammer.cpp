@@ -1,0 +1,216 @@
+#include "reference/RuleProgrammer.h"
+
+namespace Reference {
+
+using PeloraTcam::RangeCheckerDesc;
+using PeloraTcam::RangeType;
+using Table = PeloraTcam::PeloraCompressionTableType;
+
+namespace {
+
+constexpr std::string_view nothing;
+
+bool isSinglePort( const PortRange& ports )
+{
+    return ports.low == ports.high;
+}
+
+bool isEveryPort( const PortRange& ports )
+{
+    return ports == PortRange{};
+}
+
+void add( ResourceCounts& counts, const ResourceCounts& other )
+{
+    counts.made += other.made;
+    counts.shared += other.shared;
+}
+
+/// The first user has had it made.
+void count( ResourceCounts& counts, std::size_t users )
+{
+    ++( users > 1 ? counts.shared : counts.made );
+}
+
+} // namespace
+
+RuleCounts& RuleCounts::operator+=( const RuleCounts& other )
+{
+    add( rangeCheckers, other.rangeCheckers );
+    add( classes, other.classes );
+    add( policers, other.policers );
+    overlaps += other.overlaps;
+    counters += other.counters;
+    return *this;
+}
+
+RuleProgrammer::RuleProgrammer( const RuleManagers& managers )
+    : managers_( managers )
+{}
+
+// ---- Taking ----------------------------------------------------------------------------------
+
+std::string_view RuleProgrammer::acquire( const FilterRule& rule,
+                                          const RuleOptions& options,
+                                          RuleParts& parts,
+                                          RuleCounts& counts,
+                                          EntryQualifiers& qualifiers )
+{
+    const Work work{ parts, counts, qualifiers };
+    std::string_view refusal = acquirePrefixes( rule, work );
+    if ( refusal.empty() ) {
+        refusal = acquireProtocol( rule.protocol, work );
+    }
+    if ( refusal.empty() ) {
+        refusal = acquireSourcePorts( rule.sourcePorts, work );
+    }
+    if ( refusal.empty() ) {
+        refusal = acquireDestinationPorts( rule.destinationPorts, work );
+    }
+    if ( refusal.empty() ) {
+        refusal = acquirePolicer( options, work );
+    }
+    return refusal;
+}
+
+std::string_view RuleProgrammer::acquirePrefixes( const FilterRule& rule, const Work& work )
+{
+    const auto acquire = [ & ]( Table table, const IpPrefix& prefix, auto& direct ) {
+        if ( prefix.length == 0 ) {
+            return nothing;
+        }
+        if ( isCompressible( table, prefix, work ) ) {
+            return acquireClass( table, { prefix.address, prefix.length }, work );
+        }
+        direct = prefix;
+        return nothing;
+    };
+    const std::string_view refusal = acquire( Table::srcIp, rule.source, work.qualifiers.source );
+    return refusal.empty() ? acquire( Table::dstIp, rule.destination, work.qualifiers.destination )
+                           : refusal;
+}
+
+bool RuleProgrammer::isCompressible( Table table, const IpPrefix& prefix, const Work& work )
+{
+    if ( managers_.compression == nullptr ) {
+        return false;
+    }
+    const bool overlaps =
+        managers_.compression->overlapsAnother( table, { prefix.address, prefix.length } );
+    work.counts.overlaps += overlaps ? 1 : 0;
+    return !overlaps;
+}
+
+std::string_view RuleProgrammer::acquireProtocol( Masked< Agent::U8 > protocol, const Work& work )
+{
+    if ( protocol.mask == 0 ) {
+        return nothing;
+    }
+    if ( managers_.compression != nullptr && protocol.mask == 0xFF ) {
+        return acquireClass( Table::ipProto, CompressionManager::Key( protocol.value ), work );
+    }
+    work.qualifiers.protocol = protocol;
+    return nothing;
+}
+
+std::string_view RuleProgrammer::acquireSourcePorts( const PortRange& ports, const Work& work )
+{
+    if ( isEveryPort( ports ) ) {
+        return nothing;
+    }
+    if ( !isSinglePort( ports ) ) {
+        return acquireRange( { ports.low, ports.high, RangeType::l4SrcPort }, work );
+    }
+    if ( managers_.compression != nullptr ) {
+        return acquireClass( Table::l4SrcPort, CompressionManager::Key( ports.low ), work );
+    }
+    work.qualifiers.sourcePort = Masked< Agent::U16 >{ ports.low, 0xFFFF };
+    return nothing;
+}
+
+std::string_view RuleProgrammer::acquireDestinationPorts( const PortRange& ports, const Work& work )
+{
+    if ( isEveryPort( ports ) ) {
+        return nothing;
+    }
+    if ( !isSinglePort( ports ) ) {
+        return acquireRange( { ports.low, ports.high, RangeType::l4DstPort }, work );
+    }
+    if ( managers_.compression != nullptr ) {
+        return acquireClass( Table::l4DstPort, CompressionManager::Key( ports.low ), work );
+    }
+    work.qualifiers.destinationPort = Masked< Agent::U16 >{ ports.low, 0xFFFF };
+    return nothing;
+}
+
+std::string_view RuleProgrammer::acquireRange( const RangeCheckerDesc& desc, const Work& work )
+{
+    const auto id = managers_.rangeCheckers.acquire( desc );
+    if ( !id ) {
+        return noRangeChecker;
+    }
+    work.parts.rangeCheckers.push_back( *id );
+    work.qualifiers.ranges.push_back( { *id, false } );
+    count( work.counts.rangeCheckers, managers_.rangeCheckers.users( *id ) );
+    return nothing;
+}
+
+std::string_view
+RuleProgrammer::acquireClass( Table table, const CompressionManager::Key& key, const Work& work )
+{
+    CompressionManager& compression = *managers_.compression;
+    const auto classId = compression.acquire( table, key );
+    if ( !classId ) {
+        return compression.room( table ) == CompressionRoom::noClassId ? noClassId
+                                                                       : noCompressionEntry;
+    }
+    work.parts.classes.emplace_back( table, key );
+    work.qualifiers.classes.emplace( table, *classId );
+    count( work.counts.classes, compression.users( table, key ) );
+    return nothing;
+}
+
+std::string_view RuleProgrammer::acquirePolicer( const RuleOptions& options, const Work& work )
+{
+    if ( !options.policer ) {
+        return nothing;
+    }
+    work.parts.policer =
+        managers_.policers.acquire( *options.policer, options.stage, options.policerSharing );
+    if ( !work.parts.policer ) {
+        return noPolicer;
+    }
+    count( work.counts.policers, managers_.policers.users( *work.parts.policer ) );
+    return nothing;
+}
+
+// ---- Giving back -----------------------------------------------------------------------------
+
+void RuleProgrammer::release( RuleParts& parts )
+{
+    if ( parts.entry ) {
+        managers_.entries.remove( *parts.entry );
+    }
+    if ( parts.hasCounters ) {
+        managers_.counters.free( *parts.entry );
+        parts.hasCounters = false;
+    }
+    if ( parts.entry ) {
+        managers_.entries.destroy( *parts.entry );
+        parts.entry.reset();
+    }
+    if ( parts.policer ) {
+        managers_.policers.release( *parts.policer );
+        parts.policer.reset();
+    }
+    while ( !parts.classes.empty() ) {
+        managers_.compression->release( parts.classes.back().first, parts.classes.back().second );
+        parts.classes.pop_back();
+    }
+    while ( !parts.rangeCheckers.empty() ) {
+        managers_.rangeCheckers.release( parts.rangeCheckers.back() );
+        parts.rangeCheckers.pop_back();
+    }
+}
+
+} // namespace Reference
