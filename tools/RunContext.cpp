@@ -59,7 +59,7 @@ RunContext::RunContext( const Scenario& scenario, const Sim::SdkNumbering& numbe
     , groups_( static_cast< Agent::U32 >( scenario.unit ), hasNarrowSlices( scenario.profile ) )
     , preselectors_( static_cast< Agent::U32 >( scenario.unit ) )
     , udfHelperRequest_( udfHelperRequestOf( scenario ) )
-    , tcam_( scenario, counterServices_ )
+    , tcam_( scenario, counterServices_, groups_, rangeCheckers_ )
 {}
 
 RunContext::~RunContext() = default;

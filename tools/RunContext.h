@@ -92,7 +92,7 @@ class RunContext
         return udfHelperRequest_.chip != Sim::ChipKind::sdk6UdfModule;
     }
 
-    /// The managers of counters, policers and compression.
+    /// The managers of entries, counters, policers and compression.
     [[nodiscard]] TcamManagers& tcam() { return tcam_; }
 
     /// Compares what the managers have recorded with the chip; a mismatch ends the process.

@@ -54,13 +54,22 @@ Agent::Ptr< PeloraTcam::PeloraTcamPolicerHelper > makePolicerHelper( const Scena
     return helper;
 }
 
-Agent::Ptr< PeloraTcam::PeloraTcamCompressionHelperBase >
-makeCompressionHelper( const Scenario& scenario )
+/// A class id has 16 bits; 0 is no class.
+constexpr Agent::U32 classIds = 0xFFFF;
+
+/// The manager of the compression tables, if the chip has them.
+std::unique_ptr< Reference::CompressionManager > makeCompression( const Scenario& scenario )
 {
+    if ( sdkVariantOf( scenario.profile.chip ) == SdkVariant::hsdk ) {
+        return nullptr;
+    }
     const auto helper =
         PeloraTcam::peloraTcamSdk6CompressionHelperFactory( scenario.pipe, fapIdOf( scenario ) );
     helper->handleInitialized();
-    return helper;
+    const Reference::CompressionLimits limits{
+        scenario.profile.field.compressionEntries, 1, classIds };
+    return std::make_unique< Reference::CompressionManager >( helper,
+                                                              Reference::sameLimits( limits ) );
 }
 
 /// The ids that the agent gives to policers: each stage has its own.
@@ -73,9 +82,6 @@ void makePolicerIds( Agent::U32 capacity )
     }
 }
 
-/// A class id has 16 bits; 0 is no class.
-constexpr Agent::U32 classIds = 0xFFFF;
-
 } // namespace
 
 SdkVariant sdkVariantOf( Sim::ChipKind chip )
@@ -83,7 +89,10 @@ SdkVariant sdkVariantOf( Sim::ChipKind chip )
     return chip == Sim::ChipKind::hsdk ? SdkVariant::hsdk : SdkVariant::sdk6;
 }
 
-TcamManagers::TcamManagers( const Scenario& scenario, Reference::CounterServices& services )
+TcamManagers::TcamManagers( const Scenario& scenario,
+                            Reference::CounterServices& services,
+                            Reference::GroupManager& groups,
+                            Reference::RangeCheckerManager& rangeCheckers )
     : variant_( sdkVariantOf( scenario.profile.chip ) )
     , unit_( static_cast< Agent::U32 >( scenario.unit ) )
     , pipe_( scenario.pipe )
@@ -91,13 +100,12 @@ TcamManagers::TcamManagers( const Scenario& scenario, Reference::CounterServices
     , services_( services )
     , counters_( makeCounterHelper( scenario ), variant_ )
     , policers_( makePolicerHelper( scenario ), scenario.profile.policers.capacity )
+    , compression_( makeCompression( scenario ) )
+    , entries_( unit_ )
+    , ruleSets_( { rangeCheckers, groups, entries_, counters_, policers_, compression() },
+                 { variant_, pipe_ } )
 {
     makePolicerIds( scenario.profile.policers.capacity );
-    if ( variant_ == SdkVariant::sdk6 ) {
-        const Reference::CompressionLimits limits{
-            scenario.profile.field.compressionEntries, 1, classIds };
-        compression_.emplace( makeCompressionHelper( scenario ), Reference::sameLimits( limits ) );
-    }
 }
 
 TcamManagers::~TcamManagers()
@@ -144,7 +152,8 @@ void TcamManagers::releaseUnusedCounterObjects()
 
 std::size_t TcamManagers::audit() const
 {
-    return counters_.audit() + policers_.audit() + ( compression_ ? compression_->audit() : 0 );
+    return entries_.audit() + counters_.audit() + policers_.audit() +
+           ( compression_ ? compression_->audit() : 0 );
 }
 
 } // namespace Tool

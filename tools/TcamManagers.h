@@ -1,7 +1,7 @@
 #pragma once
 
-/// The managers of what TCAM entries are made of, for the chip of a scenario: counters, policers
-/// and compression.
+/// The managers of TCAM entries and of what they are made of, for the chip of a scenario: counters,
+/// policers, compression, and whole rule sets.
 ///
 /// Belongs to the run context, which has set `Shim::sdk_` before; used with the agent's activity
 /// lock held.
@@ -9,11 +9,14 @@
 #include "reference/CompressionManager.h"
 #include "reference/CounterManager.h"
 #include "reference/CounterServices.h"
+#include "reference/EntryManager.h"
 #include "reference/PolicerManager.h"
+#include "reference/RuleSetProgrammer.h"
+#include "tools/NamedObjects.h"
 #include "tools/Scenario.h"
 
 #include <cstddef>
-#include <optional>
+#include <memory>
 
 namespace Tool {
 
@@ -23,8 +26,11 @@ namespace Tool {
 class TcamManagers
 {
   public:
-    /// The services must outlive this.
-    TcamManagers( const Scenario& scenario, Reference::CounterServices& services );
+    /// Services and managers must outlive this.
+    TcamManagers( const Scenario& scenario,
+                  Reference::CounterServices& services,
+                  Reference::GroupManager& groups,
+                  Reference::RangeCheckerManager& rangeCheckers );
     TcamManagers( const TcamManagers& ) = delete;
     TcamManagers& operator=( const TcamManagers& ) = delete;
     ~TcamManagers();
@@ -41,10 +47,14 @@ class TcamManagers
     [[nodiscard]] Reference::PolicerManager& policers() { return policers_; }
 
     /// The manager of the compression tables; null on a chip without them.
-    [[nodiscard]] Reference::CompressionManager* compression()
-    {
-        return compression_ ? &*compression_ : nullptr;
-    }
+    [[nodiscard]] Reference::CompressionManager* compression() { return compression_.get(); }
+
+    [[nodiscard]] Reference::EntryManager& entries() { return entries_; }
+
+    /// The programmer of rule sets. For rules with counters ask for `counters` before.
+    [[nodiscard]] Reference::RuleSetProgrammer& ruleSets() { return ruleSets_; }
+
+    [[nodiscard]] NamedObjects< Reference::RuleSetId >& ruleSetNames() { return ruleSetNames_; }
 
     /// Compares what the managers have recorded with the chip and gives the number of comparisons;
     /// a mismatch ends the process.
@@ -62,7 +72,10 @@ class TcamManagers
     bool hasCounterObjects_ = false;
     Reference::CounterManager counters_;
     Reference::PolicerManager policers_;
-    std::optional< Reference::CompressionManager > compression_;
+    const std::unique_ptr< Reference::CompressionManager > compression_;
+    Reference::EntryManager entries_;
+    Reference::RuleSetProgrammer ruleSets_;
+    NamedObjects< Reference::RuleSetId > ruleSetNames_{ "rule set" };
 };
 
 } // namespace Tool
