@@ -2,10 +2,8 @@
 // code there is. Each failure has one of two ends: the process ends with the line of that call, or
 // nothing is programmed and chip and map are as before.
 
-#include "sdk/ForwardingSdk.h"
+#include "tests/library/LockWatchingSdk.h"
 #include "tests/library/UdfScene.h"
-
-#include <map>
 
 namespace LibraryTest {
 namespace {
@@ -240,24 +238,6 @@ TEST_F( UdfModuleFaultSweepTest, Cleanup_AfterTheFormatWasRefused_EachFailureOfI
 }
 
 // ---- Locks -------------------------------------------------------------------------------------
-
-/// Counts the calls that are made while this thread holds the activity lock.
-class LockWatchingSdk final : public Shim::ForwardingSdk
-{
-  public:
-    using ForwardingSdk::ForwardingSdk;
-
-    std::map< std::string, unsigned > free;
-    std::map< std::string, unsigned > held;
-
-#define SDK_FUNCTION( family, name, parameters, arguments )                                        \
-    int name parameters override                                                                   \
-    {                                                                                              \
-        ++( Agent::activityLock().heldByThisThread() ? held : free )[ #name ];                     \
-        return next().name arguments;                                                              \
-    }
-#include "sdk/SdkFunctions.def"
-};
 
 TEST_F( UdfModuleFaultSweepTest, Locks_OfAWholeLife_AreReleasedForEachCall )
 {

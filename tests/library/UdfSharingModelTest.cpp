@@ -4,30 +4,13 @@
 //
 // PELORA_UDF_MODEL_STEPS asks for another number of steps than a million.
 
+#include "tests/library/UdfModelSteps.h"
 #include "tests/library/UdfSharingScene.h"
 
-#include <cstdlib>
 #include <random>
 
 namespace LibraryTest {
 namespace {
-
-/// The steps of all runs together: a million; fewer under a shuffled numbering, whose values are
-/// all that is different, and in a build without optimisation.
-unsigned long stepsOfAllRuns()
-{
-    if ( const char* const asked = std::getenv( "PELORA_UDF_MODEL_STEPS" ) ) {
-        return std::strtoul( asked, nullptr, 10 );
-    }
-#ifdef __OPTIMIZE__
-    constexpr unsigned long steps = 1'000'000;
-#else
-    constexpr unsigned long steps = 200'000;
-#endif
-    const char* const numbering = std::getenv( "PELORA_SDK_NUMBERING" );
-    const bool isDefault = numbering == nullptr || std::string_view( numbering ) == "default";
-    return isDefault ? steps : steps / 10;
-}
 
 class UdfSharingModelTest : public UdfSharingScene
 {

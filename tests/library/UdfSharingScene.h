@@ -4,7 +4,7 @@
 /// of packet formats, and the UDFs that live, against `UdfSharingModel.h`.
 
 #include "PeloraTcam/PeloraTcamUdfSdk6Helper.h"
-#include "sdk/ForwardingSdk.h"
+#include "tests/library/FlakySdk.h"
 #include "tests/library/UdfScene.h"
 #include "tests/library/UdfSharingModel.h"
 
@@ -14,29 +14,6 @@ namespace LibraryTest {
 
 using PeloraTcam::UdfModuleHelper;
 using PeloraTcam::UdfOffsetBase;
-
-/// Answers with a code, instead of handing on, the calls of the functions that are to fail.
-class FlakySdk final : public Shim::ForwardingSdk
-{
-  public:
-    using ForwardingSdk::ForwardingSdk;
-
-    std::array< std::string_view, 2 > failing{};
-    int rc = 0;
-
-#define SDK_FUNCTION( family, name, parameters, arguments )                                        \
-    int name parameters override                                                                   \
-    {                                                                                              \
-        return isFailing( #name ) ? rc : next().name arguments;                                    \
-    }
-#include "sdk/SdkFunctions.def"
-
-  private:
-    [[nodiscard]] bool isFailing( std::string_view name ) const
-    {
-        return name == failing[ 0 ] || name == failing[ 1 ];
-    }
-};
 
 inline const std::vector< PacketKind > kinds = {
     { ip4, 6, 0 },
