@@ -125,6 +125,22 @@ TEST_F( Sdk6CounterReadTest, GetHits_OneReadDoesNotSucceed_LeavesItOut )
     EXPECT_EQ( helper->getPacketHits( info ), 6U );
 }
 
+TEST_F( Sdk6CounterReadTest, GetHits_EachFailureOfARead_LeavesItOut )
+{
+    const CounterInfo info = allocate( setOf( { 1, 2 } ) );
+    count( 5, 6 );
+    for ( const SdkFailure& failure : allSdkFailures() ) {
+        SCOPED_TRACE( failure.name );
+        sdk.on.bcm_field_stat_get = returns( failure.rc );
+        EXPECT_EQ( helper->getPacketHits( info ), 0U );
+        EXPECT_EQ( helper->getByteHits( info ), 0U );
+        EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
+    }
+    sdk.on.bcm_field_stat_get = {};
+    EXPECT_EQ( helper->getPacketHits( info ), 5U );
+    EXPECT_EQ( helper->getByteHits( info ), 6U );
+}
+
 TEST_F( Sdk6CounterReadTest, GetHits_SetChangesDuringACall_ReadWhatTheyWereGiven )
 {
     CounterInfo info = allocate( setOf( { 2, 4, 6 } ) );
