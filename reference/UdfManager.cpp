@@ -23,8 +23,9 @@ bool countsFromBehindAHeader( const UdfDesc& udfDesc )
 
 } // namespace
 
-UdfManager::UdfManager( Agent::Ptr< PeloraTcam::UdfHelperBase > helper )
+UdfManager::UdfManager( Agent::Ptr< PeloraTcam::UdfHelperBase > helper, UdfPath path )
     : helper_( std::move( helper ) )
+    , path_( path )
 {
     AGENT_ASSERT( helper_ );
 }
@@ -75,15 +76,30 @@ UdfManager::Audit UdfManager::audit() const
         if ( desc.lagHashing() ) {
             helper_->verifyLagHashingUdf( desc, record.quals );
         }
-        if ( countsFromBehindAHeader( desc ) ) {
-            ++audit.withheld;
-        } else {
+        if ( canBeJudged( desc ) ) {
             helper_->verifyProgrammedUdf( desc, record.quals );
             ++audit.compared;
+        } else {
+            ++audit.withheld;
         }
     }
     audit.foreign = foreign();
     return audit;
+}
+
+bool UdfManager::canBeJudged( const UdfDesc& udfDesc ) const
+{
+    // A chunk is two bytes, and creation asks for one only.
+    constexpr Agent::U8 bytesOfAChunk = 2;
+    switch ( path_ ) {
+    case UdfPath::flexParser:
+        return udfDesc.length() <= bytesOfAChunk;
+    case UdfPath::flexParserHsdk:
+        return udfDesc.length() == bytesOfAChunk;
+    case UdfPath::udfModule:
+        break;
+    }
+    return !countsFromBehindAHeader( udfDesc );
 }
 
 UdfChunkPosList UdfManager::chunkPositions( const UdfDesc& udfDesc ) const

@@ -23,6 +23,14 @@
 
 namespace Reference {
 
+/// How a chip makes UDFs; it decides which of them the helper's audit can judge.
+enum class UdfPath
+{
+    udfModule,      ///< all but those that count from behind a header
+    flexParser,     ///< through SDK-6: those of one chunk, which are 1 or 2 bytes
+    flexParserHsdk, ///< through HSDK: those of one whole chunk, which are 2 bytes
+};
+
 class UdfManager
 {
   public:
@@ -34,8 +42,9 @@ class UdfManager
         PeloraTcam::UdfIdList foreign; ///< UDFs of the chip that are none of this manager's
     };
 
-    /// `helper` is not null.
-    explicit UdfManager( Agent::Ptr< PeloraTcam::UdfHelperBase > helper );
+    /// `helper` is not null; `path` is what it programs.
+    explicit UdfManager( Agent::Ptr< PeloraTcam::UdfHelperBase > helper,
+                         UdfPath path = UdfPath::udfModule );
 
     /// The ids of the qualifier for the descriptor: those of an existing UDF with one more user, or
     /// of a new one. Empty when it does not fit, or when it is to feed the LAG hash of a chip that
@@ -47,8 +56,8 @@ class UdfManager
     bool remove( const PeloraTcam::UdfDesc& udfDesc );
 
     /// Compares every record with the chip, and what feeds the LAG hash with its configuration; a
-    /// mismatch ends the process. UDFs that count from behind a header are left out: the helper
-    /// compares their offset without that header.
+    /// mismatch ends the process. UDFs that the helper cannot judge (`UdfPath`) are left out: it
+    /// compares offsets without the header they count from, and expects a chunk for two bytes.
     [[nodiscard]] Audit audit() const;
 
     /// The hardware chunks that a UDF occupies; none for a descriptor that is none of this
@@ -76,7 +85,10 @@ class UdfManager
         std::size_t users = 0;
     };
 
+    [[nodiscard]] bool canBeJudged( const PeloraTcam::UdfDesc& udfDesc ) const;
+
     Agent::Ptr< PeloraTcam::UdfHelperBase > helper_;
+    UdfPath path_;
     std::map< PeloraTcam::UdfDesc, Record > records_;
 };
 

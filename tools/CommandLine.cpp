@@ -1,6 +1,7 @@
 #include "tools/CommandLine.h"
 
 #include "sim/InputError.h"
+#include "tools/Compare.h"
 #include "tools/DecodeTrace.h"
 #include "tools/ExitCodes.h"
 #include "tools/ExplainUdf.h"
@@ -28,6 +29,7 @@ constexpr const char* toolHelp =
 constexpr const char* toolFooter = R"(Examples:
   pelora-tcam run examples/range-checkers.yaml
   pelora-tcam run --json --chip sdk6-tiny examples/range-checkers.yaml
+  pelora-tcam compare examples/three-chips.yaml
   pelora-tcam profiles
   pelora-tcam maps qualifierMap
   pelora-tcam decode-trace run.ring
@@ -151,6 +153,20 @@ Exit codes:
 
 docs/scenarios.md has the names of bases, EtherTypes and protocols.)";
 
+constexpr const char* compareHelp =
+    R"(Runs a scenario on several chips and shows them side by side.
+
+For each step: what came of it on each chip, and what the chip was given for a user-defined
+field. Without --chip, one chip of each kind: an SDK-6 chip with a UDF module, an SDK-6 chip
+with a flexible parser, and an HSDK chip. The scenario's own chip does not count.
+)";
+
+constexpr const char* compareFooter = R"(Examples:
+  pelora-tcam compare examples/three-chips.yaml
+  pelora-tcam compare --chip sdk6-tiny --chip hsdk-large scenario.yaml
+
+Exit codes: the highest of those that 'run' has for the chips.)";
+
 /// The command line of `run`.
 struct RunCommand
 {
@@ -251,6 +267,29 @@ void addRun( CLI::App& app, Command& command )
     app_->callback( [ given, &command ] { command = [ given ] { return run( *given ); }; } );
 }
 
+void addCompare( CLI::App& app, Command& command )
+{
+    const auto given = std::make_shared< CompareOptions >();
+    CLI::App* app_ = addCommand( app, "compare", compareHelp, compareFooter );
+    app_->add_option( "SCENARIO", given->scenario, "The scenario, a YAML file" )
+        ->type_name( "FILE" )
+        ->required();
+    app_->add_option( "--chip", given->chips, "A chip profile, a name or a file; several times" )
+        ->type_name( "PROFILE" )
+        ->allow_extra_args( false );
+    app_->add_option( "--numbering",
+                      given->numbering,
+                      "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
+        ->type_name( "NUMBERING" );
+    app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
+    app_->callback( [ given, &command ] {
+        command = [ given ] {
+            static_cast< void >( numberingFromOption( given->numbering ) );
+            return compareChips( *given );
+        };
+    } );
+}
+
 void addProfiles( CLI::App& app, Command& command )
 {
     const auto given = std::make_shared< ProfilesOptions >();
@@ -344,6 +383,7 @@ Command readCommandLine( CLI::App& app, int argumentCount, const char* const* ar
     app.set_version_flag( "--version", "pelora-tcam " PELORA_VERSION );
     app.require_subcommand( 0, 1 );
     addRun( app, command );
+    addCompare( app, command );
     addProfiles( app, command );
     addMaps( app, command );
     addDecodeTrace( app, command );

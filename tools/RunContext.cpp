@@ -81,7 +81,7 @@ RunContext::SdkInUse::~SdkInUse()
 Reference::UdfManager& RunContext::udfs()
 {
     if ( !udfs_ ) {
-        udfs_.emplace( makeUdfHelper( udfHelperRequest_ ) );
+        udfs_.emplace( makeUdfHelper( udfHelperRequest_ ), udfPathOf( udfHelperRequest_.chip ) );
     }
     return *udfs_;
 }

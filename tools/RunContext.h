@@ -86,6 +86,8 @@ class RunContext
 
     [[nodiscard]] NamedObjects< NamedUdf >& udfNames() { return udfNames_; }
 
+    [[nodiscard]] const NamedObjects< NamedUdf >& udfNames() const { return udfNames_; }
+
     /// Whether the chip runs out of user-defined fields without an SDK call that says so.
     [[nodiscard]] bool hasFlexParser() const
     {
@@ -94,6 +96,8 @@ class RunContext
 
     /// The managers of entries, counters, policers and compression.
     [[nodiscard]] TcamManagers& tcam() { return tcam_; }
+
+    [[nodiscard]] NamedObjects< PeloraTcam::PolicerId >& policerNames() { return policerNames_; }
 
     /// Compares what the managers have recorded with the chip; a mismatch ends the process.
     [[nodiscard]] AuditCounts audit() const;
@@ -150,6 +154,7 @@ class RunContext
     std::optional< Reference::UdfManager > udfs_;
     NamedObjects< NamedUdf > udfNames_{ "user-defined field" };
     TcamManagers tcam_;
+    NamedObjects< PeloraTcam::PolicerId > policerNames_{ "policer" };
     Progress progress_;
 };
 

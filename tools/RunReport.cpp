@@ -83,6 +83,9 @@ class TextReport : public RunReport
                     paintedOutcome( step ),
                     text.empty() ? "" : "  ",
                     text );
+        for ( const std::string& line : step.result.lines ) {
+            fmt::print( "      {}\n", line );
+        }
         if ( step.result.outcome == Outcome::aborted && step.asExpected ) {
             for ( const std::string& line : lastWordLines( step.lastWords, step.end ) ) {
                 fmt::print( "      {}\n", painter_( Colour::quiet, line ) );
@@ -170,6 +173,10 @@ class TextReport : public RunReport
 class JsonReport : public RunReport
 {
   public:
+    explicit JsonReport( std::function< void( const Json& report ) > done )
+        : done_( std::move( done ) )
+    {}
+
     void runStarts( const RunHeading& heading ) override
     {
         json_ = { { "scenario", heading.scenario },
@@ -189,6 +196,9 @@ class JsonReport : public RunReport
                       { "expected", outcomeName( step.heading.expected ) },
                       { "text", step.result.text } };
         json.update( step.result.produced );
+        if ( !step.result.lines.empty() ) {
+            json[ "lines" ] = step.result.lines;
+        }
         if ( step.result.outcome == Outcome::aborted ) {
             addLastWords( json, step.lastWords, step.end );
         }
@@ -209,8 +219,7 @@ class JsonReport : public RunReport
             json_[ "ended" ] = ended;
             fmt::print( stderr, "{}", unexpectedEndText( unexpected ) );
         }
-        fmt::print( "{}\n", jsonText( json_, 2 ) );
-        std::fflush( stdout );
+        done_( json_ );
     }
 
   private:
@@ -233,6 +242,7 @@ class JsonReport : public RunReport
         }
     }
 
+    std::function< void( const Json& report ) > done_;
     Json json_;
 };
 
@@ -253,7 +263,15 @@ std::unique_ptr< RunReport > makeTextReport( Painter painter )
 
 std::unique_ptr< RunReport > makeJsonReport()
 {
-    return std::make_unique< JsonReport >();
+    return makeJsonReport( []( const Json& report ) {
+        fmt::print( "{}\n", jsonText( report, 2 ) );
+        std::fflush( stdout );
+    } );
+}
+
+std::unique_ptr< RunReport > makeJsonReport( std::function< void( const Json& report ) > done )
+{
+    return std::make_unique< JsonReport >( std::move( done ) );
 }
 
 std::string unexpectedEndText( const UnexpectedEnd& unexpected )

@@ -14,6 +14,7 @@
 #include "tools/Step.h"
 #include "tools/Terminal.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -86,6 +87,9 @@ class RunReport
 
 [[nodiscard]] std::unique_ptr< RunReport > makeTextReport( Painter painter );
 [[nodiscard]] std::unique_ptr< RunReport > makeJsonReport();
+/// The JSON report, for somebody who does something else with it than printing.
+[[nodiscard]] std::unique_ptr< RunReport >
+makeJsonReport( std::function< void( const Json& report ) > done );
 
 /// The text that tells an unexpected end, of several lines.
 [[nodiscard]] std::string unexpectedEndText( const UnexpectedEnd& unexpected );

@@ -23,7 +23,8 @@ Json jsonOf( const StepResult& result )
 {
     return { { "outcome", outcomeName( result.outcome ) },
              { "text", result.text },
-             { "produced", result.produced } };
+             { "produced", result.produced },
+             { "lines", result.lines } };
 }
 
 /// Reports progress a few times a second, however often it is made.
@@ -133,7 +134,8 @@ StepResult stepResultFromJson( const Json& event )
 {
     return { outcomeFromName( event.at( "outcome" ).get< std::string >() ).value(),
              event.at( "text" ),
-             event.at( "produced" ) };
+             event.at( "produced" ),
+             event.value( "lines", std::vector< std::string >() ) };
 }
 
 } // namespace Tool

@@ -23,6 +23,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Tool {
 
@@ -35,6 +36,8 @@ struct StepResult
     std::string text; ///< for the reader: what was produced, or why not
     /// The same for programs; its members become members of the step in the JSON output.
     Json produced = Json::object();
+    /// More for the reader, in lines of their own.
+    std::vector< std::string > lines = {};
 };
 
 /// A step that cannot be done, as opposed to one that the chip has no room for; the text says why.

@@ -1,6 +1,7 @@
 #include "tools/UdfExplanation.h"
 
 #include "tools/PacketNames.h"
+#include "tools/UdfOnChip.h"
 #include "tools/UdfProgramming.h"
 
 #include <fmt/format.h>
@@ -35,35 +36,6 @@ std::string bytesText( int first, int count )
                       : fmt::format( "bytes {} to {}", first, first + count - 1 );
 }
 
-/// "chunk 3", "chunks 0, 1"
-std::string chunksText( const std::vector< int >& chunks )
-{
-    return fmt::format(
-        "{} {}", chunks.size() == 1 ? "chunk" : "chunks", fmt::join( chunks, ", " ) );
-}
-
-std::vector< int > chunksOf( std::uint32_t bitmap )
-{
-    std::vector< int > chunks;
-    for ( int chunk = 0; chunk < 32; ++chunk ) {
-        if ( ( bitmap >> chunk & 1U ) != 0 ) {
-            chunks.push_back( chunk );
-        }
-    }
-    return chunks;
-}
-
-/// "vni (id 4)", or "id 4" for a field that has no name here.
-std::string udfText( bcm_udf_id_t id, RunContext& context )
-{
-    for ( const auto& [ name, udf ] : context.udfNames().all() ) {
-        if ( udf.ids.qualIdHas( static_cast< Agent::U32 >( id ) ) ) {
-            return fmt::format( "{} (id {})", name, id );
-        }
-    }
-    return fmt::format( "id {}", id );
-}
-
 // ---- The UDF module --------------------------------------------------------------------------
 
 std::string headerText( bcm_udf_layer_t layer, const Sim::SdkNumbering& numbering )
@@ -96,7 +68,7 @@ void explainPlace( const bcm_udf_t& udf,
         matches += fmt::format(
             ": offset {} behind a header of {} bytes", desc.offset(), first - desc.offset() );
     }
-    const std::vector< int > chunks = chunksOf( udf.hw_bmap() );
+    const std::vector< int > chunks = chunksIn( udf.hw_bmap() );
     told.say( "Matches", matches );
     told.say( "Chip gets",
               fmt::format( "layer {}, start {} bits, width {} bits, {}",
@@ -231,7 +203,7 @@ void explainOnFlexParser( bcm_udf_id_t id,
 {
     const Sim::SdkNumbering& numbering = context.numbering();
     const Sim::SimFlexParser::Udf& udf = parser.state().at( id );
-    const std::vector< int > chunks = chunksOf( udf.chunks );
+    const std::vector< int > chunks = chunksIn( udf.chunks );
     std::vector< std::string > others;
     for ( const auto& [ otherId, other ] : parser.state() ) {
         if ( otherId != id && other.format == udf.format ) {

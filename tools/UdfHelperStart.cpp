@@ -33,6 +33,7 @@ HelperPtr asBase( U16 moduleId, U8 pipeId, bool lagHashingSupported )
 struct UdfHelperKind
 {
     Sim::ChipKind chip;
+    Reference::UdfPath path;
     std::string_view typeName;
     Make factory;
     Make creator;
@@ -40,14 +41,17 @@ struct UdfHelperKind
 
 constexpr std::array< UdfHelperKind, 3 > helperKinds{ {
     { Sim::ChipKind::sdk6UdfModule,
+      Reference::UdfPath::udfModule,
       "PeloraTcam::UdfModuleHelper",
       asBase< PeloraTcam::udfModuleHelperFactory >,
       asBase< PeloraTcam::UdfModuleHelper::UdfModuleHelperIs > },
     { Sim::ChipKind::sdk6FlexParser,
+      Reference::UdfPath::flexParser,
       "PeloraTcam::UdfFlexParserHelper",
       asBase< PeloraTcam::udfFlexParserHelperFactory >,
       asBase< PeloraTcam::UdfFlexParserHelper::UdfFlexParserHelperIs > },
     { Sim::ChipKind::hsdk,
+      Reference::UdfPath::flexParserHsdk,
       "PeloraTcam::UdfFlexParserHsdkHelper",
       asBase< PeloraTcam::udfFlexParserHsdkHelperFactory >,
       asBase< PeloraTcam::UdfFlexParserHsdkHelper::UdfFlexParserHsdkHelperIs > },
@@ -87,6 +91,11 @@ HelperPtr fromRegistry( std::string_view typeName, U16 moduleId, U8 pipeId, bool
 }
 
 } // namespace
+
+Reference::UdfPath udfPathOf( Sim::ChipKind chip )
+{
+    return helperKindFor( chip ).path;
+}
 
 HelperPtr makeUdfHelper( const UdfHelperRequest& request )
 {

@@ -10,6 +10,7 @@
 
 #include "agent/base/Ptr.h"
 #include "agent/tcam/UdfHelper.h"
+#include "reference/UdfManager.h"
 #include "sim/ChipProfile.h"
 
 namespace Tool {
@@ -35,5 +36,8 @@ struct UdfHelperRequest
 /// the unit is above the 65535 that a UDF helper can have.
 [[nodiscard]] Agent::Ptr< PeloraTcam::UdfHelperBase >
 makeUdfHelper( const UdfHelperRequest& request );
+
+/// What the helper for such a chip programs. Throws a `StepError` if the library has none.
+[[nodiscard]] Reference::UdfPath udfPathOf( Sim::ChipKind chip );
 
 } // namespace Tool

@@ -1,5 +1,6 @@
 #include "reference/UdfManager.h"
 
+#include "PeloraTcam/PeloraTcamUdfHsdkHelper.h"
 #include "PeloraTcam/PeloraTcamUdfSdk6Helper.h"
 #include "agent/base/Locks.h"
 #include "agent/base/Log.h"
@@ -193,6 +194,44 @@ TEST_F( UdfManagerTest, Foreign_OfAnEarlierLife_AreReported )
 TEST_F( UdfManagerTest, Construct_WithoutHelper_Dies )
 {
     EXPECT_DEATH( UdfManager( nullptr ), "Assertion `helper_' failed" );
+}
+
+// ---- Through the flexible parser -------------------------------------------------------------
+
+UdfDesc descOfLength( Agent::U8 length )
+{
+    UdfDesc desc = descOf( 2 );
+    desc.baseIs( PeloraTcam::UdfBaseL4OuterPayload_ ); // the flexible parser is told no base
+    desc.lengthIs( length );
+    return desc;
+}
+
+/// Which of the lengths 1 to 4 an audit compares with the chip.
+std::vector< int > comparedLengths( UdfManager& manager )
+{
+    std::vector< int > lengths;
+    for ( const Agent::U8 length : std::initializer_list< Agent::U8 >{ 1, 2, 3, 4 } ) {
+        const UdfDesc desc = descOfLength( length );
+        EXPECT_EQ( manager.program( desc ).qualIds(), 1U );
+        const UdfManager::Audit audit = manager.audit();
+        EXPECT_EQ( audit.compared + audit.withheld, 1U );
+        if ( audit.compared == 1 ) {
+            lengths.push_back( length );
+        }
+        EXPECT_TRUE( manager.remove( desc ) );
+    }
+    return lengths;
+}
+
+TEST_F( UdfManagerTest, Audit_FlexParser_WithholdsFieldsThatTheHelperCannotJudge )
+{
+    chips.chipIs( 7, Sim::builtInProfile( "sdk6-flex" ) );
+    UdfManager sdk6( PeloraTcam::udfFlexParserHelperFactory( 7, 0, false ), UdfPath::flexParser );
+    EXPECT_THAT( comparedLengths( sdk6 ), ElementsAre( 1, 2 ) );
+    chips.chipIs( 8, Sim::builtInProfile( "hsdk" ) );
+    UdfManager hsdk( PeloraTcam::udfFlexParserHsdkHelperFactory( 8, 0, false ),
+                     UdfPath::flexParserHsdk );
+    EXPECT_THAT( comparedLengths( hsdk ), ElementsAre( 2 ) );
 }
 
 } // namespace

@@ -58,6 +58,19 @@ TEST( ExampleOfUdfs, Run_ToItsEnd_LeavesAnEmptyChip )
     }
 }
 
+TEST( ExampleOfThreeChips, Compare_ToItsEnd_LeavesEmptyChips )
+{
+    const ToolResult result =
+        ToolFolder().run( { "compare", "--json", PELORA_SOURCE_DIR "/examples/three-chips.yaml" } );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    ASSERT_EQ( result.json().at( "chips" ).size(), 3U );
+    for ( const auto& run : result.json().at( "chips" ) ) {
+        for ( const auto& [ resource, occupancy ] : run.at( "chip" ).items() ) {
+            EXPECT_EQ( occupancy.at( "used" ), 0 ) << resource;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P( Folder, Example, testing::ValuesIn( examples() ), []( const auto& test ) {
     std::string name = std::filesystem::path( test.param ).stem().string();
     std::replace( name.begin(), name.end(), '-', '_' );

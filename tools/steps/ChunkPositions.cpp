@@ -1,9 +1,9 @@
 // chunk-positions: { name: vni }
 
 #include "tools/RunContext.h"
+#include "tools/UdfOnChip.h"
 #include "tools/steps/StepKinds.h"
 
-#include <fmt/format.h>
 #include <utility>
 
 namespace Tool {
@@ -24,7 +24,7 @@ class ChunkPositions : public Step
         const NamedUdf udf = context.udfNames().at( name_ );
         const PeloraTcam::UdfChunkPosList chunks = context.udfs().chunkPositions( udf.desc );
         return { Outcome::ok,
-                 fmt::format( "chunks {}", fmt::join( chunks, ", " ) ),
+                 chunksText( { chunks.begin(), chunks.end() } ),
                  { { "chunks", Json( chunks ) } } };
     }
 

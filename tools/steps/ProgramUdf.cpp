@@ -3,12 +3,15 @@
 
 #include "tools/RunContext.h"
 #include "tools/UdfDescReader.h"
+#include "tools/UdfOnChip.h"
 #include "tools/UdfProgramming.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace Tool {
 
@@ -33,7 +36,7 @@ class ProgramUdf : public Step
         const UdfProgramming programming = programUdf( context, desc_ );
         if ( programming.outcome == Outcome::ok ) {
             context.udfNames().add( name_, { desc_, programming.ids } );
-            return programmed( programming.ids, context.udfs().users( desc_ ) );
+            return programmed( programming.ids, context );
         }
         return programming.failure
                    ? refused( programming.failure )
@@ -41,8 +44,9 @@ class ProgramUdf : public Step
     }
 
   private:
-    [[nodiscard]] StepResult programmed( const QualIdList& ids, std::size_t users ) const
+    [[nodiscard]] StepResult programmed( const QualIdList& ids, RunContext& context ) const
     {
+        const std::size_t users = context.udfs().users( desc_ );
         std::string text =
             fmt::format( "id {}, {}", fmt::join( ids, " and " ), udfPlaceText( desc_ ) );
         if ( desc_.lagHashing() ) {
@@ -57,7 +61,18 @@ class ProgramUdf : public Step
                    { "offset", desc_.offset() },
                    { "length", desc_.length() },
                    { "lagHashing", desc_.lagHashing() },
-                   { "users", users } } };
+                   { "users", users },
+                   { "given", given( ids, context ) } } };
+    }
+
+    /// What the chip holds now; a line for each of its fields.
+    static std::string given( const QualIdList& ids, const RunContext& context )
+    {
+        std::vector< std::string > texts;
+        for ( const Agent::U32 id : ids ) {
+            texts.push_back( udfOnChipText( static_cast< bcm_udf_id_t >( id ), context ) );
+        }
+        return fmt::format( "{}", fmt::join( texts, "; " ) );
     }
 
     std::string name_;

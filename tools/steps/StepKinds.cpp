@@ -1,17 +1,17 @@
 #include "tools/steps/StepKinds.h"
 
-#include <array>
-
 namespace Tool {
 
 std::span< const StepKind > stepKinds()
 {
     // clang-format off
-    static constexpr std::array< StepKind, 14 > kinds{ {
+    static constexpr StepKind kinds[] = {
+        { "allocate-policer",       readAllocatePolicer      },
         { "allocate-range-checker", readAllocateRangeChecker },
         { "audit",                  readAudit                },
         { "chunk-positions",        readChunkPositions       },
         { "clear-faults",           readClearFaults          },
+        { "compress",               readCompress             },
         { "create-group",           readCreateGroup          },
         { "create-preselector",     readCreatePreselector    },
         { "destroy-group",          readDestroyGroup         },
@@ -20,9 +20,12 @@ std::span< const StepKind > stepKinds()
         { "inject-fault",           readInjectFault          },
         { "list-udfs",              readListUdfs             },
         { "program-udf",            readProgramUdf           },
+        { "release-compression",    readReleaseCompression   },
+        { "release-policer",        readReleasePolicer       },
         { "release-range-checker",  readReleaseRangeChecker  },
         { "remove-udf",             readRemoveUdf            },
-    } };
+        { "show-chunks",            readShowChunks           },
+    };
     // clang-format on
     return kinds;
 }

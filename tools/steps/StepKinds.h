@@ -28,6 +28,8 @@ struct StepKind
 
 [[nodiscard]] std::span< const StepKind > stepKinds();
 
+std::unique_ptr< const Step > readAllocatePolicer( const Sim::YamlNode& node,
+                                                   const ReadContext& context );
 std::unique_ptr< const Step > readAllocateRangeChecker( const Sim::YamlNode& node,
                                                         const ReadContext& context );
 std::unique_ptr< const Step > readAudit( const Sim::YamlNode& node, const ReadContext& context );
@@ -35,6 +37,7 @@ std::unique_ptr< const Step > readChunkPositions( const Sim::YamlNode& node,
                                                   const ReadContext& context );
 std::unique_ptr< const Step > readClearFaults( const Sim::YamlNode& node,
                                                const ReadContext& context );
+std::unique_ptr< const Step > readCompress( const Sim::YamlNode& node, const ReadContext& context );
 std::unique_ptr< const Step > readCreateGroup( const Sim::YamlNode& node,
                                                const ReadContext& context );
 std::unique_ptr< const Step > readCreatePreselector( const Sim::YamlNode& node,
@@ -50,9 +53,15 @@ std::unique_ptr< const Step > readInjectFault( const Sim::YamlNode& node,
 std::unique_ptr< const Step > readListUdfs( const Sim::YamlNode& node, const ReadContext& context );
 std::unique_ptr< const Step > readProgramUdf( const Sim::YamlNode& node,
                                               const ReadContext& context );
+std::unique_ptr< const Step > readReleaseCompression( const Sim::YamlNode& node,
+                                                      const ReadContext& context );
+std::unique_ptr< const Step > readReleasePolicer( const Sim::YamlNode& node,
+                                                  const ReadContext& context );
 std::unique_ptr< const Step > readReleaseRangeChecker( const Sim::YamlNode& node,
                                                        const ReadContext& context );
 std::unique_ptr< const Step > readRemoveUdf( const Sim::YamlNode& node,
                                              const ReadContext& context );
+std::unique_ptr< const Step > readShowChunks( const Sim::YamlNode& node,
+                                              const ReadContext& context );
 
 } // namespace Tool
