@@ -3,9 +3,7 @@
 #include "tests/tools/ToolRunner.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 
 namespace {
 
@@ -24,26 +22,12 @@ std::vector< std::string > examples()
     return files;
 }
 
-bool needsTestData( const std::string& file )
-{
-    std::ifstream stream( file );
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str().find( "PELORA_TEST_DATA" ) != std::string::npos;
-}
-
 class Example : public testing::TestWithParam< std::string >
 {};
 
 TEST_P( Example, Run_AsItStands_EndsWithZero )
 {
-    ToolFolder folder;
-    if ( needsTestData( GetParam() ) ) {
-        if ( ToolTest::testDataFolder().empty() ) {
-            GTEST_SKIP() << "no test data: set PELORA_TEST_DATA to the folder that holds them";
-        }
-        folder.environmentIs( "PELORA_TEST_DATA", ToolTest::testDataFolder() );
-    }
+    const ToolFolder folder;
     const ToolResult result = folder.run( { "run", GetParam() } );
     EXPECT_EQ( result.exitCode, 0 ) << result.output << result.errors;
 }
@@ -70,6 +54,49 @@ TEST( ExampleOfThreeChips, Compare_ToItsEnd_LeavesEmptyChips )
         }
     }
 }
+
+/// The examples of rule sets on their chips.
+class ExampleOfRules : public testing::TestWithParam< const char* >
+{
+  protected:
+    /// Runs it and expects that each rule was programmed and that the chip is empty in the end.
+    static void expectWholeAndGone( const ToolFolder& folder )
+    {
+        const std::string file = std::string( PELORA_SOURCE_DIR "/examples/" ) + GetParam();
+        const ToolResult result = folder.run( { "run", "--json", file } );
+        ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+        const auto import = result.json().at( "steps" ).at( 0 );
+        EXPECT_GE( import.at( "rules" ), 24 );
+        EXPECT_EQ( import.at( "programmed" ), import.at( "rules" ) );
+        EXPECT_EQ( import.at( "counters" ), import.at( "rules" ) );
+        EXPECT_EQ( import.at( "policers" ).at( "made" ), import.at( "rules" ) );
+        for ( const auto& [ resource, occupancy ] : result.json().at( "chip" ).items() ) {
+            EXPECT_EQ( occupancy.at( "used" ), 0 ) << resource;
+        }
+    }
+};
+
+TEST_P( ExampleOfRules, Run_OwnRules_ProgramsAllAndLeavesAnEmptyChip )
+{
+    expectWholeAndGone( ToolFolder() );
+}
+
+TEST_P( ExampleOfRules, Run_RealRules_ProgramsAllAndLeavesAnEmptyChip )
+{
+    if ( ToolTest::testDataFolder().empty() ) {
+        GTEST_SKIP() << "no test data: set PELORA_TEST_DATA to the folder that holds them";
+    }
+    ToolFolder folder;
+    folder.environmentIs( "PELORA_RULES", ToolTest::testDataFolder() + "/classbench/fw1_1k.rules" );
+    expectWholeAndGone( folder );
+}
+
+INSTANTIATE_TEST_SUITE_P( Chips,
+                          ExampleOfRules,
+                          testing::Values( "rule-set-sdk6.yaml", "rule-set-hsdk.yaml" ),
+                          []( const auto& test ) {
+                              return std::string( test.index == 0 ? "sdk6" : "hsdk" );
+                          } );
 
 INSTANTIATE_TEST_SUITE_P( Folder, Example, testing::ValuesIn( examples() ), []( const auto& test ) {
     std::string name = std::filesystem::path( test.param ).stem().string();

@@ -1,10 +1,8 @@
-// The step import-rules, with small rule sets written here and with the real ones.
+// The steps import-rules and remove-rules. Real rule sets are in RealRuleSetsTest.cpp.
 
 #include "tests/tools/ToolRunner.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
-#include <set>
 
 namespace {
 
@@ -18,87 +16,210 @@ std::string rule( const std::string& sourcePorts, const std::string& destination
            "\t0x06/0xFF\t0x0000/0x0000\t\n";
 }
 
-ToolResult import( const ToolFolder& folder,
-                   const std::string& file,
-                   const std::string& options = "",
-                   const std::string& chip = "sdk6-large" )
+/// Rules that differ by their destination port.
+std::string rules( int count )
 {
-    return folder.runScenario( "chip: " + chip + "\nsteps:\n  - import-rules: { file: \"" + file +
-                                   "\" }\n" + options + "  - audit: all\n",
+    std::string text;
+    for ( int port = 1; port <= count; ++port ) {
+        text += rule( "0 : 65535", std::to_string( port ) + " : " + std::to_string( port ) );
+    }
+    return text;
+}
+
+/// Imports a.rules, and does what else there is to do.
+ToolResult import( const ToolFolder& folder,
+                   const std::string& chip,
+                   const std::string& options = "",
+                   const std::string& more = "" )
+{
+    return folder.runScenario( "chip: " + chip + "\nsteps:\n  - import-rules: { file: a.rules" +
+                                   options + " }\n" + more,
                                { "--json" } );
 }
 
-TEST( ImportRules, Run_RangesOfManyKinds_AllocatesEachThatIsNeitherOnePortNorAll )
+const std::string everything =
+    ", counters: true, policer: { committed-rate: 1000, committed-burst: 100 }";
+
+TEST( ImportRules, Run_Sdk6_ProgramsRulesWithAllTheyNeed )
 {
     const ToolFolder folder;
-    folder.write( "some.rules",
-                  rule( "0 : 65535", "80 : 80" ) +             // none
-                      rule( "1024 : 65535", "0 : 65535" ) +    // one
+    folder.write( "a.rules",
+                  rule( "0 : 65535", "80 : 80" ) +             // a class for the port
+                      rule( "1024 : 65535", "0 : 65535" ) +    // a range checker
                       rule( "1024 : 65535", "1024 : 65535" ) + // its twin for the destination
-                      rule( "0 : 65534", "80 : 81" ) +         // two
-                      rule( "0 : 0", "80 : 81" ) );            // one that was there
-    const ToolResult result = import( folder, "some.rules" );
+                      rule( "0 : 65534", "80 : 81" ) );        // two
+    const ToolResult result = import( folder, "sdk6-large", everything, "  - audit: all\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    const auto step = result.json().at( "steps" ).at( 0 );
+    EXPECT_EQ( step.at( "name" ), "a.rules" );
+    EXPECT_EQ( step.at( "text" ), "4 of 4 rules programmed in 1 groups" );
+    EXPECT_EQ( step.at( "rules" ), 4 );
+    EXPECT_EQ( step.at( "programmed" ), 4 );
+    EXPECT_EQ( step.at( "refused" ).size(), 0 );
+    EXPECT_EQ( step.at( "groups" ), 1 );
+    EXPECT_EQ( step.at( "rangeCheckers" ).at( "made" ), 4 );
+    EXPECT_EQ( step.at( "rangeCheckers" ).at( "shared" ), 1 );
+    // Source, destination, protocol and port 80, and the first three again three times.
+    EXPECT_EQ( step.at( "compressionEntries" ).at( "made" ), 4 );
+    EXPECT_EQ( step.at( "compressionEntries" ).at( "shared" ), 9 );
+    EXPECT_EQ( step.at( "overlaps" ), 0 );
+    EXPECT_EQ( step.at( "policers" ).at( "made" ), 4 );
+    EXPECT_EQ( step.at( "counters" ), 4 );
+    // Entries, counters, policers, range checkers, classes and the group.
+    EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "audited" ), 4 + 4 + 4 + 4 + 4 + 1 );
+    const auto chip = result.json().at( "chip" );
+    EXPECT_EQ( chip.at( "tcamEntries" ).at( "used" ), 4 );
+    EXPECT_EQ( chip.at( "compressionEntries" ).at( "used" ), 4 );
+    EXPECT_EQ( chip.at( "statistics" ).at( "used" ), 4 );
+    EXPECT_EQ( chip.at( "policers" ).at( "used" ), 4 );
+}
+
+TEST( ImportRules, Run_Hsdk_ProgramsRulesWithoutClasses )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", rule( "0 : 65535", "80 : 80" ) + rule( "1 : 2", "3 : 4" ) );
+    const ToolResult result = import( folder, "hsdk", everything, "  - audit: all\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    const auto step = result.json().at( "steps" ).at( 0 );
+    EXPECT_EQ( step.at( "programmed" ), 2 );
+    EXPECT_EQ( step.at( "compressionEntries" ).at( "made" ), 0 );
+    EXPECT_EQ( step.at( "counters" ), 2 );
+    EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "audited" ), 2 + 2 + 2 + 2 + 1 );
+}
+
+TEST( ImportRules, Run_WithoutOptions_HasNeitherCountersNorPolicers )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", rules( 2 ) );
+    const ToolResult result = import( folder, "hsdk" );
     EXPECT_EQ( result.exitCode, 0 );
-    const auto step = result.json().at( "steps" ).at( 0 );
-    EXPECT_EQ( step.at( "name" ), "some.rules" );
-    EXPECT_EQ( step.at( "rules" ), 5 );
-    EXPECT_EQ( step.at( "ranges" ), 4 );
-    EXPECT_EQ( step.at( "allocated" ), 4 );
-    EXPECT_EQ( step.at( "shared" ), 0 );
-    EXPECT_EQ( step.at( "full" ), 0 );
-    EXPECT_EQ( step.at( "text" ), "5 rules, 4 distinct ranges: 4 allocated, 0 shared, 0 full" );
-    EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "audited" ), 4 );
-    EXPECT_EQ( result.json().at( "chip" ).at( "rangeCheckers" ).at( "used" ), 4 );
+    const auto chip = result.json().at( "chip" );
+    EXPECT_EQ( chip.at( "policers" ).at( "used" ), 0 );
+    EXPECT_EQ( chip.at( "flexCounterObjects" ).at( "used" ), 0 );
 }
 
-TEST( ImportRules, Run_OneMoreThanTheChipHas_IsFullAndKeepsWhatItGot )
+TEST( ImportRules, Run_SharedPolicer_IsOne )
 {
     const ToolFolder folder;
-    folder.write( "three.rules",
-                  rule( "1 : 2", "0 : 65535" ) + rule( "1 : 3", "0 : 65535" ) +
-                      rule( "1 : 4", "0 : 65535" ) );
-    const ToolResult result = import( folder, "three.rules", "    expect: full\n", "sdk6-tiny" );
-    EXPECT_EQ( result.exitCode, 0 ) << result.output;
-    const auto step = result.json().at( "steps" ).at( 0 );
-    EXPECT_EQ( step.at( "allocated" ), 2 );
-    EXPECT_EQ( step.at( "full" ), 1 );
+    folder.write( "a.rules", rules( 3 ) );
+    const ToolResult result = import( folder,
+                                      "sdk6-udf",
+                                      ", policer: { mode: trTcm, committed-rate: 1, peak-rate: 2,"
+                                      " committed-burst: 3, peak-burst: 4, color-aware: true,"
+                                      " shared: true }",
+                                      "  - audit: all\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    EXPECT_EQ( result.json().at( "chip" ).at( "policers" ).at( "used" ), 1 );
+    EXPECT_EQ( result.json().at( "steps" ).at( 0 ).at( "policers" ).at( "shared" ), 2 );
 }
 
-TEST( ImportRules, Run_AsManyAsTheChipHas_IsOk )
+TEST( ImportRules, Run_MoreThanTheChipHas_IsFullAndTellsWhatIsMissing )
 {
     const ToolFolder folder;
-    folder.write( "two.rules", rule( "1 : 2", "0 : 65535" ) + rule( "1 : 3", "0 : 65535" ) );
-    EXPECT_EQ( import( folder, "two.rules", "", "sdk6-tiny" ).exitCode, 0 );
-}
-
-TEST( ImportRules, Run_SameRulesAgain_SharesAll )
-{
-    const ToolFolder folder;
-    folder.write( "two.rules", rule( "1 : 2", "3 : 4" ) );
+    folder.write( "a.rules",
+                  rules( 1 ) + rule( "1 : 2", "1 : 1" ) + rule( "1 : 3", "1 : 1" ) +
+                      rule( "1 : 4", "1 : 1" ) + rules( 3 ) );
     const ToolResult result =
-        import( folder, "two.rules", "  - import-rules: { file: two.rules }\n" );
-    const auto step = result.json().at( "steps" ).at( 1 );
-    EXPECT_EQ( step.at( "allocated" ), 0 );
-    EXPECT_EQ( step.at( "shared" ), 2 );
-    EXPECT_EQ( result.json().at( "chip" ).at( "rangeCheckers" ).at( "used" ), 2 );
+        import( folder, "sdk6-tiny", "", "    expect: full\n  - audit: all\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    const auto step = result.json().at( "steps" ).at( 0 );
+    // Two compression entries for ports, and two range checkers.
+    EXPECT_EQ( step.at( "text" ),
+               "5 of 7 rules programmed in 2 groups, 1 without compression entry, "
+               "1 without range checker" );
+    EXPECT_EQ( step.at( "refused" ).at( "range checker" ), 1 );
+    EXPECT_EQ( step.at( "refused" ).at( "compression entry" ), 1 );
 }
 
-TEST( ImportRules, Run_ChipFailsForAnotherReason_IsAnError )
+TEST( ImportRules, Run_SameFileTwice_SharesAndNeedsAnotherName )
 {
     const ToolFolder folder;
-    folder.write( "two.rules", rule( "1 : 2", "3 : 4" ) );
+    folder.write( "a.rules", rules( 2 ) );
+    const ToolResult result =
+        import( folder,
+                "sdk6-udf",
+                "",
+                "  - import-rules: { file: a.rules }\n    expect: error\n"
+                "  - import-rules: { file: a.rules, name: again }\n  - audit: all\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    const auto steps = result.json().at( "steps" );
+    EXPECT_EQ( steps.at( 1 ).at( "text" ), "there is a rule set 'a.rules' already" );
+    EXPECT_EQ( steps.at( 2 ).at( "name" ), "again" );
+    EXPECT_EQ( steps.at( 2 ).at( "compressionEntries" ).at( "made" ), 0 );
+}
+
+TEST( ImportRules, Run_ChipFailsForAnotherReason_IsAnErrorAndLeavesNothing )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", rule( "1 : 2", "3 : 4" ) + rules( 2 ) );
     const ToolResult result =
         folder.runScenario( "chip: hsdk\n"
                             "faults:\n"
                             "  - { function: bcm_range_create, call: 2, fail: BCM_E_TIMEOUT }\n"
                             "steps:\n"
-                            "  - import-rules: { file: two.rules }\n"
+                            "  - import-rules: { file: a.rules, counters: true }\n"
                             "    expect: error\n",
                             { "--json" } );
-    EXPECT_EQ( result.exitCode, 0 );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( result.json().at( "steps" ).at( 0 ).at( "text" ),
                "bcm_range_create: BCM_E_TIMEOUT (-9), Operation timed out" );
+    for ( const auto& [ resource, occupancy ] : result.json().at( "chip" ).items() ) {
+        EXPECT_EQ( occupancy.at( "used" ), 0 ) << resource;
+    }
 }
+
+// ---- remove-rules ----------------------------------------------------------------------------
+
+TEST( RemoveRules, Run_OnEitherVariant_LeavesNothing )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", rules( 5 ) + rule( "1 : 2", "3 : 4" ) );
+    for ( const char* chip : { "sdk6-udf", "sdk6-flex", "hsdk" } ) {
+        const ToolResult result = import( folder,
+                                          chip,
+                                          ", name: firewall" + everything,
+                                          "  - remove-rules: { name: firewall }\n"
+                                          "  - audit: all\n" );
+        ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+        EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "text" ),
+                   "removed; 0 packets, 0 bytes counted" );
+        EXPECT_EQ( result.json().at( "steps" ).at( 2 ).at( "audited" ), 0 );
+        for ( const auto& [ resource, occupancy ] : result.json().at( "chip" ).items() ) {
+            EXPECT_EQ( occupancy.at( "used" ), 0 ) << chip << " " << resource;
+        }
+    }
+}
+
+TEST( RemoveRules, Run_Unknown_IsAnErrorWithAHint )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", rules( 1 ) );
+    const ToolResult result = import( folder,
+                                      "hsdk",
+                                      ", name: firewall",
+                                      "  - remove-rules: { name: firewal }\n    expect: error\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output;
+    EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "text" ),
+               "there is no rule set 'firewal', did you mean 'firewall'?" );
+}
+
+TEST( ImportRules, Run_AuditOfACorruptedReadBack_EndsTheProcess )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", rules( 3 ) );
+    for ( const char* chip : { "sdk6-udf", "hsdk" } ) {
+        const ToolResult result = import(
+            folder,
+            chip,
+            everything,
+            "  - inject-fault: { function: bcm_field_entry_prio_get, call: 2, corrupt: { field: "
+            "priority, value: 99 } }\n"
+            "  - audit: all\n    expect: aborted\n" );
+        EXPECT_EQ( result.exitCode, 0 ) << chip << result.output << result.errors;
+    }
+}
+
+// ---- Where the file is -----------------------------------------------------------------------
 
 TEST( ImportRules, Run_FileFromTheEnvironment_IsFoundFromTheWorkingDirectory )
 {
@@ -120,90 +241,5 @@ TEST( ImportRules, Run_FileByDefault_IsFoundFromTheScenario )
                   "  - import-rules: { file: \"${PELORA_RULES:-../data}/a.rules\" }\n" );
     EXPECT_EQ( folder.run( { "run", "below/scenario.yaml" } ).exitCode, 0 );
 }
-
-// ---- The real rule sets ----------------------------------------------------------------------
-
-/// The distinct ranges of a rule set by a simple reading of its own: fields between tabs.
-std::size_t distinctRangesOf( const std::string& path )
-{
-    std::set< std::string > ranges;
-    std::ifstream file( path );
-    std::string field;
-    for ( std::string line; std::getline( file, line ); ) {
-        std::istringstream fields( line );
-        for ( int column = 0; std::getline( fields, field, '\t' ); ++column ) {
-            const bool isPorts = column == 2 || column == 3;
-            const std::size_t colon = field.find( " : " );
-            if ( isPorts && field != "0 : 65535" &&
-                 field.substr( 0, colon ) != field.substr( colon + 3 ) ) {
-                ranges.insert( std::to_string( column ) + " " + field );
-            }
-        }
-    }
-    return ranges.size();
-}
-
-std::size_t linesOf( const std::string& path )
-{
-    std::ifstream file( path );
-    std::size_t lines = 0;
-    for ( std::string line; std::getline( file, line ); ) {
-        ++lines;
-    }
-    return lines;
-}
-
-class RealRuleSet : public testing::TestWithParam< const char* >
-{
-  protected:
-    void SetUp() override
-    {
-        const std::string data = ToolTest::testDataFolder();
-        if ( data.empty() ) {
-            GTEST_SKIP() << "no test data: set PELORA_TEST_DATA to the folder that holds them";
-        }
-        file_ = data + "/classbench/" + GetParam() + ".rules";
-        ASSERT_GT( linesOf( file_ ), 0U ) << file_;
-    }
-
-    std::string file_;
-    ToolFolder folder_;
-};
-
-TEST_P( RealRuleSet, Import_EnoughRangeCheckers_GivesEachRangeOneAndTheAuditPasses )
-{
-    const ToolResult result = import( folder_, file_ );
-    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
-    const std::size_t ranges = distinctRangesOf( file_ );
-    const auto step = result.json().at( "steps" ).at( 0 );
-    EXPECT_EQ( step.at( "rules" ), linesOf( file_ ) );
-    EXPECT_EQ( step.at( "ranges" ), ranges );
-    EXPECT_EQ( step.at( "allocated" ), ranges );
-    EXPECT_EQ( step.at( "full" ), 0 );
-    EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "audited" ), ranges );
-    EXPECT_EQ( result.json().at( "chip" ).at( "rangeCheckers" ).at( "used" ), ranges );
-}
-
-TEST_P( RealRuleSet, Import_TooFewRangeCheckers_UsesAllAndReportsTheRestFull )
-{
-    const std::size_t ranges = distinctRangesOf( file_ );
-    constexpr std::size_t capacity = 2; // Of the chip sdk6-tiny.
-    const bool fits = ranges <= capacity;
-    const ToolResult result =
-        import( folder_, file_, fits ? "" : "    expect: full\n", "sdk6-tiny" );
-    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
-    const std::size_t allocated = fits ? ranges : capacity;
-    const auto step = result.json().at( "steps" ).at( 0 );
-    EXPECT_EQ( step.at( "allocated" ), allocated );
-    EXPECT_EQ( step.at( "full" ), ranges - allocated );
-    EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "audited" ), allocated );
-    EXPECT_EQ( result.json().at( "chip" ).at( "rangeCheckers" ).at( "used" ), allocated );
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    ClassBench,
-    RealRuleSet,
-    testing::Values( "acl1_1k", "acl1_8k", "acl4_1k", "fw1_1k", "fw4_1k", "ipc1_1k" ),
-    []( const auto& test ) { return std::string( test.param ); } );
 
 } // namespace

@@ -1,13 +1,13 @@
-// import-rules: { file: fw1_1k.rules }
+// import-rules: { file: fw1_1k.rules, name: firewall, counters: true,
+//                 policer: { committed-rate: 1000, committed-burst: 100 } }
 
-#include "tools/ClassBench.h"
+#include "tools/FilterRules.h"
 #include "tools/RunContext.h"
 #include "tools/TextFile.h"
 #include "tools/steps/StepKinds.h"
 
 #include <filesystem>
 #include <fmt/format.h>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -15,104 +15,94 @@ namespace Tool {
 
 namespace {
 
-using PeloraTcam::RangeCheckerDesc;
-using PeloraTcam::RangeCheckerId;
-using PeloraTcam::RangeType;
+using PeloraTcam::PolicerMode;
+using Reference::FilterRule;
+using Reference::RuleOptions;
+using Reference::RuleSetReport;
 
-/// Whether matching the ports takes a range checker: a single port is matched by value, and all of
-/// them by nothing.
-bool needsRangeChecker( const PortRange& ports )
-{
-    constexpr PortRange everyPort{ 0, 0xFFFF };
-    return ports.low != ports.high && ports != everyPort;
-}
-
-/// The range checkers that the rules need, each once, in the order of the rules.
-std::vector< RangeCheckerDesc > rangeCheckersFor( const RuleSet& ruleSet )
-{
-    std::vector< RangeCheckerDesc > descs;
-    std::set< std::pair< RangeType, PortRange > > seen;
-    const auto need = [ & ]( RangeType type, const PortRange& ports ) {
-        if ( needsRangeChecker( ports ) && seen.emplace( type, ports ).second ) {
-            descs.push_back( { ports.low, ports.high, type } );
-        }
-    };
-    for ( const Rule& rule : ruleSet.rules ) {
-        need( RangeType::l4SrcPort, rule.sourcePorts );
-        need( RangeType::l4DstPort, rule.destinationPorts );
-    }
-    return descs;
-}
-
-/// How many range checkers an import got, and how.
-struct ImportCounts
-{
-    std::size_t allocated = 0; ///< new ones
-    std::size_t shared = 0;    ///< that there were already
-    std::size_t full = 0;      ///< that the chip had no room for
+constexpr std::pair< std::string_view, PolicerMode > policerModes[] = {
+    { "committed", PolicerMode::committed },
+    { "trTcm", PolicerMode::trTcm },
+    { "srTcm", PolicerMode::srTcm },
 };
+
+Json jsonOf( const Reference::ResourceCounts& counts )
+{
+    return { { "made", counts.made }, { "shared", counts.shared } };
+}
+
+/// ", 3 lacked a range checker, 1 lacked a counter"
+std::string refusalText( const RuleSetReport& report )
+{
+    std::string text;
+    for ( const auto& [ what, rules ] : report.refused ) {
+        text += fmt::format( ", {} without {}", rules, what );
+    }
+    return text;
+}
 
 class ImportRules : public Step
 {
   public:
-    explicit ImportRules( const RuleSet& ruleSet )
-        : name_( std::filesystem::path( ruleSet.file ).filename().string() )
-        , ruleCount_( ruleSet.rules.size() )
-        , descs_( rangeCheckersFor( ruleSet ) )
+    ImportRules( std::string name, const RuleSet& ruleSet, const RuleOptions& options )
+        : name_( std::move( name ) )
+        , rules_( filterRulesOf( ruleSet ) )
+        , options_( options )
     {}
 
     [[nodiscard]] std::string name() const override { return name_; }
 
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
-        ImportCounts counts;
-        std::size_t done = 0;
-        for ( const RangeCheckerDesc& desc : descs_ ) {
-            importRange( desc, context, counts );
-            context.progressed( ++done, descs_.size() );
+        TcamManagers& tcam = context.tcam();
+        tcam.ruleSetNames().requireFree( name_ );
+        if ( !options_.counterSet.empty() ) {
+            static_cast< void >( tcam.counters() ); // They are made when first asked for.
         }
-        return result( counts );
+        std::optional< FailedCall > failure; // The first that is not for lack of room.
+        const auto progress = [ & ]( std::size_t done, std::size_t total ) {
+            const std::optional< FailedCall >& why = context.lastFailure();
+            if ( why && !why->isForLackOfRoom() && !failure ) {
+                failure = why;
+            }
+            context.forgetFailure();
+            context.progressed( done, total );
+        };
+        context.forgetFailure();
+        const RuleSetReport report = tcam.ruleSets().program( rules_, options_, progress );
+        if ( failure ) {
+            tcam.ruleSets().remove( report.id );
+            tcam.releaseUnusedCounterObjects();
+            throw StepError( failure->text() );
+        }
+        tcam.ruleSetNames().add( name_, report.id );
+        return result( report );
     }
 
   private:
-    /// A range for which there is no room is counted; any other refusal is an error.
-    static void
-    importRange( const RangeCheckerDesc& desc, RunContext& context, ImportCounts& counts )
+    [[nodiscard]] static StepResult result( const RuleSetReport& report )
     {
-        context.forgetFailure();
-        const std::optional< RangeCheckerId > id = context.rangeCheckers().acquire( desc );
-        if ( !id ) {
-            const FailedCall why = context.lastFailure().value_or( FailedCall{} );
-            if ( !why.isForLackOfRoom() ) {
-                throw StepError( why.text() );
-            }
-            ++counts.full;
-        } else if ( context.rangeCheckers().users( *id ) > 1 ) {
-            ++counts.shared;
-        } else {
-            ++counts.allocated;
-        }
-    }
-
-    [[nodiscard]] StepResult result( const ImportCounts& counts ) const
-    {
-        return { counts.full > 0 ? Outcome::full : Outcome::ok,
-                 fmt::format( "{} rules, {} distinct ranges: {} allocated, {} shared, {} full",
-                              ruleCount_,
-                              descs_.size(),
-                              counts.allocated,
-                              counts.shared,
-                              counts.full ),
-                 { { "rules", ruleCount_ },
-                   { "ranges", descs_.size() },
-                   { "allocated", counts.allocated },
-                   { "shared", counts.shared },
-                   { "full", counts.full } } };
+        const bool isWhole = report.programmed == report.rules;
+        return { isWhole ? Outcome::ok : Outcome::full,
+                 fmt::format( "{} of {} rules programmed in {} groups{}",
+                              report.programmed,
+                              report.rules,
+                              report.groups,
+                              refusalText( report ) ),
+                 { { "rules", report.rules },
+                   { "programmed", report.programmed },
+                   { "refused", report.refused },
+                   { "groups", report.groups },
+                   { "rangeCheckers", jsonOf( report.counts.rangeCheckers ) },
+                   { "compressionEntries", jsonOf( report.counts.classes ) },
+                   { "overlaps", report.counts.overlaps },
+                   { "policers", jsonOf( report.counts.policers ) },
+                   { "counters", report.counts.counters } } };
     }
 
     std::string name_;
-    std::size_t ruleCount_;
-    std::vector< RangeCheckerDesc > descs_;
+    std::vector< FilterRule > rules_;
+    RuleOptions options_;
 };
 
 RuleSet readRuleSetAt( const Sim::YamlNode& node, const ReadContext& context )
@@ -124,18 +114,47 @@ RuleSet readRuleSetAt( const Sim::YamlNode& node, const ReadContext& context )
     }
 }
 
+void readPolicer( const Sim::YamlNode& node, RuleOptions& options )
+{
+    PeloraTcam::Policer policer;
+    bool shared = false;
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+        members.required( "committed-rate", policer.committedRate );
+        members.required( "committed-burst", policer.committedBurst );
+        members.optional( "peak-rate", policer.peakRate );
+        members.optional( "peak-burst", policer.peakBurst );
+        members.optional( "mode", policer.mode, policerModes );
+        members.optional( "color-aware", policer.colorAware );
+        members.optional( "shared", shared );
+    } );
+    options.policer = policer;
+    options.policerSharing =
+        shared ? Reference::PolicerSharing::shared : Reference::PolicerSharing::own;
+}
+
 } // namespace
 
 std::unique_ptr< const Step > readImportRules( const Sim::YamlNode& node,
                                                const ReadContext& context )
 {
     RuleSet ruleSet;
+    std::optional< std::string > name;
+    bool counters = false;
+    RuleOptions options;
     node.readMembers( [ & ]( Sim::YamlMembers& members ) {
         members.required( "file", [ & ]( const Sim::YamlNode& file ) {
             ruleSet = readRuleSetAt( file, context );
         } );
+        members.optional( "name", name );
+        members.optional( "counters", counters );
+        members.optional(
+            "policer", [ & ]( const Sim::YamlNode& policer ) { readPolicer( policer, options ); } );
     } );
-    return std::make_unique< ImportRules >( ruleSet );
+    if ( counters ) {
+        options.counterSet = Reference::packetsAndBytes();
+    }
+    const std::string fileName = std::filesystem::path( ruleSet.file ).filename().string();
+    return std::make_unique< ImportRules >( name.value_or( fileName ), ruleSet, options );
 }
 
 } // namespace Tool

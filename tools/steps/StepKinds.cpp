@@ -23,6 +23,7 @@ std::span< const StepKind > stepKinds()
         { "release-compression",    readReleaseCompression   },
         { "release-policer",        readReleasePolicer       },
         { "release-range-checker",  readReleaseRangeChecker  },
+        { "remove-rules",           readRemoveRules          },
         { "remove-udf",             readRemoveUdf            },
         { "show-chunks",            readShowChunks           },
     };

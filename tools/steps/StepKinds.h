@@ -59,6 +59,8 @@ std::unique_ptr< const Step > readReleasePolicer( const Sim::YamlNode& node,
                                                   const ReadContext& context );
 std::unique_ptr< const Step > readReleaseRangeChecker( const Sim::YamlNode& node,
                                                        const ReadContext& context );
+std::unique_ptr< const Step > readRemoveRules( const Sim::YamlNode& node,
+                                               const ReadContext& context );
 std::unique_ptr< const Step > readRemoveUdf( const Sim::YamlNode& node,
                                              const ReadContext& context );
 std::unique_ptr< const Step > readShowChunks( const Sim::YamlNode& node,

@@ -1,0 +1,33 @@
+#include "tools/FilterRules.h"
+
+namespace Tool {
+
+using Reference::FilterRule;
+using Reference::IpPrefix;
+
+namespace {
+
+/// The bits behind the prefix may be written as anything and count for nothing.
+IpPrefix prefixOf( const Ipv4Prefix& prefix )
+{
+    const Agent::U32 mask = PeloraTcam::ip4PrefixMask( prefix.length );
+    return { PeloraTcam::IpAddress::v4( prefix.address & mask ), prefix.length };
+}
+
+} // namespace
+
+std::vector< FilterRule > filterRulesOf( const RuleSet& ruleSet )
+{
+    std::vector< FilterRule > rules;
+    rules.reserve( ruleSet.rules.size() );
+    for ( const Rule& rule : ruleSet.rules ) {
+        rules.push_back( { prefixOf( rule.source ),
+                           prefixOf( rule.destination ),
+                           { rule.sourcePorts.low, rule.sourcePorts.high },
+                           { rule.destinationPorts.low, rule.destinationPorts.high },
+                           { rule.protocol.value, rule.protocol.mask } } );
+    }
+    return rules;
+}
+
+} // namespace Tool
