@@ -63,10 +63,14 @@ bcm_udf_multi_chunk_info_t readChunks( int unit, bcm_udf_id_t udfId )
     return chunkInfo;
 }
 
-/// The free chunks of a format, for a trace.
-ChunkText freeChunks( bcm_udf_multi_abstract_pkt_format_info_t& pfi )
+/// The free chunks of a format.
+ChunkText freeChunks( const bcm_udf_multi_abstract_pkt_format_info_t& pfi )
 {
-    return chunkText( *getBitmapfromUdfCbmp( pfi.chunk_2b_bmap_avail() ) );
+    ChunkText free{ 0 };
+    for ( U32 i = 0; i < chunksOfFormat; ++i ) {
+        free.chunks |= BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), i ) ? 1U << i : 0;
+    }
+    return free;
 }
 
 } // namespace
@@ -105,12 +109,12 @@ namespace {
 /// The chunks that a new UDF is offered: the lowest free ones, as many as are requested.
 ///
 /// DIFFERS: SDK-6 chooses one chunk, whatever is requested.
-Agent::Bitmap::Ptr chosenChunks( const Agent::Bitmap& free, U32 requested )
+Agent::Bitmap::Ptr chosenChunks( ChunkText free, U32 requested )
 {
     const Agent::Bitmap::Ptr chunkBmap( new Agent::Bitmap( chunksOfFormat ) );
     U32 chosen = 0;
-    for ( U32 i = 0; i < free.size() && chosen < requested; ++i ) {
-        if ( free.isBitSet( i ) ) {
+    for ( U32 i = 0; i < chunksOfFormat && chosen < requested; ++i ) {
+        if ( chunkIsSet( free.chunks, i ) ) {
             chunkBmap->bitIs( i, true );
             ++chosen;
         }
@@ -168,8 +172,8 @@ QualIdList createUdfQualifierFlexParserHsdk( U32 moduleUnit,
     // DIFFERS: SDK-6 reads which chunks are reserved.
     const int unit = static_cast< int >( moduleUnit );
     auto pfi = readFormat( unit, apf );
-    const Agent::Bitmap::Ptr free = getBitmapfromUdfCbmp( pfi.chunk_2b_bmap_avail() );
-    const U32 avail = free->numBitsInSetState();
+    const ChunkText free = freeChunks( pfi );
+    const U32 avail = countOf( free );
     const U32 requested = chunksNeeded( udfDesc.length() );
     // DIFFERS: SDK-6 counts the free chunks in one way.
     if ( requested > std::min( pfi.num_chunks_available(), avail ) ) {
@@ -179,7 +183,7 @@ QualIdList createUdfQualifierFlexParserHsdk( U32 moduleUnit,
         return cleanupUdfFlexParserFootprintHsdk( unit, hwFootprint, apf );
     }
 
-    const Agent::Bitmap::Ptr chunkBmap = chosenChunks( *free, requested );
+    const Agent::Bitmap::Ptr chunkBmap = chosenChunks( free, requested );
     program_abstract_pkt_type_hsdk( moduleUnit, udfDesc, apf, chunkBmap, rc, qualIds, hwFootprint );
     if ( rc != Shim::sdk_->BCM_E_NONE() ) {
         cleanupUdfFlexParserFootprintHsdk( unit, hwFootprint, apf );

@@ -533,23 +533,41 @@ const std::set< bcm_udf_abstract_pkt_format_t >& udfAbstractPktFmt()
     return formats;
 }
 
-Agent::Bitmap::Ptr getUdfReservedBitmap( U32 unit, bcm_udf_abstract_pkt_format_t apf )
+namespace {
+
+/// Reads which chunks of a format are reserved.
+ChunkText readReservedChunks( U32 unit, bcm_udf_abstract_pkt_format_t apf )
 {
     // DIFFERS: HSDK is asked which chunks are free.
     const auto pfi = readFormat( static_cast< int >( unit ), apf );
     const ChunkText used{ pfi.chunk_bmap_used() };
     const ChunkText unavailable{ pfi.unavail_chunk_bmap() };
-    const Agent::Bitmap::Ptr bitmap( new Agent::Bitmap( chunksOfFormat ) );
-    for ( U32 i = 0; i < bitmap->size(); ++i ) {
-        bitmap->bitIs( i, chunkIsSet( unavailable.chunks | used.chunks, i ) );
-    }
+    const ChunkText reserved{ used.chunks | unavailable.chunks };
     // clang-format off
     Agent::trace( _defaultTraceHandle(), 8, "getUdfReservedBitmap",
-                  " apf ", apf, " bitmap size ", bitmap->size(),
+                  " apf ", apf, " bitmap size ", chunksOfFormat,
                   " max chunks ", pfi.num_chunks_max(), " used bmap ", used,
-                  " unavailBitmap ", unavailable, " reserved bitmap ", chunkText( *bitmap ) );
+                  " unavailBitmap ", unavailable, " reserved bitmap ", reserved );
     // clang-format on
+    return reserved;
+}
+
+Agent::Bitmap::Ptr bitmapOf( ChunkText chunks )
+{
+    const Agent::Bitmap::Ptr bitmap( new Agent::Bitmap( chunksOfFormat ) );
+    for ( U32 i = 0; i < chunksOfFormat; ++i ) {
+        if ( chunkIsSet( chunks.chunks, i ) ) {
+            bitmap->bitIs( i, true );
+        }
+    }
     return bitmap;
+}
+
+} // namespace
+
+Agent::Bitmap::Ptr getUdfReservedBitmap( U32 unit, bcm_udf_abstract_pkt_format_t apf )
+{
+    return bitmapOf( readReservedChunks( unit, apf ) );
 }
 
 UdfChunkPosList getUdfChunkPosFlexParser( U32 unit, const QualIdList& qualIds )
@@ -578,13 +596,13 @@ namespace {
 /// KEPT: one chunk, whatever is requested: the search does not mark what it has found, so every
 /// pass finds the same one. The SDK takes the extent from the width.
 /// DIFFERS: HSDK is offered as many chunks as are requested.
-U32 chosenChunks( const Agent::Bitmap& reserved, U32 requested )
+U32 chosenChunks( ChunkText reserved, U32 requested )
 {
     U32 chunkBmap = 0;
     for ( U32 i = 0; i < requested; ++i ) {
-        const auto bit = reserved.firstClearBit( 0, reserved.size() - 1 );
-        AGENT_ASSERT( bit );
-        chunkBmap |= 1U << *bit;
+        const auto bit = static_cast< U32 >( std::countr_one( reserved.chunks ) );
+        AGENT_ASSERT( bit < chunksOfFormat );
+        chunkBmap |= 1U << bit;
     }
     return chunkBmap;
 }
@@ -616,10 +634,10 @@ createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract
               " offset: ", udfDesc.offset(), " length: ", udfDesc.length() );
     // clang-format on
 
-    const Agent::Bitmap::Ptr reserved = getUdfReservedBitmap( unit, apf );
+    const ChunkText reserved = readReservedChunks( unit, apf );
     const U32 requested = chunksNeeded( udfDesc.length() );
     // DIFFERS: HSDK counts the free chunks in two ways and takes the smaller number.
-    const U32 avail = reserved->size() - reserved->numBitsInSetState();
+    const U32 avail = chunksOfFormat - countOf( reserved );
     if ( requested > avail ) {
         const std::string message = notEnoughChunksText( avail, requested );
         // DIFFERS: HSDK has no blank behind "mod:".
@@ -627,13 +645,13 @@ createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract
         return cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
     }
 
-    const U32 chunkBmap = chosenChunks( *reserved, requested );
+    const U32 chunkBmap = chosenChunks( reserved, requested );
     program_abstract_pkt_type( unit, udfDesc, apf, chunkBmap, rc, qualIds, hwFootprint );
     if ( rc != Shim::sdk_->BCM_E_NONE() ) {
         cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
         qualIds.clear();
     }
-    const ChunkText now = chunkText( *getUdfReservedBitmap( unit, apf ) );
+    const ChunkText now = readReservedChunks( unit, apf );
     traceUdf( 4, "createUdfQualifierFlexParser", "mod: ", unit, " Flex bitmap is now: ", now );
     return qualIds;
 }
@@ -680,8 +698,7 @@ void destroyUdfQualifierFlexParser( U32 moduleUnit,
 {
     traceUdf( 4, "destroyUdfQualifierFlexParser" );
     const int unit = static_cast< int >( moduleUnit );
-    const Agent::Bitmap::Ptr udfBmap = getUdfReservedBitmap( moduleUnit, apf );
-    const ChunkText start = chunkText( *udfBmap );
+    const ChunkText start = readReservedChunks( moduleUnit, apf );
     // DIFFERS: HSDK names the format here, and shows the free chunks.
     traceUdf(
         8, "destroyUdfQualifierFlexParser", " mod: ", moduleUnit, " Flex bitmap start: ", start );
@@ -701,8 +718,8 @@ void destroyUdfQualifierFlexParser( U32 moduleUnit,
         SDK_CHECKED_CALL( bcm_udf_destroy( unit, udfId ) );
     }
     // DIFFERS: HSDK checks that the chunks were not free.
-    assertChunksWereReserved( progChunkBmap, udfBmap );
-    const ChunkText end = chunkText( *getUdfReservedBitmap( moduleUnit, apf ) );
+    assertChunksWereReserved( progChunkBmap, bitmapOf( start ) );
+    const ChunkText end = readReservedChunks( moduleUnit, apf );
     traceUdf( 8, "destroyUdfQualifierFlexParser", " mod: ", moduleUnit, " Flex bitmap end: ", end );
 }
 

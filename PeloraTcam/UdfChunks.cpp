@@ -4,19 +4,29 @@
 #include "agent/base/TextPieces.h"
 #include "agent/tcam/EthType.h"
 
+#include <array>
+#include <string_view>
+
 namespace PeloraTcam {
 
 namespace {
 
-std::string chunkString( ChunkText text )
+/// The characters of a set of chunks. No string, which would be one too long to do without the
+/// heap: some stand in each record of the ring-buffer trace.
+using ChunkCharacters = std::array< char, chunksOfFormat >;
+
+ChunkCharacters charactersOf( ChunkText text )
 {
-    std::string string( chunksOfFormat, '0' );
+    ChunkCharacters characters{};
     for ( Agent::U32 i = 0; i < chunksOfFormat; ++i ) {
-        if ( chunkIsSet( text.chunks, i ) ) {
-            string[ chunksOfFormat - 1 - i ] = '1';
-        }
+        characters[ chunksOfFormat - 1 - i ] = chunkIsSet( text.chunks, i ) ? '1' : '0';
     }
-    return string;
+    return characters;
+}
+
+std::string_view viewOf( const ChunkCharacters& characters )
+{
+    return { characters.data(), characters.size() };
 }
 
 AbstractPktKind kindOfMacAcl( Agent::U16 ethType )
@@ -36,23 +46,16 @@ AbstractPktKind kindOfMacAcl( Agent::U16 ethType )
 
 } // namespace
 
-ChunkText chunkText( const Agent::Bitmap& bitmap )
-{
-    Agent::U32 chunks = 0;
-    for ( Agent::U32 i = 0; i < bitmap.size() && i < chunksOfFormat; ++i ) {
-        chunks |= bitmap.isBitSet( i ) ? 1U << i : 0;
-    }
-    return { chunks };
-}
-
 std::ostream& operator<<( std::ostream& stream, ChunkText text )
 {
-    return stream << chunkString( text );
+    const ChunkCharacters characters = charactersOf( text );
+    return stream << viewOf( characters );
 }
 
 void packForRing( Agent::RingPacker& packer, ChunkText text )
 {
-    packer.packText( chunkString( text ) );
+    const ChunkCharacters characters = charactersOf( text );
+    packer.packText( viewOf( characters ) );
 }
 
 std::string notEnoughChunksText( Agent::U32 available, Agent::U32 requested )

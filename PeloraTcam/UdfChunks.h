@@ -5,12 +5,12 @@
 /// A chunk is a two-byte extraction unit; every abstract packet format has sixteen of them.
 
 #include "agent/base/BaseTypes.h"
-#include "agent/base/Bitmap.h"
 #include "agent/base/RingTrace.h"
 #include "agent/tcam/UdfTypes.h"
 #include "sdk/SdkCall.h"
 #include "sdk/SdkTypes.h"
 
+#include <bit>
 #include <ostream>
 #include <string>
 
@@ -25,14 +25,11 @@ constexpr Agent::U32 chunksNeeded( Agent::U32 bytes )
     return ( bytes + 1 ) / 2;
 }
 
-/// A set of chunks that prints as sixteen characters '0' or '1', chunk 15 first.
+/// A set of chunks. It prints as sixteen characters '0' or '1', chunk 15 first.
 struct ChunkText
 {
     Agent::U32 chunks; ///< bit i stands for chunk i
 };
-
-/// The chunks that stand in a bitmap.
-ChunkText chunkText( const Agent::Bitmap& bitmap );
 
 std::ostream& operator<<( std::ostream& stream, ChunkText text );
 void packForRing( Agent::RingPacker& packer, ChunkText text );
@@ -44,6 +41,13 @@ inline constexpr Agent::U32 chunkBitsPerByte = 8;
 constexpr bool chunkIsSet( Agent::U32 chunkBmap, Agent::U32 chunk )
 {
     return ( chunkBmap >> chunk & 1U ) != 0;
+}
+
+/// How many of the chunks of a format stand in a set.
+constexpr Agent::U32 countOf( ChunkText chunks )
+{
+    constexpr Agent::U32 allChunks = ( 1U << chunksOfFormat ) - 1;
+    return static_cast< Agent::U32 >( std::popcount( chunks.chunks & allChunks ) );
 }
 
 /// What is traced when there are not enough chunks.

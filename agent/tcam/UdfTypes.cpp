@@ -30,6 +30,21 @@ constexpr std::array< std::string_view, 4 > appTypeNames = {
     "ipv4TrafficPolicy",
 };
 
+/// Packs what `operator<<` prints. A name is packed as it stands: a stream would cost many times
+/// the rest of the record.
+template< std::size_t count, class Enumeration >
+void packName( Agent::RingPacker& packer,
+               const std::array< std::string_view, count >& names,
+               Enumeration value )
+{
+    const auto number = static_cast< std::size_t >( value );
+    if ( number < count ) {
+        packer.packText( names[ number ] );
+    } else {
+        packer.packText( Agent::joinPieces( value ) );
+    }
+}
+
 } // namespace
 
 std::ostream& operator<<( std::ostream& stream, UdfOffsetBase base )
@@ -43,7 +58,7 @@ std::ostream& operator<<( std::ostream& stream, UdfOffsetBase base )
 
 void packForRing( Agent::RingPacker& packer, UdfOffsetBase base )
 {
-    packer.packText( Agent::joinPieces( base ) );
+    packName( packer, baseNames, base );
 }
 
 std::ostream& operator<<( std::ostream& stream, UdfAppType appType )
@@ -82,7 +97,7 @@ std::ostream& operator<<( std::ostream& stream, const UdfDesc& desc )
 
 void packForRing( Agent::RingPacker& packer, const UdfDesc& desc )
 {
-    packer.packText( Agent::joinPieces( desc.appType() ) );
+    packName( packer, appTypeNames, desc.appType() );
     packForRing( packer, desc.ethType() );
     packForRing( packer, desc.base() );
     packForRing( packer, desc.ipProto() );
