@@ -2,8 +2,8 @@
 //
 // Takes Google Benchmark's options, and --check-budgets: exit code 1 when a row is over its budget.
 
+#include "bench/AnsweringSdk.h"
 #include "bench/Benchmarks.h"
-#include "bench/ConstantSdk.h"
 #include "bench/PairTable.h"
 
 #include <iostream>
@@ -71,11 +71,14 @@ int main( int argc, char** argv )
         return 2;
     }
 
-    Bench::ConstantSdk sdk;
+    Bench::AnsweringSdk sdk;
     Shim::sdk_ = &sdk;
     Agent::traceSinkIs( []( const Agent::TraceLine& ) {} );
     Bench::registerSdkCallBenchmarks();
     Bench::registerRangeCheckerBenchmarks();
+    Bench::registerUdfBenchmarks();
+    Bench::registerCounterBenchmarks();
+    Bench::registerEntryBenchmarks();
     Bench::registerRingTraceBenchmarks();
     Bench::registerTranslationBenchmarks();
 

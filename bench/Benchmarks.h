@@ -1,12 +1,15 @@
 #pragma once
 
-/// What each source of benchmarks registers. All of them run with `Shim::sdk_` set to a
-/// `ConstantSdk`.
+/// What each source of benchmarks registers. All of them run with `Shim::sdk_` set to an
+/// `AnsweringSdk`.
 
 namespace Bench {
 
 void registerSdkCallBenchmarks();
 void registerRangeCheckerBenchmarks();
+void registerUdfBenchmarks();
+void registerCounterBenchmarks();
+void registerEntryBenchmarks();
 void registerRingTraceBenchmarks();
 void registerTranslationBenchmarks();
 

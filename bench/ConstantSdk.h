@@ -7,7 +7,7 @@
 
 namespace Bench {
 
-class ConstantSdk final : public Shim::SdkAccess
+class ConstantSdk : public Shim::SdkAccess
 {
   public:
 #define SDK_FUNCTION( family, name, parameters, arguments ) int name parameters override;
