@@ -3,7 +3,6 @@
 #include "sdk/SdkAccess.h"
 
 #include <array>
-#include <ranges>
 
 namespace Reference {
 
@@ -203,8 +202,8 @@ bool RuleSetProgrammer::remove( RuleSetId id )
     }
     // Forgotten only once the chip has let go of it: after an exception the rest can be removed.
     RuleSet& set = found->second;
-    for ( RuleParts& parts : std::views::reverse( set.rules ) ) {
-        ruleProgrammer_.release( parts );
+    for ( auto parts = set.rules.rbegin(); parts != set.rules.rend(); ++parts ) {
+        ruleProgrammer_.release( *parts );
     }
     while ( !set.groups.empty() ) {
         removeLastGroup( set );
