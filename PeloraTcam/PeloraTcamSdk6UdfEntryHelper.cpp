@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 #include <vector>
 
 namespace PeloraTcam {
@@ -247,11 +248,10 @@ QualIdList UdfModuleCreation::commit()
     }
     UdfIdList udfs = pktFmtIdToUdfId_.pktFmtIdToUdfId( PktFmtId( pktFmtId ) );
     udfs.udfIdIs( UdfId( udfId ) );
-    pktFmtIdToUdfId_.pktFmtIdToUdfIdIs( PktFmtId( pktFmtId ), udfs );
+    pktFmtIdToUdfId_.pktFmtIdToUdfIdIs( PktFmtId( pktFmtId ), std::move( udfs ) );
     traceUdf( 8, " Udf Id: ", udfId, " Pkt Fmt Id: ", pktFmtId );
-    QualIdList quals;
-    quals.qualIdIs( static_cast< U32 >( udfId ) );
-    return quals;
+    // What was made is the result: the one UDF.
+    return std::move( hwFootprint.udfIds );
 }
 
 } // namespace
@@ -302,14 +302,15 @@ void destroyUdfQualifierUdfModule( U32 moduleUnit,
     SDK_CHECKED_CALL( bcm_udf_pkt_format_delete( unit, udfId, pktFmtId ) );
 
     const UdfId id( udfId );
-    UdfIdList udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( PktFmtId( pktFmtId ) );
+    const UdfIdList& udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( PktFmtId( pktFmtId ) );
     AGENT_ASSERT( udfs.udfIdHas( id ) );
-    udfs.udfIdDel( id );
-    if ( udfs.udfIds() == 0 ) {
+    if ( udfs.udfIds() == 1 ) {
         pktFmtIdToUdfId->pktFmtIdToUdfIdDel( PktFmtId( pktFmtId ) );
         SDK_CHECKED_CALL( bcm_udf_pkt_format_destroy( unit, pktFmtId ) );
     } else {
-        pktFmtIdToUdfId->pktFmtIdToUdfIdIs( PktFmtId( pktFmtId ), udfs );
+        UdfIdList others = udfs;
+        others.udfIdDel( id );
+        pktFmtIdToUdfId->pktFmtIdToUdfIdIs( PktFmtId( pktFmtId ), std::move( others ) );
     }
 
     SDK_CHECKED_CALL( bcm_udf_destroy( unit, udfId ) );
@@ -389,7 +390,7 @@ void udfQualProgrammedInHwUdfModule( U32 moduleUnit,
 
     const PktFmtId fmtId( pktFmtId[ 0 ] );
     AGENT_ASSERT( pktFmtIdToUdfId->pktFmtIdToUdfIdHas( fmtId ) );
-    const UdfIdList udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( fmtId );
+    const UdfIdList& udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( fmtId );
     const UdfId id( udfId );
     AGENT_ASSERT( udfs.udfIdHas( id ) );
 }

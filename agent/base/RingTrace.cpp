@@ -94,17 +94,18 @@ void RingTrace::record( U32 description, std::span< const std::byte > arguments 
     AGENT_ASSERT( arguments.size() <= RingPacker::room );
     RingHeader& ring = header();
     const U32 size = roundUp( sizeof( RingRecord ) + arguments.size() );
-    if ( ring.next % ring.recordsSize + size > ring.recordsSize ) {
+    if ( nextPlace_ + size > ring.recordsSize ) {
         pad();
     }
     dropOldestUntil( ring.next + size );
     const RingRecord start{
         size, description, nowInNanoseconds(), static_cast< U32 >( arguments.size() ), 0 };
-    std::byte* place = recordAt( ring.next );
+    std::byte* place = recordAt( nextPlace_ );
     std::memcpy( place, &start, sizeof( start ) );
     if ( !arguments.empty() ) {
         std::memcpy( place + sizeof( start ), arguments.data(), arguments.size() );
     }
+    nextPlace_ = placeAfter( nextPlace_, size );
     ring.next += size;
     ++ring.count;
 }
@@ -112,11 +113,12 @@ void RingTrace::record( U32 description, std::span< const std::byte > arguments 
 void RingTrace::pad() noexcept
 {
     RingHeader& ring = header();
-    const U32 size = ring.recordsSize - static_cast< U32 >( ring.next % ring.recordsSize );
+    const U32 size = ring.recordsSize - nextPlace_;
     dropOldestUntil( ring.next + size );
     // Only the first two members: there may be room for no more than 8 bytes.
     const std::array< U32, 2 > start = { size, ringPadding };
-    std::memcpy( recordAt( ring.next ), start.data(), sizeof( start ) );
+    std::memcpy( recordAt( nextPlace_ ), start.data(), sizeof( start ) );
+    nextPlace_ = 0;
     ring.next += size;
 }
 
@@ -125,7 +127,8 @@ void RingTrace::dropOldestUntil( U64 position ) noexcept
     RingHeader& ring = header();
     while ( position - ring.oldest > ring.recordsSize ) {
         U32 size = 0;
-        std::memcpy( &size, recordAt( ring.oldest ), sizeof( size ) );
+        std::memcpy( &size, recordAt( oldestPlace_ ), sizeof( size ) );
+        oldestPlace_ = placeAfter( oldestPlace_, size );
         ring.oldest += size;
     }
 }
@@ -133,23 +136,6 @@ void RingTrace::dropOldestUntil( U64 position ) noexcept
 std::span< const std::byte > RingTrace::image() const noexcept
 {
     return { block_.get(), size_ };
-}
-
-RingHeader& RingTrace::header() noexcept
-{
-    return *reinterpret_cast< RingHeader* >( block_.get() );
-}
-
-const RingHeader& RingTrace::header() const noexcept
-{
-    return *reinterpret_cast< const RingHeader* >( block_.get() );
-}
-
-std::byte* RingTrace::recordAt( U64 position ) noexcept
-{
-    const RingHeader& ring = header();
-    return block_.get() + sizeof( RingHeader ) + ring.descriptionsSize +
-           position % ring.recordsSize;
 }
 
 RingTrace& ringTrace()

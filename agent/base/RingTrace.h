@@ -230,14 +230,37 @@ class AGENT_EXPORT RingTrace
     [[nodiscard]] std::span< const std::byte > image() const noexcept;
 
   private:
-    [[nodiscard]] RingHeader& header() noexcept;
-    [[nodiscard]] const RingHeader& header() const noexcept;
-    [[nodiscard]] std::byte* recordAt( U64 position ) noexcept;
+    // Within the class, so that nothing is called on the way of a record.
+    [[nodiscard]] RingHeader& header() noexcept
+    {
+        return *reinterpret_cast< RingHeader* >( block_.get() );
+    }
+
+    [[nodiscard]] const RingHeader& header() const noexcept
+    {
+        return *reinterpret_cast< const RingHeader* >( block_.get() );
+    }
+
+    /// `place`: bytes from the start of the room for records.
+    [[nodiscard]] std::byte* recordAt( U32 place ) noexcept
+    {
+        return block_.get() + sizeof( RingHeader ) + header().descriptionsSize + place;
+    }
+
+    /// The place of what follows a record of that size.
+    [[nodiscard]] U32 placeAfter( U32 place, U32 size ) const noexcept
+    {
+        return place + size == header().recordsSize ? 0 : place + size;
+    }
+
     void dropOldestUntil( U64 position ) noexcept;
     void pad() noexcept;
 
     std::size_t size_;
     std::unique_ptr< std::byte[] > block_;
+    // Where the positions of the header are in the room: kept, as finding out takes a division.
+    U32 oldestPlace_ = 0;
+    U32 nextPlace_ = 0;
 };
 
 /// The agent's ring-buffer trace.

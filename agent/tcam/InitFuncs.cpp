@@ -8,6 +8,7 @@ namespace PeloraTcam {
 
 namespace {
 
+// A handful at most.
 using InitFuncs = std::map< std::string, Agent::Ptr< BaseSdk6InitFunc >, std::less<> >;
 
 InitFuncs& initFuncs()
@@ -18,10 +19,15 @@ InitFuncs& initFuncs()
 
 } // namespace
 
+// Looked up at every reading of a counter.
 Agent::Ptr< BaseSdk6InitFunc > registeredInitFunc( std::string_view typeName )
 {
-    const auto found = initFuncs().find( typeName );
-    return found == initFuncs().end() ? nullptr : found->second;
+    for ( const auto& [ name, initFunc ] : initFuncs() ) {
+        if ( name == typeName ) {
+            return initFunc;
+        }
+    }
+    return nullptr;
 }
 
 void registeredInitFuncIs( std::string_view typeName, Agent::Ptr< BaseSdk6InitFunc > initFunc )

@@ -16,6 +16,7 @@
 #include <map>
 #include <ostream>
 #include <set>
+#include <utility>
 
 namespace PeloraTcam {
 
@@ -277,9 +278,9 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
     using PtrConst = Agent::Ptr< const PktFmtIdToUdfId >;
 
     /// Sets or replaces the UDFs of a packet format.
-    void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, const UdfIdList& udfs )
+    void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, UdfIdList udfs )
     {
-        udfs_.insert_or_assign( pktFmtId, udfs );
+        udfs_.insert_or_assign( pktFmtId, std::move( udfs ) );
     }
 
     void pktFmtIdToUdfIdDel( PktFmtId pktFmtId ) { udfs_.erase( pktFmtId ); }
@@ -289,11 +290,11 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
         return udfs_.contains( pktFmtId );
     }
 
-    /// The UDFs of a packet format; none if it is unknown.
-    [[nodiscard]] UdfIdList pktFmtIdToUdfId( PktFmtId pktFmtId ) const
+    /// The UDFs of a packet format; none if it is unknown. Valid until its entry is changed.
+    [[nodiscard]] const UdfIdList& pktFmtIdToUdfId( PktFmtId pktFmtId ) const
     {
         const auto found = udfs_.find( pktFmtId );
-        return found == udfs_.end() ? UdfIdList() : found->second;
+        return found == udfs_.end() ? none_ : found->second;
     }
 
     /// How many packet formats there are.
@@ -305,6 +306,7 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
 
   private:
     std::map< PktFmtId, UdfIdList > udfs_;
+    UdfIdList none_; // What an unknown packet format has.
 };
 
 } // namespace PeloraTcam
