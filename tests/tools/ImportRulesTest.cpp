@@ -52,7 +52,7 @@ TEST( ImportRules, Run_Sdk6_ProgramsRulesWithAllTheyNeed )
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     const auto step = result.json().at( "steps" ).at( 0 );
     EXPECT_EQ( step.at( "name" ), "a.rules" );
-    EXPECT_EQ( step.at( "text" ), "4 of 4 rules programmed in 1 groups" );
+    EXPECT_EQ( step.at( "text" ), "4 of 4 rules programmed, 1 group" );
     EXPECT_EQ( step.at( "rules" ), 4 );
     EXPECT_EQ( step.at( "programmed" ), 4 );
     EXPECT_EQ( step.at( "refused" ).size(), 0 );
@@ -125,7 +125,7 @@ TEST( ImportRules, Run_MoreThanTheChipHas_IsFullAndTellsWhatIsMissing )
     const auto step = result.json().at( "steps" ).at( 0 );
     // Two compression entries for ports, and two range checkers.
     EXPECT_EQ( step.at( "text" ),
-               "5 of 7 rules programmed in 2 groups, 1 without compression entry, "
+               "5 of 7 rules programmed, 2 groups, 1 without compression entry, "
                "1 without range checker" );
     EXPECT_EQ( step.at( "refused" ).at( "range checker" ), 1 );
     EXPECT_EQ( step.at( "refused" ).at( "compression entry" ), 1 );

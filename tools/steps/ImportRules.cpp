@@ -31,7 +31,7 @@ Json jsonOf( const Reference::ResourceCounts& counts )
     return { { "made", counts.made }, { "shared", counts.shared } };
 }
 
-/// ", 3 lacked a range checker, 1 lacked a counter"
+/// ", 3 without range checker, 1 without counter"
 std::string refusalText( const RuleSetReport& report )
 {
     std::string text;
@@ -84,10 +84,11 @@ class ImportRules : public Step
     {
         const bool isWhole = report.programmed == report.rules;
         return { isWhole ? Outcome::ok : Outcome::full,
-                 fmt::format( "{} of {} rules programmed in {} groups{}",
+                 fmt::format( "{} of {} rules programmed, {} {}{}",
                               report.programmed,
                               report.rules,
                               report.groups,
+                              report.groups == 1 ? "group" : "groups",
                               refusalText( report ) ),
                  { { "rules", report.rules },
                    { "programmed", report.programmed },
