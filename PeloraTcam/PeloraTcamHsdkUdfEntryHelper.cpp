@@ -134,7 +134,9 @@ void addChunks( const Agent::Bitmap::Ptr& chunkBmap,
         const auto found = chunkBmap->firstSetBit( 0, chunkBmap->size() - 1 );
         AGENT_ASSERT( found );
         const U32 bit = *found;
+        // DIFFERS: with SDK-6 a chunk must be unused, but need not be free.
         AGENT_ASSERT( BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), bit ) );
+        // DIFFERS: the record of SDK-6 has a number.
         Shim::sdk_->BCM_UDF_CBMP_CHUNK_ADD( chunkInfo.two_byte_chunk_bmap(),
                                             static_cast< int >( bit ) );
     }
@@ -150,6 +152,7 @@ void assertChunksWereTaken( const Agent::Bitmap::Ptr& progChunkBmap,
             progChunkBmap->bitIs( i, false );
         }
     }
+    // DIFFERS: with SDK-6 a chunk beyond the sixteen is left over here.
     AGENT_ASSERT( !progChunkBmap->numBitsInSetState() );
 }
 
@@ -169,7 +172,7 @@ QualIdList createUdfQualifierFlexParserHsdk( U32 moduleUnit,
               " offset: ", udfDesc.offset(), " length: ", udfDesc.length() );
     // clang-format on
 
-    // DIFFERS: SDK-6 reads which chunks are reserved.
+    // DIFFERS: SDK-6 reads which chunks are reserved, and traces it.
     const int unit = static_cast< int >( moduleUnit );
     auto pfi = readFormat( unit, apf );
     const ChunkText free = freeChunks( pfi );
@@ -178,7 +181,7 @@ QualIdList createUdfQualifierFlexParserHsdk( U32 moduleUnit,
     // DIFFERS: SDK-6 counts the free chunks in one way.
     if ( requested > std::min( pfi.num_chunks_available(), avail ) ) {
         const std::string message = notEnoughChunksText( avail, requested );
-        // DIFFERS: SDK-6 has a blank behind "mod:".
+        // DIFFERS: SDK-6 has a blank behind "mod:", and one count only.
         traceUdf( 1, "createUdfQualifierFlexParserHsdk", "mod:", moduleUnit, " Msg: ", message );
         return cleanupUdfFlexParserFootprintHsdk( unit, hwFootprint, apf );
     }
@@ -258,6 +261,7 @@ void destroyUdfQualifierFlexParserHsdk( U32 moduleUnit,
         auto chunkInfo = readChunks( unit, udfId );
         const Agent::Bitmap::Ptr chunkBmap =
             getBitmapfromUdfCbmp( chunkInfo.two_byte_chunk_bmap() );
+        // DIFFERS: SDK-6 compares numbers, and not with a UDF on no chunk.
         if ( progChunkBmap ) {
             AGENT_ASSERT( areBitmapEqual( progChunkBmap, chunkBmap ) );
         }
@@ -270,6 +274,7 @@ void destroyUdfQualifierFlexParserHsdk( U32 moduleUnit,
         assertChunksWereTaken( progChunkBmap, pfi );
     }
     pfi = readFormat( unit, apf );
+    // DIFFERS: SDK-6 shows the reserved chunks.
     const ChunkText end = freeChunks( pfi );
     traceUdf(
         8, "destroyUdfQualifierFlexParserHsdk", " mod: ", moduleUnit, " Flex bitmap end: ", end );

@@ -303,6 +303,8 @@ void destroyUdfQualifierUdfModule( U32 moduleUnit,
 
     const UdfId id( udfId );
     const UdfIdList& udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( PktFmtId( pktFmtId ) );
+    // KEPT: a UDF that the map does not list ends the process: whose packet format it uses, and
+    // who else does, is not known, and the agent's view is wrong already.
     AGENT_ASSERT( udfs.udfIdHas( id ) );
     if ( udfs.udfIds() == 1 ) {
         pktFmtIdToUdfId->pktFmtIdToUdfIdDel( PktFmtId( pktFmtId ) );
@@ -375,7 +377,8 @@ void udfQualProgrammedInHwUdfModule( U32 moduleUnit,
     const bcm_udf_layer_t bcmUdfLayerL3InnerHeader = Shim::sdk_->bcmUdfLayerL3InnerHeader();
     const bcm_udf_layer_t bcmUdfLayerL4InnerHeader = Shim::sdk_->bcmUdfLayerL4InnerHeader();
     const bcm_udf_layer_t bcmUdfLayerL4OuterHeader = Shim::sdk_->bcmUdfLayerL4OuterHeader();
-    // KEPT: any of the layers will do, not only that of the base; and one stands twice.
+    // KEPT: any of the layers will do, not only that of the base, as the layer cannot change by
+    // itself; and one stands twice, as in the texts of the crashes that have been reported.
     AGENT_ASSERT( udf.layer() == bcmUdfLayerL3OuterHeader || udf.layer() == bcmUdfLayerL2Header ||
                   udf.layer() == bcmUdfLayerL2Header || udf.layer() == bcmUdfLayerL3InnerHeader ||
                   udf.layer() == bcmUdfLayerL4InnerHeader ||
@@ -496,6 +499,7 @@ void udfLagHashingProgrammedInModule( U32 moduleUnit,
               "Hardware: mask_length: ", hash_config.mask_length(),
               " mask: ", Agent::hex( hash_mask ) );
     // clang-format on
+    // KEPT: four bytes, as many as descriptors have a mask for: the others are none of the agent's.
     AGENT_ASSERT( lagHashingMask == hash_mask );
     AGENT_ASSERT( udfDesc.length() == hash_config.mask_length() );
 }
@@ -539,7 +543,7 @@ namespace {
 /// Reads which chunks of a format are reserved.
 ChunkText readReservedChunks( U32 unit, bcm_udf_abstract_pkt_format_t apf )
 {
-    // DIFFERS: HSDK is asked which chunks are free.
+    // DIFFERS: HSDK is asked which chunks are free, and nothing is traced of it.
     const auto pfi = readFormat( static_cast< int >( unit ), apf );
     const ChunkText used{ pfi.chunk_bmap_used() };
     const ChunkText unavailable{ pfi.unavail_chunk_bmap() };
@@ -617,6 +621,7 @@ void assertChunksWereReserved( U32 progChunkBmap, const Agent::Bitmap::Ptr& udfB
             progChunkBmap &= ~( 1U << i );
         }
     }
+    // DIFFERS: HSDK does not see a chunk beyond the sixteen.
     AGENT_ASSERT( !progChunkBmap );
 }
 
@@ -641,7 +646,7 @@ createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract
     const U32 avail = chunksOfFormat - countOf( reserved );
     if ( requested > avail ) {
         const std::string message = notEnoughChunksText( avail, requested );
-        // DIFFERS: HSDK has no blank behind "mod:".
+        // DIFFERS: HSDK has no blank behind "mod:", and names the chunks that are marked free.
         traceUdf( 1, "createUdfQualifierFlexParser", "mod: ", unit, " Msg: ", message );
         return cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
     }
@@ -652,6 +657,7 @@ createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract
         cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
         qualIds.clear();
     }
+    // DIFFERS: HSDK shows the free chunks.
     const ChunkText now = readReservedChunks( unit, apf );
     traceUdf( 4, "createUdfQualifierFlexParser", "mod: ", unit, " Flex bitmap is now: ", now );
     return qualIds;
@@ -667,6 +673,7 @@ void program_abstract_pkt_type( U32 moduleUnit,
 {
     const int unit = static_cast< int >( moduleUnit );
     const auto pfi = readFormat( unit, apf );
+    // DIFFERS: with HSDK a chunk must be free, not only unused.
     AGENT_ASSERT( !( chunkBmap & pfi.chunk_bmap_used() ) );
 
     bcm_udf_chunk_info_t chunkInfo;
@@ -674,6 +681,7 @@ void program_abstract_pkt_type( U32 moduleUnit,
     chunkInfo.offsetIs( udfDesc.offset() * chunkBitsPerByte );
     // DIFFERS: HSDK is given no width.
     chunkInfo.widthIs( udfDesc.length() * chunkBitsPerByte );
+    // DIFFERS: the record of HSDK has a set of the SDK's.
     chunkInfo.chunk_bmapIs( chunkBmap );
     chunkInfo.abstract_pkt_formatIs( apf );
 
@@ -709,6 +717,7 @@ void destroyUdfQualifierFlexParser( U32 moduleUnit,
         const bcm_udf_id_t udfId = static_cast< bcm_udf_id_t >( qualId );
         const auto chunkInfo = readChunks( unit, udfId );
         const U32 chunkBmap = chunkInfo.chunk_bmap();
+        // DIFFERS: HSDK compares bitmaps of the agent's, also with a UDF on no chunk.
         if ( progChunkBmap != 0 ) {
             AGENT_ASSERT( progChunkBmap == chunkBmap );
         }
@@ -720,6 +729,7 @@ void destroyUdfQualifierFlexParser( U32 moduleUnit,
     }
     // DIFFERS: HSDK checks that the chunks were not free.
     assertChunksWereReserved( progChunkBmap, bitmapOf( start ) );
+    // DIFFERS: HSDK shows the free chunks.
     const ChunkText end = readReservedChunks( moduleUnit, apf );
     traceUdf( 8, "destroyUdfQualifierFlexParser", " mod: ", moduleUnit, " Flex bitmap end: ", end );
 }

@@ -38,6 +38,7 @@ const UdfLogHandles logHandles_;
 
 const Agent::TraceHandle& _defaultTraceHandle()
 {
+    // DIFFERS: the helpers of SDK-6 have "PeloraTcamUdfSdk6Helper".
     static const Agent::TraceHandle handle( "PeloraTcamUdfHsdkHelper" );
     return handle;
 }

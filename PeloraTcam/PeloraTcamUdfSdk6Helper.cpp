@@ -54,6 +54,7 @@ const UdfLogHandles logHandles_;
 
 const Agent::TraceHandle& _defaultTraceHandle()
 {
+    // DIFFERS: the helper of HSDK has "PeloraTcamUdfHsdkHelper".
     static const Agent::TraceHandle handle( "PeloraTcamUdfSdk6Helper" );
     return handle;
 }
