@@ -42,7 +42,8 @@ TEST_F( EntryQualifiersTest, ClassQualifier_EachTable_HasOneOfItsOwn )
     EXPECT_EQ( classQualifier( Table::ipProto ), QualifierType::interfaceClassL3 );
     EXPECT_EQ( classQualifier( Table::l4SrcPort ), QualifierType::interfaceClassPort );
     EXPECT_EQ( classQualifier( Table::l4DstPort ), QualifierType::interfaceClassVPort );
-    EXPECT_DEATH( classQualifier( Table::invalid ), "there is no such table" );
+    EXPECT_DEATH( static_cast< void >( classQualifier( Table::invalid ) ),
+                  "there is no such table" );
 }
 
 TEST_F( EntryQualifiersTest, Qualify_AllClasses_AreInTheFieldsOfTheirQualifiers )
