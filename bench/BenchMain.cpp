@@ -76,6 +76,7 @@ int main( int argc, char** argv )
     Agent::traceSinkIs( []( const Agent::TraceLine& ) {} );
     Bench::registerSdkCallBenchmarks();
     Bench::registerRangeCheckerBenchmarks();
+    Bench::registerFlexParserBenchmarks();
     Bench::registerUdfBenchmarks();
     Bench::registerCounterBenchmarks();
     Bench::registerEntryBenchmarks();

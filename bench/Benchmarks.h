@@ -1,10 +1,11 @@
 #pragma once
 
 /// What each source of benchmarks registers. All of them run with `Shim::sdk_` set to an
-/// `AnsweringSdk`.
+/// `AnsweringSdk`, or to what their scene says.
 
 namespace Bench {
 
+void registerFlexParserBenchmarks();
 void registerSdkCallBenchmarks();
 void registerRangeCheckerBenchmarks();
 void registerUdfBenchmarks();

@@ -2,6 +2,7 @@
 
 /// An access object for measuring: every SDK function succeeds at once, every accessor gives its
 /// default value, nothing is remembered. What a benchmark then measures is the way to the SDK.
+/// Where that is not enough of an answer, a benchmark derives its own.
 
 #include "sdk/SdkAccess.h"
 

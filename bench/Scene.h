@@ -4,6 +4,7 @@
 
 #include "agent/base/Locks.h"
 #include "agent/base/Trace.h"
+#include "sdk/SdkAccess.h"
 
 #include <optional>
 
@@ -12,7 +13,8 @@ namespace Bench {
 struct Scene
 {
     bool interpreterLockHeld = false;
-    bool tracing = false; ///< all levels of all facilities on; the lines are dropped
+    bool tracing = false;           ///< all levels of all facilities on; the lines are dropped
+    Shim::SdkAccess* sdk = nullptr; ///< in the place of the constant one; it must stay
 };
 
 /// Sets a scene for its own lifetime. The activity lock is held, as a helper expects it.
@@ -26,18 +28,26 @@ class SceneAnchor
             interpreterHeld_.emplace( Agent::interpreterLock() );
         }
         Agent::traceLevelsIs( "*", scene.tracing ? allLevels : 0 );
+        if ( scene.sdk != nullptr ) {
+            Shim::sdk_ = scene.sdk;
+        }
     }
 
     SceneAnchor( const SceneAnchor& ) = delete;
     SceneAnchor& operator=( const SceneAnchor& ) = delete;
 
-    ~SceneAnchor() { Agent::traceLevelsIs( "*", 0 ); }
+    ~SceneAnchor()
+    {
+        Agent::traceLevelsIs( "*", 0 );
+        Shim::sdk_ = previousSdk_;
+    }
 
   private:
     static constexpr Agent::U32 allLevels = 0xFFFFFFFF;
 
     Agent::LockAnchor activityHeld_;
     std::optional< Agent::LockAnchor > interpreterHeld_;
+    Shim::SdkAccess* previousSdk_ = Shim::sdk_;
 };
 
 } // namespace Bench

@@ -1,0 +1,234 @@
+// Programming and removing a user-defined field through the flexible parser, both variants, against
+// the SDK calls by hand.
+
+#include "bench/Benchmarks.h"
+#include "bench/ConstantSdk.h"
+#include "bench/LocksByHand.h"
+#include "bench/PairTable.h"
+
+#include "PeloraTcam/PeloraTcamUdfHsdkHelper.h"
+#include "PeloraTcam/PeloraTcamUdfSdk6Helper.h"
+#include "agent/base/RingTrace.h"
+#include "sdk/SdkAccess.h"
+
+#include <bit>
+
+namespace Bench {
+
+namespace {
+
+using PeloraTcam::QualIdList;
+using PeloraTcam::UdfDesc;
+
+constexpr int unit = 0;
+
+/// A flexible parser of which every reading says the same: chunk 0 of a format is free for who
+/// programs a UDF, and taken by that UDF for who removes it. What it says does not depend on what
+/// it was asked before, so that it costs the same each time.
+class FlexParserSdk final : public ConstantSdk
+{
+  public:
+    int bcm_udf_chunk_info_get( int, bcm_udf_id_t, bcm_udf_chunk_info_t* info ) override
+    {
+        info->chunk_bmapIs( takenChunk );
+        return 0;
+    }
+
+    int bcm_udf_abstract_pkt_format_info_get( int,
+                                              bcm_udf_abstract_pkt_format_t,
+                                              bcm_udf_abstract_pkt_format_info_t* info ) override
+    {
+        info->unavail_chunk_bmapIs( takenChunk );
+        return 0;
+    }
+
+    int bcm_udf_multi_chunk_info_get( int, bcm_udf_id_t, bcm_udf_multi_chunk_info_t* info ) override
+    {
+        info->two_byte_chunk_bmap().w[ 0 ] = takenChunk;
+        return 0;
+    }
+
+    int bcm_udf_multi_abstract_pkt_format_info_get(
+        int,
+        bcm_udf_abstract_pkt_format_t,
+        bcm_udf_multi_abstract_pkt_format_info_t* info ) override
+    {
+        info->num_chunks_availableIs( 15 );
+        info->chunk_2b_bmap_avail().w[ 0 ] = ~takenChunk & 0xFFFF;
+        return 0;
+    }
+
+    bool BCM_UDF_CBMP_CHUNK_TEST( const bcm_udf_cbmp_t& chunks, int chunk ) override
+    {
+        return ( chunks.w[ 0 ] >> chunk & 1U ) != 0;
+    }
+
+    void BCM_UDF_CBMP_CHUNK_ADD( bcm_udf_cbmp_t& chunks, int chunk ) override
+    {
+        chunks.w[ 0 ] |= 1U << chunk;
+    }
+
+  private:
+    static constexpr uint32_t takenChunk = 0b1;
+};
+
+UdfDesc requested()
+{
+    UdfDesc desc;
+    desc.appTypeIs( PeloraTcam::UdfAppType::ipv6Acl );
+    desc.offsetIs( 2 );
+    desc.lengthIs( 2 );
+    return desc;
+}
+
+// ---- The same SDK calls by hand: each in its order, and nothing else ---------------------------
+
+uint32_t lowestOf( uint32_t chunks )
+{
+    return 1U << std::countr_zero( chunks );
+}
+
+uint32_t freeChunks( bcm_udf_abstract_pkt_format_t format )
+{
+    bcm_udf_abstract_pkt_format_info_t info;
+    Shim::sdk_->bcm_udf_abstract_pkt_format_info_t_init( &info );
+    withLocksByHand(
+        [ & ] { return Shim::sdk_->bcm_udf_abstract_pkt_format_info_get( unit, format, &info ); } );
+    return ~( info.chunk_bmap_used() | info.unavail_chunk_bmap() ) & 0xFFFF;
+}
+
+uint32_t freeChunksHsdk( bcm_udf_abstract_pkt_format_t format )
+{
+    bcm_udf_multi_abstract_pkt_format_info_t info;
+    Shim::sdk_->bcm_udf_multi_abstract_pkt_format_info_t_init( &info );
+    withLocksByHand( [ & ] {
+        return Shim::sdk_->bcm_udf_multi_abstract_pkt_format_info_get( unit, format, &info );
+    } );
+    return info.chunk_2b_bmap_avail().w[ 0 ];
+}
+
+void programAndRemoveByHand( const UdfDesc& desc )
+{
+    const auto format = Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
+    bcm_udf_chunk_info_t chosen;
+    Shim::sdk_->bcm_udf_chunk_info_t_init( &chosen );
+    chosen.offsetIs( desc.offset() * 8U );
+    chosen.widthIs( desc.length() * 8U );
+    chosen.chunk_bmapIs( lowestOf( freeChunks( format ) ) & freeChunks( format ) );
+    chosen.abstract_pkt_formatIs( format );
+    bcm_udf_id_t id = 0;
+    withLocksByHand(
+        [ & ] { return Shim::sdk_->bcm_udf_chunk_create( unit, nullptr, &chosen, &id ); } );
+    benchmark::DoNotOptimize( freeChunks( format ) );
+
+    bcm_udf_chunk_info_t made;
+    uint32_t free = freeChunks( format );
+    Shim::sdk_->bcm_udf_chunk_info_t_init( &made );
+    withLocksByHand( [ & ] { return Shim::sdk_->bcm_udf_chunk_info_get( unit, id, &made ); } );
+    withLocksByHand( [ & ] { return Shim::sdk_->bcm_udf_destroy( unit, id ); } );
+    free &= made.chunk_bmap() & freeChunks( format );
+    benchmark::DoNotOptimize( free );
+}
+
+void programAndRemoveByHandHsdk( const UdfDesc& desc )
+{
+    const auto format = Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
+    bcm_udf_multi_chunk_info_t chosen;
+    Shim::sdk_->bcm_udf_multi_chunk_info_t_init( &chosen );
+    chosen.offsetIs( desc.offset() * 8U );
+    chosen.two_byte_chunk_bmap().w[ 0 ] =
+        lowestOf( freeChunksHsdk( format ) ) & freeChunksHsdk( format );
+    chosen.abstract_pkt_formatIs( format );
+    bcm_udf_id_t id = 0;
+    withLocksByHand(
+        [ & ] { return Shim::sdk_->bcm_udf_multi_chunk_create( unit, nullptr, &chosen, &id ); } );
+    benchmark::DoNotOptimize( freeChunksHsdk( format ) );
+
+    bcm_udf_multi_chunk_info_t made;
+    uint32_t free = freeChunksHsdk( format );
+    Shim::sdk_->bcm_udf_multi_chunk_info_t_init( &made );
+    withLocksByHand(
+        [ & ] { return Shim::sdk_->bcm_udf_multi_chunk_info_get( unit, id, &made ); } );
+    withLocksByHand( [ & ] { return Shim::sdk_->bcm_udf_destroy( unit, id ); } );
+    free &= made.two_byte_chunk_bmap().w[ 0 ] & freeChunksHsdk( format );
+    benchmark::DoNotOptimize( free );
+}
+
+// ---- The records that each of the two leaves in the ring-buffer trace --------------------------
+
+const Agent::TraceHandle& traceHandle()
+{
+    static const Agent::TraceHandle handle( "Bench" );
+    return handle;
+}
+
+template< class Statement = decltype( [] {} ), class... Pieces >
+void record( Agent::TraceLevel level, Pieces&&... pieces )
+{
+    Agent::traceBoth< Statement >( traceHandle(), level, pieces... );
+}
+
+/// As the library packs it: a text of sixteen characters.
+constexpr std::string_view chunksText = "1111111111111110";
+
+/// The helper's two records and those that both variants write.
+void recordTheOperations( const UdfDesc& desc, const QualIdList& quals )
+{
+    record( 4, "programUdfInHw", " mod:", unit, " udfDesc: ", desc );
+    record( 4,
+            "create",
+            " mod:",
+            unit,
+            " ethType: ",
+            desc.ethType(),
+            " appType: ",
+            static_cast< unsigned >( desc.appType() ),
+            " offset: ",
+            desc.offset(),
+            " length: ",
+            desc.length() );
+    record( 4, "create", "mod: ", unit, " Flex bitmap is now: ", chunksText );
+    record( 4, "removeUdfFromHw", " mod:", unit, " udfDesc: ", desc, " quals: ", quals );
+    record( 4, "destroy" );
+    record( 8, "destroy", " mod: ", unit, " Flex bitmap start: ", chunksText );
+    record( 8, "destroy", " mod: ", unit, " Flex bitmap end: ", chunksText );
+}
+
+// ---- Rows --------------------------------------------------------------------------------------
+
+constexpr Budget operationBudget{ .ratio = 1.25 };
+
+/// The helper's way, against the calls with records and a list as result, as they are required,
+/// and against the bare calls.
+template< class Helper, class ByHand >
+void registerVariant( const std::string& variant, Helper* helper, ByHand byHand )
+{
+    static FlexParserSdk sdk;
+    const Scene scene{ .sdk = &sdk };
+    const UdfDesc desc = requested();
+    const auto ours = [ = ] {
+        const QualIdList quals = helper->programUdfInHw( desc );
+        helper->removeUdfFromHw( desc, quals );
+    };
+    const auto floor = [ = ] {
+        QualIdList quals;
+        quals.qualIdIs( 0 );
+        recordTheOperations( desc, quals );
+        byHand( desc );
+    };
+    const std::string name = "flex UDF, " + variant + ": program, remove";
+    registerPair( { name, scene, operationBudget }, ours, floor );
+    registerPair( { name + "; floor: bare calls", scene, {} }, ours, [ = ] { byHand( desc ); } );
+}
+
+} // namespace
+
+void registerFlexParserBenchmarks()
+{
+    static const auto sdk6 = PeloraTcam::udfFlexParserHelperFactory( unit, 0, false );
+    static const auto hsdk = PeloraTcam::udfFlexParserHsdkHelperFactory( unit, 0, false );
+    registerVariant( "SDK-6", &*sdk6, programAndRemoveByHand );
+    registerVariant( "HSDK", &*hsdk, programAndRemoveByHandHsdk );
+}
+
+} // namespace Bench
