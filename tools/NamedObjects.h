@@ -7,6 +7,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -25,7 +26,10 @@ class NamedObjects
     void requireFree( const std::string& name ) const
     {
         if ( objects_.contains( name ) ) {
-            throw StepError( "there is a " + kind_ + " '" + name + "' already" );
+            const bool isVowel =
+                std::string_view( "aeio" ).find( kind_.front() ) != std::string_view::npos;
+            throw StepError( ( isVowel ? "there is an " : "there is a " ) + kind_ + " '" + name +
+                             "' already" );
         }
     }
 

@@ -35,6 +35,20 @@ struct AuditCounts
     std::size_t foreign = 0;  ///< user-defined fields of the chip that nobody here has made
 };
 
+/// A group as a scenario knows it.
+struct NamedGroup
+{
+    bcm_field_group_t id = 0;
+    Reference::GroupDesc desc;
+};
+
+/// A TCAM entry as a scenario knows it.
+struct NamedEntry
+{
+    PeloraTcam::TcamEntryId id = 0;
+    std::string group; ///< the name of its group
+};
+
 /// A user-defined field as a scenario knows it.
 struct NamedUdf
 {
@@ -71,7 +85,7 @@ class RunContext
 
     [[nodiscard]] Reference::GroupManager& groups() { return groups_; }
 
-    [[nodiscard]] NamedObjects< bcm_field_group_t >& groupNames() { return groupNames_; }
+    [[nodiscard]] NamedObjects< NamedGroup >& groupNames() { return groupNames_; }
 
     [[nodiscard]] Reference::PreselectorManager& preselectors() { return preselectors_; }
 
@@ -98,6 +112,14 @@ class RunContext
     [[nodiscard]] TcamManagers& tcam() { return tcam_; }
 
     [[nodiscard]] NamedObjects< PeloraTcam::PolicerId >& policerNames() { return policerNames_; }
+
+    [[nodiscard]] NamedObjects< NamedEntry >& entryNames() { return entryNames_; }
+
+    /// Lets an entry of the chip see some traffic, and tells whether a counter counts it.
+    bool seeTraffic( bcm_field_entry_t entry, const Sim::Traffic& traffic )
+    {
+        return simulatedSdk_.chip( unit_ )->count( entry, traffic );
+    }
 
     /// Compares what the managers have recorded with the chip; a mismatch ends the process.
     [[nodiscard]] AuditCounts audit() const;
@@ -147,7 +169,7 @@ class RunContext
     Reference::RangeCheckerManager rangeCheckers_;
     NamedObjects< PeloraTcam::RangeCheckerId > rangeCheckerNames_{ "range checker" };
     Reference::GroupManager groups_;
-    NamedObjects< bcm_field_group_t > groupNames_{ "group" };
+    NamedObjects< NamedGroup > groupNames_{ "group" };
     Reference::PreselectorManager preselectors_;
     NamedObjects< bcm_field_presel_t > preselectorNames_{ "preselector" };
     UdfHelperRequest udfHelperRequest_;
@@ -155,6 +177,7 @@ class RunContext
     NamedObjects< NamedUdf > udfNames_{ "user-defined field" };
     TcamManagers tcam_;
     NamedObjects< PeloraTcam::PolicerId > policerNames_{ "policer" };
+    NamedObjects< NamedEntry > entryNames_{ "entry" };
     Progress progress_;
 };
 

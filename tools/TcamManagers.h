@@ -41,6 +41,12 @@ class TcamManagers
     /// first, for groups of priority 0.
     [[nodiscard]] Reference::CounterManager& counters();
 
+    /// Whether an entry has counters; makes no counter object.
+    [[nodiscard]] bool hasCounters( PeloraTcam::TcamEntryId entryId ) const
+    {
+        return counters_.find( entryId ) != nullptr;
+    }
+
     /// Gives HSDK's counter objects back to the chip if no entry has counters.
     void releaseUnusedCounterObjects();
 

@@ -63,7 +63,7 @@ class CreateGroup : public Step
         if ( !group ) {
             return refused( context.lastFailure() );
         }
-        context.groupNames().add( name_, *group );
+        context.groupNames().add( name_, { *group, desc_ } );
         return created( *group, *context.groups().qualifiers( *group ) );
     }
 

@@ -21,7 +21,7 @@ class DestroyGroup : public Step
 
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
-        const bcm_field_group_t group = context.groupNames().at( name_ );
+        const bcm_field_group_t group = context.groupNames().at( name_ ).id;
         context.groups().destroy( group );
         context.groupNames().remove( name_ );
         return {

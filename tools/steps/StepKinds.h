@@ -28,6 +28,8 @@ struct StepKind
 
 [[nodiscard]] std::span< const StepKind > stepKinds();
 
+std::unique_ptr< const Step > readAllocateCounter( const Sim::YamlNode& node,
+                                                   const ReadContext& context );
 std::unique_ptr< const Step > readAllocatePolicer( const Sim::YamlNode& node,
                                                    const ReadContext& context );
 std::unique_ptr< const Step > readAllocateRangeChecker( const Sim::YamlNode& node,
@@ -35,17 +37,25 @@ std::unique_ptr< const Step > readAllocateRangeChecker( const Sim::YamlNode& nod
 std::unique_ptr< const Step > readAudit( const Sim::YamlNode& node, const ReadContext& context );
 std::unique_ptr< const Step > readChunkPositions( const Sim::YamlNode& node,
                                                   const ReadContext& context );
+std::unique_ptr< const Step > readClearCounters( const Sim::YamlNode& node,
+                                                 const ReadContext& context );
 std::unique_ptr< const Step > readClearFaults( const Sim::YamlNode& node,
                                                const ReadContext& context );
 std::unique_ptr< const Step > readCompress( const Sim::YamlNode& node, const ReadContext& context );
+std::unique_ptr< const Step > readCreateEntry( const Sim::YamlNode& node,
+                                               const ReadContext& context );
 std::unique_ptr< const Step > readCreateGroup( const Sim::YamlNode& node,
                                                const ReadContext& context );
 std::unique_ptr< const Step > readCreatePreselector( const Sim::YamlNode& node,
                                                      const ReadContext& context );
+std::unique_ptr< const Step > readDestroyEntry( const Sim::YamlNode& node,
+                                                const ReadContext& context );
 std::unique_ptr< const Step > readDestroyGroup( const Sim::YamlNode& node,
                                                 const ReadContext& context );
 std::unique_ptr< const Step > readDestroyPreselector( const Sim::YamlNode& node,
                                                       const ReadContext& context );
+std::unique_ptr< const Step > readFreeCounter( const Sim::YamlNode& node,
+                                               const ReadContext& context );
 std::unique_ptr< const Step > readImportRules( const Sim::YamlNode& node,
                                                const ReadContext& context );
 std::unique_ptr< const Step > readInjectFault( const Sim::YamlNode& node,
@@ -53,6 +63,8 @@ std::unique_ptr< const Step > readInjectFault( const Sim::YamlNode& node,
 std::unique_ptr< const Step > readListUdfs( const Sim::YamlNode& node, const ReadContext& context );
 std::unique_ptr< const Step > readProgramUdf( const Sim::YamlNode& node,
                                               const ReadContext& context );
+std::unique_ptr< const Step > readReadCounters( const Sim::YamlNode& node,
+                                                const ReadContext& context );
 std::unique_ptr< const Step > readReleaseCompression( const Sim::YamlNode& node,
                                                       const ReadContext& context );
 std::unique_ptr< const Step > readReleasePolicer( const Sim::YamlNode& node,
@@ -65,5 +77,6 @@ std::unique_ptr< const Step > readRemoveUdf( const Sim::YamlNode& node,
                                              const ReadContext& context );
 std::unique_ptr< const Step > readShowChunks( const Sim::YamlNode& node,
                                               const ReadContext& context );
+std::unique_ptr< const Step > readTraffic( const Sim::YamlNode& node, const ReadContext& context );
 
 } // namespace Tool

@@ -1,0 +1,63 @@
+#include "tools/IpPrefixReader.h"
+
+#include <gtest/gtest.h>
+
+namespace Tool {
+namespace {
+
+using PeloraTcam::IpAddress;
+
+Reference::IpPrefix prefix( const std::string& text )
+{
+    return readIpPrefix( Sim::YamlDocument::fromText( "test", "'" + text + "'" ).root() );
+}
+
+std::string complaintAbout( const std::string& text )
+{
+    try {
+        static_cast< void >( prefix( text ) );
+    } catch ( const Sim::InputError& error ) {
+        return error.message();
+    }
+    return "none";
+}
+
+TEST( IpPrefixReader, Read_Ipv4_IsAddressAndLength )
+{
+    EXPECT_EQ( prefix( "192.0.2.0/24" ).address, IpAddress::v4( 0xC0000200 ) );
+    EXPECT_EQ( prefix( "192.0.2.0/24" ).length, 24U );
+    EXPECT_EQ( prefix( "192.0.2.1" ).length, 32U );
+    EXPECT_EQ( prefix( "0.0.0.0/0" ).length, 0U );
+}
+
+TEST( IpPrefixReader, Read_Ipv6_IsAddressAndLength )
+{
+    IpAddress::Bytes bytes{};
+    bytes[ 0 ] = 0x20;
+    bytes[ 1 ] = 0x01;
+    bytes[ 2 ] = 0x0D;
+    bytes[ 3 ] = 0xB8;
+    EXPECT_EQ( prefix( "2001:db8::/32" ).address, IpAddress::v6( bytes ) );
+    EXPECT_EQ( prefix( "2001:db8::/32" ).length, 32U );
+    EXPECT_EQ( prefix( "2001:db8::" ).length, 128U );
+}
+
+TEST( IpPrefixReader, Read_AnythingElse_Fails )
+{
+    for ( const std::string text : { "", "10.0.0", "10.0.0.256", "2001:db8", "host/24", "/24" } ) {
+        EXPECT_EQ( complaintAbout( text ),
+                   "expected a prefix such as '192.0.2.0/24' or '2001:db8::/32', found '" + text +
+                       "'" );
+    }
+    EXPECT_EQ( complaintAbout( "10.0.0.0/33" ),
+               "expected a prefix length from 0 to 32, found '33'" );
+    EXPECT_EQ( complaintAbout( "::/129" ), "expected a prefix length from 0 to 128, found '129'" );
+    EXPECT_EQ( complaintAbout( "10.0.0.0/" ), "expected a prefix length from 0 to 32, found ''" );
+    EXPECT_EQ( complaintAbout( "10.0.0.0/-1" ),
+               "expected a prefix length from 0 to 32, found '-1'" );
+    EXPECT_EQ( complaintAbout( "10.0.0.0/8x" ),
+               "expected a prefix length from 0 to 32, found '8x'" );
+}
+
+} // namespace
+} // namespace Tool

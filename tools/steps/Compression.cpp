@@ -1,0 +1,182 @@
+// compress: { table: srcIp, key: 192.0.2.0/24 }
+// release-compression: { table: srcIp, key: 192.0.2.0/24 }
+
+#include "agent/base/TextPieces.h"
+#include "tools/IpPrefixReader.h"
+#include "tools/PacketNames.h"
+#include "tools/RunContext.h"
+#include "tools/steps/StepKinds.h"
+
+#include <fmt/format.h>
+#include <optional>
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+using PeloraTcam::CompressionKey;
+using Reference::CompressionManager;
+using Reference::CompressionRoom;
+using Sim::YamlNode;
+using Table = PeloraTcam::PeloraCompressionTableType;
+
+// clang-format off
+constexpr std::pair< std::string_view, Table > tables[] = {
+    { "etherType", Table::etherType },
+    { "ipProto",   Table::ipProto },
+    { "l4SrcPort", Table::l4SrcPort },
+    { "l4DstPort", Table::l4DstPort },
+    { "srcIp",     Table::srcIp },
+    { "dstIp",     Table::dstIp },
+};
+
+// clang-format on
+
+/// A value of a table.
+struct Value
+{
+    Table table;
+    CompressionKey key;
+
+    /// "srcIp 192.0.2.0/24"
+    [[nodiscard]] std::string text() const { return Agent::joinPieces( table ) + " " + keyText(); }
+
+    [[nodiscard]] std::string keyText() const
+    {
+        return Agent::joinPieces( PeloraTcam::CompressionData( key ) );
+    }
+};
+
+CompressionKey readKey( Table table, const YamlNode& node )
+{
+    if ( table == Table::srcIp || table == Table::dstIp ) {
+        const Reference::IpPrefix prefix = readIpPrefix( node );
+        return { prefix.address, prefix.length };
+    }
+    if ( table == Table::etherType ) {
+        return CompressionKey( readEtherType( node ) );
+    }
+    if ( table == Table::ipProto ) {
+        return CompressionKey( readIpProtocol( node ) );
+    }
+    Agent::U16 port = 0;
+    node.read( port );
+    return CompressionKey( port );
+}
+
+Value readValue( const YamlNode& node )
+{
+    Table table = Table::invalid;
+    std::optional< CompressionKey > key;
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+        members.required( "table", table, tables );
+        members.required( "key",
+                          [ & ]( const YamlNode& value ) { key = readKey( table, value ); } );
+    } );
+    return { table, *key };
+}
+
+CompressionManager& compressionOf( RunContext& context )
+{
+    CompressionManager* compression = context.tcam().compression();
+    if ( compression == nullptr ) {
+        throw StepError( "an HSDK chip has no field compression" );
+    }
+    return *compression;
+}
+
+class Compress : public Step
+{
+  public:
+    explicit Compress( Value value )
+        : value_( std::move( value ) )
+    {}
+
+    [[nodiscard]] std::string name() const override { return value_.text(); }
+
+    [[nodiscard]] StepResult run( RunContext& context ) const override
+    {
+        CompressionManager& compression = compressionOf( context );
+        if ( compression.overlapsAnother( value_.table, value_.key ) ) {
+            throw StepError( fmt::format( "the table {} has a prefix that overlaps {}",
+                                          Agent::joinPieces( value_.table ),
+                                          value_.keyText() ) );
+        }
+        const std::optional< Agent::U32 > classId = compression.acquire( value_.table, value_.key );
+        if ( !classId ) {
+            return full( compression );
+        }
+        return given( *classId, compression.users( value_.table, value_.key ) );
+    }
+
+  private:
+    [[nodiscard]] StepResult full( const CompressionManager& compression ) const
+    {
+        const bool noEntry = compression.room( value_.table ) == CompressionRoom::noEntry;
+        return { Outcome::full,
+                 fmt::format( "the table {} has no free {}",
+                              Agent::joinPieces( value_.table ),
+                              noEntry ? "entry" : "class id" ),
+                 Json::object() };
+    }
+
+    [[nodiscard]] StepResult given( Agent::U32 classId, std::size_t users ) const
+    {
+        std::string text = fmt::format( "class {}", classId );
+        if ( users > 1 ) {
+            text += fmt::format( ", shared by {}", users );
+        }
+        return { Outcome::ok,
+                 text,
+                 { { "table", Agent::joinPieces( value_.table ) },
+                   { "key", value_.keyText() },
+                   { "class", classId },
+                   { "users", users } } };
+    }
+
+    Value value_;
+};
+
+class ReleaseCompression : public Step
+{
+  public:
+    explicit ReleaseCompression( Value value )
+        : value_( std::move( value ) )
+    {}
+
+    [[nodiscard]] std::string name() const override { return value_.text(); }
+
+    [[nodiscard]] StepResult run( RunContext& context ) const override
+    {
+        CompressionManager& compression = compressionOf( context );
+        const std::optional< Agent::U32 > classId = compression.classId( value_.table, value_.key );
+        if ( !compression.release( value_.table, value_.key ) ) {
+            throw StepError( fmt::format(
+                "the table {} has no {}", Agent::joinPieces( value_.table ), value_.keyText() ) );
+        }
+        const std::size_t users = compression.users( value_.table, value_.key );
+        const std::string left =
+            users == 0 ? "back to the chip" : fmt::format( "{} left that share it", users );
+        return { Outcome::ok,
+                 fmt::format( "class {}, {}", classId.value_or( 0 ), left ),
+                 { { "class", classId.value_or( 0 ) }, { "users", users } } };
+    }
+
+  private:
+    Value value_;
+};
+
+} // namespace
+
+std::unique_ptr< const Step > readCompress( const YamlNode& node, const ReadContext& )
+{
+    return std::make_unique< Compress >( readValue( node ) );
+}
+
+std::unique_ptr< const Step > readReleaseCompression( const YamlNode& node, const ReadContext& )
+{
+    return std::make_unique< ReleaseCompression >( readValue( node ) );
+}
+
+} // namespace Tool

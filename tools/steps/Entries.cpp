@@ -1,0 +1,185 @@
+// create-entry: { name: web, group: acl, src: 192.0.2.0/24, protocol: tcp, dst-port: 80 }
+// destroy-entry: { name: web }
+
+#include "agent/base/TextPieces.h"
+#include "tools/IpPrefixReader.h"
+#include "tools/PacketNames.h"
+#include "tools/RunContext.h"
+#include "tools/steps/EnumeratorReader.h"
+#include "tools/steps/Refused.h"
+#include "tools/steps/StepKinds.h"
+
+#include <fmt/format.h>
+#include <limits>
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+using PeloraTcam::ActionType;
+using PeloraTcam::TcamEntryId;
+using Reference::EntryDesc;
+using Reference::Masked;
+using Sim::YamlNode;
+
+/// An entry as the scenario says it: with names, which stand for something when the step is run.
+struct WantedEntry
+{
+    std::string name;
+    std::string group;
+    std::optional< std::string > policer;
+    EntryDesc desc;
+};
+
+class CreateEntry : public Step
+{
+  public:
+    explicit CreateEntry( WantedEntry wanted )
+        : wanted_( std::move( wanted ) )
+    {}
+
+    [[nodiscard]] std::string name() const override { return wanted_.name; }
+
+    [[nodiscard]] StepResult run( RunContext& context ) const override
+    {
+        context.entryNames().requireFree( wanted_.name );
+        EntryDesc desc = wanted_.desc;
+        desc.group = context.groupNames().at( wanted_.group ).id;
+        if ( wanted_.policer ) {
+            desc.policer = context.policerNames().at( *wanted_.policer );
+        }
+        Reference::EntryManager& entries = context.tcam().entries();
+        const std::optional< TcamEntryId > entry = entries.create( desc );
+        if ( !entry ) {
+            return refused( context.firstFailure() );
+        }
+        if ( !installed( entries, *entry ) ) {
+            return refused( context.firstFailure() );
+        }
+        context.entryNames().add( wanted_.name, { *entry, wanted_.group } );
+        return created( *entry );
+    }
+
+  private:
+    /// An entry that does not come into the hardware, by a refusal or an exception, is none.
+    static bool installed( Reference::EntryManager& entries, TcamEntryId entry )
+    {
+        bool done = false;
+        try {
+            done = entries.install( entry );
+        } catch ( ... ) {
+            entries.destroy( entry );
+            throw;
+        }
+        if ( !done ) {
+            entries.destroy( entry );
+        }
+        return done;
+    }
+
+    [[nodiscard]] StepResult created( TcamEntryId entry ) const
+    {
+        std::vector< std::string > actions;
+        for ( const Reference::EntryAction& action : wanted_.desc.actions ) {
+            actions.push_back( Agent::joinPieces( action.type ) );
+        }
+        return { Outcome::ok,
+                 fmt::format( "id {}, in group {}, priority {}{}",
+                              entry,
+                              wanted_.group,
+                              wanted_.desc.priority,
+                              wanted_.policer ? ", policer " + *wanted_.policer : "" ),
+                 { { "id", entry },
+                   { "group", wanted_.group },
+                   { "priority", wanted_.desc.priority },
+                   { "actions", actions } } };
+    }
+
+    WantedEntry wanted_;
+};
+
+class DestroyEntry : public Step
+{
+  public:
+    explicit DestroyEntry( std::string name )
+        : name_( std::move( name ) )
+    {}
+
+    [[nodiscard]] std::string name() const override { return name_; }
+
+    [[nodiscard]] StepResult run( RunContext& context ) const override
+    {
+        const TcamEntryId entry = context.entryNames().at( name_ ).id;
+        if ( context.tcam().hasCounters( entry ) ) {
+            throw StepError( fmt::format( "the entry '{}' has counters", name_ ) );
+        }
+        context.tcam().entries().destroy( entry );
+        context.entryNames().remove( name_ );
+        return {
+            Outcome::ok, fmt::format( "id {}, back to the chip", entry ), { { "id", entry } } };
+    }
+
+  private:
+    std::string name_;
+};
+
+void readPort( std::optional< Masked< Agent::U16 > >& port, const YamlNode& node )
+{
+    Agent::U16 number = 0;
+    node.read( number );
+    port = Masked< Agent::U16 >{ number, 0xFFFF };
+}
+
+void readQualifiers( Sim::YamlMembers& members, Reference::EntryQualifiers& qualifiers )
+{
+    members.optional( "src",
+                      [ & ]( const YamlNode& node ) { qualifiers.source = readIpPrefix( node ); } );
+    members.optional(
+        "dst", [ & ]( const YamlNode& node ) { qualifiers.destination = readIpPrefix( node ); } );
+    members.optional( "ethertype", [ & ]( const YamlNode& node ) {
+        qualifiers.etherType = Masked< Agent::U16 >{ readEtherType( node ), 0xFFFF };
+    } );
+    members.optional( "protocol", [ & ]( const YamlNode& node ) {
+        const Agent::U8 protocol = readIpProtocol( node );
+        if ( protocol != 0 ) {
+            qualifiers.protocol = Masked< Agent::U8 >{ protocol, 0xFF };
+        }
+    } );
+    members.optional( "src-port",
+                      [ & ]( const YamlNode& node ) { readPort( qualifiers.sourcePort, node ); } );
+    members.optional( "dst-port", [ & ]( const YamlNode& node ) {
+        readPort( qualifiers.destinationPort, node );
+    } );
+}
+
+} // namespace
+
+std::unique_ptr< const Step > readCreateEntry( const YamlNode& node, const ReadContext& )
+{
+    WantedEntry wanted;
+    wanted.desc.actions = { { ActionType::drop } };
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+        members.required( "name", wanted.name );
+        members.required( "group", wanted.group );
+        members.optional( "priority", wanted.desc.priority, 0, std::numeric_limits< int >::max() );
+        readQualifiers( members, wanted.desc.qualifiers );
+        members.optional( "policer", wanted.policer );
+        members.optional( "actions", [ & ]( const YamlNode& list ) {
+            wanted.desc.actions.clear();
+            list.readItems( [ & ]( const YamlNode& item ) {
+                wanted.desc.actions.push_back( { readEnumerator< ActionType >( item ) } );
+            } );
+        } );
+    } );
+    return std::make_unique< CreateEntry >( wanted );
+}
+
+std::unique_ptr< const Step > readDestroyEntry( const YamlNode& node, const ReadContext& )
+{
+    std::string name;
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    return std::make_unique< DestroyEntry >( name );
+}
+
+} // namespace Tool

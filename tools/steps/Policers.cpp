@@ -1,0 +1,199 @@
+// allocate-policer: { name: voice, mode: trTcm, cir: 10Mbps, pir: 20Mbps, cbs: 64KB, pbs: 128KB }
+// release-policer: { name: voice }
+
+#include "agent/base/TextPieces.h"
+#include "tools/RateUnits.h"
+#include "tools/RunContext.h"
+#include "tools/steps/EnumeratorReader.h"
+#include "tools/steps/StepKinds.h"
+
+#include <fmt/format.h>
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+using PeloraTcam::Policer;
+using PeloraTcam::PolicerId;
+using PeloraTcam::PolicerMode;
+using PeloraTcam::StageType;
+using Reference::PolicerSharing;
+
+// clang-format off
+constexpr std::pair< std::string_view, PolicerMode > modes[] = {
+    { "committed", PolicerMode::committed },
+    { "trTcm",     PolicerMode::trTcm },
+    { "srTcm",     PolicerMode::srTcm },
+};
+
+constexpr std::pair< std::string_view, bool > colors[] = {
+    { "aware", true },
+    { "blind", false },
+};
+
+constexpr std::pair< std::string_view, StageType > stages[] = {
+    { "vfp", StageType::vfp },
+    { "ifp", StageType::ifp },
+    { "efp", StageType::efp },
+};
+
+// clang-format on
+
+/// A mode by its name; or by its number, so that one can be tried that there is not.
+PolicerMode readMode( const Sim::YamlNode& node )
+{
+    PolicerMode mode = PolicerMode::committed;
+    if ( looksLikeANumber( node ) ) {
+        Agent::U8 number = 0;
+        node.read( number );
+        return static_cast< PolicerMode >( number );
+    }
+    node.read( mode, modes );
+    return mode;
+}
+
+class AllocatePolicer : public Step
+{
+  public:
+    AllocatePolicer( std::string name,
+                     const Policer& policer,
+                     StageType stage,
+                     PolicerSharing sharing )
+        : name_( std::move( name ) )
+        , policer_( policer )
+        , stage_( stage )
+        , sharing_( sharing )
+    {}
+
+    [[nodiscard]] std::string name() const override { return name_; }
+
+    [[nodiscard]] StepResult run( RunContext& context ) const override
+    {
+        context.policerNames().requireFree( name_ );
+        Reference::PolicerManager& policers = context.tcam().policers();
+        const std::optional< PolicerId > id = policers.acquire( policer_, stage_, sharing_ );
+        if ( !id ) {
+            return {
+                Outcome::full,
+                fmt::format( "{} of {} policers in use", policers.size(), policers.capacity() ),
+                Json::object() };
+        }
+        context.policerNames().add( name_, *id );
+        return allocated( *id, policers.users( *id ) );
+    }
+
+  private:
+    [[nodiscard]] StepResult allocated( PolicerId id, std::size_t users ) const
+    {
+        std::string text = fmt::format( "id {}, {} {}, burst {}",
+                                        id,
+                                        Agent::joinPieces( policer_.mode ),
+                                        rateText( policer_.committedRate ),
+                                        burstText( policer_.committedBurst ) );
+        if ( policer_.mode == PolicerMode::trTcm ) {
+            text += fmt::format( ", peak {}, burst {}",
+                                 rateText( policer_.peakRate ),
+                                 burstText( policer_.peakBurst ) );
+        }
+        if ( users > 1 ) {
+            text += fmt::format( ", shared by {}", users );
+        }
+        return { Outcome::ok,
+                 text,
+                 { { "id", id },
+                   { "mode", Agent::joinPieces( policer_.mode ) },
+                   { "cir", policer_.committedRate },
+                   { "cbs", policer_.committedBurst },
+                   { "pir", policer_.peakRate },
+                   { "pbs", policer_.peakBurst },
+                   { "users", users } } };
+    }
+
+    std::string name_;
+    Policer policer_;
+    StageType stage_;
+    PolicerSharing sharing_;
+};
+
+class ReleasePolicer : public Step
+{
+  public:
+    explicit ReleasePolicer( std::string name )
+        : name_( std::move( name ) )
+    {}
+
+    [[nodiscard]] std::string name() const override { return name_; }
+
+    [[nodiscard]] StepResult run( RunContext& context ) const override
+    {
+        const PolicerId id = context.policerNames().at( name_ );
+        context.tcam().policers().release( id );
+        context.policerNames().remove( name_ );
+        const std::size_t users = context.tcam().policers().users( id );
+        const std::string left =
+            users == 0 ? "back to the chip" : fmt::format( "{} left that share it", users );
+        return { Outcome::ok,
+                 fmt::format( "id {}, {}", id, left ),
+                 { { "id", id }, { "users", users } } };
+    }
+
+  private:
+    std::string name_;
+};
+
+/// A peak belongs to the mode with two rates; without one the chip would be asked for none.
+void requirePeak( const Policer& policer, bool hasPeak, const Sim::YamlNode& node )
+{
+    if ( policer.mode == PolicerMode::trTcm && !hasPeak ) {
+        node.fail( "expected 'pir' and 'pbs' with the mode 'trTcm'" );
+    }
+    if ( policer.mode != PolicerMode::trTcm && hasPeak ) {
+        node.fail( "'pir' and 'pbs' belong to the mode 'trTcm'" );
+    }
+}
+
+} // namespace
+
+std::unique_ptr< const Step > readAllocatePolicer( const Sim::YamlNode& node, const ReadContext& )
+{
+    std::string name;
+    Policer policer;
+    StageType stage = StageType::ifp;
+    bool shared = false;
+    bool hasPeakRate = false;
+    bool hasPeakBurst = false;
+    using Sim::YamlNode;
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+        members.required( "name", name );
+        members.required( "mode",
+                          [ & ]( const YamlNode& value ) { policer.mode = readMode( value ); } );
+        members.required(
+            "cir", [ & ]( const YamlNode& value ) { policer.committedRate = readRate( value ); } );
+        members.required( "cbs", [ & ]( const YamlNode& value ) {
+            policer.committedBurst = readBurst( value );
+        } );
+        hasPeakRate = members.optional(
+            "pir", [ & ]( const YamlNode& value ) { policer.peakRate = readRate( value ); } );
+        hasPeakBurst = members.optional(
+            "pbs", [ & ]( const YamlNode& value ) { policer.peakBurst = readBurst( value ); } );
+        members.optional( "color", policer.colorAware, colors );
+        members.optional( "stage", stage, stages );
+        members.optional( "shared", shared );
+    } );
+    if ( hasPeakRate != hasPeakBurst ) {
+        node.fail( "expected 'pir' and 'pbs' together" );
+    }
+    requirePeak( policer, hasPeakRate, node );
+    return std::make_unique< AllocatePolicer >(
+        name, policer, stage, shared ? PolicerSharing::shared : PolicerSharing::own );
+}
+
+std::unique_ptr< const Step > readReleasePolicer( const Sim::YamlNode& node, const ReadContext& )
+{
+    std::string name;
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    return std::make_unique< ReleasePolicer >( name );
+}
+
+} // namespace Tool
