@@ -235,6 +235,16 @@ TEST_F( HsdkPolicerTest, Release_SdkThrows_TheIdStaysTaken )
     EXPECT_NE( chipText(), "" );
 }
 
+TEST_F( HsdkPolicerTest, Release_DestructionWasDropped_IsNoticedWhenTheIdIsUsedAgain )
+{
+    const PolicerId id = hsdk->getPolicer( oneRate, stageIfp() );
+    faulty.add( { { .function = "bcm_policer_destroy" }, Sim::DropCall{} } );
+    hsdk->releasePolicer( id, stageIfp() );
+    EXPECT_EQ( allocatedIds(), 0U );
+    expectFatalCall(
+        hsdkCreate, -8, "Entry exists", [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
+}
+
 // ---- What it has from the SDK-6 helper ---------------------------------------------------------
 
 TEST_F( HsdkPolicerTest, Verify_AsRecordedAndNot_JudgesAsTheSdk6Helper )

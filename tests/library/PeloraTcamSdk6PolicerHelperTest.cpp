@@ -279,11 +279,42 @@ TEST_F( Sdk6PolicerTest, Verify_Flags_ComparesBit80Only )
 
 TEST_F( Sdk6PolicerTest, Verify_CreateWasDroppedOrIdReleased_Dies )
 {
+    const auto expectNotFound = [ this ]( PolicerId id ) {
+        expectFatalCall( sdk6Get, -7, "Entry not found", [ & ] {
+            sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
+        } );
+    };
     faulty.add( { { .function = "bcm_policer_create" }, Sim::DropCall{} } );
+    expectNotFound( sdk6->getPolicer( twoRates, stageIfp() ) );
+    const PolicerId released = sdk6->getPolicer( twoRates, stageIfp() );
+    sdk6->releasePolicer( released, stageIfp() );
+    expectNotFound( released );
+    expectNotFound( 0 );
+}
+
+TEST_F( Sdk6PolicerTest, Verify_ReadingWritesNothing_ComparesTheInitialisersValues )
+{
     const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
-    expectFatalCall( sdk6Get, -7, "Entry not found", [ & ] {
-        sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
-    } );
+    sdk.on.bcm_policer_get = returns( 0 );
+    expectOutOfSync( twoRates, id );
+    sdk.on.bcm_policer_config_t_init = [ this ]( bcm_policer_config_t* conf ) {
+        *conf = { .flags = 0x84,
+                  .mode = sdk.bcmPolicerModeTrTcm(),
+                  .ckbits_sec = 1000,
+                  .ckbits_burst = 64,
+                  .pkbits_sec = 2000,
+                  .pkbits_burst = 128 };
+    };
+    sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
+}
+
+// The policer that is left behind has no record that an audit could start from.
+TEST_F( Sdk6PolicerTest, Release_DestructionWasDropped_IsNotNoticed )
+{
+    const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
+    faulty.add( { { .function = "bcm_policer_destroy" }, Sim::DropCall{} } );
+    sdk6->releasePolicer( id, stageIfp() );
+    sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
 }
 
 TEST_F( Sdk6PolicerTest, Verify_EachFailure_Dies )

@@ -63,6 +63,19 @@ TEST_F( PolicerTwinsTest, Get_Failure_NamesTheCallOrRc )
         hsdkCreate, -6, "Table full", [ this ] { hsdk->getPolicer( policer, stageIfp() ); } );
 }
 
+TEST_F( PolicerTwinsTest, Get_PositiveReturnCode_IsSuccessOrGivesTheIdWithoutATrace )
+{
+    sdk.on.bcm_policer_create = []( int, bcm_policer_config_t*, bcm_policer_t* id ) {
+        *id = 100;
+        return 1;
+    };
+    const TraceRecorder traces( policerFacility, 1U << 4 | 1U << 8 );
+    EXPECT_EQ( sdk6->getPolicer( policer, stageIfp() ), 100U );
+    EXPECT_THAT( traces.texts(), ElementsAre( "getPolicerCreated policer id : 100" ) );
+    EXPECT_EQ( hsdk->getPolicer( policer, stageIfp() ), 100U );
+    EXPECT_EQ( traces.texts().size(), 1U );
+}
+
 TEST_F( PolicerTwinsTest, Get_SdkLeavesIdZero_DiesOrGivesIt )
 {
     sdk.on.bcm_policer_create = []( int, bcm_policer_config_t*, bcm_policer_t* id ) {
