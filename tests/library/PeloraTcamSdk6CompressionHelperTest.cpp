@@ -221,6 +221,15 @@ TEST_P( CompressionTableTest, Get_GroupHasNoRoom_Dies )
     } );
 }
 
+TEST_P( CompressionTableTest, Get_CreateWasDropped_DiesAtTheQualifier )
+{
+    faulty.add( { { .function = "bcm_field_entry_create" }, Sim::DropCall{} } );
+    expectFatalCall( { source, row.createFunction, row.qualifyText },
+                     -7,
+                     "Entry not found",
+                     [ this ] { get( row.table, row.data ); } );
+}
+
 INSTANTIATE_TEST_SUITE_P( Tables,
                           CompressionTableTest,
                           ::testing::ValuesIn( rows ),
@@ -386,6 +395,40 @@ TEST_F( CompressionTest, Release_EachFailure_Dies )
         { source, "releaseFieldCompressionEntry", "bcm_field_entry_remove( fapId().value(), id )" },
         [ this ]( int rc ) { sdk.on.bcm_field_entry_remove = returns( rc ); },
         [ this ] { helper->releaseFieldCompressionEntry( 1, TableType::ipProto ); } );
+}
+
+// ---- Writes that are dropped -------------------------------------------------------------------
+
+// Compression entries are not audited: nothing reads back how they match and what they do.
+TEST_F( CompressionTest, Get_QualifierOrClassWasDropped_IsNotNoticed )
+{
+    faulty.add( { { .function = "bcm_field_qualify_IpProtocol" }, Sim::DropCall{} } );
+    faulty.add( { { .function = "bcm_field_action_class_add", .call = 2 }, Sim::DropCall{} } );
+    get( TableType::ipProto, number( 6 ) );
+    get( TableType::ipProto, number( 17 ) );
+    EXPECT_EQ( chipText(),
+               "field entry 1: group=245 priority=0 installed=yes action:ClassSet=9,0\n"
+               "field entry 2: group=245 priority=0 installed=yes IpProtocol=0x11/0xff\n" );
+}
+
+TEST_F( CompressionTest, Get_InstallationWasDropped_IsNoticedAtTheRelease )
+{
+    faulty.add( { { .function = "bcm_field_entry_install" }, Sim::DropCall{} } );
+    const Agent::U64 id = get( TableType::ipProto, number( 6 ) );
+    expectFatalCall(
+        { source, "releaseFieldCompressionEntry", "bcm_field_entry_remove( fapId().value(), id )" },
+        -7,
+        "Entry not found",
+        [ & ] { helper->releaseFieldCompressionEntry( id, TableType::ipProto ); } );
+}
+
+TEST_F( CompressionTest, Release_RemovalWasDropped_IsNotNoticed )
+{
+    const Agent::U64 id = get( TableType::ipProto, number( 6 ) );
+    const std::string before = chipText();
+    faulty.add( { { .function = "bcm_field_entry_remove" }, Sim::DropCall{} } );
+    helper->releaseFieldCompressionEntry( id, TableType::ipProto );
+    EXPECT_EQ( chipText(), before );
 }
 
 // ---- What it writes --------------------------------------------------------------------------
