@@ -152,6 +152,7 @@ CounterInfo PeloraTcamHsdkCounterHelper::allocateCounter( StageType stage,
         getGroupIdMap().getHardwareGroupId( commonHardwareGroupKey( logicalGroupId ) );
     const FlexctrAttachment attachment = getFlexctrManager()->attachFlexctr(
         unit(), stage, pipeId(), chipInfo(), priority, entryId, counterSet, hardwareGroupId );
+    // DIFFERS: with SDK-6 a refused attachment is fatal.
     if ( !attachment.complete() ) {
         return {};
     }

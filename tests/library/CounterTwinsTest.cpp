@@ -116,6 +116,19 @@ TEST_F( CounterTwinsTest, Allocate_NoRoom_IsARefusedCreationOrAMissingObject )
                   "counters " ) );
 }
 
+TEST_F( CounterTwinsTest, Allocate_RefusedAttachment_DiesOrGivesTheDefault )
+{
+    sdk.on.bcm_field_entry_stat_attach = returns( -14 );
+    flexctrs.state = PeloraTcam::FlexctrAttachState::refused;
+    expectFatalCall( { sdk6Source,
+                       "allocateCounter",
+                       "bcm_field_entry_stat_attach( unit(), entryId, sdkStatId )" },
+                     -14,
+                     "Out of hardware resources",
+                     [ this ] { allocateSdk6( setOf( { 1 } ) ); } );
+    EXPECT_EQ( allocate( setOf( { 1 } ) ), CounterInfo() );
+}
+
 TEST_F( CounterTwinsTest, Allocate_GroupTrace_IsAtLevel8OrNone )
 {
     const auto isGroupTrace = ::testing::HasSubstr( "Creating stat for group" );

@@ -368,6 +368,57 @@ TEST_F( HsdkCounterChipTest, Allocate_ObjectExhausted_GivesTheDefaultUntilOneIsF
     EXPECT_NE( allocated(), CounterInfo() );
 }
 
+// Flex counters are not read back by an audit: what is noticed is what a later call runs into.
+
+TEST_F( HsdkCounterChipTest, Allocate_AttachmentWasDropped_IsNoticedWhenItIsFreed )
+{
+    faulty.add( { { .function = "bcm_field_entry_flexctr_attach" }, Sim::DropCall{} } );
+    const CounterInfo info = allocated();
+    EXPECT_NE( info, CounterInfo() );
+    helper->verifyCounters( info.statId, { { CounterType::packets, 0 } } );
+    const auto entry = static_cast< bcm_field_entry_t >( info.entryId );
+    EXPECT_FALSE( chips.chip( unit )->count( entry, { 3, 180 } ) );
+    EXPECT_EQ( helper->getPacketHits( info ), 0U );
+    expectFatalCall( { "agent/tcam/SdkFlexctrManager.cpp",
+                       "detachAll",
+                       "bcm_field_entry_flexctr_detach( unit, entry, &config )" },
+                     -7,
+                     "Entry not found",
+                     [ & ] { helper->freeCounter( stageIfp(), 5, info.entryId, info, 1 ); } );
+}
+
+TEST_F( HsdkCounterChipTest, Free_DetachmentWasDropped_IsNoticedWhenTheEntryGetsAnother )
+{
+    const CounterInfo info = allocated();
+    faulty.add( { { .function = "bcm_field_entry_flexctr_detach" }, Sim::DropCall{} } );
+    EXPECT_TRUE( helper->freeCounter( stageIfp(), 5, info.entryId, info, 1 ) );
+    EXPECT_EQ( helper->allocateCounter( stageIfp(), 5, info.entryId, info.counterSet, 1 ),
+               CounterInfo() )
+        << "the chip refuses";
+}
+
+TEST_F( HsdkCounterChipTest, Clear_SetWasDropped_IsNotNoticed )
+{
+    const CounterInfo info = allocated();
+    count( info, { 3, 180 } );
+    faulty.addFromNow( { { .function = "bcm_flexctr_stat_set" }, Sim::DropCall{} } );
+    helper->clearHitsForEntry( info );
+    EXPECT_EQ( helper->getPacketHits( info ), 3U );
+}
+
+TEST_F( HsdkCounterChipTest, GetHits_ReadBackCorrupted_AreWhatWasRead )
+{
+    const CounterInfo info = allocated();
+    count( info, { 3, 180 } );
+    faulty.addFromNow(
+        { { .function = "bcm_flexctr_stat_get" }, Sim::CorruptOutput{ "packets", 99 } } );
+    faulty.addFromNow(
+        { { .function = "bcm_flexctr_stat_get", .call = 2 }, Sim::CorruptOutput{ "bytes", 99 } } );
+    EXPECT_EQ( helper->getPacketHits( info ), 99U );
+    EXPECT_EQ( helper->getByteHits( info ), ( Agent::U64{ 1 } << 36 ) + 99 )
+        << "less than the 180 before: it seems to have wrapped";
+}
+
 TEST_F( HsdkCounterChipTest, Reads_TracingOff_AllocateNothing )
 {
     const CounterInfo info = allocated();
