@@ -20,7 +20,7 @@ struct Floor
 };
 
 // clang-format off
-const std::array< Floor, 9 > floors{ {
+const std::array< Floor, 10 > floors{ {
     { "agent/base/", { "agent/base/" },                                                     true },
     { "sdk/",        { "sdk/", "agent/base/" },                                             true },
     { "agent/tcam/", { "agent/tcam/", "sdk/", "agent/base/" },                              true },
@@ -28,6 +28,7 @@ const std::array< Floor, 9 > floors{ {
     { "sim/",        { "sim/", "sdk/" },                                                    false },
     { "reference/",  { "reference/", "PeloraTcam/", "agent/", "sdk/" },                     false },
     { "tools/",      { "tools/", "reference/", "PeloraTcam/", "sim/", "agent/", "sdk/" },   false },
+    { "examples/",   { "examples/", "PeloraTcam/", "sim/", "agent/", "sdk/" },              false },
     { "bench/",      { "" },                                                                false },
     { "tests/",      { "" },                                                                false },
 } };

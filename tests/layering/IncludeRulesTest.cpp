@@ -110,6 +110,17 @@ TEST( IncludeRulesTest, Check_Tool_KnowsAllButTestsAndBenchmarks )
                               "tools/Scenario.h" ) );
 }
 
+TEST( IncludeRulesTest, Check_Example_KnowsWhatIsInstalled )
+{
+    EXPECT_THAT( allowedTo( "examples/agent/Agent.cpp" ),
+                 ElementsAre( "PeloraTcam/Udf.h",
+                              "agent/base/Trace.h",
+                              "agent/tcam/TcamTypes.h",
+                              "sdk/SdkAccess.h",
+                              "sdk/SdkCall.h",
+                              "sim/SimRange.h" ) );
+}
+
 TEST( IncludeRulesTest, Check_TestsAndBenchmarks_KnowEverything )
 {
     EXPECT_EQ( allowedTo( "tests/sim/SimRangeTest.cpp" ).size(), 10U );
