@@ -88,27 +88,38 @@ class FlexParserTwinsTest : public FlexParserScene< Sdk6Parser >
             [ & ] { Parser::destroy( unit, qualsOf( { 1 } ), format( ip6Format ) ); } );
     }
 
-    /// Whether a UDF at offset 2 that reads back at another one passes the audit.
+    /// Whether a UDF at offset 2 that reads back at another one, in some format, passes the audit.
     template< class Parser >
-    bool passes( Agent::U32 readOffset )
+    bool passes( Agent::U32 readOffset, Format readFormat )
     {
-        sdk.on.bcm_udf_chunk_info_get = [ =, this ]( int, int, bcm_udf_chunk_info_t* info ) {
+        sdk.on.bcm_udf_chunk_info_get = [ = ]( int, int, bcm_udf_chunk_info_t* info ) {
             info->offsetIs( readOffset );
             info->widthIs( 2 );
             info->chunk_bmapIs( 1 );
-            info->abstract_pkt_formatIs( sdk.bcmUdfAbstractPktFormatL3Ipv6() );
+            info->abstract_pkt_formatIs( readFormat );
             return 0;
         };
-        sdk.on.bcm_udf_multi_chunk_info_get =
-            [ =, this ]( int, int, bcm_udf_multi_chunk_info_t* info ) {
-                info->offsetIs( readOffset );
-                info->widthIs( 2 );
-                info->two_byte_chunk_bmap().w[ 0 ] = 1;
-                info->abstract_pkt_formatIs( sdk.bcmUdfAbstractPktFormatL3Ipv6() );
-                return 0;
-            };
+        sdk.on.bcm_udf_multi_chunk_info_get = [ = ]( int, int, bcm_udf_multi_chunk_info_t* info ) {
+            info->offsetIs( readOffset );
+            info->widthIs( 2 );
+            info->two_byte_chunk_bmap().w[ 0 ] = 1;
+            info->abstract_pkt_formatIs( readFormat );
+            return 0;
+        };
         return runInChild( [ & ] { Parser::verify( unit, udfDescOf( 2, 2 ), qualsOf( { 1 } ) ); } )
             .returned;
+    }
+
+    /// The removal of two UDFs on these chunks of a format without free ones.
+    template< class Parser >
+    ChildRun removalOfChunks( const std::vector< Agent::U32 >& chunks )
+    {
+        freeChunksAre( 0 );
+        readChunksAre( chunks );
+        sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
+        return runInChild( [ & ] {
+            Parser::destroy( unit, qualsOf( { 1, 2 } ), format( ip6Format ) );
+        } );
     }
 
     static constexpr auto sdk6Helper = PeloraTcam::udfFlexParserHelperFactory;
@@ -137,11 +148,15 @@ TEST_F( FlexParserTwinsTest, Formats_OfTheLibrary_DifferInTwo )
                                 sdk.bcmUdfAbstractPktFormatArp() };
     for ( const Format format : sdk6Only ) {
         EXPECT_TRUE( Sdk6Parser::formats().contains( format ) );
+        EXPECT_TRUE( passes< Sdk6Parser >( 2, format ) );
         EXPECT_FALSE( HsdkParser::formats().contains( format ) );
+        EXPECT_FALSE( passes< HsdkParser >( 16, format ) );
     }
     for ( const Format format : hsdkOnly ) {
         EXPECT_FALSE( Sdk6Parser::formats().contains( format ) );
+        EXPECT_FALSE( passes< Sdk6Parser >( 2, format ) );
         EXPECT_TRUE( HsdkParser::formats().contains( format ) );
+        EXPECT_TRUE( passes< HsdkParser >( 16, format ) );
     }
 }
 
@@ -190,18 +205,62 @@ TEST_F( FlexParserTwinsTest, Create_Room_IsOneCountOrTheSmallerOfTwo )
     }
 }
 
-// What the message counts is what is marked free, not the smaller number.
-TEST_F( FlexParserTwinsTest, Create_TooFewOfTheSdksCount_MessageHasTheChunksMarkedFree )
+// On HSDK what the message counts is what is marked free, not the smaller number.
+TEST_F( FlexParserTwinsTest, Create_TooFewChunksMessage_HasTheOneCountOrTheChunksMarkedFree )
 {
+    freeChunksAre( 0b1 );
     sdk.on.bcm_udf_multi_abstract_pkt_format_info_get =
         []( int, Format, bcm_udf_multi_abstract_pkt_format_info_t* info ) {
             info->num_chunks_availableIs( 1 );
             info->chunk_2b_bmap_avail().w[ 0 ] = 0b111;
             return 0;
         };
+    EXPECT_THAT( creationLines< Sdk6Parser >( 1, udfDescOf( 2, 4 ) ),
+                 ElementsAre( "createUdfQualifierFlexParsermod: 5 Msg: Not enough chunks to "
+                              "program UDF availChunks 1 requested chunks: 2" ) );
     EXPECT_THAT( creationLines< HsdkParser >( 1, udfDescOf( 2, 4 ) ),
-                 Contains( "createUdfQualifierFlexParserHsdkmod:5 Msg: Not enough chunks to "
-                           "program UDF availChunks 3 requested chunks: 2" ) );
+                 ElementsAre( "createUdfQualifierFlexParserHsdkmod:5 Msg: Not enough chunks to "
+                              "program UDF availChunks 3 requested chunks: 2" ) );
+}
+
+TEST_F( FlexParserTwinsTest, Create_ReadingTheFormat_IsTracedOrNot )
+{
+    freeChunksAre( 0b11 );
+    EXPECT_THAT( creationLines< Sdk6Parser >( 8, udfDescOf( 2, 2 ) ),
+                 ::testing::Each( ::testing::StartsWith( "getUdfReservedBitmap apf " ) ) );
+    EXPECT_THAT( creationLines< Sdk6Parser >( 8, udfDescOf( 2, 2 ) ), ::testing::SizeIs( 2 ) );
+    EXPECT_THAT( creationLines< HsdkParser >( 8, udfDescOf( 2, 2 ) ), IsEmpty() );
+}
+
+// Chunk 0 is unavailable, and used by no UDF.
+TEST_F( FlexParserTwinsTest, Program_ChosenChunk_MustNotBeUsedOrMustBeFree )
+{
+    sdk.on.bcm_udf_abstract_pkt_format_info_get =
+        []( int, Format, bcm_udf_abstract_pkt_format_info_t* info ) {
+            info->unavail_chunk_bmapIs( 0b1 );
+            return 0;
+        };
+    sdk.on.bcm_udf_multi_abstract_pkt_format_info_get =
+        []( int, Format, bcm_udf_multi_abstract_pkt_format_info_t* info ) {
+            info->chunk_2b_bmap_avail().w[ 0 ] = 0xFFFE;
+            return 0;
+        };
+    int rc = 99;
+    QualIdList quals;
+    UdfHwProgrammingFootprint footprint;
+    program_abstract_pkt_type(
+        unit, udfDescOf( 2, 2 ), format( ip6Format ), 0b1, rc, quals, footprint );
+    EXPECT_EQ( quals, qualsOf( { 7 } ) );
+    const ChildRun run = runInChild( [ & ] {
+        const Agent::Bitmap::Ptr chunks( new Agent::Bitmap( 16 ) );
+        chunks->bitIs( 0, true );
+        UdfHwProgrammingFootprint none;
+        program_abstract_pkt_type_hsdk(
+            unit, udfDescOf( 2, 2 ), format( ip6Format ), chunks, rc, quals, none );
+    } );
+    EXPECT_THAT( run.errors,
+                 HasSubstr( "Assertion `BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), "
+                            "bit )' failed." ) );
 }
 
 TEST_F( FlexParserTwinsTest, Create_ChosenChunks_AreOneOrAllThatAreNeeded )
@@ -287,6 +346,16 @@ TEST_F( FlexParserTwinsTest, Remove_StartTrace_HasNoFormatOrTheFormat )
                            " Flex bitmap start: 1111111111110000" ) );
 }
 
+TEST_F( FlexParserTwinsTest, Remove_EndTrace_ShowsReservedOrFreeChunks )
+{
+    EXPECT_THAT( removalLines< Sdk6Parser >( 8 ),
+                 Contains( "destroyUdfQualifierFlexParser mod: 5 Flex bitmap end: "
+                           "0000000000001111" ) );
+    EXPECT_THAT( removalLines< HsdkParser >( 8 ),
+                 Contains( "destroyUdfQualifierFlexParserHsdk mod: 5 Flex bitmap end: "
+                           "1111111111110000" ) );
+}
+
 TEST_F( FlexParserTwinsTest, Remove_UdfTrace_IsThereOrNot )
 {
     const std::string text =
@@ -305,12 +374,50 @@ TEST_F( FlexParserTwinsTest, Remove_ForeignChunk_WasNotReservedOrWasFree )
             "Assertion `!BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), i )' failed." ) );
 }
 
+TEST_F( FlexParserTwinsTest, Remove_FirstUdfOnNoChunk_IsNotComparedOrIs )
+{
+    EXPECT_TRUE( removalOfChunks< Sdk6Parser >( { 0, 0b1 } ).returned );
+    EXPECT_THAT( removalOfChunks< HsdkParser >( { 0, 0b1 } ).errors,
+                 HasSubstr( "Assertion `areBitmapEqual( progChunkBmap, chunkBmap )' failed." ) );
+}
+
+TEST_F( FlexParserTwinsTest, Remove_ChunkBeyondTheSixteen_DiesOrIsNotSeen )
+{
+    EXPECT_THAT( removalOfChunks< Sdk6Parser >( { 0x10001 } ).errors,
+                 HasSubstr( "Assertion `!progChunkBmap' failed." ) );
+    EXPECT_TRUE( removalOfChunks< HsdkParser >( { 0x10001 } ).returned );
+}
+
+TEST_F( FlexParserTwinsTest, Remove_OtherChunks_NumbersOrBitmapsDiffer )
+{
+    const std::string numbers = "Assertion `progChunkBmap == chunkBmap' failed.";
+    EXPECT_THAT( removalOfChunks< Sdk6Parser >( { 0b1, 0b10 } ).errors, HasSubstr( numbers ) );
+    const std::string bitmaps = "Assertion `areBitmapEqual( progChunkBmap, chunkBmap )' failed.";
+    EXPECT_THAT( removalOfChunks< HsdkParser >( { 0b1, 0b10 } ).errors, HasSubstr( bitmaps ) );
+}
+
 TEST_F( FlexParserTwinsTest, Verify_Offset_IsInBytesOrBits )
 {
-    EXPECT_TRUE( passes< Sdk6Parser >( 2 ) );
-    EXPECT_FALSE( passes< Sdk6Parser >( 16 ) );
-    EXPECT_FALSE( passes< HsdkParser >( 2 ) );
-    EXPECT_TRUE( passes< HsdkParser >( 16 ) );
+    const Format readFormat = format( ip6Format );
+    EXPECT_TRUE( passes< Sdk6Parser >( 2, readFormat ) );
+    EXPECT_FALSE( passes< Sdk6Parser >( 16, readFormat ) );
+    EXPECT_FALSE( passes< HsdkParser >( 2, readFormat ) );
+    EXPECT_TRUE( passes< HsdkParser >( 16, readFormat ) );
+}
+
+TEST_F( FlexParserTwinsTest, Trace_FacilityOfTheClass_IsTheSdk6HelperOrTheHsdkHelper )
+{
+    const auto facilitiesOf = []( auto makeHelper ) {
+        const TestSupport::TraceRecorder traces( "*", 1U << 4 );
+        static_cast< void >( makeHelper( 5, 0, false ) );
+        std::vector< std::string > facilities;
+        for ( const TestSupport::RecordedLine& line : traces.lines() ) {
+            facilities.push_back( line.facility );
+        }
+        return facilities;
+    };
+    EXPECT_THAT( facilitiesOf( sdk6Helper ), ElementsAre( "PeloraTcamUdfSdk6Helper" ) );
+    EXPECT_THAT( facilitiesOf( hsdkHelper ), ElementsAre( "PeloraTcamUdfHsdkHelper" ) );
 }
 
 } // namespace
