@@ -103,7 +103,13 @@ FlexctrAttachment SdkFlexctrManager::attachFlexctr( U32 unit,
         giveIndicesBack( unit, record );
         return { FlexctrAttachState::refused };
     }
-    records_.emplace( key, std::move( record ) );
+    const auto [ place, isNew ] = records_.try_emplace( key, std::move( record ) );
+    if ( !isNew ) {
+        // Somebody else gave the entry flex counters while the locks were released.
+        detachAll( static_cast< int >( unit ), entryId, record, record.counters.size() );
+        giveIndicesBack( unit, record );
+        return { FlexctrAttachState::refused };
+    }
     return { FlexctrAttachState::complete };
 }
 

@@ -36,7 +36,7 @@ class AGENT_EXPORT SdkFlexctrManager final : public FlexctrManager,
     /// Attaches all or nothing: `refused` if the set is empty or has a type that is neither a byte
     /// nor a packet type, if the entry has flex counters already, or if the SDK refuses;
     /// `noFreeIndex` if there is no object or if its counters do not suffice. The counters start at
-    /// 0; a failure to set them is fatal.
+    /// 0; a failure to set them is fatal. When the SDK throws, the indices stay taken.
     FlexctrAttachment attachFlexctr( U32 unit,
                                      StageType stage,
                                      U8 pipe,
@@ -47,6 +47,7 @@ class AGENT_EXPORT SdkFlexctrManager final : public FlexctrManager,
                                      S32 hardwareGroupId ) override;
 
     /// The entry must have flex counters (an assertion failure); a failure of the SDK is fatal.
+    /// When the SDK throws, the indices stay taken.
     void detachFlexctr( U32 unit,
                         StageType stage,
                         U8 pipe,

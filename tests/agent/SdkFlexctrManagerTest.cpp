@@ -5,6 +5,7 @@
 
 #include <map>
 #include <random>
+#include <utility>
 
 namespace PeloraTcam {
 namespace {
@@ -185,6 +186,40 @@ TEST_F( SdkFlexctrManagerTest, Attach_UnknownEntry_IsRefused )
 {
     EXPECT_EQ( attach( 4711, both ), FlexctrAttachState::refused );
     EXPECT_EQ( flexctrs.attached(), 0U );
+}
+
+TEST_F( SdkFlexctrManagerTest, Attach_EntryGetsOthersDuringTheCall_IsRefusedAndUndone )
+{
+    const TcamEntryId entry = newEntry();
+    bool isFirst = true;
+    sdk.on.bcm_field_entry_flexctr_attach =
+        [ & ]( int u, bcm_field_entry_t id, bcm_field_flexctr_config_t* config ) {
+            if ( std::exchange( isFirst, false ) ) {
+                const Agent::LockAnchor otherThread( Agent::activityLock() );
+                EXPECT_EQ( attach( entry, setOf( { CounterType::greenPackets } ) ),
+                           FlexctrAttachState::complete );
+            }
+            return faulty.bcm_field_entry_flexctr_attach( u, id, config );
+        };
+    EXPECT_EQ( attach( entry, both ), FlexctrAttachState::refused );
+    EXPECT_EQ( *allocation( entry ), ( FlexctrAllocPerEntry{ { CounterType::greenPackets, 2 } } ) );
+    EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 1U );
+    EXPECT_EQ( chip().flexCounters()->state().attachments.at( 1 ).size(), 1U );
+}
+
+TEST_F( SdkFlexctrManagerTest, AttachAndDetach_SdkThrows_TheIndicesStayTaken )
+{
+    const TcamEntryId entry = newEntry();
+    faulty.addFromNow( { { .function = "bcm_field_entry_flexctr_attach" }, Sim::ThrowFromCall{} } );
+    EXPECT_THROW( attach( entry, both ), std::runtime_error );
+    EXPECT_EQ( allocation( entry ), nullptr );
+    EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 1U );
+    EXPECT_EQ( attach( entry, both ), FlexctrAttachState::complete );
+    faulty.addFromNow( { { .function = "bcm_field_entry_flexctr_detach" }, Sim::ThrowFromCall{} } );
+    EXPECT_THROW( detach( entry ), std::runtime_error );
+    EXPECT_EQ( allocation( entry ), nullptr );
+    EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 2U );
+    EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
 }
 
 // ---- Detaching -------------------------------------------------------------------------------
