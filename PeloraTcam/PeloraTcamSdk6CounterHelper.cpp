@@ -80,7 +80,6 @@ U64 sumOfHits( const Helper& helper,
                FieldStatGet fieldStatGet,
                const Shim::CallSite& site )
 {
-    const auto eviction = helper.evictionHelper();
     const U32 unit = helper.unit();
     const U32 statId = counterInfo.statId;
     U64 sum = 0;
@@ -88,6 +87,8 @@ U64 sumOfHits( const Helper& helper,
         if ( !isWanted( type ) ) {
             continue;
         }
+        // For each read anew: the agent may have got another one while the locks were released.
+        const auto eviction = helper.evictionHelper();
         const bcm_field_stat_t statType = translateStatType( type );
         U64 stats = 0;
         const int rc = Shim::tracedCall( apiTraceHandle_, site, [ & ] {
@@ -401,7 +402,6 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
                   Agent::hex( counterInfo.counterId ) );
     AGENT_ASSERT( !!evictionHelper() && "Eviction Helper is missing" );
 
-    const auto eviction = evictionHelper();
     const int sdkUnit = static_cast< int >( unit() );
     const U32 statId = counterInfo.statId;
     for ( const CounterType type : CounterTypeList( counterInfo.counterSet ) ) {
@@ -412,7 +412,8 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
         SDK_CHECKED_CALL_AS(
             "bcm_field_stat_set( unit(), statId, translateStatType( counterIter.key() ), 0 )",
             bcm_field_stat_set( sdkUnit, static_cast< int >( statId ), statType, 0 ) );
-        eviction->clearEvictionCounter( unit(), statId, statType, statPacketClear, statByteClear );
+        evictionHelper()->clearEvictionCounter(
+            unit(), statId, statType, statPacketClear, statByteClear );
     }
 }
 

@@ -153,6 +153,19 @@ TEST_F( Sdk6CounterReadTest, GetHits_SetChangesDuringACall_ReadWhatTheyWereGiven
     EXPECT_EQ( helper->getPacketHits( info ), 6U );
 }
 
+TEST_F( Sdk6CounterReadTest, GetHits_OtherEvictionHelperDuringACall_ReadTheRestThroughIt )
+{
+    const CounterInfo info = allocate( setOf( { 2, 6 } ) );
+    count( 3, 0 );
+    const Agent::Ptr< Eviction > other( new Eviction( 8 ) );
+    sdk.on.bcm_field_stat_get = [ & ]( int chip, int statId, bcm_field_stat_t type, uint64_t* v ) {
+        evictionHelperIs( other );
+        return faulty.bcm_field_stat_get( chip, statId, type, v );
+    };
+    EXPECT_EQ( helper->getPacketHits( info ), 6U );
+    EXPECT_EQ( other->accumulated(), 1U ) << "the second counter";
+}
+
 TEST_F( Sdk6CounterReadTest, Reads_TracingOff_AllocateNothing )
 {
     const CounterInfo warmUp = allocate( setOf( { 1, 2 } ) );
@@ -222,9 +235,7 @@ TEST_F( Sdk6CounterReadTest, EvictionHelper_NoInitFunc_Dies )
 
 TEST_F( Sdk6CounterReadTest, EvictionHelper_InitFuncHasNone_Dies )
 {
-    PeloraTcam::registeredInitFuncIs(
-        PeloraTcam::baseSdk6InitFuncName,
-        Agent::Ptr< PeloraTcam::BaseSdk6InitFunc >( new PeloraTcam::BaseSdk6InitFunc( nullptr ) ) );
+    evictionHelperIs( nullptr );
     expectAssertion( site( "evictionHelper" ), noEvictionHelper, [ this ] {
         static_cast< void >( helper->evictionHelper() );
     } );
@@ -327,6 +338,24 @@ TEST_F( Sdk6CounterReadTest, Verify_OtherValueOrCorruptedReadBack_IsNotCompared 
         { { .function = "bcm_field_stat_get" }, Sim::CorruptOutput{ "value", 99 } } );
     helper->verifyCounters( info.statId, { { CounterType::packets, 5 } } );
     EXPECT_EQ( faulty.calls( "bcm_field_stat_get" ), 2U );
+}
+
+TEST_F( Sdk6CounterReadTest, GetHits_ReadBackCorrupted_AreWhatWasRead )
+{
+    const CounterInfo info = allocate( setOf( { 2 } ) );
+    count( 5, 0 );
+    faulty.addFromNow(
+        { { .function = "bcm_field_stat_get" }, Sim::CorruptOutput{ "value", 99 } } );
+    EXPECT_EQ( helper->getPacketHits( info ), 99U );
+}
+
+TEST_F( Sdk6CounterReadTest, Verify_StatisticWasDestroyed_Dies )
+{
+    const CounterInfo info = allocate( setOf( { 2 } ) );
+    release( info );
+    expectFatalCall( site( "verifyCounters", getPacketsText ), -7, "Entry not found", [ & ] {
+        helper->verifyCounters( info.statId, { { CounterType::packets, 0 } } );
+    } );
 }
 
 TEST_F( Sdk6CounterReadTest, Verify_AttachmentWasDropped_IsNotNoticed )

@@ -84,6 +84,13 @@ TEST_F( Sdk6CounterTest, Allocate_Succeeded_FillsTheRecord )
     EXPECT_EQ( info.entryId, entry );
 }
 
+TEST_F( Sdk6CounterTest, Allocate_TypeMappedToFalse_IsCountedAndRecordedAsItIs )
+{
+    const CounterSet set = { { CounterType::bytes, false }, { CounterType::packets, true } };
+    EXPECT_EQ( allocate( set ).counterSet, set );
+    EXPECT_EQ( sdk.calls().front(), "bcm_field_stat_create( 5, 7, 2, &, & )" );
+}
+
 struct KeyRow
 {
     Agent::U8 pipe;
@@ -308,6 +315,14 @@ TEST_F( Sdk6CounterTest, Free_DetachWasDropped_DiesAtTheDestruction )
                      [ & ] { release( info ); } );
 }
 
+TEST_F( Sdk6CounterTest, Free_DestructionWasDropped_IsNotNoticed )
+{
+    const CounterInfo info = allocate( setOf( { 1 } ) );
+    faulty.add( { { .function = "bcm_field_stat_destroy" }, Sim::DropCall{} } );
+    EXPECT_TRUE( release( info ) );
+    EXPECT_EQ( chips.chip( unit )->statistics()->used(), 1U ) << "nothing reads it back";
+}
+
 // ---- clearHitsForEntry -----------------------------------------------------------------------
 
 TEST_F( Sdk6CounterTest, Clear_EachTypeOfTheSet_SetsItToZeroAndForgetsItsSum )
@@ -401,6 +416,22 @@ TEST_F( Sdk6CounterTest, Clear_SetChangesDuringACall_ClearsWhatItWasGiven )
                               "bcm_field_stat_set( 5, 1, bcmFieldStatPackets, 0 )" ) );
 }
 
+TEST_F( Sdk6CounterTest, Clear_OtherEvictionHelperDuringTheCall_ClearsTheSumThere )
+{
+    const CounterInfo info = allocate( setOf( { 2 } ) );
+    count( 200, 0 );
+    const Agent::Ptr< Eviction > other( new Eviction( 8 ) );
+    Agent::U64 sum = 0;
+    ASSERT_EQ( other->fieldStatGetPackets( unit, info.statId, sdk.bcmFieldStatPackets(), &sum ),
+               0 );
+    sdk.on.bcm_field_stat_set = [ & ]( int chip, int statId, bcm_field_stat_t type, uint64_t v ) {
+        evictionHelperIs( other );
+        return faulty.bcm_field_stat_set( chip, statId, type, v );
+    };
+    helper->clearHitsForEntry( info );
+    EXPECT_EQ( helper->getPacketHits( info ), 0U );
+}
+
 // ---- The rest --------------------------------------------------------------------------------
 
 TEST_F( Sdk6CounterTest, IsInstalled_Statistic_IsWhatTheSdkSays )
@@ -414,6 +445,18 @@ TEST_F( Sdk6CounterTest, IsInstalled_Statistic_IsWhatTheSdkSays )
     EXPECT_THAT( sdk.allCalls(),
                  ElementsAre( "korvel_bcm_field_stat_installed_in_hw( 5, 1 )",
                               "korvel_bcm_field_stat_installed_in_hw( 5, 4711 )" ) );
+}
+
+TEST_F( Sdk6CounterTest, IsInstalled_Question_IsAPlainCallWithTheLockHeld )
+{
+    bool isLocked = false;
+    sdk.on.korvel_bcm_field_stat_installed_in_hw = [ & ]( int, int ) {
+        isLocked = Agent::activityLock().heldByThisThread();
+        return true;
+    };
+    EXPECT_THAT( apiLines( source, [ this ] { helper->isStatIdInstalledInHardware( 1 ); } ),
+                 IsEmpty() );
+    EXPECT_TRUE( isLocked );
 }
 
 TEST_F( Sdk6CounterTest, MaybeClearAndConfigure_Any_HaveNoEffect )

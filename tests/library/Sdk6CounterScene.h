@@ -12,6 +12,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <utility>
 
 namespace LibraryTest {
 
@@ -64,9 +65,7 @@ class Sdk6CounterScene : public HelperScene
     Sdk6CounterScene()
     {
         Shim::sdk_ = &evictionSdk;
-        PeloraTcam::registeredInitFuncIs( PeloraTcam::baseSdk6InitFuncName,
-                                          Agent::Ptr< PeloraTcam::BaseSdk6InitFunc >(
-                                              new PeloraTcam::BaseSdk6InitFunc( eviction ) ) );
+        evictionHelperIs( eviction );
         PeloraTcam::getGroupIdMap().hardwareGroupIdIs( 0x0A000005, sdkGroup );
         bcm_field_group_config_t group;
         group.group = sdkGroup;
@@ -109,6 +108,15 @@ class Sdk6CounterScene : public HelperScene
     void count( uint64_t packets, uint64_t bytes )
     {
         count( packets, bytes, Sim::TrafficColor::green );
+    }
+
+    /// The agent has that eviction helper from now on; null for none.
+    static void evictionHelperIs( Agent::Ptr< Eviction > helper )
+    {
+        PeloraTcam::registeredInitFuncIs(
+            PeloraTcam::baseSdk6InitFuncName,
+            Agent::Ptr< PeloraTcam::BaseSdk6InitFunc >(
+                new PeloraTcam::BaseSdk6InitFunc( std::move( helper ) ) ) );
     }
 
     /// The agent has no initialiser object from now on.
