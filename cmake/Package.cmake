@@ -82,6 +82,8 @@ pelora_debian_documents( libpeloratcamsdk6helpers1 runtime )
 # The simulated chip belongs to this package, too.
 set( CPACK_DEBIAN_HEADERS_PACKAGE_NAME libpeloratcamsdk6helpers-dev )
 set( CPACK_DEBIAN_HEADERS_PACKAGE_SECTION libdevel )
+set( CPACK_DEBIAN_HEADERS_PACKAGE_DEPENDS
+   "libpeloratcamsdk6helpers1 (= ${PROJECT_VERSION})" )
 set( CPACK_DEBIAN_HEADERS_PACKAGE_RECOMMENDS libyaml-cpp-dev )
 set( CPACK_DEBIAN_HEADERS_DESCRIPTION
 "TCAM helpers of a switch's hardware agent: development files
@@ -103,8 +105,9 @@ endif()
 include( CPack )
 cpack_add_component( runtime )
 cpack_add_component_group( headers )
-cpack_add_component( development GROUP headers DEPENDS runtime )
-cpack_add_component( sim GROUP headers DEPENDS runtime )
+# The dependency of a group is the one stated above.
+cpack_add_component( development GROUP headers )
+cpack_add_component( sim GROUP headers )
 if( PELORA_BUILD_TOOLS )
    cpack_add_component( tool DEPENDS runtime )
 endif()

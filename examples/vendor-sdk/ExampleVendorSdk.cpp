@@ -16,9 +16,10 @@ namespace {
 using namespace PeloraTcam;
 
 /// The access object. It may be written function by function: whatever is not overridden yet is
-/// answered by `next`, by an SDK that can do nothing (`Sim::UnavailableSdk`), or by the simulated chip, so that the
-/// agent runs from the first day on. Once everything is written, derive from `Shim::SdkAccess`
-/// instead: then the compiler names what has been forgotten, and `sim/` is no longer needed.
+/// answered by `next`, by an SDK that can do nothing (`Sim::UnavailableSdk`), or by the simulated
+/// chip, so that the agent runs from the first day on. Once everything is written, derive from
+/// `Shim::SdkAccess` instead: then the compiler names what has been forgotten, and `sim/` is no
+/// longer needed.
 ///
 /// Functions are called on the agent's threads with the agent's locks released. If the vendor's
 /// SDK does not guard itself, this is where to do it.
