@@ -34,11 +34,13 @@ endforeach()
 
 # ---- Debian packages -------------------------------------------------------------------------
 
-set( PELORA_PACKAGE_MAINTAINER "PeloraTcamSdk6Helpers maintainers <root@localhost>"
+set( PELORA_PACKAGE_MAINTAINER "PeloraTcamSdk6Helpers maintainers <maintainers@localhost>"
    CACHE STRING "Who answers for the Debian packages" )
 
 set( CPACK_GENERATOR DEB )
 set( CPACK_PACKAGE_NAME peloratcamsdk6helpers )
+# Each package has a summary of its own.
+set( CPACK_PACKAGE_DESCRIPTION_SUMMARY "" )
 set( CPACK_PACKAGE_CONTACT ${PELORA_PACKAGE_MAINTAINER} )
 set( CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages )
 set( CPACK_PACKAGING_INSTALL_PREFIX /usr )
@@ -72,11 +74,12 @@ endfunction()
 
 set( CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libpeloratcamsdk6helpers1 )
 set( CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs )
+set( CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers )
 set( CPACK_DEBIAN_RUNTIME_DESCRIPTION
 "TCAM helpers of a switch's hardware agent
- Turns the agent's abstract TCAM model into calls of a switch chip's SDK:
- range checkers, policers, counters, compression entries, user-defined
- fields, and the translation of qualifiers and actions." )
+Turns the agent's abstract TCAM model into calls of a switch chip's SDK:
+range checkers, policers, counters, compression entries, user-defined
+fields, and the translation of qualifiers and actions." )
 pelora_debian_documents( libpeloratcamsdk6helpers1 runtime )
 
 # The simulated chip belongs to this package, too.
@@ -87,16 +90,16 @@ set( CPACK_DEBIAN_HEADERS_PACKAGE_DEPENDS
 set( CPACK_DEBIAN_HEADERS_PACKAGE_RECOMMENDS libyaml-cpp-dev )
 set( CPACK_DEBIAN_HEADERS_DESCRIPTION
 "TCAM helpers of a switch's hardware agent: development files
- Headers, CMake package and pkg-config files to build an agent with, and the
- simulated chip, a static library that needs libyaml-cpp-dev to link." )
+Headers, CMake package and pkg-config files to build an agent with, and the
+simulated chip, a static library that needs libyaml-cpp-dev to link." )
 pelora_debian_documents( libpeloratcamsdk6helpers-dev development )
 
 set( CPACK_DEBIAN_TOOL_PACKAGE_NAME pelora-tcam )
 set( CPACK_DEBIAN_TOOL_PACKAGE_SECTION net )
 set( CPACK_DEBIAN_TOOL_DESCRIPTION
 "Runs TCAM helpers on a simulated switch chip
- Drives the TCAM helpers from scenario files written by hand, without a
- switch, and shows what they do and what the chip then holds." )
+Drives the TCAM helpers from scenario files written by hand, without a
+switch, and shows what they do and what the chip then holds." )
 if( PELORA_BUILD_TOOLS )
    list( APPEND CPACK_COMPONENTS_ALL tool )
    pelora_debian_documents( pelora-tcam tool )
