@@ -278,7 +278,12 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
     using PtrConst = Agent::Ptr< const PktFmtIdToUdfId >;
 
     /// Sets or replaces the UDFs of a packet format.
-    void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, UdfIdList udfs )
+    void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, const UdfIdList& udfs )
+    {
+        udfs_.insert_or_assign( pktFmtId, udfs );
+    }
+
+    void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, UdfIdList&& udfs )
     {
         udfs_.insert_or_assign( pktFmtId, std::move( udfs ) );
     }

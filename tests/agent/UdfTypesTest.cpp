@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace PeloraTcam {
@@ -42,21 +43,61 @@ std::string ringText( const Value& value )
         .text;
 }
 
-TEST( UdfTypesTest, Bases_HaveTheirNumbers )
+/// The numbers and names of an enumeration.
+template< class Enumeration >
+using Names = std::vector< std::pair< Enumeration, const char* > >;
+
+const Names< UdfOffsetBase > baseNames = {
+    { UdfBasePacketStart_, "UdfBasePacketStart_" },
+    { UdfBaseL2Header_, "UdfBaseL2Header_" },
+    { UdfBaseL3Header_, "UdfBaseL3Header_" },
+    { UdfBaseL3OuterHeader_, "UdfBaseL3OuterHeader_" },
+    { UdfBaseL3OuterPayload_, "UdfBaseL3OuterPayload_" },
+    { UdfBaseL3InnerHeader_, "UdfBaseL3InnerHeader_" },
+    { UdfBaseL4InnerHeader_, "UdfBaseL4InnerHeader_" },
+    { UdfBaseL4OuterHeader_, "UdfBaseL4OuterHeader_" },
+    { UdfBaseL4OuterPayload_, "UdfBaseL4OuterPayload_" },
+};
+
+const Names< UdfAppType > appTypeNames = {
+    { UdfAppType::ipv4Acl, "ipv4Acl" },
+    { UdfAppType::ipv6Acl, "ipv6Acl" },
+    { UdfAppType::macAcl, "macAcl" },
+    { UdfAppType::ipv4TrafficPolicy, "ipv4TrafficPolicy" },
+};
+
+/// Expects that the enumerators are numbered from 0 on, as they stand, and print as their names.
+template< class Enumeration >
+void expectNumbersAndNames( const Names< Enumeration >& names )
 {
-    EXPECT_EQ( UdfBasePacketStart_, 0U );
-    EXPECT_EQ( UdfBaseL2Header_, 1U );
-    EXPECT_EQ( UdfBaseL3OuterPayload_, 4U );
-    EXPECT_EQ( UdfBaseL4OuterPayload_, 8U );
+    unsigned number = 0;
+    for ( const auto& [ value, name ] : names ) {
+        EXPECT_EQ( static_cast< unsigned >( value ), number++ ) << name;
+        EXPECT_EQ( Agent::joinPieces( value ), name );
+    }
 }
 
 TEST( UdfTypesTest, Print_BaseOrAppType_IsItsNameOrNumber )
 {
-    EXPECT_EQ( Agent::joinPieces( UdfBasePacketStart_ ), "UdfBasePacketStart_" );
-    EXPECT_EQ( Agent::joinPieces( UdfBaseL4OuterPayload_ ), "UdfBaseL4OuterPayload_" );
+    expectNumbersAndNames( baseNames );
+    expectNumbersAndNames( appTypeNames );
     EXPECT_EQ( Agent::joinPieces( static_cast< UdfOffsetBase >( 9 ) ), "UdfOffsetBase(9)" );
-    EXPECT_EQ( Agent::joinPieces( UdfAppType::ipv4TrafficPolicy ), "ipv4TrafficPolicy" );
     EXPECT_EQ( Agent::joinPieces( static_cast< UdfAppType >( 4 ) ), "UdfAppType(4)" );
+}
+
+TEST( UdfTypesTest, PackForRing_EachBaseAndAppType_IsTheTextThatItPrints )
+{
+    for ( const auto& [ base, name ] : baseNames ) {
+        EXPECT_EQ( ringText( base ), std::string( "value: " ) + name );
+    }
+    EXPECT_EQ( ringText( static_cast< UdfOffsetBase >( 9 ) ), "value: UdfOffsetBase(9)" );
+    for ( unsigned appType = 0; appType <= appTypeNames.size(); ++appType ) {
+        UdfDesc desc;
+        desc.appTypeIs( static_cast< UdfAppType >( appType ) );
+        EXPECT_EQ( ringText( desc ),
+                   "value: " + Agent::joinPieces( desc.appType() ) +
+                       " 0 UdfBasePacketStart_ 0 0 0 0 0 0" );
+    }
 }
 
 TEST( UdfTypesTest, PackedMask_OfOneByte_StandsAtItsPlace )
@@ -83,6 +124,34 @@ TEST( UdfTypesTest, PackForRing_Desc_IsItsFieldsInTheirOrder )
 {
     EXPECT_EQ( ringText( someDesc() ),
                "value: ipv6Acl 34525 UdfBaseL4OuterPayload_ 17 2048 12 4 2868903937 200" );
+}
+
+// 16 bits for an EtherType, 32 for the mask, and 8 for any other number.
+TEST( UdfTypesTest, PackForRing_Desc_HasTheWidthsOfItsFields )
+{
+    using Agent::RingKind;
+    Agent::RingPacker packer;
+    packForRing( packer, someDesc() );
+    std::vector< RingKind > kinds;
+    const auto bytes = packer.bytes();
+    for ( std::size_t at = 0; at < bytes.size(); ) {
+        const auto kind = static_cast< RingKind >( bytes[ at ] );
+        kinds.push_back( kind );
+        at += kind == RingKind::text         ? 2 + std::to_integer< std::size_t >( bytes[ at + 1 ] )
+              : kind == RingKind::unsigned32 ? 5U
+              : kind == RingKind::unsigned16 ? 3U
+                                             : 2U;
+    }
+    EXPECT_THAT( kinds,
+                 ElementsAre( RingKind::text,
+                              RingKind::unsigned16,
+                              RingKind::text,
+                              RingKind::unsigned8,
+                              RingKind::unsigned16,
+                              RingKind::unsigned8,
+                              RingKind::unsigned8,
+                              RingKind::unsigned32,
+                              RingKind::unsigned8 ) );
 }
 
 TEST( UdfTypesTest, PackForRing_IdsAndLists_AreNumbers )

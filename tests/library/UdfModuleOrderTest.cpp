@@ -230,6 +230,65 @@ TEST_F( UdfModuleOrderTest, Program_MapTakenOut_Dies )
                      [ & ] { helper->programUdfInHw( udfDescOf() ); } );
 }
 
+TEST_F( UdfModuleOrderTest, Create_NoMap_DiesBeforeItTraces )
+{
+    formats = nullptr;
+    const ChildRun run = runInChild( [ this ] {
+        Agent::traceLevelsIs( udfFacility, allTraceLevels );
+        Agent::traceSinkIs(
+            []( const Agent::TraceLine& line ) { say( std::string( line.text ) ); } );
+        create( udfDescOf() );
+    } );
+    EXPECT_TRUE( run.aborted );
+    EXPECT_THAT( run.errors,
+                 ::testing::Not( ::testing::HasSubstr( "createUdfQualifierUdfModule mod" ) ) );
+}
+
+// ---- Removal -----------------------------------------------------------------------------------
+
+// The SDK's functions say their names.
+TEST_F( UdfModuleOrderTest, Destroy_AnythingWrong_DiesBehindWhatComesBeforeIt )
+{
+    const QualIdList quals = made( lagDescOf() );
+    const auto sayThatOf = []( const char* name ) {
+        return [ name ]( auto... ) {
+            say( name );
+            return 0;
+        };
+    };
+    sdk.on.bcm_udf_hash_config_delete = sayThatOf( "hash" );
+    sdk.on.bcm_udf_pkt_format_delete = sayThatOf( "detach" );
+    sdk.on.bcm_udf_pkt_format_destroy = sayThatOf( "format" );
+    sdk.on.bcm_udf_destroy = sayThatOf( "udf" );
+    const auto lastWords = [ & ] {
+        return runInChild( [ & ] { destroy( lagDescOf(), quals ); } ).errors;
+    };
+    EXPECT_EQ( lastWords(), "hash\ndetach\nformat\nudf\n" );
+    mapIs( 1, udfsOf( { 2 } ) );
+    EXPECT_THAT( lastWords(),
+                 ::testing::MatchesRegex( "hash\ndetach\n[^\n]*udfs.udfIdHas[^\n]*\n" ) );
+    corrupt( "bcm_udf_pkt_format_get_all", "actual", 2 );
+    EXPECT_THAT( lastWords(), ::testing::MatchesRegex( "hash\n[^\n]*actual == 1[^\n]*\n" ) );
+}
+
+TEST_F( UdfModuleOrderTest, Cleanup_DetachmentSucceeds_DestroysNothing )
+{
+    sdk.on.bcm_udf_pkt_format_delete = returns( 0 );
+    const auto sayIt = []( auto... ) {
+        say( "destroyed" );
+        return 0;
+    };
+    sdk.on.bcm_udf_pkt_format_destroy = sayIt;
+    sdk.on.bcm_udf_destroy = sayIt;
+    UdfHwProgrammingFootprint footprint;
+    footprint.pktFmtId = PktFmtId( 3 );
+    footprint.udfIds = qualsOf( { 7 } );
+    const ChildRun run =
+        runInChild( [ & ] { cleanupUdfModuleFootprint( unit, footprint, formats ); } );
+    EXPECT_TRUE( run.aborted );
+    EXPECT_THAT( run.errors, ::testing::Not( ::testing::HasSubstr( "destroyed" ) ) );
+}
+
 // ---- Audits ------------------------------------------------------------------------------------
 
 TEST_F( UdfModuleOrderTest, Verify_EverythingWrong_EndsAtTheFirstAndThenTheNext )

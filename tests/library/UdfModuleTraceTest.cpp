@@ -1,6 +1,7 @@
 // What the UDF module functions write: both traces byte for byte, the trace of SDK calls, and the
 // two log messages.
 
+#include "PeloraTcam/UdfLogMessages.h"
 #include "tests/library/UdfScene.h"
 
 namespace LibraryTest {
@@ -293,6 +294,19 @@ TEST_F( UdfModuleTraceTest, LogMessages_Full_HasItsTexts )
                   "Reconfigure other ACLs or features that use UDF to free up UDF hardware "
                   "resources." );
     EXPECT_EQ( raised[ 0 ].level, 3U );
+}
+
+TEST_F( UdfModuleTraceTest, LogMessages_Handles_HaveTheirParameters )
+{
+    const PeloraTcam::UdfLogHandles handles;
+    EXPECT_STREQ( handles.full.descriptor().name, "PELORA_TCAM_UDF_HW_RESOURCE_FULL" );
+    EXPECT_STREQ( handles.normal.descriptor().name, "PELORA_TCAM_UDF_HW_RESOURCE_NORMAL" );
+    for ( const Agent::LogHandle* handle : { &handles.full, &handles.normal } ) {
+        EXPECT_EQ( handle->intervalSeconds(), 0U );
+        EXPECT_EQ( handle->intervalGrowth(), 1.0 );
+        EXPECT_EQ( handle->burst(), 0U );
+        EXPECT_EQ( handle->limit(), 0U );
+    }
 }
 
 TEST_F( UdfModuleTraceTest, LogMessages_RaisedOften_AreNotHeldBack )
