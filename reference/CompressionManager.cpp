@@ -61,6 +61,16 @@ CompressionKey asProgrammed( Table table, const CompressionKey& key )
     return CompressionKey( key.getU32Key() & mask );
 }
 
+/// The class id that is wanted, which is free, or the lowest free one.
+Agent::U32 takeClassId( PeloraTcam::IdPool& pool, std::optional< Agent::U32 > wanted )
+{
+    if ( !wanted ) {
+        return pool.allocate();
+    }
+    pool.allocate( *wanted );
+    return *wanted;
+}
+
 } // namespace
 
 CompressionLimitsByTable sameLimits( const CompressionLimits& limits )
@@ -90,11 +100,15 @@ int CompressionManager::unit() const
 
 // ---- Values ----------------------------------------------------------------------------------
 
-std::optional< Agent::U32 > CompressionManager::acquire( Table table, const Key& key )
+std::optional< Agent::U32 >
+CompressionManager::acquire( Table table, const Key& key, std::optional< Agent::U32 > wanted )
 {
     const Key value = asProgrammed( table, key );
     const auto shared = records_.find( { table, value } );
     if ( shared != records_.end() ) {
+        if ( wanted && *wanted != shared->second.classId ) {
+            return std::nullopt;
+        }
         ++shared->second.users;
         return shared->second.classId;
     }
@@ -102,7 +116,10 @@ std::optional< Agent::U32 > CompressionManager::acquire( Table table, const Key&
         return std::nullopt;
     }
     TableState& state = tables_.at( table );
-    const Agent::U32 classId = state.classIds.allocate();
+    if ( wanted && !state.classIds.isFree( *wanted ) ) {
+        return std::nullopt;
+    }
+    const Agent::U32 classId = takeClassId( state.classIds, wanted );
     Agent::U64 entryId = 0;
     try {
         entryId = helper_->getFieldCompressionEntry( CompressionData( value ), classId, table );

@@ -68,8 +68,10 @@ class CompressionManager
 
     /// The class id of a value: that of an equal one with one more user, or a new one. Nothing when
     /// there is no room; `room` tells why. Of a number only the bits of the table's field count, of
-    /// an address only those of the prefix.
-    [[nodiscard]] std::optional< Agent::U32 > acquire( Table table, const Key& key );
+    /// an address only those of the prefix. With `wanted` a new one is that class id; nothing when
+    /// it is not free, or when the value has another one.
+    [[nodiscard]] std::optional< Agent::U32 >
+    acquire( Table table, const Key& key, std::optional< Agent::U32 > wanted = std::nullopt );
 
     /// Takes one user away; the last one takes the entry out of the chip and frees the class id.
     /// False when the table has no such value.

@@ -38,6 +38,22 @@ class IdPool
         return freed_.extract( freed_.begin() ).value();
     }
 
+    /// Whether the pool has that id, and it is free.
+    [[nodiscard]] bool isFree( Agent::U32 id ) const
+    {
+        return id >= first_ && id - first_ < size_ && !isAllocated( id );
+    }
+
+    /// Takes that id, which must be free (an assertion failure otherwise).
+    void allocate( Agent::U32 id )
+    {
+        AGENT_ASSERT( isFree( id ) && "id is not free" );
+        while ( id - first_ >= everAllocated_ ) {
+            freed_.insert( first_ + everAllocated_++ );
+        }
+        freed_.erase( id );
+    }
+
     [[nodiscard]] bool isAllocated( Agent::U32 id ) const
     {
         return id >= first_ && id - first_ < everAllocated_ && !freed_.contains( id );

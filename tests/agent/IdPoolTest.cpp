@@ -65,5 +65,25 @@ TEST( IdPoolDeathTest, WrongUse_Dies )
     EXPECT_DEATH( static_cast< void >( ids.allocate() ), "\"pool has no free id\"' failed" );
 }
 
+TEST( IdPoolTest, Allocate_ACertainId_LeavesTheOthersForLater )
+{
+    IdPool pool( 10, 5 );
+    EXPECT_FALSE( pool.isFree( 9 ) );
+    EXPECT_FALSE( pool.isFree( 15 ) );
+    EXPECT_TRUE( pool.isFree( 12 ) );
+    pool.allocate( 12 );
+    EXPECT_FALSE( pool.isFree( 12 ) );
+    EXPECT_TRUE( pool.isAllocated( 12 ) );
+    EXPECT_EQ( pool.allocated(), 1U );
+    EXPECT_EQ( pool.allocate(), 10U );
+    EXPECT_EQ( pool.allocate(), 11U );
+    EXPECT_EQ( pool.allocate(), 13U );
+    pool.free( 12 );
+    EXPECT_EQ( pool.allocate(), 12U );
+    pool.allocate( 14 );
+    EXPECT_FALSE( pool.canAllocate() );
+    EXPECT_DEATH( pool.allocate( 14 ), "id is not free" );
+}
+
 } // namespace
 } // namespace PeloraTcam

@@ -49,6 +49,25 @@ TEST( Compress, Run_ValuesOfEveryTable_GetClasses )
     EXPECT_EQ( usedOf( result, "compressionEntries" ), 7 );
 }
 
+TEST( Compress, Run_AClassIsWanted_GivesThatOneOrIsAnError )
+{
+    const auto want = []( const std::string& key, int classId ) {
+        return "  - compress: { table: srcIp, key: " + key +
+               ", class: " + std::to_string( classId ) + " }\n";
+    };
+    const ToolResult result =
+        runOn( "sdk6-udf",
+               want( "192.0.2.0/24", 7 ) + want( "192.0.2.0/24", 7 ) + want( "192.0.2.0/24", 8 ) +
+                   expectError + want( "198.51.100.0/24", 7 ) + expectError +
+                   compress( "srcIp", "203.0.113.0/24" ) + "  - audit: all\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    EXPECT_EQ( stepOf( result, 0 ).at( "class" ), 7 );
+    EXPECT_EQ( stepOf( result, 1 ).at( "text" ), "class 7, shared by 2" );
+    EXPECT_EQ( stepOf( result, 2 ).at( "text" ), "srcIp 192.0.2.0/24 has class 7" );
+    EXPECT_EQ( stepOf( result, 3 ).at( "text" ), "the table srcIp has no free class id 7" );
+    EXPECT_EQ( stepOf( result, 4 ).at( "class" ), 1 );
+}
+
 TEST( Compress, Run_EqualValues_ShareOneUntilTheLastIsReleased )
 {
     // Of an address only the prefix counts.

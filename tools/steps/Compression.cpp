@@ -1,4 +1,4 @@
-// compress: { table: srcIp, key: 192.0.2.0/24 }
+// compress: { table: srcIp, key: 192.0.2.0/24, class: 7 }
 // release-compression: { table: srcIp, key: 192.0.2.0/24 }
 
 #include "agent/base/TextPieces.h"
@@ -65,16 +65,13 @@ CompressionKey readKey( Table table, const YamlNode& node )
     return CompressionKey( port );
 }
 
-Value readValue( const YamlNode& node )
+void readValue( Sim::YamlMembers& members, std::optional< Value >& value )
 {
     Table table = Table::invalid;
-    std::optional< CompressionKey > key;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
-        members.required( "table", table, tables );
-        members.required( "key",
-                          [ & ]( const YamlNode& value ) { key = readKey( table, value ); } );
+    members.required( "table", table, tables );
+    members.required( "key", [ & ]( const YamlNode& key ) {
+        value = Value{ table, readKey( table, key ) };
     } );
-    return { table, *key };
 }
 
 CompressionManager& compressionOf( RunContext& context )
@@ -89,8 +86,9 @@ CompressionManager& compressionOf( RunContext& context )
 class Compress : public Step
 {
   public:
-    explicit Compress( Value value )
+    Compress( Value value, std::optional< Agent::U32 > wanted )
         : value_( std::move( value ) )
+        , wanted_( wanted )
     {}
 
     [[nodiscard]] std::string name() const override { return value_.text(); }
@@ -103,14 +101,30 @@ class Compress : public Step
                                           Agent::joinPieces( value_.table ),
                                           value_.keyText() ) );
         }
-        const std::optional< Agent::U32 > classId = compression.acquire( value_.table, value_.key );
+        const std::optional< Agent::U32 > classId =
+            compression.acquire( value_.table, value_.key, wanted_ );
         if ( !classId ) {
+            requireWantedIsToBeHad( compression );
             return full( compression );
         }
         return given( *classId, compression.users( value_.table, value_.key ) );
     }
 
   private:
+    /// A table that has room, or the value already, did not give the class that was wanted.
+    void requireWantedIsToBeHad( const CompressionManager& compression ) const
+    {
+        const std::optional< Agent::U32 > present = compression.classId( value_.table, value_.key );
+        if ( present ) {
+            throw StepError( fmt::format( "{} has class {}", value_.text(), *present ) );
+        }
+        if ( wanted_ && compression.room( value_.table ) == CompressionRoom::free ) {
+            throw StepError( fmt::format( "the table {} has no free class id {}",
+                                          Agent::joinPieces( value_.table ),
+                                          *wanted_ ) );
+        }
+    }
+
     [[nodiscard]] StepResult full( const CompressionManager& compression ) const
     {
         const bool noEntry = compression.room( value_.table ) == CompressionRoom::noEntry;
@@ -136,6 +150,7 @@ class Compress : public Step
     }
 
     Value value_;
+    std::optional< Agent::U32 > wanted_;
 };
 
 class ReleaseCompression : public Step
@@ -171,12 +186,21 @@ class ReleaseCompression : public Step
 
 std::unique_ptr< const Step > readCompress( const YamlNode& node, const ReadContext& )
 {
-    return std::make_unique< Compress >( readValue( node ) );
+    std::optional< Value > value;
+    std::optional< Agent::U32 > wanted;
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+        readValue( members, value );
+        members.optional( "class",
+                          [ & ]( const YamlNode& classId ) { classId.read( wanted.emplace() ); } );
+    } );
+    return std::make_unique< Compress >( *value, wanted );
 }
 
 std::unique_ptr< const Step > readReleaseCompression( const YamlNode& node, const ReadContext& )
 {
-    return std::make_unique< ReleaseCompression >( readValue( node ) );
+    std::optional< Value > value;
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) { readValue( members, value ); } );
+    return std::make_unique< ReleaseCompression >( *value );
 }
 
 } // namespace Tool
