@@ -69,8 +69,10 @@ std::uint64_t bitsIn( std::string_view unit, const Kind& kind, const Sim::YamlNo
             return bits;
         }
         // Only the case is wrong: nothing else can be meant.
-        const bool isMeant = std::ranges::equal( name, unit, {}, lowerCase, lowerCase );
-        names.insert( isMeant ? names.begin() : names.end(), std::string( name ) );
+        if ( std::ranges::equal( name, unit, {}, lowerCase, lowerCase ) ) {
+            node.fail( fmt::format( "unknown unit '{}', did you mean '{}'?", unit, name ) );
+        }
+        names.emplace_back( name );
     }
     node.fail( fmt::format( "unknown unit '{}'{}", unit, Sim::nameHint( unit, names ) ) );
 }
