@@ -1,0 +1,260 @@
+"""The copy of the sources, its build, and the build of one mutant beside it.
+
+The base build is made once and never changed. A mutant is a changed copy of one file in a folder
+of its own, which stands first among the include folders; only what depends on that file is
+compiled and linked anew, into that folder, with the commands of the base build.
+"""
+
+import json
+import os
+import re
+import shutil
+import subprocess
+
+CONFIGURATION = [
+    "-G", "Ninja",
+    "-DCMAKE_BUILD_TYPE=",
+    "-DCMAKE_CXX_COMPILER=g++",
+    # The warnings are the real build's affair: a mutant that only warns is a valid mutant.
+    "-DCMAKE_CXX_FLAGS=-O0 -w",
+    # LD_LIBRARY_PATH must come before the path that stands in a test.
+    "-DCMAKE_EXE_LINKER_FLAGS=-Wl,--enable-new-dtags",
+    "-DCMAKE_SHARED_LINKER_FLAGS=-Wl,--enable-new-dtags",
+    "-DPELORA_BUILD_BENCH=OFF",
+]  # fmt: skip
+
+LEFT_OUT = re.compile(r"build.*|\..*")
+
+
+class BuildError(Exception):
+    """Something that should build does not."""
+
+
+def run(command, folder, timeout=None, **more):
+    """Runs a command with little priority; its output is text."""
+    return subprocess.run(
+        ["nice", "-n", "10", *command],
+        cwd=folder,
+        timeout=timeout,
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+        errors="replace",
+        check=False,
+        **more,
+    )
+
+
+def copy_changed(root, copy):
+    """Makes `copy` the same as `root`; files that are the same keep their time."""
+    wanted = set()
+    for folder, folders, files in os.walk(root):
+        relative = os.path.relpath(folder, root)
+        if relative == ".":
+            folders[:] = [name for name in folders if not LEFT_OUT.fullmatch(name)]
+        for name in files:
+            path = os.path.normpath(os.path.join(relative, name))
+            wanted.add(path)
+            copy_file(os.path.join(root, path), os.path.join(copy, path))
+    for folder, _, files in os.walk(copy):
+        for name in files:
+            path = os.path.relpath(os.path.join(folder, name), copy)
+            if path not in wanted:
+                os.remove(os.path.join(copy, path))
+
+
+def copy_file(source, target):
+    if os.path.exists(target):
+        with open(source, "rb") as new, open(target, "rb") as old:
+            if new.read() == old.read():
+                return
+    os.makedirs(os.path.dirname(target), exist_ok=True)
+    shutil.copy(source, target)
+
+
+class BaseBuild:
+    """The build of the unchanged sources."""
+
+    def __init__(self, root, work, jobs):
+        self.root = root
+        self.work = work
+        self.jobs = jobs
+        self.sources = os.path.join(work, "src")
+        self.tree = os.path.join(work, "tree")
+
+    def prepare(self):
+        """Copies the sources and configures their build."""
+        copy_changed(self.root, self.sources)
+        launcher = shutil.which("ccache") or ""
+        self.must(
+            ["cmake", "-S", self.sources, "-B", self.tree, *CONFIGURATION]
+            + [f"-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}"],
+            self.work,
+        )
+
+    def build(self, targets):
+        self.must(["ninja", "-C", self.tree, f"-j{self.jobs}", *targets], self.work)
+
+    def must(self, command, folder):
+        result = run(command, folder)
+        if result.returncode != 0:
+            raise BuildError(f"{command[0]} failed:\n{result.stdout[-6000:]}")
+        return result.stdout
+
+    def graph(self):
+        commands = json.loads(self.must(["ninja", "-t", "compdb"], self.tree))
+        return BuildGraph(self.sources, self.tree, commands, self.read_deps())
+
+    def read_deps(self):
+        """The files that each object was compiled from."""
+        deps = {}
+        for line in self.must(["ninja", "-t", "deps"], self.tree).split("\n"):
+            if line.startswith("    "):
+                deps[output].add(os.path.normpath(os.path.join(self.tree, line.strip())))
+            elif ": #deps" in line:
+                output = line.split(": #deps")[0]
+                deps[output] = set()
+        return deps
+
+
+class BuildGraph:
+    """What is made from what, and how."""
+
+    def __init__(self, sources, tree, commands, deps):
+        self.sources = sources
+        self.tree = tree
+        self.deps = deps
+        self.commands = {
+            entry["output"]: entry["command"]
+            for entry in commands
+            if re.search(r"\.(o|a|so[.\d]*)$|^bin/", entry["output"]) and " -o " in entry["command"]
+            or entry["output"].endswith(".a")
+        }
+        self.inputs = {
+            output: [word for word in command.split() if word in self.commands and word != output]
+            for output, command in self.commands.items()
+        }
+        self.affected_by = {}
+
+    def affected(self, file):
+        """All that must be made anew when that file changes."""
+        if file not in self.affected_by:
+            path = os.path.join(self.sources, file)
+            found = {output for output, files in self.deps.items() if path in files}
+            found &= set(self.commands)
+            grown = True
+            while grown:
+                more = {o for o, inputs in self.inputs.items() if found.intersection(inputs)}
+                grown = not more <= found
+                found |= more
+            self.affected_by[file] = found
+        return self.affected_by[file]
+
+    def needed(self, target, file):
+        """What of that must be made anew for one target, in the order of making."""
+        affected = self.affected(file)
+        order = []
+
+        def visit(output):
+            if output not in affected or output in order:
+                return
+            for part in self.inputs[output]:
+                visit(part)
+            order.append(output)
+
+        visit(target)
+        return order
+
+
+class Overlay:
+    """The build of one mutant."""
+
+    def __init__(self, graph, folder, mutant, source):
+        self.graph = graph
+        self.folder = folder
+        self.mutant = mutant
+        self.made = set()
+        self.environment = dict(os.environ, CCACHE_DISABLE="1")
+        path = os.path.join(folder, "src", mutant.file)
+        shutil.rmtree(folder, ignore_errors=True)
+        os.makedirs(os.path.dirname(path))
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(mutant.applied_to(source))
+
+    def make(self, target):
+        """Makes a target of the base build with the mutant. Says whether that worked."""
+        for output in self.graph.needed(target, self.mutant.file):
+            if output not in self.made and not self.make_one(output):
+                return False
+            self.made.add(output)
+        return True
+
+    def make_one(self, output, more_flags=""):
+        os.makedirs(os.path.dirname(os.path.join(self.folder, output)), exist_ok=True)
+        command = self.command_for(output) + more_flags
+        result = run(["sh", "-c", command], self.graph.tree, env=self.environment)
+        if result.returncode == 0 and ".so" in output:
+            self.link_names(output)
+        return result.returncode == 0
+
+    def command_for(self, output):
+        """The base build's command, with what is made anew in the mutant's folder."""
+        affected = self.graph.affected(self.mutant.file)
+        original = os.path.join(self.graph.sources, self.mutant.file)
+        own_sources = os.path.join(self.folder, "src")
+
+        def moved(match):
+            word = match.group()
+            if word == original:
+                return os.path.join(own_sources, self.mutant.file)
+            plain = word[:-2] if word.endswith(".d") else word
+            return os.path.join(self.folder, word) if plain in affected else word
+
+        command = re.sub(r"\S+", moved, self.graph.commands[output])
+        if output.endswith(".o"):
+            command = command.replace(" -I", f" -I{own_sources} -I", 1)
+            command += f" -fmacro-prefix-map={own_sources}/="
+        return command
+
+    def link_names(self, output):
+        """Gives a shared library its shorter names: libX.so.1 and libX.so."""
+        path = os.path.join(self.folder, output)
+        name = os.path.basename(path)
+        while not name.endswith(".so"):
+            name = name.rpartition(".")[0]
+            link = os.path.join(os.path.dirname(path), name)
+            if not os.path.lexists(link):
+                os.symlink(path, link)
+
+    def path_of(self, output):
+        """Where an output of the base build is for this mutant."""
+        made = os.path.join(self.folder, output)
+        return made if output in self.made else os.path.join(self.graph.tree, output)
+
+    def same_code(self, flags=""):
+        """Whether every object is, byte for byte, what the unchanged sources give."""
+        objects = [o for o in self.graph.affected(self.mutant.file) if o.endswith(".o")]
+        return all(self.same_object(output, flags) for output in objects)
+
+    def same_object(self, output, flags):
+        """Compiles the unchanged source to the same place, and compares."""
+        place = os.path.join(self.folder, output)
+        if not self.make_one(output, flags):
+            return False
+        changed = read_bytes(place)
+        changed_file = os.path.join(self.folder, "src", self.mutant.file)
+        shutil.move(changed_file, changed_file + ".kept")
+        shutil.copy(os.path.join(self.graph.sources, self.mutant.file), changed_file)
+        try:
+            return self.make_one(output, flags) and read_bytes(place) == changed
+        finally:
+            shutil.move(changed_file + ".kept", changed_file)
+
+    def remove(self):
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+
+def read_bytes(path):
+    with open(path, "rb") as file:
+        return file.read()

@@ -1,0 +1,34 @@
+import unittest
+
+from explained import ExplainedError, as_entry, key_of, read_explained
+from mutations import Mutant
+
+MUTANT = Mutant("PeloraTcam/A.cpp", "swap", 7, 0, 0, "", "a(); b();", "b(); a();")
+
+
+class ExplainedTest(unittest.TestCase):
+    def test_Entry_OfAReport_WithAReason_IsFound(self):
+        text = "# A comment.\n\n" + as_entry(MUTANT) + "= They do not know\n= of each other.\n"
+        self.assertEqual(read_explained(text), {key_of(MUTANT): "They do not know of each other."})
+
+    def test_TwoEntries_AreBothFound(self):
+        entry = as_entry(MUTANT) + "= Why.\n"
+        self.assertEqual(len(read_explained(entry + "\n" + entry.replace("A.cpp", "B.cpp"))), 2)
+
+    def test_Line_DoesNotMatter(self):
+        moved = Mutant("PeloraTcam/A.cpp", "swap", 9, 5, 5, "", "a(); b();", "b(); a();")
+        self.assertEqual(key_of(moved), key_of(MUTANT))
+
+    def test_Entry_WithoutAReason_IsRefused(self):
+        with self.assertRaises(ExplainedError):
+            read_explained(as_entry(MUTANT))
+        with self.assertRaises(ExplainedError):
+            read_explained(as_entry(MUTANT) + "=\n")
+
+    def test_Entry_WithoutAKind_IsRefused(self):
+        with self.assertRaises(ExplainedError):
+            read_explained("PeloraTcam/A.cpp\n- a\n+ b\n= Why.\n")
+
+
+if __name__ == "__main__":
+    unittest.main()

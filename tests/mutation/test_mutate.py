@@ -1,0 +1,47 @@
+import contextlib
+import io
+import unittest
+
+from mutate import CAUGHT, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED, judge
+from mutations import Mutant
+
+MUTANT = Mutant("PeloraTcam/A.cpp", "swap", 7, 0, 0, "", "a(); b();", "b(); a();")
+
+
+def judged(**counts):
+    """The exit code and the output for so many mutants of each outcome."""
+    outcomes = {"caught": CAUGHT, "explained": EXPLAINED_AWAY, "survived": SURVIVED}
+    outcomes |= {"same": SAME_CODE, "invalid": INVALID}
+    results = [(MUTANT, outcomes[name], "") for name, count in counts.items() for _ in range(count)]
+    output = io.StringIO()
+    with contextlib.redirect_stdout(output):
+        code = judge(results)
+    return code, output.getvalue()
+
+
+class JudgementTest(unittest.TestCase):
+    def test_Share_OfNinetyFive_IsEnough(self):
+        self.assertEqual(judged(caught=95, survived=5)[0], 0)
+
+    def test_Share_BelowNinetyFive_Fails(self):
+        self.assertEqual(judged(caught=94, survived=6)[0], 1)
+
+    def test_Explained_CountNeitherWay(self):
+        self.assertEqual(judged(caught=19, survived=1, explained=50)[0], 0)
+        self.assertEqual(judged(caught=18, survived=2, explained=50)[0], 1)
+
+    def test_InvalidAndSameCode_AreNotValid(self):
+        code, output = judged(caught=20, invalid=7, same=3)
+        self.assertEqual(code, 0)
+        self.assertIn("20 valid mutants: 20 caught, 0 explained, 0 survived.", output)
+
+    def test_Nothing_Tried_IsNoSuccess(self):
+        self.assertEqual(judged(invalid=3)[0], 2)
+
+    def test_Survivor_IsListedAsAnEntry(self):
+        _, output = judged(caught=1, survived=1)
+        self.assertIn("PeloraTcam/A.cpp | swap\n- a(); b();\n+ b(); a();\n", output)
+
+
+if __name__ == "__main__":
+    unittest.main()
