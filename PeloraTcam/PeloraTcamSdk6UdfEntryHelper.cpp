@@ -190,7 +190,8 @@ void UdfModuleCreation::traceFields( const bcm_udf_pkt_format_info_t& tmpFmt ) c
 
 void UdfModuleCreation::findPktFmtToShare()
 {
-    for ( const auto& [ key, udfs ] : pktFmtIdToUdfId_ ) {
+    for ( auto entry = pktFmtIdToUdfId_.begin(); entry != pktFmtIdToUdfId_.end(); ) {
+        const PktFmtId key = entry->first;
         traceUdf( 8, " Looking at pkt fmt id: ", key );
         bcm_udf_pkt_format_info_t tmpFmt;
         Shim::sdk_->bcm_udf_pkt_format_info_t_init( &tmpFmt );
@@ -203,6 +204,8 @@ void UdfModuleCreation::findPktFmtToShare()
             traceUdf( 8, " Found Pkt format: ", pktFmtId );
             return;
         }
+        // By its key: while the SDK was called, with the locks released, the entry may have gone.
+        entry = pktFmtIdToUdfId_.after( key );
     }
 }
 

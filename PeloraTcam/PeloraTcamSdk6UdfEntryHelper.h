@@ -29,53 +29,73 @@
 
 namespace PeloraTcam {
 
+// Of all functions here: `unit` is the SDK's unit. Unless the text says otherwise, an SDK call that
+// fails ends the process; so does an assertion failure.
+
 /// The SDK's layer for an offset base; a base outside 1 to 8 is an assertion failure.
 [[nodiscard]] PELORA_TCAM_EXPORT bcm_udf_layer_t getUdfLayer( UdfOffsetBase base );
 
 // ---- The UDF module --------------------------------------------------------------------------
 
 /// Creates a UDF, attached to a packet format of its own or a shared one, and gives its id as the
-/// only one of a list; an empty list, with nothing left behind, when the SDK refuses. The map is
-/// not null and is updated on success.
+/// only one of a list. The map is not null (an assertion failure) and is updated on success.
+///
+/// An empty list, with nothing left behind, when the EtherType is 0, or when the SDK refuses the
+/// UDF, its packet format, or the one's attachment to the other; when it has no room for the UDF
+/// or the format, `PELORA_TCAM_UDF_HW_RESOURCE_FULL` is raised. Assertion failures: a base outside
+/// 1 to 8; an inner EtherType that is neither 0 nor IPv4's nor IPv6's; one that is, inside any
+/// other outer EtherType than those two.
 [[nodiscard]] PELORA_TCAM_EXPORT QualIdList createUdfQualifierUdfModule(
     U32 unit, const UdfDesc& udfDesc, PktFmtIdToUdfId::Ptr pktFmtIdToUdfId );
 
-/// Removes a UDF that was created, and its packet format with the last UDF that uses it.
+/// Removes a UDF that was created, and its packet format with the last UDF that uses it. `udfDesc`
+/// is what it was created from, `quals` what that gave; of several ids the first one counts, and
+/// none is an assertion failure, as is a UDF that is not attached to exactly one packet format, or
+/// that the map does not list for it.
 PELORA_TCAM_EXPORT void destroyUdfQualifierUdfModule( U32 unit,
                                                       const UdfDesc& udfDesc,
                                                       const QualIdList& quals,
                                                       PktFmtIdToUdfId::Ptr pktFmtIdToUdfId );
 
-/// Undoes what a failed creation has made. Always gives an empty list.
+/// Undoes what a failed creation has made: at most one UDF, and a packet format that the map does
+/// not know. Always gives an empty list and leaves the map as it is. Assertion failures: a
+/// footprint with several UDFs, with the UDF -1, or with a packet format and no UDF; and a UDF that
+/// is attached to the packet format, as only a failed attachment leads here.
 PELORA_TCAM_EXPORT QualIdList cleanupUdfModuleFootprint(
     int unit, const UdfHwProgrammingFootprint& hwFootprint, PktFmtIdToUdfId::Ptr pktFmtIdToUdfId );
 
-/// Returns when the SDK and the map hold the UDF as described; otherwise the process ends.
+/// Returns when the SDK and the map hold the UDF as described: the first id of `quals`, of which
+/// there is one, with the length and the raw offset of the descriptor, one of the known layers,
+/// and one packet format, under which the map lists it. Anything else is an assertion failure, as
+/// is therefore every UDF whose offset was corrected because it counts from behind a header.
 PELORA_TCAM_EXPORT void udfQualProgrammedInHwUdfModule( U32 unit,
                                                         const UdfDesc& udfDesc,
                                                         const QualIdList& quals,
                                                         PktFmtIdToUdfId::PtrConst pktFmtIdToUdfId );
 
-/// The UDFs that the SDK holds, the first 128 of them.
+/// The UDFs that the SDK holds, whoever made them: the first 128 of them.
 [[nodiscard]] PELORA_TCAM_EXPORT UdfIdList getAllProgrammedUdfIdsUdfModule( U32 unit );
 
-/// The hardware chunks that UDFs occupy; a chunk of two UDFs is an assertion failure.
+/// The hardware chunks, 0 to 15, that UDFs occupy; a chunk of two UDFs is an assertion failure.
 [[nodiscard]] PELORA_TCAM_EXPORT UdfChunkPosList getUdfChunkPosModule( U32 unit,
                                                                        const QualIdList& quals );
 
 // ---- LAG hashing -----------------------------------------------------------------------------
 
-/// Lets a UDF feed the LAG hash, with the descriptor's mask.
+/// Lets a UDF feed the LAG hash, with the descriptor's length and mask; bytes without a mask do not
+/// take part. A chip without room for another hash configuration ends the process.
 PELORA_TCAM_EXPORT void
 createUdfLagHashingModule( U32 unit, bcm_udf_id_t udfId, const UdfDesc& udfDesc );
 
-/// Takes a UDF out of the LAG hash.
+/// Takes a UDF out of the LAG hash. One that does not feed it ends the process.
 PELORA_TCAM_EXPORT void destroyUdfLagHashingModule( U32 unit, bcm_udf_id_t udfId );
 
-/// The UDFs that feed the LAG hash.
+/// The UDFs that feed the LAG hash, however many.
 [[nodiscard]] PELORA_TCAM_EXPORT UdfIdList getAllProgrammedLagHashingUdfIdsUdfModule( U32 unit );
 
-/// Returns when the SDK hashes the UDF as described; otherwise the process ends.
+/// Returns when the SDK hashes the UDF, the first id of `quals`, as described: the first four bytes
+/// of the mask are compared, and the length. A difference is an assertion failure, and a UDF
+/// that does not feed the hash ends the process.
 PELORA_TCAM_EXPORT void
 udfLagHashingProgrammedInModule( U32 unit, const QualIdList& quals, const UdfDesc& udfDesc );
 

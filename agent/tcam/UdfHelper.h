@@ -39,8 +39,10 @@ class AGENT_EXPORT UdfHelperBase : public Agent::Node
     /// The SDK unit.
     [[nodiscard]] U16 moduleId() const { return moduleId_; }
 
+    /// The pipe.
     [[nodiscard]] U8 pipeId() const { return pipeId_; }
 
+    /// Whether the chip can use UDFs for LAG hashing.
     [[nodiscard]] bool lagHashingSupported() const { return lagHashingSupported_; }
 
     /// Serves the reading of "lagHashingSupported", "moduleId" and "pipeId".

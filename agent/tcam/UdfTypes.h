@@ -58,6 +58,7 @@ class AGENT_EXPORT UdfDesc
     /// Mask bytes of the LAG hash by byte index; indices 0 to 3 count, a missing one means 0.
     using LagHashingMask = std::map< Agent::U8, Agent::U8 >;
 
+    /// The point from which the offset counts.
     [[nodiscard]] UdfOffsetBase base() const { return base_; }
 
     /// The outer EtherType of the packets; 0 for none.
@@ -66,6 +67,7 @@ class AGENT_EXPORT UdfDesc
     /// The EtherType of what a GRE packet carries; 0 for packets without a tunnel.
     [[nodiscard]] Agent::U16 innerEtherType() const { return innerEtherType_; }
 
+    /// What asks for the UDF.
     [[nodiscard]] UdfAppType appType() const { return appType_; }
 
     /// The IP protocol of the packets; 0 for any.
@@ -80,6 +82,7 @@ class AGENT_EXPORT UdfDesc
     /// The priority of a packet format created for this UDF; 0 for the SDK's default.
     [[nodiscard]] Agent::U8 priority() const { return priority_; }
 
+    /// The mask bytes of the LAG hash as they were set.
     [[nodiscard]] const LagHashingMask& lagHashingMask() const { return lagHashingMask_; }
 
     /// Whether the UDF also feeds the LAG hash.
@@ -90,6 +93,9 @@ class AGENT_EXPORT UdfDesc
 
     /// The mask bytes 0 to 3 as one number, byte 0 the most significant.
     [[nodiscard]] Agent::U32 packedLagHashingMask() const;
+
+    // Each sets what the accessor of its name gives. Nothing is judged here: what a value out of
+    // place does, the functions say that program the UDF.
 
     void baseIs( UdfOffsetBase base ) { base_ = base; }
 
@@ -140,10 +146,12 @@ class SdkObjectId
   public:
     constexpr SdkObjectId() = default;
 
+    /// The id of that number.
     constexpr explicit SdkObjectId( Agent::S32 value )
         : value_( value )
     {}
 
+    /// The number.
     [[nodiscard]] constexpr Agent::S32 value() const { return value_; }
 
     friend constexpr bool operator==( SdkObjectId, SdkObjectId ) = default;
@@ -154,11 +162,13 @@ class SdkObjectId
         return id.value_ == value;
     }
 
+    /// Prints the number.
     friend std::ostream& operator<<( std::ostream& stream, SdkObjectId id )
     {
         return stream << id.value_;
     }
 
+    /// Packs the number.
     friend void packForRing( Agent::RingPacker& packer, SdkObjectId id )
     {
         Agent::packForRing( packer, id.value_ );
@@ -180,13 +190,16 @@ class AGENT_EXPORT QualIdList
     using value_type = Agent::U32;
     using const_iterator = std::set< Agent::U32 >::const_iterator;
 
+    /// Adds an id; one that is there already stays once.
     void qualIdIs( Agent::U32 id ) { ids_.insert( id ); }
 
+    /// Whether the id is in the list.
     [[nodiscard]] bool qualIdHas( Agent::U32 id ) const { return ids_.contains( id ); }
 
     /// How many ids there are.
     [[nodiscard]] std::size_t qualIds() const { return ids_.size(); }
 
+    /// Takes all ids out.
     void clear() { ids_.clear(); }
 
     [[nodiscard]] const_iterator begin() const { return ids_.begin(); }
@@ -211,10 +224,13 @@ class AGENT_EXPORT UdfIdList
     using value_type = UdfId;
     using const_iterator = std::set< UdfId >::const_iterator;
 
+    /// Adds an id; one that is there already stays once.
     void udfIdIs( UdfId id ) { ids_.insert( id ); }
 
+    /// Takes an id out, if it is there.
     void udfIdDel( UdfId id ) { ids_.erase( id ); }
 
+    /// Whether the id is in the list.
     [[nodiscard]] bool udfIdHas( UdfId id ) const { return ids_.contains( id ); }
 
     /// How many UDFs there are.
@@ -240,8 +256,10 @@ class AGENT_EXPORT UdfChunkPosList
     using value_type = UdfChunkPos;
     using const_iterator = std::set< UdfChunkPos >::const_iterator;
 
+    /// Adds a position; one that is there already stays once.
     void udfChunkPosIs( UdfChunkPos pos ) { positions_.insert( pos ); }
 
+    /// Whether the position is in the list.
     [[nodiscard]] bool udfChunkPosHas( UdfChunkPos pos ) const
     {
         return positions_.contains( pos );
@@ -274,6 +292,7 @@ struct UdfHwProgrammingFootprint
 class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId >
 {
   public:
+    /// References that keep the map alive, the second one to read only.
     using Ptr = Agent::Ptr< PktFmtIdToUdfId >;
     using PtrConst = Agent::Ptr< const PktFmtIdToUdfId >;
 
@@ -283,13 +302,16 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
         udfs_.insert_or_assign( pktFmtId, udfs );
     }
 
+    /// The same, for a list that is not needed any more.
     void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, UdfIdList&& udfs )
     {
         udfs_.insert_or_assign( pktFmtId, std::move( udfs ) );
     }
 
+    /// Removes the entry of a packet format; nothing if it has none.
     void pktFmtIdToUdfIdDel( PktFmtId pktFmtId ) { udfs_.erase( pktFmtId ); }
 
+    /// Whether a packet format has an entry, be it an empty one.
     [[nodiscard]] bool pktFmtIdToUdfIdHas( PktFmtId pktFmtId ) const
     {
         return udfs_.contains( pktFmtId );
@@ -308,6 +330,10 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
     [[nodiscard]] auto begin() const { return udfs_.begin(); }
 
     [[nodiscard]] auto end() const { return udfs_.end(); }
+
+    /// The first entry behind that packet format, which need not be there itself: so entries may
+    /// come and go while one iterates.
+    [[nodiscard]] auto after( PktFmtId pktFmtId ) const { return udfs_.upper_bound( pktFmtId ); }
 
   private:
     std::map< PktFmtId, UdfIdList > udfs_;

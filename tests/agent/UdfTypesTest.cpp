@@ -256,6 +256,18 @@ TEST( UdfTypesTest, PktFmtIdToUdfId_Entries_AreSetReplacedAndRemoved )
     EXPECT_TRUE( map->pktFmtIdToUdfIdHas( PktFmtId( 3 ) ) );
 }
 
+TEST( UdfTypesTest, PktFmtIdToUdfId_After_IsTheNextEntryWhetherThatOneIsThereOrNot )
+{
+    const PktFmtIdToUdfId::Ptr map( new PktFmtIdToUdfId );
+    EXPECT_EQ( map->after( PktFmtId( 1 ) ), map->end() );
+    map->pktFmtIdToUdfIdIs( PktFmtId( 3 ), {} );
+    map->pktFmtIdToUdfIdIs( PktFmtId( 8 ), {} );
+    EXPECT_EQ( map->after( PktFmtId( 2 ) )->first, PktFmtId( 3 ) );
+    EXPECT_EQ( map->after( PktFmtId( 3 ) )->first, PktFmtId( 8 ) );
+    EXPECT_EQ( map->after( PktFmtId( 4 ) )->first, PktFmtId( 8 ) );
+    EXPECT_EQ( map->after( PktFmtId( 8 ) ), map->end() );
+}
+
 TEST( UdfTypesTest, PktFmtIdToUdfId_SharedByPtr_IsReadOnlyByPtrConst )
 {
     const PktFmtIdToUdfId::Ptr map( new PktFmtIdToUdfId );

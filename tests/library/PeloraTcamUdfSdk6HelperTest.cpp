@@ -97,6 +97,19 @@ TEST_F( UdfModuleHelperTest, Unit_OfListing_IsTheGivenOne )
                               "bcm_udf_hash_config_get_all( 9, 0, null, & )" ) );
 }
 
+TEST_F( UdfModuleHelperTest, Unit_OfChunks_IsTheGivenOne )
+{
+    chips.chipIs( 9, Sim::builtInProfile( "sdk6-udf" ) );
+    const QualIdList quals = createUdfQualifierUdfModule( 9, udfDescOf( 2, 4 ), formats );
+    sdk.clear();
+    expectTraced(
+        "getUdfChunkPosList mod: 9 quals: {1}", "getUdfChunkPosList mod: 9 quals: 1", [ & ] {
+            EXPECT_THAT( helper->getUdfChunkPosList( 9, quals ), ElementsAre( 0, 1 ) );
+        } );
+    ASSERT_EQ( sdk.calls().size(), 1U );
+    EXPECT_THAT( sdk.calls()[ 0 ], ::testing::StartsWith( "bcm_udf_get( 9, 1, " ) );
+}
+
 TEST_F( UdfModuleHelperTest, Map_DuringACall_HasAnotherReference )
 {
     const PktFmtIdToUdfId::Ptr map = helper->pktFmtIdToUdfId();
