@@ -24,10 +24,15 @@ int SdkCounterObjectManager::counterObjectIs(
     FlexctrObjectId object = 0;
     const int rc = SDK_TRACED_CALL(
         bcm_flexctr_action_create( static_cast< int >( unit ), 0, &action, &object ) );
-    if ( rc >= 0 ) {
-        objects_[ key ] = object;
-        indices_[ { unit, object } ] = IdPool( firstIndex, counters );
+    if ( rc < 0 ) {
+        return rc;
     }
+    if ( !objects_.try_emplace( key, object ).second ) {
+        // Somebody else made one while the locks were released.
+        SDK_CHECKED_CALL( bcm_flexctr_action_destroy( static_cast< int >( unit ), object ) );
+        return Shim::sdk_->BCM_E_EXISTS();
+    }
+    indices_[ { unit, object } ] = IdPool( firstIndex, counters );
     return rc;
 }
 

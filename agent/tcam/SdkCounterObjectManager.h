@@ -18,12 +18,14 @@
 
 namespace PeloraTcam {
 
+/// Makes counter objects with the SDK, one for each use; see the top of this header.
 class AGENT_EXPORT SdkCounterObjectManager final : public PeloraTcamCounterObjectManager
 {
   public:
     /// Makes the object of a unit, stage, pipe and group priority, which must not have one (an
     /// assertion failure), with room for so many counters, 1 to 0xFFFFFFFE. Gives the SDK's return
-    /// code; when it is negative there is no object.
+    /// code; when it is negative nothing was made. If another thread makes the object while the
+    /// SDK is called, that one stays, and the SDK's code for "exists" is given.
     int
     counterObjectIs( U32 unit, StageType stage, U8 pipe, TcamGroupPriority priority, U32 counters );
 

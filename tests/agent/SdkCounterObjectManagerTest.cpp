@@ -2,6 +2,8 @@
 
 #include "tests/agent/FlexctrScene.h"
 
+#include <utility>
+
 namespace PeloraTcam {
 namespace {
 
@@ -58,6 +60,26 @@ TEST_F( SdkCounterObjectManagerTest, CounterObjectIs_SdkRefuses_GivesItsCodeAndK
     EXPECT_EQ( make( 10 ), -14 ) << "one counter too many";
     EXPECT_EQ( get(), invalid );
     EXPECT_EQ( make( 9 ), 0 );
+}
+
+TEST_F( SdkCounterObjectManagerTest, CounterObjectIs_MadeByAnotherDuringTheCall_LeavesTheOther )
+{
+    bool isFirst = true;
+    sdk.on.bcm_flexctr_action_create =
+        [ & ]( int u, uint32_t options, bcm_flexctr_action_t* action, uint32_t* object ) {
+            if ( std::exchange( isFirst, false ) ) {
+                const Agent::LockAnchor otherThread( Agent::activityLock() );
+                EXPECT_EQ( make( 3 ), 0 );
+            }
+            return faulty.bcm_flexctr_action_create( u, options, action, object );
+        };
+    EXPECT_EQ( make( 4 ), -8 );
+    EXPECT_EQ( get(), 1U ) << "the other's";
+    EXPECT_EQ( objects.indices( unit, 1 ).size(), 3U );
+    EXPECT_EQ( sdk.calls().back(), "bcm_flexctr_action_destroy( 3, 2 )" );
+    EXPECT_EQ( chip().flexCounters()->objectsUsed(), 1U );
+    objects.counterObjectDel( unit, stageIfp(), pipe, priority );
+    EXPECT_EQ( chip().flexCounters()->objectsUsed(), 0U );
 }
 
 TEST_F( SdkCounterObjectManagerTest, CounterObjectDel_Made_IsDestroyed )
