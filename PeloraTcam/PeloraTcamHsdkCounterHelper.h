@@ -4,10 +4,17 @@
 ///
 /// Makes no SDK calls of its own: the agent's counter object manager and flex counter manager do.
 /// Flex counters are addressed by entry; a byte type and the packet type that follows it share one.
-/// A priority without a flex counter object gives an entry no counter, which is no error.
+/// A priority without a flex counter object gives an entry no counter, which is no error; neither
+/// is an attachment that is not complete.
+///
+/// The agent sets both managers before the first operation, holds the helper by `Ptr` and calls it
+/// with the activity lock held.
 ///
 ///     auto helper = PeloraTcamHsdkCounterHelper::PeloraTcamHsdkCounterHelperIs(
 ///         pipeId, unit, chipInfo );
+///     const CounterInfo info = helper->allocateCounter(
+///         stageIfp(), groupId, entryId, { { CounterType::packets, true } }, priority );
+///     helper->getPacketHits( info );
 
 #include "agent/base/RegisteredClass.h"
 #include "agent/tcam/CounterHelper.h"
@@ -32,23 +39,29 @@ class PELORA_TCAM_EXPORT PeloraTcamHsdkCounterHelper
                                  const TcamEntryId& entryId,
                                  const CounterSet& counterSet,
                                  TcamGroupPriority priority ) override;
+    /// Always true.
     bool freeCounter( StageType stage,
                       LogicalGroupId logicalGroupId,
                       const TcamEntryId& entryId,
                       const CounterInfo& counterInfo,
                       TcamGroupPriority priority ) override;
+    /// The bytes for a byte type; the packets for any other.
     U64 getStatHits( unsigned entryId, CounterType counterType, StageType stage ) override;
     U64 getPacketHits( const CounterInfo& counterInfo ) override;
     U64 getByteHits( const CounterInfo& counterInfo ) override;
     /// The index of the entry's flex counter of that type; 0 if it has none. The entry must hold
     /// flex counters (an assertion failure otherwise).
     S32 getCounterHwIdx( unsigned entryId, CounterType counterType, StageType stage ) override;
+
+    /// Clears all flex counters of the entry, whatever the record's set.
     void clearHitsForEntry( const CounterInfo& counterInfo ) override;
     /// Must not be called: an assertion failure.
     bool isStatIdInstalledInHardware( unsigned statId ) override;
+    /// Does nothing.
     void maybeClearHitsAfterEntryInstall( unsigned statId ) override;
     /// Not supported: an assertion failure.
     void handleFlashDownload() override;
+    /// Traces only.
     void configureCounter() override;
     /// Traces only: flex counters are not read back.
     void verifyCounters( unsigned statId, const CounterStatus& counterStatus ) override;

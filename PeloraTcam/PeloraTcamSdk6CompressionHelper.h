@@ -3,7 +3,11 @@
 /// Programs the compression entries of a chip that is driven through SDK-6.
 ///
 /// Each entry is created in the compression group of its table, qualified with the value, given
-/// the class id as its action, and installed. Any failure of the SDK is fatal.
+/// the class id as its action, and installed. Any failure of the SDK is fatal; when it throws, what
+/// it did before stays, and the entry's id is not known to the caller.
+///
+/// The agent holds the helper by `Ptr` and calls it with the activity lock held. The compression
+/// groups must exist in the chip.
 ///
 ///     auto helper = PeloraTcamSdk6CompressionHelper::PeloraTcamSdk6CompressionHelperIs(
 ///         pipeId, fapId );
@@ -31,14 +35,16 @@ class PELORA_TCAM_EXPORT PeloraTcamSdk6CompressionHelper
 
     [[nodiscard]] const Agent::ModuleRecord& typeData() const override;
 
-    /// Creates and installs an entry and gives its SDK id. The key of a scalar table is cut to
-    /// the field's width; a prefix of an IP table has up to 32 or 128 bits. An unknown table is
-    /// an assertion failure.
+    /// Creates and installs an entry and gives its SDK id, sign-extended. The key of a scalar table
+    /// is cut to the field's width, the class id to 32 bits. A prefix of an IP table has 0 to 32 or
+    /// 0 to 128 bits: a longer one matches an IPv4 address whole, and is an assertion failure for
+    /// an IPv6 one. An unknown table is an assertion failure, before the SDK is asked.
     U64 getFieldCompressionEntry( const CompressionData& compressionData,
                                   U64 classId,
                                   PeloraCompressionTableType tableType ) override;
 
-    /// Takes the entry out of the hardware. The SDK keeps it allocated.
+    /// Takes the entry out of the hardware; the table is only traced. The SDK keeps the entry
+    /// allocated.
     void releaseFieldCompressionEntry( U64 id, PeloraCompressionTableType tableType ) override;
 
     void handleInitialized() override;

@@ -5,7 +5,9 @@
 /// One field statistic an entry, with one counter for each type asked for. Reads go through the
 /// agent's counter eviction helper, which accumulates counters that are narrower than 64 bits. A
 /// statistic that cannot be created is a result; a failure to attach, detach, destroy or clear one
-/// is fatal.
+/// is fatal. When the SDK throws, what it did before stays: nothing is undone.
+///
+/// The agent holds the helper by `Ptr` and calls it with the activity lock held.
 ///
 ///     auto helper = PeloraTcamSdk6CounterHelper::PeloraTcamSdk6CounterHelperIs(
 ///         pipeId, unit, chipInfo );
@@ -33,6 +35,7 @@ class PELORA_TCAM_EXPORT PeloraTcamSdk6CounterHelper
 
     [[nodiscard]] const Agent::ModuleRecord& typeData() const override;
 
+    /// Type 0 in the set is an assertion failure; a type above 8 gets the SDK's default statistic.
     CounterInfo allocateCounter( StageType stage,
                                  LogicalGroupId logicalGroupId,
                                  const TcamEntryId& entryId,
@@ -43,17 +46,29 @@ class PELORA_TCAM_EXPORT PeloraTcamSdk6CounterHelper
                       const TcamEntryId& entryId,
                       const CounterInfo& counterInfo,
                       TcamGroupPriority priority ) override;
+    /// Gives what was read, 0 if nothing, whatever the SDK's return code. A type other than 1 to 8,
+    /// or no eviction helper, is an assertion failure.
     U64 getStatHits( unsigned statId, CounterType counterType, StageType stage ) override;
+    /// A counter that cannot be read is left out of the sum. Needs the eviction helper, also for an
+    /// empty set (an assertion failure otherwise).
     U64 getPacketHits( const CounterInfo& counterInfo ) override;
+    /// As `getPacketHits`.
     U64 getByteHits( const CounterInfo& counterInfo ) override;
+    /// The SDK's invalid index where the eviction helper has no pool indices; an SDK that has them
+    /// and does not give one is an assertion failure.
     S32 getCounterHwIdx( unsigned statId, CounterType counterType, StageType stage ) override;
+    /// Sets each counter to 0 in the chip, then in the eviction helper. A type other than 1 to 8,
+    /// or no eviction helper, is an assertion failure.
     void clearHitsForEntry( const CounterInfo& counterInfo ) override;
     bool isStatIdInstalledInHardware( unsigned statId ) override;
+    /// Traces only.
     void maybeClearHitsAfterEntryInstall( unsigned statId ) override;
     /// Not supported: an assertion failure.
     void handleFlashDownload() override;
+    /// Traces only.
     void configureCounter() override;
-    /// Reads every statistic of the status; one that cannot be read is fatal.
+    /// Reads every statistic of the status and drops what it reads; one that cannot be read is
+    /// fatal, a type other than 1 to 8 is an assertion failure.
     void verifyCounters( unsigned statId, const CounterStatus& counterStatus ) override;
     void handleInitialized() override;
 

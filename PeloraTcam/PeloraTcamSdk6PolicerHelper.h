@@ -5,6 +5,8 @@
 /// The SDK chooses the policers' ids. An exhausted policer table, any other failure of the SDK, an
 /// unknown mode, and a mismatch found by verification end the process.
 ///
+/// The agent holds the helper by `Ptr` and calls it with the activity lock held.
+///
 ///     Ptr< PeloraTcamSdk6PolicerHelper > helper(
 ///         new PeloraTcamSdk6PolicerHelper( pipeId, fapId ) );
 ///     const PolicerId id = helper->getPolicer( policer, stageIfp() );
@@ -27,13 +29,15 @@ class PELORA_TCAM_EXPORT PeloraTcamSdk6PolicerHelper
 
     [[nodiscard]] const Agent::ModuleRecord& typeData() const override;
 
-    /// Creates a policer and gives its id, which is not 0.
+    /// Creates a policer and gives its id, which is not 0 (an assertion failure otherwise). The
+    /// stage does not matter, here and below.
     PolicerId getPolicer( const Policer& policer, StageType stage ) override;
 
     /// Destroys a policer.
     void releasePolicer( PolicerId policerId, StageType stage ) override;
 
-    /// Reads the policer back and asserts that it is the one recorded.
+    /// Reads the policer back and asserts that it is the one recorded: mode, committed rate and
+    /// burst, whether it is colour-aware, and in mode 1 also peak rate and burst.
     void verifyTcamSanity( const Agent::Ptr< const PolicerData >& policerData ) override;
 
     void handleInitialized() override;

@@ -113,18 +113,19 @@ class AGENT_EXPORT CompressionData
 AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, const CompressionData& data );
 
 /// The interface of the compression helpers. Its operations are called with the agent's activity
-/// lock held. Attributes: "fapId", "pipeId".
+/// lock held, and release it while they call the SDK. Attributes: "fapId", "pipeId".
 class AGENT_EXPORT PeloraTcamCompressionHelperBase : public Agent::Node
 {
   public:
     ~PeloraTcamCompressionHelperBase() override;
 
-    /// Slot 5: creates an entry that gives packets with that value the class id, and gives the
-    /// entry's SDK id.
+    /// Slot 5: creates an entry that gives packets with that value the class id, 32 bits, and
+    /// gives the entry's SDK id, sign-extended. A failure of the SDK is fatal.
     virtual U64 getFieldCompressionEntry( const CompressionData& compressionData,
                                           U64 classId,
                                           PeloraCompressionTableType tableType ) = 0;
-    /// Slot 6: takes an entry out of the hardware.
+    /// Slot 6: takes an entry out of the hardware; `id` is what `getFieldCompressionEntry` gave. A
+    /// failure of the SDK is fatal.
     virtual void releaseFieldCompressionEntry( U64 id, PeloraCompressionTableType tableType ) = 0;
     /// Slot 7: called once the helper's attributes are set.
     virtual void handleInitialized() = 0;

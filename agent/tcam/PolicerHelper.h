@@ -69,18 +69,19 @@ class PolicerData : public Agent::SharedValue< PolicerData >
 };
 
 /// The interface of the policer helpers. Its operations are called with the agent's activity lock
-/// held. Attributes: "fapId", "pipeId".
+/// held, and release it while they call the SDK. Attributes: "fapId", "pipeId".
 class AGENT_EXPORT PeloraTcamPolicerHelper : public Agent::Node
 {
   public:
     ~PeloraTcamPolicerHelper() override;
 
     /// Slot 5: creates a policer for entries of the stage and gives its id, or `invalidPolicerId`
-    /// when a helper that chooses ids itself has none left.
+    /// when a helper that chooses ids itself has none left. A failure of the SDK is fatal.
     virtual PolicerId getPolicer( const Policer& policer, StageType stage ) = 0;
-    /// Slot 6: destroys a policer.
+    /// Slot 6: destroys a policer, which was created for that stage. A failure of the SDK is fatal.
     virtual void releasePolicer( PolicerId policerId, StageType stage ) = 0;
-    /// Slot 7: returns when the chip holds what was recorded; otherwise the process ends.
+    /// Slot 7: returns when the chip holds what was recorded; otherwise the process ends. The
+    /// pointer itself must stay as it is during the call, in which the locks are released.
     virtual void verifyTcamSanity( const Agent::Ptr< const PolicerData >& policerData ) = 0;
     /// Slot 8: called once the helper's attributes are set.
     virtual void handleInitialized() = 0;

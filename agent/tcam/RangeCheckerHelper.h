@@ -66,7 +66,8 @@ class RangeCheckerData : public Agent::SharedValue< RangeCheckerData >
 };
 
 /// The interface of the range checker helpers. Its operations are called with the agent's
-/// activity lock held. Attributes: "fapId", "model", "pipeId".
+/// activity lock held, and release it while they call the SDK. Attributes: "fapId", "model",
+/// "pipeId".
 class AGENT_EXPORT PeloraTcamRangeCheckerHelper : public Agent::Node
 {
   public:
@@ -75,9 +76,10 @@ class AGENT_EXPORT PeloraTcamRangeCheckerHelper : public Agent::Node
     /// Slot 5: allocates a range checker and gives its id, or `invalidRangeCheckerId` when the
     /// chip has none left.
     virtual RangeCheckerId getRangeChecker( const RangeCheckerDesc& desc ) = 0;
-    /// Slot 6: gives a range checker back to the chip.
+    /// Slot 6: gives a range checker back to the chip. A failure of the SDK is fatal.
     virtual void releaseRangeChecker( RangeCheckerId rangeCheckerId ) = 0;
-    /// Slot 7: returns when the chip holds what was recorded; otherwise the process ends.
+    /// Slot 7: returns when the chip holds what was recorded; otherwise the process ends. The
+    /// pointer itself must stay as it is during the call, in which the locks are released.
     virtual void
     verifyTcamSanity( const Agent::Ptr< const RangeCheckerData >& rangeCheckerData ) const = 0;
     /// Slot 8: called once the helper's attributes are set.
