@@ -100,26 +100,37 @@ PELORA_TCAM_EXPORT void
 udfLagHashingProgrammedInModule( U32 unit, const QualIdList& quals, const UdfDesc& udfDesc );
 
 // ---- The flexible parser ---------------------------------------------------------------------
+//
+// Arguments that come again: `unit` is the SDK's number of the chip; `apf` one of the formats of
+// `udfAbstractPktFmt()`; of `udfDesc` only `ethType`, `appType`, `offset` and `length` are looked
+// at, the last two in bytes, 0 to 255; `qualIds` are ids of SDK UDFs, as a creation gave them, none
+// of them unknown to the SDK. Where nothing else is said, an SDK call that fails ends the process.
 
-/// The abstract packet formats that the library programs.
+/// The abstract packet formats that the library programs: read from the SDK on first use, then
+/// the same for the life of the process.
 [[nodiscard]] PELORA_TCAM_EXPORT const std::set< bcm_udf_abstract_pkt_format_t >&
 udfAbstractPktFmt();
 
-/// The chunks of an abstract packet format that a new UDF cannot have: bit i for chunk i of 16.
+/// The chunks of an abstract packet format that a new UDF cannot have, used or unavailable: bit i
+/// for chunk i of 16.
 [[nodiscard]] PELORA_TCAM_EXPORT Agent::Bitmap::Ptr
 getUdfReservedBitmap( U32 unit, bcm_udf_abstract_pkt_format_t apf );
 
-/// The chunks that UDFs occupy; a chunk of two UDFs is an assertion failure.
+/// The chunks, 0 to 15, that UDFs occupy; a chunk of two UDFs is an assertion failure. No UDFs: no
+/// chunks, and no SDK call.
 [[nodiscard]] PELORA_TCAM_EXPORT UdfChunkPosList
 getUdfChunkPosFlexParser( U32 unit, const QualIdList& qualIds );
 
 /// Creates a UDF in an abstract packet format and gives its id as the only one of a list; an
-/// empty list, with nothing left behind, when there are too few chunks or the SDK refuses.
+/// empty list, with nothing left behind, when there are too few chunks (one is needed for each two
+/// bytes) or the SDK refuses. No log message is raised.
 [[nodiscard]] PELORA_TCAM_EXPORT QualIdList
 createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract_pkt_format_t apf );
 
-/// Programs one UDF on the chunks of a bitmap, which must be free. The SDK's return code goes to
-/// `rc`; on success the UDF goes into the footprint and the list.
+/// Programs one UDF on the chunks of `chunkBmap`, bit i for chunk i of 16; one that is used already
+/// is an assertion failure. The SDK's return code goes to `rc`, whatever it is. On success the UDF
+/// goes into the footprint, then into `qualIds`, and nowhere otherwise; one that is in the
+/// footprint already is an assertion failure.
 PELORA_TCAM_EXPORT void program_abstract_pkt_type( U32 unit,
                                                    const UdfDesc& udfDesc,
                                                    bcm_udf_abstract_pkt_format_t apf,
@@ -128,21 +139,26 @@ PELORA_TCAM_EXPORT void program_abstract_pkt_type( U32 unit,
                                                    QualIdList& qualIds,
                                                    UdfHwProgrammingFootprint& hwFootprint );
 
-/// Destroys the UDFs of a qualifier, and checks their chunks against the format's.
+/// Destroys the UDFs of a qualifier. Assertion failures: UDFs on different chunks, and, when all
+/// are destroyed, a chunk that was not reserved in `apf` before.
 PELORA_TCAM_EXPORT void destroyUdfQualifierFlexParser( U32 unit,
                                                        const QualIdList& qualIds,
                                                        bcm_udf_abstract_pkt_format_t apf );
 
-/// Undoes what a failed creation has made. Always gives an empty list.
+/// Undoes what a failed creation has made: destroys the UDFs of the footprint, as
+/// `destroyUdfQualifierFlexParser()` does. Always gives an empty list.
 PELORA_TCAM_EXPORT QualIdList cleanupUdfFlexParserFootprint(
     int unit, const UdfHwProgrammingFootprint& hwFootprint, bcm_udf_abstract_pkt_format_t apf );
 
-/// Returns when the SDK holds the UDFs of a qualifier as described; otherwise the process ends.
+/// Returns when the SDK holds the UDFs of a qualifier as described: in a format of the library,
+/// with the offset and width in bytes, all on the same chunks, one for each two bytes. Otherwise it
+/// is an assertion failure.
 PELORA_TCAM_EXPORT void
 udfQualProgrammedInHwFlex( U32 unit, const UdfDesc& udfDesc, const QualIdList& qualIds );
 
 /// The UDFs that the SDK holds in the formats of `udfAbstractPktFmt()`, up to 128 of each. A
-/// format that cannot be listed is left out, with an error line on standard error.
+/// format that cannot be listed is left out, with an error line on standard error; one without
+/// UDFs, which the SDK does not find, without.
 [[nodiscard]] PELORA_TCAM_EXPORT UdfIdList getAllProgrammedUdfIdsUdfFlexParser( U32 unit );
 
 } // namespace PeloraTcam

@@ -46,7 +46,7 @@ const Agent::TraceHandle& _defaultTraceHandle()
 /// The abstract packet format of a descriptor.
 bcm_udf_abstract_pkt_format_t getPktFmt( const UdfDesc& udfDesc )
 {
-    switch ( abstractPktKind( udfDesc ) ) {
+    switch ( abstractPktKind( udfDesc, { __FILE__, __LINE__, __PRETTY_FUNCTION__ } ) ) {
     case AbstractPktKind::ipv4:
         // DIFFERS: SDK-6 has IPv4 without options only.
         return Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4();

@@ -69,7 +69,7 @@ void traceEntry( Agent::TraceLevel level, Pieces&&... pieces )
 /// The abstract packet format of a descriptor.
 bcm_udf_abstract_pkt_format_t getPktFmt( const UdfDesc& udfDesc )
 {
-    switch ( abstractPktKind( udfDesc ) ) {
+    switch ( abstractPktKind( udfDesc, { __FILE__, __LINE__, __PRETTY_FUNCTION__ } ) ) {
     case AbstractPktKind::ipv4:
         // DIFFERS: HSDK has all of IPv4.
         return Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4WithoutOptions();

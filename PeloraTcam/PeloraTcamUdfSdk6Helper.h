@@ -65,6 +65,12 @@ udfModuleHelperFactory( U16 moduleId, U8 pipeId, bool lagHashingSupported );
 
 /// Programs UDFs through the flexible parser. It cannot feed LAG hashing: the two LAG-hashing
 /// operations are assertion failures.
+///
+/// Programming and removing choose the abstract packet format by the descriptor's `appType` and,
+/// for a MAC ACL, its `ethType`: a removal needs both as they were. A MAC ACL with the EtherType of
+/// IPv4, and an unknown application type, are assertion failures before any SDK call. Programming,
+/// removing and verifying work on the unit `moduleId()`, the others on the unit they are given.
+/// `pipeId()` and `lagHashingSupported()` do not count.
 class PELORA_TCAM_EXPORT UdfFlexParserHelper
     : public Agent::RegisteredClass< UdfFlexParserHelper, UdfHelperBase >
 {

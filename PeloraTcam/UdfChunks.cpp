@@ -29,14 +29,18 @@ std::string_view viewOf( const ChunkCharacters& characters )
     return { characters.data(), characters.size() };
 }
 
-AbstractPktKind kindOfMacAcl( Agent::U16 ethType )
+[[noreturn]] void badDescriptor( const char* expression, const Agent::CallLocation& location )
+{
+    Agent::assertionFailed( expression, location.file, location.line, location.function );
+}
+
+AbstractPktKind kindOfMacAcl( Agent::U16 ethType, const Agent::CallLocation& location )
 {
     switch ( ethType ) {
     case Kvnet::EthType::ethTypeArp_:
         return AbstractPktKind::arp;
     case Kvnet::EthType::ethTypeIp_:
-        Agent::assertionFailed(
-            "Cannot specify ethertype ip with mac ACL", __FILE__, __LINE__, __PRETTY_FUNCTION__ );
+        badDescriptor( "Cannot specify ethertype ip with mac ACL", location );
     case Kvnet::EthType::ethTypeIp6_:
         return AbstractPktKind::ipv6;
     default:
@@ -66,7 +70,7 @@ std::string notEnoughChunksText( Agent::U32 available, Agent::U32 requested )
                               requested );
 }
 
-AbstractPktKind abstractPktKind( const UdfDesc& udfDesc )
+AbstractPktKind abstractPktKind( const UdfDesc& udfDesc, const Agent::CallLocation& location )
 {
     switch ( udfDesc.appType() ) {
     case UdfAppType::ipv4Acl:
@@ -75,9 +79,9 @@ AbstractPktKind abstractPktKind( const UdfDesc& udfDesc )
     case UdfAppType::ipv6Acl:
         return AbstractPktKind::ipv6;
     case UdfAppType::macAcl:
-        return kindOfMacAcl( udfDesc.ethType() );
+        return kindOfMacAcl( udfDesc.ethType(), location );
     }
-    Agent::assertionFailed( "Specified invalid appType", __FILE__, __LINE__, __PRETTY_FUNCTION__ );
+    badDescriptor( "Specified invalid appType", location );
 }
 
 void judgeObjectList( const Agent::TraceHandle& handle, const Shim::CallSite& site, int rc )

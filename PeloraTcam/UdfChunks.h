@@ -5,6 +5,7 @@
 /// A chunk is a two-byte extraction unit; every abstract packet format has sixteen of them.
 
 #include "agent/base/BaseTypes.h"
+#include "agent/base/CallLocation.h"
 #include "agent/base/RingTrace.h"
 #include "agent/tcam/UdfTypes.h"
 #include "sdk/SdkCall.h"
@@ -64,8 +65,8 @@ enum class AbstractPktKind
 
 /// The kind of packet that a descriptor asks for: by what asks for the UDF, and for a MAC ACL by
 /// the EtherType. A MAC ACL with the EtherType of IPv4, and an unknown application type, are
-/// assertion failures.
-AbstractPktKind abstractPktKind( const UdfDesc& udfDesc );
+/// assertion failures at `location`, which is that of the helper that was asked.
+AbstractPktKind abstractPktKind( const UdfDesc& udfDesc, const Agent::CallLocation& location );
 
 /// The most UDFs that are read of one abstract packet format.
 inline constexpr int mostUdfsOfFormat = 128;

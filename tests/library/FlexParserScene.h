@@ -9,6 +9,7 @@
 #include "tests/library/UdfScene.h"
 
 #include <bitset>
+#include <set>
 
 namespace LibraryTest {
 
@@ -16,6 +17,18 @@ using PeloraTcam::UdfAppType;
 using PeloraTcam::UdfChunkPosList;
 
 using Format = bcm_udf_abstract_pkt_format_t;
+
+/// The functions of both variants: arguments and results are the same.
+struct ParserFunctions
+{
+    using Create = QualIdList ( * )( Agent::U32, const UdfDesc&, Format );
+    using Destroy = void ( * )( Agent::U32, const QualIdList&, Format );
+    using CleanUp = QualIdList ( * )( int, const UdfHwProgrammingFootprint&, Format );
+    using Verify = void ( * )( Agent::U32, const UdfDesc&, const QualIdList& );
+    using List = UdfIdList ( * )( Agent::U32 );
+    using Positions = UdfChunkPosList ( * )( Agent::U32, const QualIdList& );
+    using Formats = const std::set< Format >& ( * )();
+};
 
 struct Sdk6Parser
 {
@@ -29,13 +42,13 @@ struct Sdk6Parser
     static constexpr const char* chunksOutput = "chunk_bmap"; ///< of `chunksCall`
     static constexpr const char* ipv4Format = "bcmUdfAbstractPktFormatL3Ipv4WithoutOptions";
     static constexpr const char* arpFormat = "bcmUdfAbstractPktFormatKnownNonIp";
-    static constexpr auto create = PeloraTcam::createUdfQualifierFlexParser;
-    static constexpr auto destroy = PeloraTcam::destroyUdfQualifierFlexParser;
-    static constexpr auto cleanUp = PeloraTcam::cleanupUdfFlexParserFootprint;
-    static constexpr auto verify = PeloraTcam::udfQualProgrammedInHwFlex;
-    static constexpr auto list = PeloraTcam::getAllProgrammedUdfIdsUdfFlexParser;
-    static constexpr auto positions = PeloraTcam::getUdfChunkPosFlexParser;
-    static constexpr auto formats = PeloraTcam::udfAbstractPktFmt;
+    static constexpr ParserFunctions::Create create = PeloraTcam::createUdfQualifierFlexParser;
+    static constexpr ParserFunctions::Destroy destroy = PeloraTcam::destroyUdfQualifierFlexParser;
+    static constexpr ParserFunctions::CleanUp cleanUp = PeloraTcam::cleanupUdfFlexParserFootprint;
+    static constexpr ParserFunctions::Verify verify = PeloraTcam::udfQualProgrammedInHwFlex;
+    static constexpr ParserFunctions::List list = PeloraTcam::getAllProgrammedUdfIdsUdfFlexParser;
+    static constexpr ParserFunctions::Positions positions = PeloraTcam::getUdfChunkPosFlexParser;
+    static constexpr ParserFunctions::Formats formats = PeloraTcam::udfAbstractPktFmt;
 };
 
 struct HsdkParser
@@ -50,13 +63,17 @@ struct HsdkParser
     static constexpr const char* chunksOutput = "two_byte_chunk_bmap";
     static constexpr const char* ipv4Format = "bcmUdfAbstractPktFormatL3Ipv4";
     static constexpr const char* arpFormat = "bcmUdfAbstractPktFormatArp";
-    static constexpr auto create = PeloraTcam::createUdfQualifierFlexParserHsdk;
-    static constexpr auto destroy = PeloraTcam::destroyUdfQualifierFlexParserHsdk;
-    static constexpr auto cleanUp = PeloraTcam::cleanupUdfFlexParserFootprintHsdk;
-    static constexpr auto verify = PeloraTcam::udfQualProgrammedInHwFlexHsdk;
-    static constexpr auto list = PeloraTcam::getAllProgrammedUdfIdsUdfFlexParserHsdk;
-    static constexpr auto positions = PeloraTcam::getUdfChunkPosFlexParserHsdk;
-    static constexpr auto formats = PeloraTcam::udfAbstractPktFmtHsdk;
+    static constexpr ParserFunctions::Create create = PeloraTcam::createUdfQualifierFlexParserHsdk;
+    static constexpr ParserFunctions::Destroy destroy =
+        PeloraTcam::destroyUdfQualifierFlexParserHsdk;
+    static constexpr ParserFunctions::CleanUp cleanUp =
+        PeloraTcam::cleanupUdfFlexParserFootprintHsdk;
+    static constexpr ParserFunctions::Verify verify = PeloraTcam::udfQualProgrammedInHwFlexHsdk;
+    static constexpr ParserFunctions::List list =
+        PeloraTcam::getAllProgrammedUdfIdsUdfFlexParserHsdk;
+    static constexpr ParserFunctions::Positions positions =
+        PeloraTcam::getUdfChunkPosFlexParserHsdk;
+    static constexpr ParserFunctions::Formats formats = PeloraTcam::udfAbstractPktFmtHsdk;
 };
 
 using Parsers = ::testing::Types< Sdk6Parser, HsdkParser >;

@@ -23,12 +23,14 @@ TEST( UdfChunksTest, ChunksNeeded_ByTheByte_IsOneForTwoRoundedUp )
 struct Sdk6Class
 {
     using Parser = Sdk6Parser;
+    static constexpr const char* source = "PeloraTcam/PeloraTcamUdfSdk6Helper.cpp";
     static constexpr auto make = PeloraTcam::udfFlexParserHelperFactory;
 };
 
 struct HsdkClass
 {
     using Parser = HsdkParser;
+    static constexpr const char* source = "PeloraTcam/PeloraTcamUdfHsdkHelper.cpp";
     static constexpr auto make = PeloraTcam::udfFlexParserHsdkHelperFactory;
 };
 
@@ -111,6 +113,21 @@ TYPED_TEST( GetPktFmtTest, GetPktFmt_EveryPair_ChoosesOneOfTheLibrarysFormatsOrD
             EXPECT_EQ( this->outcomeOf( appType, ethType ), this->expected( appType, ethType ) );
         }
     }
+}
+
+TYPED_TEST( GetPktFmtTest, GetPktFmt_BadDescriptor_DiesInTheSourceOfTheHelper )
+{
+    const auto helper = TypeParam::make( this->unit, 0, false );
+    const SdkCallSite getPktFmt{ TypeParam::source, "getPktFmt", "" };
+    UdfDesc desc = udfDescOf( 2, 2 );
+    desc.appTypeIs( UdfAppType::macAcl );
+    this->expectAssertion( getPktFmt, "Cannot specify ethertype ip with mac ACL", [ & ] {
+        helper->programUdfInHw( desc );
+    } );
+    desc.appTypeIs( static_cast< UdfAppType >( 4 ) );
+    this->expectAssertion( getPktFmt, "Specified invalid appType", [ & ] {
+        helper->removeUdfFromHw( desc, qualsOf( { 1 } ) );
+    } );
 }
 
 } // namespace
