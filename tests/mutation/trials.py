@@ -12,7 +12,7 @@ import threading
 ASKED = re.compile(r"(library|sdk|support)\.\w+|sim\.SdkNumbering")
 READ_SOURCES = {"library.CallSites", "library.TwinsDocument"}
 # They load the library from a path that is compiled in.
-LOAD_BY_PATH = {"library.BuiltLibrary", "library.LoadOrder", "library.ProbeLibrary", "library.UdfLogMessages"}
+LOAD_BY_PATH = {"library.BuiltLibrary", "library.LoadOrder", "library.UdfLogMessages"}
 OTHER_NUMBERING = "shuffled:1"
 SLOW_TEST_SECONDS = 0.25
 LIBRARY = "lib/libPeloraTcamSdk6Helpers.so"
