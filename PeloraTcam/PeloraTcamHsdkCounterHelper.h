@@ -21,10 +21,12 @@
 
 namespace PeloraTcam {
 
+/// The counter helper of HSDK: flex counters.
 class PELORA_TCAM_EXPORT PeloraTcamHsdkCounterHelper
     : public Agent::RegisteredClass< PeloraTcamHsdkCounterHelper, PeloraTcamCounterHelper >
 {
   public:
+    /// `pipeId` is the pipe, 0 to 255; `unit` the chip's SDK unit; `chipInfo` is copied.
     PeloraTcamHsdkCounterHelper( U8 pipeId, U32 unit, const PeloraCentral::ChipInfo& chipInfo );
     ~PeloraTcamHsdkCounterHelper() override;
 

@@ -12,6 +12,7 @@
 
 namespace PeloraTcam {
 
+/// The policer helper of HSDK: that of SDK-6, except for what the header's top names.
 class PELORA_TCAM_EXPORT PeloraTcamHsdkPolicerHelper
     : public Agent::RegisteredClass< PeloraTcamHsdkPolicerHelper, PeloraTcamSdk6PolicerHelper >
 {

@@ -21,11 +21,13 @@
 
 namespace PeloraTcam {
 
+/// The compression helper of SDK-6.
 class PELORA_TCAM_EXPORT PeloraTcamSdk6CompressionHelper
     : public Agent::RegisteredClass< PeloraTcamSdk6CompressionHelper,
                                      PeloraTcamCompressionHelperBase >
 {
   public:
+    /// `pipeId` is the pipe, 0 to 255; the value of `fapId` is the chip's SDK unit.
     PeloraTcamSdk6CompressionHelper( U8 pipeId, FapId fapId );
     ~PeloraTcamSdk6CompressionHelper() override;
 

@@ -22,10 +22,12 @@
 
 namespace PeloraTcam {
 
+/// The counter helper of SDK-6: statistics.
 class PELORA_TCAM_EXPORT PeloraTcamSdk6CounterHelper
     : public Agent::RegisteredClass< PeloraTcamSdk6CounterHelper, PeloraTcamCounterHelper >
 {
   public:
+    /// `pipeId` is the pipe, 0 to 255; `unit` the chip's SDK unit; `chipInfo` is copied.
     PeloraTcamSdk6CounterHelper( U8 pipeId, U32 unit, const PeloraCentral::ChipInfo& chipInfo );
     ~PeloraTcamSdk6CounterHelper() override;
 

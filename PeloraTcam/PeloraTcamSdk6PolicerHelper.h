@@ -19,6 +19,7 @@
 
 namespace PeloraTcam {
 
+/// The policer helper of SDK-6.
 class PELORA_TCAM_EXPORT PeloraTcamSdk6PolicerHelper
     : public Agent::RegisteredClass< PeloraTcamSdk6PolicerHelper, PeloraTcamPolicerHelper >
 {

@@ -17,6 +17,7 @@
 
 namespace PeloraTcam {
 
+/// The range checker helper of SDK-6; HSDK chips use it too.
 class PELORA_TCAM_EXPORT PeloraTcamSdk6RangeCheckerHelper
     : public Agent::RegisteredClass< PeloraTcamSdk6RangeCheckerHelper,
                                      PeloraTcamRangeCheckerHelper >

@@ -24,6 +24,7 @@ class PELORA_TCAM_EXPORT UdfFlexParserHsdkHelper
     : public Agent::RegisteredClass< UdfFlexParserHsdkHelper, UdfHelperBase >
 {
   public:
+    /// See `UdfHelperBase`: unit, pipe 0 to 255, and whether fields may feed the LAG hash.
     UdfFlexParserHsdkHelper( U16 moduleId, U8 pipeId, bool lagHashingSupported );
     ~UdfFlexParserHsdkHelper() override;
 

@@ -19,6 +19,7 @@ class PELORA_TCAM_EXPORT UdfModuleHelper
     : public Agent::RegisteredClass< UdfModuleHelper, UdfHelperBase >
 {
   public:
+    /// See `UdfHelperBase`: unit, pipe 0 to 255, and whether fields may feed the LAG hash.
     UdfModuleHelper( U16 moduleId, U8 pipeId, bool lagHashingSupported );
     ~UdfModuleHelper() override;
 
@@ -75,6 +76,7 @@ class PELORA_TCAM_EXPORT UdfFlexParserHelper
     : public Agent::RegisteredClass< UdfFlexParserHelper, UdfHelperBase >
 {
   public:
+    /// See `UdfHelperBase`: unit, pipe 0 to 255, and whether fields may feed the LAG hash.
     UdfFlexParserHelper( U16 moduleId, U8 pipeId, bool lagHashingSupported );
     ~UdfFlexParserHelper() override;
 

@@ -42,6 +42,7 @@ struct CompressionLimits
     Agent::U32 classIds = 0;     ///< so many, the first and following
 };
 
+/// The capacity of each table; one without an entry has none.
 using CompressionLimitsByTable =
     std::map< PeloraTcam::PeloraCompressionTableType, CompressionLimits >;
 
@@ -56,10 +57,13 @@ enum class CompressionRoom : Agent::U8
     noClassId,
 };
 
+/// Owns the records of compressed values; see the top of this header.
 class CompressionManager
 {
   public:
+    /// The table that a value is compressed in.
     using Table = PeloraTcam::PeloraCompressionTableType;
+    /// The value: an EtherType, a protocol, a port or a prefix.
     using Key = PeloraTcam::CompressionKey;
 
     /// `helper` is not null. A table without limits has no room.
@@ -91,6 +95,7 @@ class CompressionManager
     /// How many values the manager holds, in all tables or in one.
     [[nodiscard]] std::size_t size() const { return records_.size(); }
 
+    /// How many values the table holds.
     [[nodiscard]] std::size_t size( Table table ) const;
 
     /// The class id of a value; nothing when the table does not have it.

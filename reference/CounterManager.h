@@ -34,18 +34,18 @@ namespace Reference {
 /// The counters that an entry is to have.
 struct CounterRequest
 {
-    PeloraTcam::StageType stage = PeloraTcam::stageIfp();
-    PeloraTcam::LogicalGroupId logicalGroupId = 0;
-    PeloraTcam::TcamEntryId entryId = 0;
-    PeloraTcam::CounterSet counterSet;
-    PeloraTcam::TcamGroupPriority priority = 0; ///< of the entry's group
+    PeloraTcam::StageType stage = PeloraTcam::stageIfp(); ///< of the entry's group
+    PeloraTcam::LogicalGroupId logicalGroupId = 0;        ///< the agent's id of the entry's group
+    PeloraTcam::TcamEntryId entryId = 0;                  ///< the entry that gets counters
+    PeloraTcam::CounterSet counterSet;                    ///< what is to be counted; not empty
+    PeloraTcam::TcamGroupPriority priority = 0;           ///< of the entry's group
 };
 
 /// What the counters of an entry have counted together.
 struct Hits
 {
-    Agent::U64 packets = 0;
-    Agent::U64 bytes = 0;
+    Agent::U64 packets = 0; ///< since the counters were made or cleared
+    Agent::U64 bytes = 0;   ///< since the counters were made or cleared
 
     friend bool operator==( const Hits&, const Hits& ) = default;
 };
@@ -53,6 +53,7 @@ struct Hits
 /// The set with one counter of all packets and their bytes.
 [[nodiscard]] PeloraTcam::CounterSet packetsAndBytes();
 
+/// Owns the records of counters; see the top of this header.
 class CounterManager
 {
   public:

@@ -21,12 +21,13 @@ namespace Reference {
 /// What an HSDK chip has a counter object for.
 struct CounterObjectPlace
 {
-    Agent::U32 unit = 0;
-    PeloraTcam::StageType stage = PeloraTcam::stageIfp();
-    Agent::U8 pipe = 0;
-    PeloraTcam::TcamGroupPriority priority = 0;
+    Agent::U32 unit = 0;                                  ///< the chip's SDK unit
+    PeloraTcam::StageType stage = PeloraTcam::stageIfp(); ///< of the entries that use the object
+    Agent::U8 pipe = 0;                                   ///< 0 to 255
+    PeloraTcam::TcamGroupPriority priority = 0;           ///< of the group
 };
 
+/// Owns the agent's services that counter helpers ask for; see the top of this header.
 class CounterServices
 {
   public:
@@ -37,6 +38,7 @@ class CounterServices
     ~CounterServices();
 
     [[nodiscard]] const Agent::Ptr< PeloraTcam::PeloraTcamSdk6CounterEvictionHelper >&
+    /// The eviction helper that widens the chip's counters; never null.
     eviction() const
     {
         return eviction_;

@@ -32,11 +32,12 @@
 
 namespace Reference {
 
+/// An action of an entry.
 struct EntryAction
 {
-    PeloraTcam::ActionType type = PeloraTcam::ActionType::drop;
-    Agent::U32 param0 = 0;
-    Agent::U32 param1 = 0;
+    PeloraTcam::ActionType type = PeloraTcam::ActionType::drop; ///< what it does
+    Agent::U32 param0 = 0; ///< the action's first parameter; 0 if it has none
+    Agent::U32 param1 = 0; ///< the action's second parameter; 0 if it has none
 
     friend bool operator==( const EntryAction&, const EntryAction& ) = default;
 };
@@ -44,20 +45,23 @@ struct EntryAction
 /// What an entry is wanted for.
 struct EntryDesc
 {
-    bcm_field_group_t group = 0;
-    int priority = 0; ///< among the entries of the group, the greatest wins; not negative
-    EntryQualifiers qualifiers;
-    std::vector< EntryAction > actions;
-    std::optional< PeloraTcam::PolicerId > policer;
+    bcm_field_group_t group = 0; ///< the SDK's group that it belongs to
+    int priority = 0;           ///< among the entries of the group, the greatest wins; not negative
+    EntryQualifiers qualifiers; ///< what it matches
+    std::vector< EntryAction > actions;             ///< in the order in which they are added
+    std::optional< PeloraTcam::PolicerId > policer; ///< the policer it gets, if any
 
     friend bool operator==( const EntryDesc&, const EntryDesc& ) = default;
 };
 
+/// Owns the records of TCAM entries; see the top of this header.
 class EntryManager
 {
   public:
+    /// The SDK's id of an entry.
     using EntryId = PeloraTcam::TcamEntryId;
 
+    /// `unit` is the chip's SDK unit.
     explicit EntryManager( Agent::U32 unit );
 
     /// Makes an entry, which is not in the hardware yet. Nothing when the SDK refuses one of the
@@ -98,6 +102,7 @@ class EntryManager
     /// How many entries the manager holds, in all groups or in one.
     [[nodiscard]] std::size_t size() const { return records_.size(); }
 
+    /// How many entries of the group there are.
     [[nodiscard]] std::size_t size( bcm_field_group_t group ) const;
 
     /// What an entry was made with; null for an id that is none of this manager's. It is valid

@@ -34,16 +34,18 @@ namespace Reference {
 /// What a group is wanted for.
 struct GroupDesc
 {
-    PeloraTcam::StageType stage = PeloraTcam::stageIfp();
+    PeloraTcam::StageType stage = PeloraTcam::stageIfp(); ///< where in the pipeline it looks
+    /// In bits; `automatic` lets the SDK choose.
     PeloraTcam::TcamKeySize::TcamKeySizeValue keySize = PeloraTcam::TcamKeySize::automatic;
-    PeloraTcam::QualifierSet qualifiers;
-    PeloraTcam::ActionSet actions;
+    PeloraTcam::QualifierSet qualifiers; ///< what its entries can match
+    PeloraTcam::ActionSet actions;       ///< what its entries can do
     /// The agent's id of the group, from which the SDK's is made; if there is none, the SDK
     /// chooses its own.
     std::optional< PeloraTcam::LogicalGroupId > logicalId;
     Agent::U8 subId = 0; ///< which of the hardware groups of a logical one: 0 to 7
 };
 
+/// Owns the records of TCAM groups; see the top of this header.
 class GroupManager
 {
   public:

@@ -37,6 +37,7 @@ enum class PolicerSharing : Agent::U8
     shared,
 };
 
+/// Owns the records of policers; see the top of this header.
 class PolicerManager
 {
   public:
@@ -62,6 +63,7 @@ class PolicerManager
     /// How many policers the manager holds.
     [[nodiscard]] std::size_t size() const { return records_.size(); }
 
+    /// How many policers the chip has.
     [[nodiscard]] std::size_t capacity() const { return capacity_; }
 
     /// How many users a policer has; 0 for an id that is none of this manager's.

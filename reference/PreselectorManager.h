@@ -30,9 +30,9 @@ namespace Reference {
 /// One qualifier of a preselector, as the library takes it.
 struct PreselectorQualifier
 {
-    PeloraTcam::QualifierType qualifier{};
-    Agent::U32 data = 0;
-    Agent::U32 mask = 0;
+    PeloraTcam::QualifierType qualifier{}; ///< what is tested
+    Agent::U32 data = 0;                   ///< the value that it is to have
+    Agent::U32 mask = 0;                   ///< the bits of the value that count
 };
 
 /// Which of the library's functions programs the qualifiers.
@@ -42,9 +42,11 @@ enum class PreselectorFunction
     legacy,  ///< `setPreselectQualifier`: data are the SDK's values but for the packet type
 };
 
+/// Owns the records of preselectors; see the top of this header.
 class PreselectorManager
 {
   public:
+    /// `unit` is the chip's SDK unit.
     explicit PreselectorManager( Agent::U32 unit );
 
     /// Creates a preselector with these qualifiers, in that order, and gives the SDK's id of it.

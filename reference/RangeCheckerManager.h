@@ -24,9 +24,11 @@
 
 namespace Reference {
 
+/// Owns the records of range checkers; see the top of this header.
 class RangeCheckerManager
 {
   public:
+    /// `helper` programs the chip; it is kept alive, and is not null.
     explicit RangeCheckerManager( Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper > helper );
 
     /// A range checker for the descriptor: an existing one with one more user, or a new one.

@@ -34,16 +34,17 @@
 
 namespace Reference {
 
+/// What a rule set is called by.
 using RuleSetId = Agent::U32;
 
 /// What came of programming a rule set.
 struct RuleSetReport
 {
-    RuleSetId id = 0;
-    std::size_t rules = 0;
-    std::size_t programmed = 0;
-    std::size_t groups = 0; ///< made for it
-    RuleCounts counts;      ///< of the rules that were programmed
+    RuleSetId id = 0;           ///< what `remove()` takes
+    std::size_t rules = 0;      ///< how many rules it was given
+    std::size_t programmed = 0; ///< how many of them are on the chip
+    std::size_t groups = 0;     ///< made for it
+    RuleCounts counts;          ///< of the rules that were programmed
     /// How many rules were not, by what they lacked: a resource, or the SDK function that refused.
     std::map< std::string, std::size_t, std::less<> > refused;
 };
@@ -55,16 +56,18 @@ inline constexpr std::string_view noCounter = "counter";
 /// What the programmer has to know of the chip.
 struct RuleSetChip
 {
-    SdkVariant variant = SdkVariant::sdk6;
-    Agent::U8 pipe = 0; ///< of the helpers
+    SdkVariant variant = SdkVariant::sdk6; ///< what compresses and counts
+    Agent::U8 pipe = 0;                    ///< of the helpers
 };
 
+/// Programs whole rule sets; see the top of this header.
 class RuleSetProgrammer
 {
   public:
     /// Is told of each rule when it has been tried: how many have been, of how many.
     using Progress = std::function< void( std::size_t done, std::size_t total ) >;
 
+    /// The managers must outlive it.
     RuleSetProgrammer( const RuleManagers& managers, const RuleSetChip& chip );
 
     /// Programs a rule set, the most important rule first.

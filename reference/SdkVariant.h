@@ -6,6 +6,7 @@
 
 namespace Reference {
 
+/// The two kinds of SDK that a chip can have.
 enum class SdkVariant : Agent::U8
 {
     sdk6,

@@ -31,6 +31,7 @@ enum class UdfPath
     flexParserHsdk, ///< through HSDK: those of one whole chunk, which are 2 bytes
 };
 
+/// Owns the records of user-defined fields; see the top of this header.
 class UdfManager
 {
   public:

@@ -22,13 +22,16 @@
 
 namespace Shim {
 
+/// An access object that hands every operation on to another one; see the top of this header.
 class ForwardingSdk : public SdkAccess
 {
   public:
+    /// `next` must outlive this.
     explicit ForwardingSdk( SdkAccess& next )
         : next_( next )
     {}
 
+    /// The access object that operations are handed on to.
     [[nodiscard]] SdkAccess& next() const { return next_; }
 
 #define SDK_FUNCTION( family, name, parameters, arguments )                                        \

@@ -25,6 +25,7 @@
 
 namespace Shim {
 
+/// The access object; see the top of this header.
 class AGENT_EXPORT SdkAccess
 {
   public:
@@ -33,13 +34,16 @@ class AGENT_EXPORT SdkAccess
     SdkAccess& operator=( const SdkAccess& ) = delete;
     virtual ~SdkAccess();
 
-    // Each SDK function returns the SDK's return code: 0 for success, negative for a failure.
+    /// An SDK function: gives the SDK's return code, 0 for success, negative for a failure.
 #define SDK_FUNCTION( family, name, parameters, arguments ) virtual int name parameters = 0;
+    /// An operation beside the SDK functions; it cannot fail.
 #define SDK_OPERATION( family, result, name, parameters, arguments )                               \
     virtual result name parameters = 0;
 #include "sdk/SdkFunctions.def"
 
+    /// A return code: 0 for success, negative for a failure.
 #define SDK_RETURN_CODE( name, value, text ) [[nodiscard]] virtual int name() const = 0;
+    /// The value of an enumerator or constant in this build of the SDK.
 #define SDK_ENUMERATOR( type, name, value ) [[nodiscard]] virtual type name() const = 0;
 #include "sdk/SdkEnumerators.def"
 };

@@ -47,6 +47,7 @@
 
 namespace Sim {
 
+/// The three kinds of chip that are simulated.
 enum class ChipKind
 {
     sdk6UdfModule,
@@ -57,68 +58,76 @@ enum class ChipKind
 /// The kind's name in a profile.
 [[nodiscard]] std::string_view nameOf( ChipKind kind );
 
+/// What a chip has; a resource that it lacks has the capacity 0.
 struct ChipProfile
 {
+    /// Range checkers.
     struct RangeCheckers
     {
-        uint32_t capacity = 0;
+        uint32_t capacity = 0; ///< how many there are
     };
 
+    /// Field groups, entries and preselectors.
     struct Field
     {
-        uint32_t groups = 0;
-        uint32_t entriesPerGroup = 0;
-        uint32_t preselectors = 0;
+        uint32_t groups = 0;             ///< how many there can be
+        uint32_t entriesPerGroup = 0;    ///< how many a group can hold
+        uint32_t preselectors = 0;       ///< how many there can be
         uint32_t compressionEntries = 0; ///< of each compression group
     };
 
+    /// Policers.
     struct Policers
     {
-        uint32_t capacity = 0;
+        uint32_t capacity = 0; ///< how many there are
     };
 
+    /// The UDF module of an SDK-6 chip.
     struct UdfModule
     {
-        uint32_t udfs = 0;
-        uint32_t chunks = 0; ///< of two bytes, for all of them
-        uint32_t pktFormats = 0;
-        uint32_t udfsPerPktFormat = 0;
-        uint32_t hashConfigurations = 0;
+        uint32_t udfs = 0;               ///< user-defined fields
+        uint32_t chunks = 0;             ///< of two bytes, for all of them
+        uint32_t pktFormats = 0;         ///< packet formats
+        uint32_t udfsPerPktFormat = 0;   ///< fields of one packet format
+        uint32_t hashConfigurations = 0; ///< fields that can feed the LAG hash
     };
 
+    /// The flexible parser.
     struct FlexParser
     {
         /// Of each abstract packet format, two bytes each.
         static constexpr uint32_t chunksPerFormat = 16;
 
-        uint32_t udfs = 0;
+        uint32_t udfs = 0; ///< user-defined fields
         /// The abstract packet formats that the chip has, by name; bit i stands for chunk i.
         std::map< std::string, uint32_t > unavailableChunks;
     };
 
+    /// Statistics of an SDK-6 chip.
     struct Statistics
     {
-        uint32_t capacity = 0;
+        uint32_t capacity = 0;      ///< how many there can be
         uint32_t counterWidth = 64; ///< in bits
     };
 
+    /// Flex counters of an HSDK chip.
     struct FlexCounters
     {
-        uint32_t objects = 0;
+        uint32_t objects = 0;       ///< counter objects
         uint32_t counters = 0;      ///< of all objects together
         uint32_t counterWidth = 64; ///< in bits
     };
 
-    std::string name;
-    std::string description;
-    ChipKind chip = ChipKind::sdk6UdfModule;
-    RangeCheckers rangeCheckers;
-    Field field;
-    Policers policers;
-    UdfModule udfModule;
-    FlexParser flexParser;
-    Statistics statistics;
-    FlexCounters flexCounters;
+    std::string name;                        ///< what users call it
+    std::string description;                 ///< one sentence for users
+    ChipKind chip = ChipKind::sdk6UdfModule; ///< which of the structures below count
+    RangeCheckers rangeCheckers;             ///< on every chip
+    Field field;                             ///< on every chip
+    Policers policers;                       ///< on every chip
+    UdfModule udfModule;                     ///< on chips of the kind `sdk6UdfModule`
+    FlexParser flexParser;                   ///< on chips with a flexible parser
+    Statistics statistics;                   ///< on SDK-6 chips
+    FlexCounters flexCounters;               ///< on HSDK chips
 };
 
 /// Reads a profile from a text; `file` is its name for error messages.
@@ -128,6 +137,7 @@ struct ChipProfile
 /// InputError if it is neither or if the file's content is wrong.
 [[nodiscard]] ChipProfile loadChipProfile( const std::string& nameOrPath );
 
+/// The names of the profiles that are built in, in the order in which users see them.
 [[nodiscard]] std::vector< std::string > builtInProfileNames();
 
 /// The text of a built-in profile. Throws std::invalid_argument if there is none of that name.

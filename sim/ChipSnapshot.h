@@ -23,19 +23,24 @@ namespace Sim {
 /// Orders texts like a reader: "entry 2" before "entry 10".
 struct NaturalOrder
 {
+    /// Whether the left text stands before the right one.
     [[nodiscard]] bool operator()( std::string_view left, std::string_view right ) const;
 };
 
+/// The state of a chip as a text that compares line by line; see the top of this header.
 class ChipSnapshot
 {
   public:
+    /// What is known of an object: names and values, in the order in which they are printed.
     using Fields = std::vector< std::pair< std::string, std::string > >;
+    /// Objects by what they are called.
     using Objects = std::map< std::string, Fields, NaturalOrder >;
 
     /// Adds an object, for example "range checker 3", with its fields in the order in which they
     /// shall be read. The name must be new: throws std::logic_error if it is not.
     void add( const std::string& object, Fields fields );
 
+    /// All that the chip holds.
     [[nodiscard]] const Objects& objects() const { return objects_; }
 
     /// All lines, each ended by a line feed; empty for a chip that holds nothing.
@@ -47,6 +52,7 @@ class ChipSnapshot
     Objects objects_;
 };
 
+/// Prints one line an object, sorted.
 std::ostream& operator<<( std::ostream& stream, const ChipSnapshot& snapshot );
 
 /// What has changed: a line "- ..." for each object as it was, a line "+ ..." for each as it is

@@ -23,6 +23,7 @@
 
 namespace Sim {
 
+/// An access object that follows a plan of faults; see the top of this header.
 class FaultInjectingSdk : public Shim::ForwardingSdk
 {
   public:

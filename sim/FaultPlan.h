@@ -38,7 +38,7 @@ struct FaultTrigger
 /// The call fails with a return code, which is negative; the chip is not called.
 struct FailCall
 {
-    int rc;
+    int rc; ///< the return code, which is negative
 };
 
 /// The call throws std::runtime_error with the text "injected fault: FUNCTION"; the chip is not
@@ -49,7 +49,7 @@ struct ThrowFromCall
 /// The call is made later.
 struct DelayCall
 {
-    std::chrono::milliseconds delay;
+    std::chrono::milliseconds delay; ///< how long before the call is made
 };
 
 /// The call is made and reports what it reports, but if it succeeds the chip stays as it was.
@@ -60,30 +60,35 @@ struct DropCall
 /// negative one is given in two's complement.
 struct CorruptOutput
 {
-    std::string output;
-    uint64_t value;
+    std::string output; ///< the name of the output field
+    uint64_t value;     ///< what it is changed to; as many bits as the field has
 };
 
+/// What happens at a call.
 using FaultEffect = std::variant< FailCall, ThrowFromCall, DelayCall, DropCall, CorruptOutput >;
 
+/// A fault: when it happens, and what.
 struct Fault
 {
-    FaultTrigger when;
-    FaultEffect what;
+    FaultTrigger when; ///< the calls that it is about
+    FaultEffect what;  ///< what happens at them
 };
 
 /// What happens at one call. Of several faults at one call all have their effect: the delays
 /// first, then the first that ends the call, or else the drop and the corruptions.
 struct DueFaults
 {
-    std::chrono::milliseconds delay{ 0 };
+    std::chrono::milliseconds delay{ 0 }; ///< all delays together
+    /// What ends the call before the chip is asked, if anything does.
     std::optional< std::variant< FailCall, ThrowFromCall > > end;
-    bool drop = false;
-    std::vector< CorruptOutput > corruptions;
+    bool drop = false;                        ///< whether the chip must stay as it was
+    std::vector< CorruptOutput > corruptions; ///< in the order in which they were planned
 
+    /// Adds one more effect; of several ends the first one counts.
     void add( const FaultEffect& effect );
 };
 
+/// Which faults are due at which call; see the top of this header.
 class FaultPlan
 {
   public:
@@ -92,6 +97,7 @@ class FaultPlan
     /// a number makes no sense: call 0, a return code that is no failure, a negative delay.
     void add( const Fault& fault );
 
+    /// Whether nothing is planned.
     [[nodiscard]] bool empty() const { return planned_.empty(); }
 
     /// What happens at a call: the nth of its function and the nth of all.

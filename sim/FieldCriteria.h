@@ -18,8 +18,8 @@ namespace Sim {
 /// The packet's value must be `data` where `mask` has ones.
 struct MaskedNumber
 {
-    uint32_t data;
-    uint32_t mask;
+    uint32_t data; ///< the bits to match
+    uint32_t mask; ///< the bits that count
 
     [[nodiscard]] bool operator==( const MaskedNumber& ) const = default;
 };
@@ -27,8 +27,8 @@ struct MaskedNumber
 /// The same for values of many bytes, the first byte of the packet first.
 struct MaskedBytes
 {
-    std::vector< uint8_t > data;
-    std::vector< uint8_t > mask;
+    std::vector< uint8_t > data; ///< the bytes to match, the first of the packet first
+    std::vector< uint8_t > mask; ///< the bits that count; as long as `data`
 
     [[nodiscard]] bool operator==( const MaskedBytes& ) const = default;
 };
@@ -36,7 +36,7 @@ struct MaskedBytes
 /// The packet's value must be one of the SDK's enumerators.
 struct NamedValue
 {
-    uint32_t number;
+    uint32_t number;  ///< a value of an SDK enumerator, of the chip's numbering
     std::string name; ///< empty for a number that no enumerator has
 
     [[nodiscard]] bool operator==( const NamedValue& ) const = default;
@@ -45,12 +45,13 @@ struct NamedValue
 /// The packet's value must be in a range checker's range, or must not.
 struct RangeMatch
 {
-    uint32_t rangeId;
-    bool inverted;
+    uint32_t rangeId; ///< the range checker's id
+    bool inverted;    ///< whether the entry matches packets out of the range
 
     [[nodiscard]] bool operator==( const RangeMatch& ) const = default;
 };
 
+/// What an entry wants of one qualifier.
 using FieldMatch = std::variant< MaskedNumber, MaskedBytes, NamedValue, RangeMatch >;
 
 /// Whether it can be asked for: all that is none is an enumerator without a name.
@@ -71,6 +72,7 @@ sourceClassMatches( const SdkNumbering& numbering,
                     const bcm_field_src_class_t& data,
                     const bcm_field_src_class_t& mask );
 
+/// What an entry wants of a packet, by qualifier; see the top of this header.
 class FieldCriteria
 {
   public:

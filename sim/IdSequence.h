@@ -8,12 +8,14 @@
 
 namespace Sim {
 
+/// Hands out ids; see the top of this header.
 class IdSequence
 {
   public:
     /// The greatest id of objects whose ids are signed.
     static constexpr uint32_t greatestId = 0x7FFFFFFF;
 
+    /// `greatest` is the last id before it begins again at 1.
     explicit IdSequence( uint32_t greatest = greatestId )
         : greatest_( greatest )
     {}

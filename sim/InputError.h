@@ -12,6 +12,7 @@ namespace Sim {
 class InputError : public std::runtime_error
 {
   public:
+    /// `line` and `column` count from 1; `message` is without the place.
     InputError( const std::string& file, int line, int column, const std::string& message )
         : std::runtime_error( file + ":" + std::to_string( line ) + ":" + std::to_string( column ) +
                               ": " + message )
@@ -21,12 +22,16 @@ class InputError : public std::runtime_error
         , message_( message )
     {}
 
+    /// The file that is wrong, as its reader named it.
     [[nodiscard]] const std::string& file() const { return file_; }
 
+    /// From 1.
     [[nodiscard]] int line() const { return line_; }
 
+    /// From 1.
     [[nodiscard]] int column() const { return column_; }
 
+    /// What is wrong, without the place.
     [[nodiscard]] const std::string& message() const { return message_; }
 
   private:

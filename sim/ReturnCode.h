@@ -13,8 +13,10 @@
 
 namespace Sim {
 
+/// The return codes of the SDK, which every build of it numbers alike.
 struct ReturnCode
 {
+    /// A return code: 0 for success, negative for a failure.
 #define SDK_RETURN_CODE( name, value, text ) static constexpr int name = value;
 #include "sdk/SdkEnumerators.def"
 

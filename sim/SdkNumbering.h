@@ -23,6 +23,7 @@
 
 namespace Sim {
 
+/// What the SDK's enumerators and constants stand for; see the top of this header.
 struct SdkNumbering
 {
     /// The simulated chip's own numbering.
@@ -65,6 +66,7 @@ struct SdkNumbering
         return namesOf( typeid( Enumeration ) );
     }
 
+    /// What the enumerator or constant of that name stands for.
 #define SDK_ENUMERATOR( type, name, value ) type name = static_cast< type >( value );
 #include "sdk/SdkEnumerators.def"
 

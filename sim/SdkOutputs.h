@@ -28,9 +28,9 @@ namespace Sim {
 /// A place that a function writes a number to.
 struct SdkOutput
 {
-    std::string name;
-    unsigned bytes;
-    bool isSigned;
+    std::string name; ///< the field's name, or the parameter's
+    unsigned bytes;   ///< its size
+    bool isSigned;    ///< whether it is read as a signed number
 };
 
 /// Whether the output can hold the value; a negative one is given in two's complement.
@@ -43,14 +43,17 @@ enum class SdkFunctionId
 #include "sdk/SdkFunctions.def"
 };
 
+/// An SDK function as fault plans know it.
 struct SdkFunction
 {
-    SdkFunctionId id;
-    std::string name;
-    std::vector< std::string > parameters;
-    std::vector< SdkOutput > outputs;
+    SdkFunctionId id;                      ///< what the plan counts its calls by
+    std::string name;                      ///< as in the SDK
+    std::vector< std::string > parameters; ///< the names of its parameters, in their order
+    std::vector< SdkOutput > outputs;      ///< what it gives back, without its return code
 
+    /// The output of that name; null if there is none.
     [[nodiscard]] const SdkOutput* findOutput( std::string_view wanted ) const;
+    /// The names of all outputs.
     [[nodiscard]] std::vector< std::string > outputNames() const;
 };
 
@@ -60,6 +63,7 @@ struct SdkFunction
 /// The function of that name; null if there is none.
 [[nodiscard]] const SdkFunction* findSdkFunction( std::string_view name );
 
+/// The names of all SDK functions, in the order of the list.
 [[nodiscard]] std::vector< std::string > sdkFunctionNames();
 
 /// Whether a parameter is only read although it is a pointer to something that may be written.
@@ -69,8 +73,8 @@ struct SdkFunction
 template< class Structure >
 struct StructureField
 {
-    SdkOutput output;
-    void ( *set )( Structure& record, uint64_t value );
+    SdkOutput output;                                   ///< what it is called
+    void ( *set )( Structure& record, uint64_t value ); ///< writes the value into a record
 };
 
 /// The fields of a structure that SDK functions write; empty for any other type.

@@ -27,24 +27,27 @@ namespace Sim {
 /// A qualifier, and what can have it.
 struct FieldQualifier
 {
+    /// Who may ask for a qualifier.
     enum Users
     {
         entries,
         entriesAndPreselectors,
     };
 
-    bcm_field_qualify_t number;
-    Users users = entries;
+    bcm_field_qualify_t number; ///< the SDK's value
+    Users users = entries;      ///< who may ask for it
 };
 
+/// Groups, entries and preselectors of a chip; see the top of this header.
 class SimField
 {
   public:
+    /// All that they hold; compares for equality.
     struct State
     {
-        SimFieldGroups::State groups;
-        SimFieldEntries::State entries;
-        SimPreselectors::State preselectors;
+        SimFieldGroups::State groups;        ///< of the groups
+        SimFieldEntries::State entries;      ///< of the entries
+        SimPreselectors::State preselectors; ///< of the preselectors
     };
 
     /// The bit of an entry argument that says that it is a preselector.
@@ -55,16 +58,22 @@ class SimField
     SimField( const SimField& ) = delete;
     SimField& operator=( const SimField& ) = delete;
 
+    /// The groups.
     [[nodiscard]] SimFieldGroups& groups() { return groups_; }
 
+    /// The groups.
     [[nodiscard]] const SimFieldGroups& groups() const { return groups_; }
 
+    /// The entries.
     [[nodiscard]] SimFieldEntries& entries() { return entries_; }
 
+    /// The entries.
     [[nodiscard]] const SimFieldEntries& entries() const { return entries_; }
 
+    /// The preselectors.
     [[nodiscard]] SimPreselectors& preselectors() { return preselectors_; }
 
+    /// The preselectors.
     [[nodiscard]] const SimPreselectors& preselectors() const { return preselectors_; }
 
     /// Sets a qualifier, in place of an earlier value. Answers BCM_E_NOT_FOUND if there is no such
@@ -105,6 +114,7 @@ class SimField
     /// Adds an object for each group that was made, each entry and each preselector.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that they hold, for snapshots.
     [[nodiscard]] State state() const;
 
     /// Goes back to an earlier state, but hands out no id again for that.

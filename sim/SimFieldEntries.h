@@ -21,12 +21,13 @@ namespace Sim {
 /// What an entry does with a packet, for one action.
 struct FieldAction
 {
-    uint32_t param0;
-    uint32_t param1;
+    uint32_t param0; ///< the first parameter
+    uint32_t param1; ///< the second parameter
 
     [[nodiscard]] bool operator==( const FieldAction& ) const = default;
 };
 
+/// An entry of a group.
 struct FieldEntry
 {
     /// What the hardware holds of it.
@@ -37,17 +38,19 @@ struct FieldEntry
         outdated, ///< it was changed after it was installed
     };
 
-    bcm_field_group_t group = 0;
-    int priority = 0;
-    Hardware hardware = Hardware::none;
-    FieldCriteria criteria;
-    std::map< bcm_field_action_t, FieldAction > actions;
-    std::map< int, bcm_policer_t > policers; ///< by level
+    bcm_field_group_t group = 0;                         ///< the group that it belongs to
+    int priority = 0;                                    ///< the greatest wins
+    Hardware hardware = Hardware::none;                  ///< what the hardware has of it
+    FieldCriteria criteria;                              ///< what it matches
+    std::map< bcm_field_action_t, FieldAction > actions; ///< what it does
+    std::map< int, bcm_policer_t > policers;             ///< by level
 };
 
+/// The entries of all groups; see the top of this header.
 class SimFieldEntries
 {
   public:
+    /// How many entries there can be.
     struct Capacities
     {
         uint32_t perGroup;            ///< of each group that is made
@@ -57,8 +60,9 @@ class SimFieldEntries
     /// What changes when an entry does.
     struct State
     {
-        std::map< bcm_field_entry_t, FieldEntry > entries;
-        std::map< bcm_field_group_t, uint32_t > countByGroup;
+        std::map< bcm_field_entry_t, FieldEntry > entries;    ///< all entries
+        std::map< bcm_field_group_t, uint32_t > countByGroup; ///< how many entries each group has
+        /// How many entries each policer is attached to.
         std::map< bcm_policer_t, uint32_t > attachmentsByPolicer;
     };
 
@@ -146,11 +150,13 @@ class SimFieldEntries
     /// How many entries there are in the groups that were made.
     [[nodiscard]] uint32_t used() const;
 
+    /// How many entries all groups together can hold.
     [[nodiscard]] uint32_t capacity() const { return groups_.capacity() * capacities_.perGroup; }
 
     /// How many entries there are in the compression groups.
     [[nodiscard]] uint32_t compressionUsed() const;
 
+    /// How many entries all compression groups together can hold.
     [[nodiscard]] uint32_t compressionCapacity() const
     {
         return groups_.compressionCount() * capacities_.perCompressionGroup;
@@ -159,6 +165,7 @@ class SimFieldEntries
     /// Adds an object "field entry ID" for each.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that they hold, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

@@ -17,6 +17,7 @@
 
 namespace Sim {
 
+/// The field groups of a chip; see the top of this header.
 class SimFieldGroups
 {
   public:
@@ -48,6 +49,7 @@ class SimFieldGroups
     /// The group; null if there is none of that id.
     [[nodiscard]] const bcm_field_group_config_t* find( bcm_field_group_t group ) const;
 
+    /// Whether it is one of the compression groups, which exist from the start.
     [[nodiscard]] bool isCompression( bcm_field_group_t group ) const
     {
         return compression_.contains( group );
@@ -62,13 +64,16 @@ class SimFieldGroups
     /// Who uses groups says so here.
     [[nodiscard]] UseChecks< bcm_field_group_t >& useChecks() { return useChecks_; }
 
+    /// How many there are, besides the compression groups.
     [[nodiscard]] uint32_t used() const { return static_cast< uint32_t >( made_.size() ); }
 
+    /// How many there can be, besides the compression groups.
     [[nodiscard]] uint32_t capacity() const { return capacity_; }
 
     /// Adds an object "field group ID" for each that was made.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return made_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

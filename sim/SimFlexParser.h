@@ -43,26 +43,28 @@
 
 namespace Sim {
 
+/// The flexible parser of a chip; see the top of this header.
 class SimFlexParser
 {
   public:
     /// An abstract packet format that the chip has.
     struct Format
     {
-        bcm_udf_abstract_pkt_format_t number;
-        std::string name;
-        uint32_t unavailable; ///< bit i stands for chunk i
+        bcm_udf_abstract_pkt_format_t number; ///< the SDK's value
+        std::string name;                     ///< what users call it
+        uint32_t unavailable;                 ///< bit i stands for chunk i
 
         /// The name without what all of them start with: "L3Ipv6".
         [[nodiscard]] std::string shortName() const;
     };
 
+    /// A user-defined field.
     struct Udf
     {
-        bcm_udf_abstract_pkt_format_t format{};
-        uint32_t offset = 0; ///< in bits
-        uint32_t width = 0;  ///< in bits
-        uint32_t chunks = 0; ///< bit i stands for chunk i
+        bcm_udf_abstract_pkt_format_t format{}; ///< the packets that it is of
+        uint32_t offset = 0;                    ///< in bits
+        uint32_t width = 0;                     ///< in bits
+        uint32_t chunks = 0;                    ///< bit i stands for chunk i
     };
 
     /// What changes: each user-defined field by its id.
@@ -116,13 +118,16 @@ class SimFlexParser
     /// The abstract packet formats that the chip has, in the SDK's order.
     [[nodiscard]] const std::vector< Format >& formats() const { return formats_; }
 
+    /// Whether there is such a field.
     [[nodiscard]] bool has( bcm_udf_id_t udfId ) const { return state_.contains( udfId ); }
 
     /// Who uses user-defined fields says so here.
     [[nodiscard]] UseChecks< bcm_udf_id_t >& useChecks() { return useChecks_; }
 
+    /// How many fields there are.
     [[nodiscard]] uint32_t used() const { return static_cast< uint32_t >( state_.size() ); }
 
+    /// How many fields there can be.
     [[nodiscard]] uint32_t capacity() const { return capacity_; }
 
     /// How many chunks of a format the fields hold, and how many they could.
@@ -132,6 +137,7 @@ class SimFlexParser
     /// Adds an object "udf ID" for each, offset and width in bits.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

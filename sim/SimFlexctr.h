@@ -18,12 +18,14 @@
 
 namespace Sim {
 
+/// The flex counters of a chip; see the top of this header.
 class SimFlexctr
 {
   public:
+    /// A counter object.
     struct Object
     {
-        uint32_t size = 0;
+        uint32_t size = 0; ///< how many counters it has
         /// The counters that are not 0, by index.
         std::map< uint32_t, bcm_flexctr_counter_value_t > counters;
     };
@@ -31,7 +33,8 @@ class SimFlexctr
     /// What changes when an object or an attachment does.
     struct State
     {
-        std::map< uint32_t, Object > objects;
+        std::map< uint32_t, Object > objects; ///< by id
+        /// Which counters each entry feeds.
         std::map< bcm_field_entry_t, std::vector< bcm_field_flexctr_config_t > > attachments;
     };
 
@@ -79,22 +82,26 @@ class SimFlexctr
     /// the hardware and be attached to a counter for that colour or for all.
     bool count( bcm_field_entry_t entry, const Traffic& traffic );
 
+    /// How many objects there are.
     [[nodiscard]] uint32_t objectsUsed() const
     {
         return static_cast< uint32_t >( state_.objects.size() );
     }
 
+    /// How many objects there can be.
     [[nodiscard]] uint32_t objectCapacity() const { return capacities_.objects; }
 
     /// How many counters the objects have.
     [[nodiscard]] uint32_t countersUsed() const;
 
+    /// How many counters all objects together can have.
     [[nodiscard]] uint32_t counterCapacity() const { return capacities_.counters; }
 
     /// Adds an object "flex counter object ID" for each, and "flex counters of entry ID" for each
     /// entry that is attached.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that there is, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

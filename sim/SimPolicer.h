@@ -15,6 +15,7 @@
 
 namespace Sim {
 
+/// The policers of a chip; see the top of this header.
 class SimPolicer
 {
   public:
@@ -41,6 +42,7 @@ class SimPolicer
     /// BCM_E_NOT_FOUND if there is none of that id.
     int get( bcm_policer_t policerId, bcm_policer_config_t* config ) const;
 
+    /// Whether there is such a policer.
     [[nodiscard]] bool has( bcm_policer_t policerId ) const
     {
         return policers_.contains( policerId );
@@ -49,13 +51,16 @@ class SimPolicer
     /// Who uses policers says so here.
     [[nodiscard]] UseChecks< bcm_policer_t >& useChecks() { return useChecks_; }
 
+    /// How many there are.
     [[nodiscard]] uint32_t used() const { return static_cast< uint32_t >( policers_.size() ); }
 
+    /// How many there can be.
     [[nodiscard]] uint32_t capacity() const { return capacity_; }
 
     /// Adds an object "policer ID" for each.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return policers_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

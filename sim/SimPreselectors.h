@@ -14,6 +14,7 @@
 
 namespace Sim {
 
+/// The preselectors of a chip; see the top of this header.
 class SimPreselectors
 {
   public:
@@ -30,6 +31,7 @@ class SimPreselectors
     /// BCM_E_FULL if all preselectors are in use.
     int create( bcm_field_presel_t* presel );
 
+    /// Gives one back. "Not found" if there is none of that id.
     int destroy( bcm_field_presel_t presel );
 
     /// Sets a qualifier, in place of an earlier value. Answers BCM_E_PARAM if the value is an
@@ -43,18 +45,22 @@ class SimPreselectors
                               const bcm_field_src_class_t* data,
                               const bcm_field_src_class_t* mask );
 
+    /// Whether there is such a preselector.
     [[nodiscard]] bool has( bcm_field_presel_t presel ) const
     {
         return preselectors_.contains( presel );
     }
 
+    /// How many there are.
     [[nodiscard]] uint32_t used() const { return static_cast< uint32_t >( preselectors_.size() ); }
 
+    /// How many there can be.
     [[nodiscard]] uint32_t capacity() const { return capacity_; }
 
     /// Adds an object "preselector ID" for each.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return preselectors_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

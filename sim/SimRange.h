@@ -16,6 +16,7 @@
 
 namespace Sim {
 
+/// The range checkers of a chip; see the top of this header.
 class SimRange
 {
   public:
@@ -39,18 +40,22 @@ class SimRange
     /// BCM_E_NOT_FOUND if there is none of that id.
     int get( bcm_range_config_t* config ) const;
 
+    /// Whether there is such a range checker.
     [[nodiscard]] bool has( bcm_range_t rangeId ) const { return ranges_.contains( rangeId ); }
 
     /// Who uses range checkers says so here.
     [[nodiscard]] UseChecks< bcm_range_t >& useChecks() { return useChecks_; }
 
+    /// How many there are.
     [[nodiscard]] uint32_t used() const { return static_cast< uint32_t >( ranges_.size() ); }
 
+    /// How many there can be.
     [[nodiscard]] uint32_t capacity() const { return capacity_; }
 
     /// Adds an object "range checker ID" for each.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return ranges_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

@@ -18,33 +18,36 @@
 
 namespace Sim {
 
+/// The statistics of a chip; see the top of this header.
 class SimStat
 {
   public:
+    /// A statistic.
     struct Statistic
     {
-        bcm_field_group_t group = 0;
-        uint32_t poolIndex = 0;
-        std::map< bcm_field_stat_t, uint64_t > counters;
-        std::set< bcm_field_entry_t > entries; ///< to which it is attached
+        bcm_field_group_t group = 0; ///< the group whose entries it can be attached to
+        uint32_t poolIndex = 0;      ///< its place in the pool
+        std::map< bcm_field_stat_t, uint64_t > counters; ///< what it counts, and how much that was
+        std::set< bcm_field_entry_t > entries;           ///< to which it is attached
     };
 
     /// What changes when a statistic does.
     struct State
     {
-        std::map< int, Statistic > statistics;
+        std::map< int, Statistic > statistics; ///< by id
+        /// The statistic of each entry that has one.
         std::map< bcm_field_entry_t, int > statByEntry;
         std::set< uint32_t > freePoolIndices; ///< of those below nextPoolIndex
-        uint32_t nextPoolIndex = 0;
+        uint32_t nextPoolIndex = 0;           ///< the place that the next one gets
     };
 
     /// Where a counter stands in the chip. Every statistic has an index of its own in the one pool.
     struct PoolPlace
     {
-        int poolId = 0;
-        int poolType = 0;
-        int indices[ 3 ] = {};
-        int pipe = 0;
+        int poolId = 0;        ///< which pool
+        int poolType = 0;      ///< what kind of pool
+        int indices[ 3 ] = {}; ///< the places in it, as many as are used
+        int pipe = 0;          ///< which pipe
     };
 
     /// Numbering and field must outlive this. Groups and entries that have statistics are in use.
@@ -93,16 +96,19 @@ class SimStat
     /// the hardware and have a statistic.
     bool count( bcm_field_entry_t entry, const Traffic& traffic );
 
+    /// How many there are.
     [[nodiscard]] uint32_t used() const
     {
         return static_cast< uint32_t >( state_.statistics.size() );
     }
 
+    /// How many there can be.
     [[nodiscard]] uint32_t capacity() const { return capacities_.capacity; }
 
     /// Adds an object "statistic ID" for each.
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

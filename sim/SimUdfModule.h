@@ -24,26 +24,30 @@
 
 namespace Sim {
 
+/// The UDF module of a chip; see the top of this header.
 class SimUdfModule
 {
   public:
+    /// A user-defined field.
     struct Udf
     {
-        bcm_udf_t udf;
-        bool forHash = false;
+        bcm_udf_t udf;        ///< what it was created with, and its chunks
+        bool forHash = false; ///< whether it feeds the LAG hash
     };
 
+    /// A packet format.
     struct PktFormat
     {
-        bcm_udf_pkt_format_info_t info;
-        std::set< bcm_udf_id_t > udfs; ///< those attached
+        bcm_udf_pkt_format_info_t info; ///< what it was created with
+        std::set< bcm_udf_id_t > udfs;  ///< those attached
     };
 
     /// What changes.
     struct State
     {
-        std::map< bcm_udf_id_t, Udf > udfs;
-        std::map< bcm_udf_pkt_format_id_t, PktFormat > pktFormats;
+        std::map< bcm_udf_id_t, Udf > udfs;                        ///< by id
+        std::map< bcm_udf_pkt_format_id_t, PktFormat > pktFormats; ///< by id
+        /// By the field that feeds the hash.
         std::map< bcm_udf_id_t, bcm_udf_hash_config_t > hashConfigs;
     };
 
@@ -115,18 +119,22 @@ class SimUdfModule
 
     // ---- What there is -----------------------------------------------------------------------
 
+    /// What the module has room for.
     [[nodiscard]] const ChipProfile::UdfModule& capacities() const { return capacities_; }
 
+    /// Whether there is such a field.
     [[nodiscard]] bool has( bcm_udf_id_t udfId ) const { return state_.udfs.contains( udfId ); }
 
     /// Who uses user-defined fields says so here.
     [[nodiscard]] UseChecks< bcm_udf_id_t >& useChecks() { return useChecks_; }
 
+    /// How many chunks the fields hold.
     [[nodiscard]] uint32_t chunksUsed() const;
 
     /// Adds objects "udf ID", "udf packet format ID" and "udf hash configuration ID".
     void addTo( ChipSnapshot& snapshot ) const;
 
+    /// All that there is, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.

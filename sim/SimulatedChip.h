@@ -26,26 +26,27 @@ namespace Sim {
 /// How much of one kind of thing is in use.
 struct Resource
 {
-    std::string name;
-    uint32_t used;
-    uint32_t capacity;
+    std::string name;  ///< what users call it
+    uint32_t used;     ///< how many there are
+    uint32_t capacity; ///< how many there can be
 
     [[nodiscard]] bool operator==( const Resource& ) const = default;
 };
 
+/// One chip: a unit of the SDK; see the top of this header.
 class SimulatedChip
 {
   public:
     /// All that SDK calls change, except which ids have been handed out.
     struct State
     {
-        SimRange::State ranges;
-        SimField::State field;
-        SimPolicer::State policers;
-        SimUdfModule::State udfModule;
-        SimFlexParser::State flexParser;
-        SimStat::State statistics;
-        SimFlexctr::State flexCounters;
+        SimRange::State ranges;          ///< range checkers
+        SimField::State field;           ///< groups, entries, preselectors
+        SimPolicer::State policers;      ///< policers
+        SimUdfModule::State udfModule;   ///< nothing on a chip without one
+        SimFlexParser::State flexParser; ///< nothing on a chip without one
+        SimStat::State statistics;       ///< nothing on an HSDK chip
+        SimFlexctr::State flexCounters;  ///< nothing on an SDK-6 chip
     };
 
     /// The numbering must outlive the chip.
@@ -53,23 +54,31 @@ class SimulatedChip
     SimulatedChip( const SimulatedChip& ) = delete;
     SimulatedChip& operator=( const SimulatedChip& ) = delete;
 
+    /// What it was made of.
     [[nodiscard]] const ChipProfile& profile() const { return profile_; }
 
+    /// Its range checkers.
     [[nodiscard]] SimRange& ranges() { return ranges_; }
 
+    /// Its range checkers.
     [[nodiscard]] const SimRange& ranges() const { return ranges_; }
 
+    /// Its groups, entries and preselectors.
     [[nodiscard]] SimField& field() { return field_; }
 
+    /// Its groups, entries and preselectors.
     [[nodiscard]] const SimField& field() const { return field_; }
 
+    /// Its policers.
     [[nodiscard]] SimPolicer& policers() { return policers_; }
 
+    /// Its policers.
     [[nodiscard]] const SimPolicer& policers() const { return policers_; }
 
     /// The UDF module; null on a chip of another kind.
     [[nodiscard]] SimUdfModule* udfModule() { return hasUdfModule() ? &udfModule_ : nullptr; }
 
+    /// Its UDF module; null if it has none.
     [[nodiscard]] const SimUdfModule* udfModule() const
     {
         return hasUdfModule() ? &udfModule_ : nullptr;
@@ -78,6 +87,7 @@ class SimulatedChip
     /// The flexible parser; null on a chip that has a UDF module instead.
     [[nodiscard]] SimFlexParser* flexParser() { return hasUdfModule() ? nullptr : &flexParser_; }
 
+    /// Its flexible parser; null if it has none.
     [[nodiscard]] const SimFlexParser* flexParser() const
     {
         return hasUdfModule() ? nullptr : &flexParser_;
@@ -86,11 +96,13 @@ class SimulatedChip
     /// The statistics; null on an HSDK chip.
     [[nodiscard]] SimStat* statistics() { return isHsdk() ? nullptr : &statistics_; }
 
+    /// Its statistics; null if it has flex counters.
     [[nodiscard]] const SimStat* statistics() const { return isHsdk() ? nullptr : &statistics_; }
 
     /// The flex counters; null on an SDK-6 chip.
     [[nodiscard]] SimFlexctr* flexCounters() { return isHsdk() ? &flexCounters_ : nullptr; }
 
+    /// Its flex counters; null if it has statistics.
     [[nodiscard]] const SimFlexctr* flexCounters() const
     {
         return isHsdk() ? &flexCounters_ : nullptr;
@@ -112,6 +124,7 @@ class SimulatedChip
     /// How full the chip is, one row for each kind of thing it can run out of.
     [[nodiscard]] std::vector< Resource > occupancy() const;
 
+    /// All that the chip holds: two chips in the same state compare equal.
     [[nodiscard]] State state() const;
 
     /// Goes back to an earlier state. Ids handed out since are not handed out again for that.

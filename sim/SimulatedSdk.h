@@ -24,6 +24,7 @@
 
 namespace Sim {
 
+/// The access object of simulated chips; see the top of this header.
 class SimulatedSdk : public UnavailableSdk
 {
   public:

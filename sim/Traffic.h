@@ -14,11 +14,12 @@ enum class TrafficColor
     red,
 };
 
+/// Packets that an entry matched.
 struct Traffic
 {
-    uint64_t packets = 0;
-    uint64_t bytes = 0;
-    TrafficColor color = TrafficColor::green;
+    uint64_t packets = 0;                     ///< how many there were
+    uint64_t bytes = 0;                       ///< of all packets together
+    TrafficColor color = TrafficColor::green; ///< of all packets alike
 };
 
 /// The greatest value of a counter of that many bits, 1 to 64.

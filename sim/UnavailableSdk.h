@@ -21,11 +21,14 @@
 
 namespace Sim {
 
+/// An access object whose functions all answer "unavailable"; see the top of this header.
 class UnavailableSdk : public Shim::SdkAccess
 {
   public:
+    /// `numbering` says what its enumerators stand for.
     explicit UnavailableSdk( const SdkNumbering& numbering = SdkNumbering::defaults() );
 
+    /// What its enumerators stand for.
     [[nodiscard]] const SdkNumbering& numbering() const { return numbering_; }
 
     void preApiCall() override {}

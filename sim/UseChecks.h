@@ -11,10 +11,12 @@
 
 namespace Sim {
 
+/// Those that may use an object; see the top of this header.
 template< class Id >
 class UseChecks
 {
   public:
+    /// Whether somebody uses the object of that id.
     using Check = std::function< bool( Id id ) >;
 
     /// The check must be valid for as long as this lives.

@@ -16,6 +16,7 @@
 
 namespace Agent {
 
+/// Counts the live objects of one class; see the top of this header.
 class AGENT_EXPORT AllocationTracker
 {
   public:
@@ -30,6 +31,7 @@ class AGENT_EXPORT AllocationTracker
     /// Takes one object out of the count again.
     void freed( const std::type_info& type, std::size_t size ) noexcept;
 
+    /// The name of the class.
     [[nodiscard]] const char* className() const noexcept { return className_; }
 
     /// Live objects.
@@ -55,9 +57,9 @@ class AGENT_EXPORT AllocationTracker
 /// One line of a leak report.
 struct AllocationReport
 {
-    std::string className;
-    std::size_t count = 0;
-    std::size_t bytes = 0;
+    std::string className; ///< with its namespace
+    std::size_t count = 0; ///< objects that are alive
+    std::size_t bytes = 0; ///< that they take
 };
 
 /// The state of every tracker there is, sorted by class name.

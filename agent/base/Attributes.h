@@ -12,10 +12,11 @@ namespace Agent {
 template< class Owner, class Value >
 struct ReadableAttribute
 {
-    std::string_view name;
-    Value ( Owner::*accessor )() const;
+    std::string_view name;              ///< as it is asked for
+    Value ( Owner::*accessor )() const; ///< gives the value; never null
 };
 
+/// Takes the types from the accessor.
 template< class Owner, class Value >
 ReadableAttribute( std::string_view, Value ( Owner::* )() const )
     -> ReadableAttribute< Owner, Value >;

@@ -6,6 +6,7 @@
 
 namespace Agent {
 
+/// Integers of a known width, as the agent names them.
 using U8 = std::uint8_t;
 using U16 = std::uint16_t;
 using U32 = std::uint32_t;

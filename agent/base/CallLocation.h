@@ -6,11 +6,12 @@
 
 namespace Agent {
 
+/// A place in the source.
 struct CallLocation
 {
-    const char* file = "";
-    U32 line = 0;
-    const char* function = "";
+    const char* file = "";     ///< its path, as `__FILE__` gives it
+    U32 line = 0;              ///< from 1
+    const char* function = ""; ///< as the compiler names it
 };
 
 /// A trace level that knows where it is written. Converts from a number at the call:
@@ -18,6 +19,7 @@ struct CallLocation
 struct TraceLevel
 {
     // Implicit, so that the defaults are those of the trace statement.
+    /// The level, 0 to 31. The other arguments are never given.
     constexpr TraceLevel( int level,
                           const char* file = __builtin_FILE(),
                           int line = __builtin_LINE(),
@@ -26,8 +28,8 @@ struct TraceLevel
         , location{ file, static_cast< U32 >( line ), function }
     {}
 
-    U32 value;
-    CallLocation location;
+    U32 value;             ///< 0 to 31
+    CallLocation location; ///< where the trace statement stands
 };
 
 } // namespace Agent

@@ -32,7 +32,9 @@ class AGENT_EXPORT LockObserver
 {
   public:
     virtual ~LockObserver();
+    /// The lock has been taken.
     virtual void taken( const OwnedLock& lock ) = 0;
+    /// The lock is about to be released.
     virtual void released( const OwnedLock& lock ) = 0;
 };
 
@@ -44,6 +46,7 @@ class AGENT_EXPORT OwnedLock
 {
   public:
     // Constant initialisation: the agent's two locks are reached without a guard.
+    /// A lock that nobody holds. `name` is kept, not copied.
     constexpr explicit OwnedLock( const char* name ) noexcept
         : name_( name )
     {}
@@ -69,6 +72,7 @@ class AGENT_EXPORT OwnedLock
         return owner_.load( std::memory_order_relaxed ) != std::thread::id();
     }
 
+    /// What the lock is called in messages.
     [[nodiscard]] const char* name() const noexcept { return name_; }
 
   private:
@@ -87,6 +91,7 @@ class AGENT_EXPORT OwnedLock
 class LockAnchor
 {
   public:
+    /// Takes the lock, which must outlive this; waits for it.
     explicit LockAnchor( OwnedLock& lock )
         : lock_( lock )
     {
@@ -106,6 +111,7 @@ class LockAnchor
 class UnlockAnchor
 {
   public:
+    /// Releases the lock, which the thread must hold (an assertion failure otherwise).
     explicit UnlockAnchor( OwnedLock& lock )
         : lock_( lock )
     {

@@ -28,15 +28,17 @@
 
 namespace Agent {
 
+/// A log message: what it is called, says and means. Its texts are literals.
 struct LogDescriptor
 {
-    const char* name;
-    const char* message;
-    const char* explanation;
+    const char* name;              ///< what it is known by
+    const char* message;           ///< the text that is logged
+    const char* explanation;       ///< for the reader of the manual
     const char* recommendedAction; ///< empty: none
     U32 level;                     ///< severity, 0 (emergency) to 7 (debug), as in RFC 5424
 };
 
+/// Raises a message, as often as its limits let it; see the top of this header.
 class AGENT_EXPORT LogHandle
 {
   public:
@@ -57,14 +59,19 @@ class AGENT_EXPORT LogHandle
     /// Raises the message, with no arguments. May be called by any thread.
     void raise() const;
 
+    /// The message.
     [[nodiscard]] const LogDescriptor& descriptor() const noexcept { return descriptor_; }
 
+    /// How long a repetition is suppressed at first, in seconds; 0 suppresses none.
     [[nodiscard]] U32 intervalSeconds() const noexcept { return intervalSeconds_; }
 
+    /// The factor by which the interval grows with each raise that is not suppressed.
     [[nodiscard]] double intervalGrowth() const noexcept { return intervalGrowth_; }
 
+    /// How many raises are not suppressed at first.
     [[nodiscard]] U32 burst() const noexcept { return burst_; }
 
+    /// The most raises in all; 0 means no limit.
     [[nodiscard]] U32 limit() const noexcept { return limit_; }
 
   private:

@@ -17,6 +17,7 @@ namespace Agent {
 
 struct ModuleRecord;
 
+/// The base of every object that the agent keeps by reference; see the top of this header.
 class AGENT_EXPORT Node
 {
   public:
@@ -37,8 +38,10 @@ class AGENT_EXPORT Node
     /// Slot 4: the module record of the node's class; the same for every node of a class.
     [[nodiscard]] virtual const ModuleRecord& typeData() const = 0;
 
+    /// Counts one more reference. `Ptr` calls it.
     void referenceTaken() const noexcept { count_.taken(); }
 
+    /// Counts one reference less; the last one ends in `lastUserGone()`. `Ptr` calls it.
     void referenceDropped() const
     {
         if ( count_.dropped() ) {
@@ -46,10 +49,13 @@ class AGENT_EXPORT Node
         }
     }
 
+    /// How many references there are.
     [[nodiscard]] U32 references() const noexcept { return count_.value(); }
 
+    /// All flags, those of subclasses included.
     [[nodiscard]] U32 nodeFlags() const noexcept { return flags_; }
 
+    /// Whether the attributes are set.
     [[nodiscard]] bool initialized() const noexcept { return ( flags_ & flagInitialized ) != 0; }
 
     /// Says that the attributes are set, or that they no longer are.
@@ -58,6 +64,7 @@ class AGENT_EXPORT Node
   protected:
     Node() = default;
 
+    /// Sets `flagBeingDestroyed`: what the destructor of a subclass does first.
     void beingDestroyedIs() noexcept { flagIs( flagBeingDestroyed, true ); }
 
   private:

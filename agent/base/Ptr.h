@@ -15,30 +15,36 @@
 
 namespace Agent {
 
+/// A reference that keeps its object alive; see the top of this header.
 template< class T >
 class Ptr
 {
   public:
     Ptr() noexcept = default;
 
+    /// No object.
     Ptr( std::nullptr_t ) noexcept {}
 
+    /// One more reference to the object, which may be null.
     explicit Ptr( T* object ) noexcept
         : object_( object )
     {
         take();
     }
 
+    /// One more reference.
     Ptr( const Ptr& other ) noexcept
         : object_( other.object_ )
     {
         take();
     }
 
+    /// Takes the reference over; `other` has none then.
     Ptr( Ptr&& other ) noexcept
         : object_( std::exchange( other.object_, nullptr ) )
     {}
 
+    /// One more reference, to the object as its base.
     template< class Other >
     requires std::convertible_to< Other*, T* > Ptr( const Ptr< Other >& other )
     noexcept
@@ -49,18 +55,23 @@ class Ptr
 
     ~Ptr() { drop(); }
 
+    /// Drops the reference that it has, and takes that of `other`.
     Ptr& operator=( Ptr other ) noexcept
     {
         std::swap( object_, other.object_ );
         return *this;
     }
 
+    /// The object; null if there is none.
     [[nodiscard]] T* get() const noexcept { return object_; }
 
+    /// The object; there must be one.
     T* operator->() const noexcept { return object_; }
 
+    /// The object; there must be one.
     T& operator*() const noexcept { return *object_; }
 
+    /// Whether there is an object.
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
     friend bool operator==( const Ptr& left, const Ptr& right ) noexcept

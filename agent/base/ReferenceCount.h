@@ -9,14 +9,17 @@
 
 namespace Agent {
 
+/// The number of references to one object; see the top of this header.
 class ReferenceCount
 {
   public:
     ReferenceCount() = default;
 
     // A copy of a shared object is a new object, which nobody refers to yet.
+    /// A copy of a shared object is a new object, which nobody refers to yet.
     ReferenceCount( const ReferenceCount& ) noexcept {}
 
+    /// Nothing: references are to the object, not to its value.
     ReferenceCount& operator=( const ReferenceCount& ) noexcept { return *this; }
 
     ~ReferenceCount() = default;
@@ -24,6 +27,7 @@ class ReferenceCount
     /// How many references there are.
     [[nodiscard]] U32 value() const noexcept { return count_.load( std::memory_order_relaxed ); }
 
+    /// Counts one more.
     void taken() noexcept
     {
         if ( threadsActive() ) {
@@ -54,8 +58,10 @@ template< class Value >
 class SharedValue
 {
   public:
+    /// Counts one more reference. `Ptr` calls it.
     void referenceTaken() const noexcept { count_.taken(); }
 
+    /// Counts one reference less; the last one deletes the object. `Ptr` calls it.
     void referenceDropped() const
     {
         if ( count_.dropped() ) {
@@ -63,6 +69,7 @@ class SharedValue
         }
     }
 
+    /// How many references there are.
     [[nodiscard]] U32 references() const noexcept { return count_.value(); }
 
   protected:

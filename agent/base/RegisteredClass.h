@@ -32,10 +32,12 @@
 
 namespace Agent {
 
+/// Makes a concrete node class of an abstract one; see the top of this header.
 template< class Concrete, class Base >
 class AGENT_EXPORT RegisteredClass : public Base
 {
   public:
+    /// Memory from the slab allocator, counted for the class. Throws what the allocator throws.
     static void* operator new( std::size_t size )
     {
         Concrete::memAllocationTracker_.allocated( typeid( Concrete ), size );
@@ -47,6 +49,7 @@ class AGENT_EXPORT RegisteredClass : public Base
         }
     }
 
+    /// Gives the memory back, and counts it off.
     static void operator delete( void* memory ) noexcept
     {
         Concrete::memAllocationTracker_.freed( typeid( Concrete ), sizeof( Concrete ) );

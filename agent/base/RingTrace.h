@@ -61,6 +61,7 @@ class RingPacker
     /// The most bytes that the arguments of one record take.
     static constexpr std::size_t room = 1024;
 
+    /// Packs a value of that kind, of so many bytes.
     void pack( RingKind kind, const void* bytes, std::size_t size ) noexcept
     {
         if ( hasRoomFor( 1 + size ) ) {
@@ -96,6 +97,7 @@ class RingPacker
         std::memcpy( &bytes_[ start - sizeof( length ) ], &length, sizeof( length ) );
     }
 
+    /// What has been packed.
     [[nodiscard]] std::span< const std::byte > bytes() const { return { bytes_.data(), size_ }; }
 
   private:
@@ -119,32 +121,38 @@ class RingPacker
 };
 
 // Only bool itself: a pointer, which converts to it, is packed as the string it points to.
+/// Packs a truth value.
 template< std::same_as< bool > Boolean >
 void packForRing( RingPacker& packer, Boolean value ) noexcept
 {
     packer.pack( RingKind::boolean, &value, sizeof( value ) );
 }
 
+/// Packs a character as a text.
 inline void packForRing( RingPacker& packer, char character ) noexcept
 {
     packer.packText( { &character, 1 } );
 }
 
+/// Packs a number with a fraction.
 inline void packForRing( RingPacker& packer, double value ) noexcept
 {
     packer.pack( RingKind::real, &value, sizeof( value ) );
 }
 
+/// Packs an integer that is to be read in hexadecimal.
 inline void packForRing( RingPacker& packer, Hex value ) noexcept
 {
     packer.pack( RingKind::hexadecimal, &value.value, sizeof( value.value ) );
 }
 
+/// Packs the first 255 characters.
 inline void packForRing( RingPacker& packer, std::string_view text ) noexcept
 {
     packer.packText( text );
 }
 
+/// Packs an integer in its own width.
 template< std::unsigned_integral Integer >
 
 requires( !std::same_as< Integer, bool > ) void packForRing( RingPacker& packer,
@@ -157,6 +165,7 @@ requires( !std::same_as< Integer, bool > ) void packForRing( RingPacker& packer,
     packer.pack( kind, &value, sizeof( value ) );
 }
 
+/// Packs an integer.
 template< std::signed_integral Integer >
 void packForRing( RingPacker& packer, Integer value ) noexcept
 {
@@ -165,6 +174,7 @@ void packForRing( RingPacker& packer, Integer value ) noexcept
 }
 
 template< class Enumeration >
+/// Packs the number of an enumerator.
 requires std::is_enum_v< Enumeration >
 
 void packForRing( RingPacker& packer, Enumeration value ) noexcept
@@ -179,15 +189,16 @@ using RingPieces = std::span< const char* const >;
 struct RingHeader
 {
     std::array< char, 16 > magic; ///< `ringMagic`
-    U32 headerSize;
-    U32 descriptionsSize; ///< room for descriptions, after the header
-    U32 descriptionsUsed;
-    U32 recordsSize; ///< room for records, after the descriptions
-    U64 oldest;      ///< position of the oldest record, counted since the start
-    U64 next;        ///< position of the next record, counted since the start
-    U64 count;       ///< records ever written
+    U32 headerSize;               ///< of this structure
+    U32 descriptionsSize;         ///< room for descriptions, after the header
+    U32 descriptionsUsed;         ///< how much of that room is used
+    U32 recordsSize;              ///< room for records, after the descriptions
+    U64 oldest;                   ///< position of the oldest record, counted since the start
+    U64 next;                     ///< position of the next record, counted since the start
+    U64 count;                    ///< records ever written
 };
 
+/// What a block begins with.
 inline constexpr std::array< char, 16 > ringMagic = {
     'P', 'E', 'L', 'O', 'R', 'A', '-', 'R', 'I', 'N', 'G', '-', 'V', '1', '\n', '\0' };
 
@@ -195,15 +206,17 @@ inline constexpr std::array< char, 16 > ringMagic = {
 /// do not wrap: a record with description `ringPadding` fills the end of the room.
 struct RingRecord
 {
-    U32 size;        ///< bytes of the whole record, a multiple of 8
-    U32 description; ///< offset of its description
-    U64 nanoseconds; ///< of the monotonic clock
-    U32 argumentsSize;
-    U32 reserved;
+    U32 size;          ///< bytes of the whole record, a multiple of 8
+    U32 description;   ///< offset of its description
+    U64 nanoseconds;   ///< of the monotonic clock
+    U32 argumentsSize; ///< of the packed arguments
+    U32 reserved;      ///< always 0
 };
 
+/// The description of a record that only fills the room up to its end.
 inline constexpr U32 ringPadding = 0xFFFFFFFF;
 
+/// A block of fixed size that keeps the newest records; see the top of this header.
 class AGENT_EXPORT RingTrace
 {
   public:

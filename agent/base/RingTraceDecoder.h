@@ -13,15 +13,17 @@
 
 namespace Agent {
 
+/// A trace statement that was reached.
 struct DecodedRecord
 {
-    U64 nanoseconds = 0;
-    std::string file;
-    U32 line = 0;
-    std::string function;
-    std::string text;
+    U64 nanoseconds = 0;  ///< of the monotonic clock
+    std::string file;     ///< the path of its source file
+    U32 line = 0;         ///< from 1
+    std::string function; ///< as the compiler names it
+    std::string text;     ///< the whole text, arguments included
 };
 
+/// What a block holds.
 struct DecodedRing
 {
     U64 written = 0;                      ///< records ever written, overwritten ones included

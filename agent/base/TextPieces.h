@@ -21,8 +21,9 @@ namespace Agent {
 /// An integer that prints in hexadecimal.
 struct Hex
 {
-    U64 value;
+    U64 value; ///< the number, 64 bits wide
 
+    /// Prints it without a prefix; the stream's flags stay as they were.
     friend std::ostream& operator<<( std::ostream& stream, Hex number )
     {
         const std::ios_base::fmtflags flags =
@@ -40,6 +41,7 @@ constexpr Hex hex( Integer value )
     return { static_cast< std::make_unsigned_t< Integer > >( value ) };
 }
 
+/// Prints a piece of a text; a number of 8 bits as a number, not as a character.
 template< class Piece >
 void appendPiece( std::ostream& stream, const Piece& piece )
 {

@@ -13,6 +13,7 @@
 namespace Agent {
 
 namespace Detail {
+/// What `threadsActive()` reads. Written by the agent's start of threads only.
 extern AGENT_EXPORT std::atomic< bool > threadsActive_;
 } // namespace Detail
 

@@ -29,7 +29,7 @@ namespace Agent {
 /// Names one attribute of a class.
 struct FieldDescriptor
 {
-    std::string_view name;
+    std::string_view name; ///< what it is called
 
     friend bool operator==( const FieldDescriptor&, const FieldDescriptor& ) = default;
 };
@@ -74,8 +74,8 @@ struct TypeRecord
 /// The classes that one source file defines.
 struct ModuleRecord
 {
-    std::string_view source; ///< path of the source file, without its ending
-    std::span< const TypeRecord > types;
+    std::string_view source;             ///< path of the source file, without its ending
+    std::span< const TypeRecord > types; ///< the classes
 };
 
 /// Registers a module record, which must live until `zavModuleDel`. A record that is registered
@@ -111,6 +111,7 @@ AGENT_EXPORT void zavModuleDel( const ModuleRecord& module );
 class ModuleRegistration
 {
   public:
+    /// Registers the record, which must outlive this.
     explicit ModuleRegistration( const ModuleRecord& module )
         : module_( module )
     {

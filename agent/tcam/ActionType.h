@@ -19,16 +19,19 @@
 
 namespace PeloraTcam {
 
+/// What a TCAM entry does with a packet: the agent's numbers (`agent/tcam/ActionTypes.def`).
 enum class ActionType : Agent::U8
 {
 #define ACTION_TYPE( name, number ) name = number,
 #include "agent/tcam/ActionTypes.def"
 };
 
+/// The table of names behind `enumeratorName()`.
 template<>
 struct EnumeratorNames< ActionType >
 {
-    static constexpr std::string_view enumeration = "ActionType";
+    static constexpr std::string_view enumeration = "ActionType"; ///< the name of the type
+    /// One row an enumerator.
     static constexpr EnumeratorName rows[] = {
 #define ACTION_TYPE( name, number ) { #name, number },
 #include "agent/tcam/ActionTypes.def"

@@ -59,6 +59,7 @@ class AGENT_EXPORT ChipProfile : public Agent::SharedValue< ChipProfile >
     /// A profile, with or without a record for the TCAM features.
     explicit ChipProfile( std::optional< TcamFeatureAttributes > attributes = std::nullopt );
 
+    /// The record for the TCAM features; nothing if the profile has none.
     [[nodiscard]] const std::optional< TcamFeatureAttributes >& tcamFeatureAttributes() const
     {
         return tcamFeatureAttributes_;
@@ -68,6 +69,7 @@ class AGENT_EXPORT ChipProfile : public Agent::SharedValue< ChipProfile >
     std::optional< TcamFeatureAttributes > tcamFeatureAttributes_;
 };
 
+/// What a counter helper knows of its chip: the CoS queue map, and the active profile.
 class AGENT_EXPORT ChipInfo
 {
   public:
@@ -76,6 +78,7 @@ class AGENT_EXPORT ChipInfo
     /// A chip with that CoS queue map, which is not null; no profile is active.
     explicit ChipInfo( Agent::Ptr< const CosQueueMap > cosQueueMap );
 
+    /// The ids of traffic classes.
     [[nodiscard]] const CosQueueMap& cosQueueMap() const { return *cosQueueMap_; }
 
     /// The active profile; null while there is none.
@@ -84,6 +87,7 @@ class AGENT_EXPORT ChipInfo
         return activeChipProfile_;
     }
 
+    /// Makes another profile the active one, or none (null).
     void activeChipProfileIs( Agent::Ptr< const ChipProfile > profile );
 
     /// Whether both describe the chip by the same map and profile.

@@ -13,6 +13,7 @@
 
 namespace PeloraTcam {
 
+/// Settings that the helpers of all chips share; see the top of this header.
 class AGENT_EXPORT PeloraTcamCommonData
 {
   public:

@@ -33,31 +33,37 @@ AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, PeloraCompressionTa
 
 // The ids of the compression groups.
 
+/// The SDK's id of the group that compresses source ports.
 constexpr bcm_field_group_t compressionGroupL4SrcPort()
 {
     return 241;
 }
 
+/// The SDK's id of the group that compresses destination ports.
 constexpr bcm_field_group_t compressionGroupL4DstPort()
 {
     return 242;
 }
 
+/// The SDK's id of the group that compresses source addresses.
 constexpr bcm_field_group_t compressionGroupSrcIp()
 {
     return 243;
 }
 
+/// The SDK's id of the group that compresses destination addresses.
 constexpr bcm_field_group_t compressionGroupDstIp()
 {
     return 244;
 }
 
+/// The SDK's id of the group that compresses IP protocols.
 constexpr bcm_field_group_t compressionGroupIpProto()
 {
     return 245;
 }
 
+/// The SDK's id of the group that compresses EtherTypes.
 constexpr bcm_field_group_t compressionGroupEtherType()
 {
     return 246;
@@ -97,10 +103,12 @@ class AGENT_EXPORT CompressionKey
 class AGENT_EXPORT CompressionData
 {
   public:
+    /// A value; the key says for which table.
     explicit CompressionData( const CompressionKey& key )
         : key_( key )
     {}
 
+    /// The value.
     [[nodiscard]] const CompressionKey& key() const { return key_; }
 
     friend bool operator==( const CompressionData&, const CompressionData& ) = default;
@@ -130,8 +138,10 @@ class AGENT_EXPORT PeloraTcamCompressionHelperBase : public Agent::Node
     /// Slot 7: called once the helper's attributes are set.
     virtual void handleInitialized() = 0;
 
+    /// The pipe.
     [[nodiscard]] U8 pipeId() const { return pipeId_; }
 
+    /// The chip.
     [[nodiscard]] FapId fapId() const { return fapId_; }
 
     /// Serves the reading of "fapId" and "pipeId".

@@ -17,6 +17,7 @@
 
 namespace PeloraTcam {
 
+/// An access object that tells the eviction helper of statistics that come and go.
 class CounterEvictionSdk : public Shim::ForwardingSdk
 {
   public:

@@ -65,11 +65,13 @@ class AGENT_EXPORT PeloraTcamCounterHelper : public Agent::Node
     /// (an assertion failure otherwise).
     virtual void handleInitialized() = 0;
 
+    /// The pipe.
     [[nodiscard]] U8 pipeId() const { return pipeId_; }
 
     /// The chip's SDK unit.
     [[nodiscard]] U32 unit() const { return unit_; }
 
+    /// The chip.
     [[nodiscard]] const PeloraCentral::ChipInfo& chipInfo() const { return chipInfo_; }
 
     /// Serves the reading of "chipInfo", "pipeId" and "unit".

@@ -23,6 +23,7 @@ inline Agent::U64 counterMask( unsigned counterBits )
     return ~Agent::U64{ 0 } >> ( widestCounter - counterBits );
 }
 
+/// A sum that goes on counting where the hardware's counter wraps; see the top of this header.
 class CounterSum
 {
   public:
@@ -34,6 +35,7 @@ class CounterSum
         return sum_;
     }
 
+    /// What has been counted.
     [[nodiscard]] Agent::U64 value() const { return sum_; }
 
     /// Starts again from 0 with a counter that goes on from where it is.

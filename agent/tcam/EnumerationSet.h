@@ -31,9 +31,11 @@ class EnumerationSet
   public:
     using value_type = Enumeration;
 
+    /// Goes through the enumerators of a set, the smallest number first.
     class const_iterator
     {
       public:
+        /// It can be copied, and gone through again.
         using iterator_category = std::forward_iterator_tag;
         using value_type = Enumeration;
         using difference_type = std::ptrdiff_t;
@@ -42,14 +44,17 @@ class EnumerationSet
 
         const_iterator() = default;
 
+        /// The enumerator at which it stands.
         Enumeration operator*() const { return static_cast< Enumeration >( position_ ); }
 
+        /// Goes on to the next one.
         const_iterator& operator++()
         {
             position_ = set_->firstFrom( position_ + 1 );
             return *this;
         }
 
+        /// Goes on to the next one, and gives where it was.
         const_iterator operator++( int )
         {
             const const_iterator before = *this;
@@ -89,11 +94,13 @@ class EnumerationSet
     /// Takes a value out; nothing happens if it is not in.
     void erase( Enumeration value ) { wordOf( value ) &= ~bitOf( value ); }
 
+    /// Whether the enumerator is in the set.
     [[nodiscard]] bool contains( Enumeration value ) const
     {
         return ( words_[ numberOf( value ) / wordBits ] & bitOf( value ) ) != 0;
     }
 
+    /// How many enumerators are in the set.
     [[nodiscard]] std::size_t size() const
     {
         std::size_t count = 0;
@@ -103,6 +110,7 @@ class EnumerationSet
         return count;
     }
 
+    /// Whether no enumerator is in the set.
     [[nodiscard]] bool empty() const { return *this == EnumerationSet(); }
 
     [[nodiscard]] const_iterator begin() const { return { *this, firstFrom( 0 ) }; }

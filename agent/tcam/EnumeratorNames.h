@@ -29,8 +29,8 @@ namespace PeloraTcam {
 /// A row of an enumeration's table of names.
 struct EnumeratorName
 {
-    std::string_view name;
-    Agent::U32 number;
+    std::string_view name; ///< as it is written in the source
+    Agent::U32 number;     ///< its value
 };
 
 /// The name of an enumeration and those of its enumerators: `enumeration` and `rows`.

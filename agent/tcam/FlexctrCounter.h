@@ -15,9 +15,11 @@
 
 namespace PeloraTcam {
 
+/// One counter of a flex counter object, widened to 64 bits; see the top of this header.
 class AGENT_EXPORT FlexctrCounter : public Agent::SharedValue< FlexctrCounter >
 {
   public:
+    /// The counter at an index, from 0, of an object.
     FlexctrCounter( FlexctrObjectId object, U32 index )
         : object_( object )
         , index_( index )
@@ -35,8 +37,10 @@ class AGENT_EXPORT FlexctrCounter : public Agent::SharedValue< FlexctrCounter >
     /// Gives the SDK's return code of the reading.
     int restart( int unit, U64 mask );
 
+    /// The SDK's id of the object.
     [[nodiscard]] FlexctrObjectId object() const { return object_; }
 
+    /// Which of its counters this is, from 0.
     [[nodiscard]] U32 index() const { return index_; }
 
   private:

@@ -22,6 +22,7 @@ namespace PeloraTcam {
 /// The SDK's id of a flex counter object.
 using FlexctrObjectId = U32;
 
+/// Knows the flex counter objects that the agent has made.
 class AGENT_EXPORT PeloraTcamCounterObjectManager
 {
   public:
@@ -44,14 +45,16 @@ enum class FlexctrAttachState : U8
 /// The result of an attachment.
 struct FlexctrAttachment
 {
-    FlexctrAttachState state = FlexctrAttachState::noFreeIndex;
+    FlexctrAttachState state = FlexctrAttachState::noFreeIndex; ///< how it ended
 
+    /// Whether the entry has all the counters that were asked for.
     [[nodiscard]] bool complete() const { return state == FlexctrAttachState::complete; }
 };
 
 /// The indices that one entry holds, by counter type.
 using FlexctrAllocPerEntry = std::map< CounterType, U32 >;
 
+/// Knows which indices of a flex counter object an entry holds.
 class AGENT_EXPORT FlexctrActionIndexManager
 {
   public:
@@ -62,6 +65,7 @@ class AGENT_EXPORT FlexctrActionIndexManager
     getFlexctrAllocPerEntry( U32 unit, TcamEntryId entryId, U8 pipe ) = 0;
 };
 
+/// Gives entries flex counters, reads them, and takes them away.
 class AGENT_EXPORT FlexctrManager
 {
   public:

@@ -9,6 +9,7 @@
 
 namespace PeloraTcam {
 
+/// From the agent's groups to those of the SDK; see the top of this header.
 class AGENT_EXPORT GroupIdMap
 {
   public:

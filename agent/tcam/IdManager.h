@@ -30,6 +30,7 @@ enum class FeatureIdType : U8
     policer = 4,
 };
 
+/// Hands out ids of hardware that the agent counts itself; see the top of this header.
 class AGENT_EXPORT PeloraTcamIdManager
 {
   public:

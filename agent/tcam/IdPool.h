@@ -12,6 +12,7 @@
 
 namespace PeloraTcam {
 
+/// Ids in a row, each free or taken; see the top of this header.
 class IdPool
 {
   public:
@@ -26,6 +27,7 @@ class IdPool
         AGENT_ASSERT( ( size == 0 || size - 1 <= 0xFFFFFFFF - first ) && "ids have 32 bits" );
     }
 
+    /// Whether an id is free.
     [[nodiscard]] bool canAllocate() const { return !freed_.empty() || everAllocated_ < size_; }
 
     /// Takes the lowest free id; there must be one (an assertion failure otherwise).
@@ -54,6 +56,7 @@ class IdPool
         freed_.erase( id );
     }
 
+    /// Whether the id is taken.
     [[nodiscard]] bool isAllocated( Agent::U32 id ) const
     {
         return id >= first_ && id - first_ < everAllocated_ && !freed_.contains( id );

@@ -11,9 +11,11 @@
 
 namespace PeloraTcam {
 
+/// An IPv4 or IPv6 address; see the top of this header.
 class AGENT_EXPORT IpAddress
 {
   public:
+    /// In network order; IPv4 uses the first four.
     using Bytes = std::array< Agent::U8, 16 >;
 
     /// The IPv4 address of that value, in host byte order.
@@ -21,6 +23,7 @@ class AGENT_EXPORT IpAddress
     /// The IPv6 address of those bytes, in network order.
     static IpAddress v6( const Bytes& bytes );
 
+    /// Whether it is an IPv6 address.
     [[nodiscard]] bool isV6() const { return v6_; }
 
     /// An IPv4 address in host byte order; 0 for an IPv6 address.

@@ -31,12 +31,12 @@ AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, PolicerMode mode );
 /// What a policer allows. The peak rate and burst count in mode `trTcm` only.
 struct Policer
 {
-    U32 committedRate = 0;  ///< kilobits a second
-    U32 peakRate = 0;       ///< kilobits a second
-    U32 committedBurst = 0; ///< kilobits
-    U32 peakBurst = 0;      ///< kilobits
-    PolicerMode mode = PolicerMode::committed;
-    bool colorAware = false; ///< whether the packet's earlier colour counts
+    U32 committedRate = 0;                     ///< kilobits a second
+    U32 peakRate = 0;                          ///< kilobits a second
+    U32 committedBurst = 0;                    ///< kilobits
+    U32 peakBurst = 0;                         ///< kilobits
+    PolicerMode mode = PolicerMode::committed; ///< how many rates and colours there are
+    bool colorAware = false;                   ///< whether the packet's earlier colour counts
 
     friend bool operator==( const Policer&, const Policer& ) = default;
 };
@@ -54,13 +54,16 @@ inline constexpr PolicerId invalidPolicerId = 0;
 class PolicerData : public Agent::SharedValue< PolicerData >
 {
   public:
+    /// A policer that the SDK has made under that id.
     PolicerData( const Policer& policer, PolicerId policerId )
         : policer_( policer )
         , policerId_( policerId )
     {}
 
+    /// What it allows.
     [[nodiscard]] const Policer& policerCfg() const { return policer_; }
 
+    /// The SDK's id.
     [[nodiscard]] PolicerId policerId() const { return policerId_; }
 
   private:
@@ -86,8 +89,10 @@ class AGENT_EXPORT PeloraTcamPolicerHelper : public Agent::Node
     /// Slot 8: called once the helper's attributes are set.
     virtual void handleInitialized() = 0;
 
+    /// The pipe.
     [[nodiscard]] U8 pipeId() const { return pipeId_; }
 
+    /// The chip.
     [[nodiscard]] FapId fapId() const { return fapId_; }
 
     /// Serves the reading of "fapId" and "pipeId".

@@ -19,16 +19,19 @@
 
 namespace PeloraTcam {
 
+/// What a TCAM entry can match: the agent's numbers (`agent/tcam/QualifierTypes.def`).
 enum class QualifierType : Agent::U8
 {
 #define QUALIFIER_TYPE( name, number ) name = number,
 #include "agent/tcam/QualifierTypes.def"
 };
 
+/// The table of names behind `enumeratorName()`.
 template<>
 struct EnumeratorNames< QualifierType >
 {
-    static constexpr std::string_view enumeration = "QualifierType";
+    static constexpr std::string_view enumeration = "QualifierType"; ///< the name of the type
+    /// One row an enumerator.
     static constexpr EnumeratorName rows[] = {
 #define QUALIFIER_TYPE( name, number ) { #name, number },
 #include "agent/tcam/QualifierTypes.def"

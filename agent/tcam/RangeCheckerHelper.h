@@ -31,9 +31,9 @@ AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, RangeType type );
 /// What a range checker tests: the bounds belong to the range.
 struct RangeCheckerDesc
 {
-    U32 low = 0;
-    U32 high = 0;
-    RangeType type = RangeType::invalid;
+    U32 low = 0;                         ///< the least value that matches
+    U32 high = 0;                        ///< the greatest value that matches
+    RangeType type = RangeType::invalid; ///< the packet field that is tested
 
     friend bool operator==( const RangeCheckerDesc&, const RangeCheckerDesc& ) = default;
 };
@@ -51,13 +51,16 @@ inline constexpr RangeCheckerId invalidRangeCheckerId = 0xFFFFFFFF;
 class RangeCheckerData : public Agent::SharedValue< RangeCheckerData >
 {
   public:
+    /// A range checker that the SDK has made under that id.
     RangeCheckerData( const RangeCheckerDesc& desc, RangeCheckerId rangeCheckerId )
         : desc_( desc )
         , rangeCheckerId_( rangeCheckerId )
     {}
 
+    /// What it tests.
     [[nodiscard]] const RangeCheckerDesc& checkerDesc() const { return desc_; }
 
+    /// The SDK's id.
     [[nodiscard]] RangeCheckerId rangeCheckerId() const { return rangeCheckerId_; }
 
   private:
@@ -85,10 +88,13 @@ class AGENT_EXPORT PeloraTcamRangeCheckerHelper : public Agent::Node
     /// Slot 8: called once the helper's attributes are set.
     virtual void handleInitialized() = 0;
 
+    /// The pipe.
     [[nodiscard]] U8 pipeId() const { return pipeId_; }
 
+    /// The chip.
     [[nodiscard]] FapId fapId() const { return fapId_; }
 
+    /// The model of the chip.
     [[nodiscard]] const PeloraCentral::PeloraModel& model() const { return model_; }
 
     /// Serves the reading of "fapId", "model" and "pipeId".

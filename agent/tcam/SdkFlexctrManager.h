@@ -22,6 +22,7 @@
 
 namespace PeloraTcam {
 
+/// Attaches entries to counters with the SDK; see the top of this header.
 class AGENT_EXPORT SdkFlexctrManager final : public FlexctrManager,
                                              private FlexctrActionIndexManager
 {

@@ -9,6 +9,7 @@
 
 namespace PeloraTcam {
 
+/// Where in the pipeline a group looks.
 enum class StageType : Agent::U8
 {
     invalid = 0,

@@ -15,6 +15,7 @@ using LogicalGroupId = Agent::U32;
 /// The width of a group's key in bits.
 struct TcamKeySize
 {
+    /// Widths, in bits.
     enum TcamKeySizeValue : Agent::U32
     {
         /// The SDK chooses the width from the group's qualifiers.

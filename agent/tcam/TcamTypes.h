@@ -13,7 +13,7 @@ namespace PeloraCentral {
 /// What model of chip the agent drives.
 struct PeloraModel
 {
-    std::string name;
+    std::string name; ///< as the agent calls it
 
     friend bool operator==( const PeloraModel&, const PeloraModel& ) = default;
 };
@@ -34,10 +34,12 @@ class FapId
   public:
     constexpr FapId() = default;
 
+    /// The chip of that SDK unit.
     constexpr explicit FapId( U32 value )
         : value_( value )
     {}
 
+    /// The chip's SDK unit.
     [[nodiscard]] constexpr U32 value() const { return value_; }
 
     friend constexpr bool operator==( FapId, FapId ) = default;

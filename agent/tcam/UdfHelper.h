@@ -50,6 +50,7 @@ class AGENT_EXPORT UdfHelperBase : public Agent::Node
                                    const Agent::FieldDescriptor& field,
                                    Agent::AttributeOperation operation,
                                    void* result );
+    /// `moduleId` is the SDK unit, `pipeId` 0 to 255.
 
   protected:
     UdfHelperBase( U16 moduleId, U8 pipeId, bool lagHashingSupported );
