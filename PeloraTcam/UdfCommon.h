@@ -22,8 +22,9 @@ namespace PeloraTcam {
 [[nodiscard]] PELORA_TCAM_EXPORT bool operator==( const bcm_udf_pkt_format_info_s& left,
                                                   const bcm_udf_pkt_format_info_s& right );
 
-/// Qualifies a field entry with `length` bytes of a UDF. Gives the SDK's return code. The locks
-/// are left as they are, and nothing is traced.
+/// Qualifies a field entry with `length` bytes of a UDF, read from each of the caller's two
+/// buffers. Gives the SDK's return code, which nothing here judges. The locks are left as they are,
+/// and nothing is traced.
 PELORA_TCAM_EXPORT int setUdfDataAndMask( int unit,
                                           int entry,
                                           int udfId,
@@ -31,9 +32,10 @@ PELORA_TCAM_EXPORT int setUdfDataAndMask( int unit,
                                           unsigned char* mask,
                                           unsigned short length );
 
-/// Reads what a field entry is qualified with for a UDF, up to `maxLength` bytes; `actualLength`
-/// is set to the low 16 bits of what the SDK gives, also when it reports an error. Gives the SDK's
-/// return code. The locks are left as they are, and nothing is traced.
+/// Reads what a field entry is qualified with for a UDF, up to `maxLength` bytes into each of the
+/// caller's two buffers; `actualLength`, which is not null, is set to the low 16 bits of what the
+/// SDK gives, also when it reports an error. Gives the SDK's return code, which nothing here
+/// judges. The locks are left as they are, and nothing is traced.
 PELORA_TCAM_EXPORT int getUdfDataAndMask( int unit,
                                           int entry,
                                           int udfId,

@@ -221,6 +221,24 @@ TEST_F( UdfModuleOrderTest, Create_LooksAtAFormat_TracesDesiredThenStoredOfEachF
                 [ & ] { destroy( desc, create( desc ) ); } );
 }
 
+// Only 0 counts as not found.
+TEST_F( UdfModuleOrderTest, Create_MatchingFormatHasANegativeId_IsShared )
+{
+    made( udfDescOf( 2, 2 ) );
+    const bcm_udf_pkt_format_info_t stored =
+        chips.chip( unit )->udfModule()->state().pktFormats.at( 1 ).info;
+    formats->pktFmtIdToUdfIdDel( PktFmtId( 1 ) );
+    mapIs( -3, udfsOf( { 77 } ) );
+    sdk.on.bcm_udf_pkt_format_info_get = [ & ]( int, int, bcm_udf_pkt_format_info_t* format ) {
+        *format = stored;
+        return 0;
+    };
+    sdk.on.bcm_udf_pkt_format_add = returns( 0 );
+    EXPECT_EQ( create( udfDescOf( 8, 2 ) ), qualsOf( { 2 } ) );
+    EXPECT_EQ( sdk.countOf( "bcm_udf_pkt_format_create" ), 0U );
+    EXPECT_EQ( mapText(), "-3: 2 77" );
+}
+
 TEST_F( UdfModuleOrderTest, Program_MapTakenOut_Dies )
 {
     const auto helper = PeloraTcam::udfModuleHelperFactory( unit, 0, true );

@@ -212,6 +212,23 @@ TEST_F( UdfModuleRemoveTest, Cleanup_FormatOutsideTheMap_IsDestroyedBeforeTheUdf
     EXPECT_EQ( mapText(), "4: 1" );
 }
 
+// Only -1 means none; and whatever is not "none" says that the detachment failed.
+TEST_F( UdfModuleRemoveTest, Cleanup_OtherUnusualIdsAndCodes_AreAsGoodAsAny )
+{
+    sdk.on.bcm_udf_pkt_format_delete = returns( 1 );
+    sdk.on.bcm_udf_pkt_format_destroy = returns( 0 );
+    sdk.on.bcm_udf_destroy = returns( 0 );
+    cleanup( footprintOf( 0, qualsOf( { 0 } ) ) );
+    cleanup( footprintOf( -2, qualsOf( { 0xFFFFFFFE } ) ) );
+    EXPECT_THAT( sdk.calls(),
+                 ElementsAre( "bcm_udf_pkt_format_delete( 5, 0, 0 )",
+                              "bcm_udf_pkt_format_destroy( 5, 0 )",
+                              "bcm_udf_destroy( 5, 0 )",
+                              "bcm_udf_pkt_format_delete( 5, -2, -2 )",
+                              "bcm_udf_pkt_format_destroy( 5, -2 )",
+                              "bcm_udf_destroy( 5, -2 )" ) );
+}
+
 TEST_F( UdfModuleRemoveTest, Cleanup_DetachmentSucceeds_Dies )
 {
     sdk.on.bcm_udf_pkt_format_delete = returns( 0 );

@@ -367,13 +367,14 @@ TEST_F( UdfModuleSequenceTest, Create_EntriesComeAndGoMeanwhile_LooksAtThoseBehi
                 return chips.bcm_udf_pkt_format_info_get( onUnit, format, info );
             }
             formats->pktFmtIdToUdfIdDel( PktFmtId( format ) );
-            mapIs( -9, udfsOf( { 90 } ) ); // Before the one that is looked at: not seen any more.
+            mapIs( 500, udfsOf( { 50 } ) );
             mapIs( 1, udfs );
+            mapIs( -9, udfsOf( { 90 } ) ); // Before the one that is looked at: not seen any more.
             return 0;
         };
     EXPECT_EQ( create( udfDescOf( 8, 2 ) ), qualsOf( { 2 } ) );
     EXPECT_THAT( read, ElementsAre( -7, 1 ) );
-    EXPECT_EQ( mapText(), "-9: 90; 1: 1 2" );
+    EXPECT_EQ( mapText(), "-9: 90; 1: 1 2; 500: 50" );
 }
 
 TEST_F( UdfModuleSequenceTest, Destroy_OtherUdfComesMeanwhile_KeepsTheFormat )
