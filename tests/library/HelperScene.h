@@ -110,6 +110,29 @@ class HelperScene : public ::testing::Test
                     TestSupport::assertionLine( site.source, functionOf( site ), assertion ) );
     }
 
+    /// Expects that the operation writes these lines to the facility's trace, each as "LEVEL
+    /// TEXT", and then ends the process with a failed assertion.
+    static void expectTracesThenAssertion( const char* facility,
+                                           const std::vector< std::string >& lines,
+                                           const SdkCallSite& site,
+                                           const std::string& assertion,
+                                           const std::function< void() >& operation )
+    {
+        std::string lastWords;
+        for ( const std::string& line : lines ) {
+            lastWords += TestSupport::literally( line ) + "\n";
+        }
+        expectDies(
+            [ & ] {
+                Agent::traceSinkIs( []( const Agent::TraceLine& line ) {
+                    say( std::to_string( line.level ) + " " + std::string( line.text ) );
+                } );
+                Agent::traceLevelsIs( facility, allTraceLevels );
+                operation();
+            },
+            lastWords + TestSupport::assertionLine( site.source, functionOf( site ), assertion ) );
+    }
+
     /// Expects that the operation ends the process because that checked call answers `rc`: with
     /// the error line, `onApiError()` and the failed assertion, in this order.
     void expectFatalCall( const SdkCallSite& site,

@@ -321,5 +321,45 @@ TEST_F( HsdkPolicerTest, Operations_ApiLevel4_TraceTheirCalls )
                      "bcm_policer_destroy( unit, ( bcm_policer_t )policerId ) (rc:0)" ) );
 }
 
+TEST_F( HsdkPolicerTest, Operations_Everything_IsWrittenInTheOrderOfTheSteps )
+{
+    const TestSupport::TraceRecorder traces( "*", allTraceLevels );
+    hsdk->releasePolicer( hsdk->getPolicer( oneRate, stageIfp() ), stageIfp() );
+    EXPECT_THAT( traces.texts(),
+                 ElementsAre( HasSubstr( "getPolicer Stage: ifp" ),
+                              HasSubstr( "&policerId ) (rc:0)" ),
+                              "getPolicerCreated policer id : 100",
+                              "releasePolicer Stage: ifp policer ID: 100",
+                              HasSubstr( "( bcm_policer_t )policerId ) (rc:0)" ) ) );
+}
+
+TEST_F( HsdkPolicerTest, Get_PoolExhausted_TracesTheRequestThenTheShortage )
+{
+    exhaustPool();
+    const TestSupport::TraceRecorder traces( "*", allTraceLevels );
+    hsdk->getPolicer( oneRate, stageIfp() );
+    EXPECT_THAT(
+        traces.texts(),
+        ElementsAre( HasSubstr( "getPolicer Stage: ifp" ), "No free policer ID available " ) );
+}
+
+TEST_F( HsdkPolicerTest, Get_UnknownModeAndNoId_GivesNoIdBeforeTheModeMatters )
+{
+    exhaustPool();
+    EXPECT_EQ( hsdk->getPolicer( policerOf( static_cast< PolicerMode >( 3 ) ), stageIfp() ), 0U );
+}
+
+TEST_F( HsdkPolicerTest, Get_FlagsOfTheInitialiser_Stay )
+{
+    uint32_t flags = 0;
+    sdk.on.bcm_policer_config_t_init = []( bcm_policer_config_t* conf ) { conf->flags = 0x100; };
+    sdk.on.bcm_policer_create = [ & ]( int, bcm_policer_config_t* conf, bcm_policer_t* ) {
+        flags = conf->flags;
+        return 0;
+    };
+    hsdk->getPolicer( oneRate, stageIfp() );
+    EXPECT_EQ( flags, 0x185U );
+}
+
 } // namespace
 } // namespace LibraryTest

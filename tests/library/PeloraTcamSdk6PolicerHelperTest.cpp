@@ -1,12 +1,15 @@
 // What the SDK-6 policer helper asks of the SDK, what it makes of the answers, what it writes.
 
+#include "tests/library/DeclaredEnumerators.h"
 #include "tests/library/PolicerScene.h"
 
 namespace LibraryTest {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 using TestSupport::returns;
 
 constexpr Policer twoRates = policerOf( PolicerMode::trTcm );
@@ -53,6 +56,18 @@ INSTANTIATE_TEST_SUITE_P( Table,
                                              ModeRow{ 1, "bcmPolicerModeTrTcm", 2000, 128 },
                                              ModeRow{ 2, "bcmPolicerModeSrTcm", 0, 0 } ),
                           []( const auto& row ) { return std::string( row.param.sdk ); } );
+
+TEST_F( Sdk6PolicerTest, Config_EachMode_IsTheConstantDeclaredInItsPlace )
+{
+    const std::vector< std::string > declared = declaredEnumerators( "bcm_policer_mode_t" );
+    ASSERT_EQ( declared.size(), 3U );
+    int mode = 0;
+    for ( const std::size_t place : { 0U, 2U, 1U } ) {
+        const Policer policer = policerOf( static_cast< PolicerMode >( mode++ ) );
+        EXPECT_EQ( sdk6->getBcmPolicerConfig( policer ).mode,
+                   valueOf< bcm_policer_mode_t >( declared[ place ] ) );
+    }
+}
 
 TEST_F( Sdk6PolicerTest, Config_ColorOption_IsFlag44Or84 )
 {
@@ -383,6 +398,58 @@ TEST_F( Sdk6PolicerTest, Operations_ApiLevel4_TraceTheirCalls )
         ElementsAre( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId ) (rc:0)",
                      "bcm_policer_get( unit, policerData->policerId(), &conf ) (rc:0)",
                      "bcm_policer_destroy( unit, ( bcm_policer_t )policerId ) (rc:0)" ) );
+}
+
+TEST_F( Sdk6PolicerTest, Operations_Everything_IsWrittenInTheOrderOfTheSteps )
+{
+    const TestSupport::TraceRecorder traces( "*", allTraceLevels );
+    const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
+    sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
+    EXPECT_THAT( traces.texts(),
+                 ElementsAre( StartsWith( "getPolicerPolicer config: " ),
+                              EndsWith( "&policerId ) (rc:0)" ),
+                              "getPolicerCreated policer id : 1",
+                              StartsWith( "verifyTcamSanity Policer: " ),
+                              EndsWith( "policerData->policerId(), &conf ) (rc:0)" ) ) );
+}
+
+TEST_F( Sdk6PolicerTest, Assertions_OfAll_FollowTheEntrysTraceAlone )
+{
+    const std::string config = " cir:1000 cbs:64 pir:2000 pbs:128 colorAware:0";
+    expectTracesThenAssertion( policerFacility,
+                               { "9 getPolicerPolicer config: PolicerMode(3)" + config },
+                               { sdk6PolicerSource, "sdkMode", "" },
+                               "0 && \"Invalid policer mode\"",
+                               [ this ] {
+                                   sdk6->getPolicer( policerOf( static_cast< PolicerMode >( 3 ) ),
+                                                     stageIfp() );
+                               } );
+    const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
+    expectTracesThenAssertion(
+        policerFacility,
+        { "9 verifyTcamSanity Policer: srTcm" + config + " PolicerId: 1" },
+        sdk6Get,
+        outOfSync,
+        [ & ] { sdk6->verifyTcamSanity( recordOf( policerOf( PolicerMode::srTcm ), id ) ); } );
+    sdk.on.bcm_policer_create = returns( 0 );
+    expectTracesThenAssertion( policerFacility,
+                               { "9 getPolicerPolicer config: trTcm" + config },
+                               sdk6Create,
+                               "policerId && \"Failed to allocate Policer\"",
+                               [ this ] { sdk6->getPolicer( twoRates, stageIfp() ); } );
+}
+
+TEST_F( Sdk6PolicerTest, VerifyAndRelease_PositiveReturnCode_AreSuccess )
+{
+    const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
+    sdk.on.bcm_policer_get =
+        [ this ]( int chip, bcm_policer_t policer, bcm_policer_config_t* conf ) {
+            return faulty.bcm_policer_get( chip, policer, conf ) + 1;
+        };
+    sdk.on.bcm_policer_destroy = returns( 1 );
+    sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
+    sdk6->releasePolicer( id, stageIfp() );
+    EXPECT_EQ( sdk.countOf( "bcm_policer_destroy" ), 1U );
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // What the range checker helper asks of the SDK, and what it makes of the answers. The texts it
 // writes and its life are tested in the two files named after this one.
 
+#include "tests/library/DeclaredEnumerators.h"
 #include "tests/library/RangeCheckerScene.h"
 
 namespace LibraryTest {
@@ -170,6 +171,24 @@ INSTANTIATE_TEST_SUITE_P( Table,
                                              TypeRow{ 2, "bcmRangeTypeL4SrcPort" },
                                              TypeRow{ 3, "bcmRangeTypePacketLength" } ),
                           []( const auto& row ) { return std::string( row.param.sdk ); } );
+
+TEST_F( RangeCheckerHelperTest, Get_EachType_IsTheConstantDeclaredInItsPlace )
+{
+    const std::vector< std::string > declared = declaredEnumerators( "bcm_range_type_t" );
+    ASSERT_EQ( declared.size(), 4U );
+    int type = 1;
+    for ( const std::size_t place : { 1U, 0U, 3U } ) {
+        bcm_range_type_t created{};
+        sdk.on.bcm_range_create = [ & ]( int, uint32_t, bcm_range_config_t* config ) {
+            created = config->rtype;
+            return 0;
+        };
+        helper->getRangeChecker( { 1, 2, static_cast< RangeType >( type++ ) } );
+        EXPECT_EQ( created,
+                   static_cast< bcm_range_type_t >(
+                       chips.numbering().valueOf( declared[ place ] ).value() ) );
+    }
+}
 
 class UnsupportedTypeTest : public RangeCheckerScene, public ::testing::WithParamInterface< int >
 {};

@@ -227,6 +227,28 @@ TEST_F( RangeCheckerTraceTest, Get_Everything_IsWrittenInTheOrderOfTheSteps )
                               HasSubstr( "Failed to allocate range checker!" ) ) );
 }
 
+TEST_F( RangeCheckerTraceTest, VerifyAndRelease_Everything_IsWrittenInTheOrderOfTheSteps )
+{
+    const RangeCheckerId id = helper->getRangeChecker( ports );
+    const TraceRecorder traces( "*", allLevels );
+    helper->verifyTcamSanity( recordOf( ports, id ) );
+    helper->releaseRangeChecker( id );
+    EXPECT_THAT( traces.texts(),
+                 ElementsAre( HasSubstr( "verifyTcamSanity RangeCheckerDesc" ),
+                              HasSubstr( "bcm_range_get( unit, &conf ) (rc:0)" ),
+                              HasSubstr( "releaseRangeChecker" ),
+                              HasSubstr( "bcm_range_destroy( unit, rangeCheckerId ) (rc:0)" ) ) );
+}
+
+TEST_F( RangeCheckerTraceTest, Get_PositiveReturnCode_TracesItAsAFailure )
+{
+    sdk.on.bcm_range_create = returns( 1 );
+    sdk.on.sdkErrorText = []( int ) { return "?"; };
+    expectLine( 0, "Failed to allocate range checker! due to rc: 1 ?", [ this ] {
+        helper->getRangeChecker( ports );
+    } );
+}
+
 TEST_F( RangeCheckerTraceTest, Operations_TracingOff_AskTheSdkForNoText )
 {
     sdk.on.bcm_range_create = returns( -6 );
