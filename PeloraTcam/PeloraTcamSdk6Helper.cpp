@@ -75,7 +75,14 @@ const Agent::TraceHandle& _defaultTraceHandle()
 #include "PeloraTcam/TranslationMaps.def"
 // clang-format on
 
-// The lookups.
+// The lookups. A failed one is reported at this place: within the list, `__FILE__` is the list.
+constexpr const char* lookupsFile = __FILE__;
+constexpr U32 lookupsLine = __LINE__;
+#define LOOKUPS_LOCATION                                                                           \
+    ::Agent::CallLocation                                                                          \
+    {                                                                                              \
+        lookupsFile, lookupsLine, __PRETTY_FUNCTION__                                              \
+    }
 #define TRANSLATION_BOTH_WAYS( forwardMap,                                                         \
                                reverseMap,                                                         \
                                builder,                                                            \
@@ -87,17 +94,17 @@ const Agent::TraceHandle& _defaultTraceHandle()
                                reverseAssertion )                                                  \
     sdkType forwardLookup( agentType value )                                                       \
     {                                                                                              \
-        return Translations::lookUp( forwardMap, value, forwardAssertion, TRANSLATION_LOCATION );  \
+        return Translations::lookUp( forwardMap, value, forwardAssertion, LOOKUPS_LOCATION );      \
     }                                                                                              \
     agentType reverseLookup( sdkType value )                                                       \
     {                                                                                              \
-        return Translations::lookUp( reverseMap, value, reverseAssertion, TRANSLATION_LOCATION );  \
+        return Translations::lookUp( reverseMap, value, reverseAssertion, LOOKUPS_LOCATION );      \
     }
 #define TRANSLATION_ONE_WAY(                                                                       \
     forwardMap, builder, agentType, sdkType, forwardLookup, forwardAssertion )                     \
     sdkType forwardLookup( agentType value )                                                       \
     {                                                                                              \
-        return Translations::lookUp( forwardMap, value, forwardAssertion, TRANSLATION_LOCATION );  \
+        return Translations::lookUp( forwardMap, value, forwardAssertion, LOOKUPS_LOCATION );      \
     }
 #include "PeloraTcam/TranslationMaps.def"
 
@@ -167,7 +174,7 @@ ActionType getBcmAction( bcm_field_action_t action )
     return {};
 }
 
-bcm_field_qset_t getBcmQualifierSet( const QualifierSet& set )
+bcm_field_qset_t getBcmQualifierSet( QualifierSet set )
 {
     bcm_field_qset_t qset;
     Shim::sdk_->BCM_FIELD_QSET_INIT( &qset );
@@ -204,7 +211,7 @@ QualifierSet getBcmQualifierSet( bcm_field_qset_t* qset )
     return set;
 }
 
-bcm_field_aset_t getBcmActionSet( const ActionSet& set )
+bcm_field_aset_t getBcmActionSet( ActionSet set )
 {
     bcm_field_aset_t aset;
     Shim::sdk_->BCM_FIELD_ASET_INIT( &aset );

@@ -38,6 +38,8 @@ namespace PeloraTcam {
 // does nothing. A lookup of a value without an entry, and any lookup before the builder ran, is the
 // failed assertion that the list gives.
 
+/// A map from the agent's values to the SDK's, the one back, their builder, and the lookups. A
+/// lookup of a value that is not in its map ends the process.
 #define TRANSLATION_BOTH_WAYS( forwardMap,                                                         \
                                reverseMap,                                                         \
                                builder,                                                            \
@@ -52,6 +54,7 @@ namespace PeloraTcam {
     PELORA_TCAM_EXPORT void builder();                                                             \
     [[nodiscard]] PELORA_TCAM_EXPORT sdkType forwardLookup( agentType value );                     \
     [[nodiscard]] PELORA_TCAM_EXPORT agentType reverseLookup( sdkType value );
+/// The same for values that are not translated back.
 #define TRANSLATION_ONE_WAY(                                                                       \
     forwardMap, builder, agentType, sdkType, forwardLookup, forwardAssertion )                     \
     extern PELORA_TCAM_EXPORT std::map< agentType, sdkType > forwardMap;                           \
@@ -84,7 +87,7 @@ PELORA_TCAM_EXPORT void initializeBcmActionMap();
 
 /// The SDK's set of the agent's qualifiers. One without an entry is named on standard error, then
 /// it is a failed assertion: none is left out.
-[[nodiscard]] PELORA_TCAM_EXPORT bcm_field_qset_t getBcmQualifierSet( const QualifierSet& set );
+[[nodiscard]] PELORA_TCAM_EXPORT bcm_field_qset_t getBcmQualifierSet( QualifierSet set );
 
 /// The agent's qualifiers in a set of the SDK's, which is not null. What no qualifier of
 /// the agent translates to is left out, and so is the stage, which is no field of the key. Never
@@ -93,14 +96,14 @@ PELORA_TCAM_EXPORT void initializeBcmActionMap();
 
 /// The SDK's set of the agent's actions. `noAction` is left out; another one without an entry is
 /// named on standard error, then it is a failed assertion.
-[[nodiscard]] PELORA_TCAM_EXPORT bcm_field_aset_t getBcmActionSet( const ActionSet& set );
+[[nodiscard]] PELORA_TCAM_EXPORT bcm_field_aset_t getBcmActionSet( ActionSet set );
 
 /// Whether what the action does depends on the packet's colour.
 [[nodiscard]] PELORA_TCAM_EXPORT bool isActionColored( ActionType actionType );
 
 // ---- Group modes, key sizes and small glue ---------------------------------------------------
 
-/// The SDK's mode of a group whose keys have that size on that stage.
+/// The SDK's mode of a group whose keys have that size, in bits, on that stage.
 ///
 /// `narrowWideTcamWidthSupport`: whether the chip can hold 160-bit keys of the ingress stage in
 /// its narrow slices. 480-bit keys belong to the ingress stage, 640-bit keys to the lookup stage;
@@ -130,13 +133,19 @@ getBcmActionParamCosMapNew( U32 trafficClass, const PeloraCentral::ChipInfo& chi
 
 // ---- Preselectors ----------------------------------------------------------------------------
 
-/// Adds one qualifier to the preselector `entry`.
+/// Adds one qualifier to a preselector.
 ///
-/// `qualifier` is a `QualifierType` as a number. Most qualifiers are told to the SDK at once,
+/// `unit`: the SDK unit; `entry`: the preselector's entry id, to which bit 30 is added for the SDK;
+/// `qualifier`: a `QualifierType` as a number; `data` and `mask`: what the packet is compared with,
+/// and which of its bits count; `classData` and `classMask`: the caller's class records, not null.
+///
+/// Most qualifiers are told to the SDK at once,
 /// translated where the row says so (drop reason and spanning-tree state are passed as they come),
 /// and cut to the width of the SDK's qualifier.
-/// The four class qualifiers are added to the class records instead, which the caller initialises
-/// before the first qualifier and applies after the last; the two 16-bit ones are cut silently.
+/// A qualifier whose call takes no mask ignores `mask`, but for the trace.
+/// The four class qualifiers are added to the class records instead, data to the one and mask to
+/// the other; the caller initialises both before the first qualifier and applies them after the
+/// last. The two 16-bit ones are cut silently.
 /// A qualifier that no preselector can have, data that cannot be translated, and a failure of the
 /// SDK end the process. `setPreselectQualifier` is the older form.
 PELORA_TCAM_EXPORT void setPeloraTcamPreselectQualifier( U32 unit,
@@ -147,9 +156,10 @@ PELORA_TCAM_EXPORT void setPeloraTcamPreselectQualifier( U32 unit,
                                                          bcm_field_src_class_t* classData,
                                                          bcm_field_src_class_t* classMask );
 
-/// The older form, for callers that still use it: `qualifier` is the SDK's number, only the packet
-/// type is translated, class qualifiers replace what the records hold (the port class is added),
-/// and class data of more than 16 bits is a failed assertion where the field has 16.
+/// The older form, for callers that still use it. The arguments are the same but for `qualifier`,
+/// which is the SDK's number. Only the packet type is translated, class qualifiers replace what the
+/// records hold (the port class is added), and class data of more than 16 bits is a failed
+/// assertion where the field has 16.
 PELORA_TCAM_EXPORT void setPreselectQualifier( U32 unit,
                                                U32 entry,
                                                U32 qualifier,

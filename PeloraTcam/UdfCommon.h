@@ -44,8 +44,8 @@ PELORA_TCAM_EXPORT int getUdfDataAndMask( int unit,
                                           unsigned char* mask,
                                           unsigned short* actualLength );
 
-// The agent and the SDK number UDFs and packet formats alike. These mark the crossing.
-
+/// The agent and the SDK number UDFs and packet formats alike. These mark the crossing: each gives
+/// its argument's number unchanged, whatever it is, and never fails.
 [[nodiscard]] PELORA_TCAM_EXPORT bcm_udf_id_t getBcmUdfId( UdfId udfId );
 [[nodiscard]] PELORA_TCAM_EXPORT bcm_udf_id_t getBcmUdfId( int udfId );
 [[nodiscard]] PELORA_TCAM_EXPORT bcm_udf_pkt_format_id_t getBcmUdfPktFmtId( PktFmtId pktFmtId );

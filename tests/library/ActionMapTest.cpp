@@ -6,6 +6,7 @@
 #include "tests/support/TraceRecorder.h"
 
 #include <set>
+#include <type_traits>
 
 namespace LibraryTest {
 namespace {
@@ -15,6 +16,13 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr std::string_view source = "PeloraTcam/PeloraTcamSdk6Helper.cpp";
+
+// What callers are compiled against.
+using Builder = std::integral_constant< void ( * )(), initializeBcmActionMap >;
+using ToSdk = std::integral_constant< bcm_field_action_t ( * )( ActionType ), getBcmAction >;
+using FromSdk = std::integral_constant< ActionType ( * )( bcm_field_action_t ), getBcmAction >;
+using SetToSdk = std::integral_constant< bcm_field_aset_t ( * )( ActionSet ), getBcmActionSet >;
+using Colored = std::integral_constant< bool ( * )( ActionType ), isActionColored >;
 
 ActionType action( unsigned number )
 {
@@ -275,6 +283,14 @@ TEST_F( ActionSetTest, Build_OfNoActionAmongOthers_LeavesOutOnlyIt )
                  ElementsAre( "init",
                               add( "bcmFieldActionMirrorIngress" ),
                               add( "bcmFieldActionOamTxNew" ) ) );
+}
+
+// It is left out because it has no entry, not because of what it is.
+TEST_F( ActionSetTest, Build_OfNoActionWithAnEntry_AddsIt )
+{
+    actionMap.emplace( ActionType::noAction, sdkAction( "bcmFieldActionTtlCancel" ) );
+    static_cast< void >( getBcmActionSet( ActionSet{ ActionType::noAction } ) );
+    EXPECT_THAT( scene_.sdk.setCalls, ElementsAre( "init", add( "bcmFieldActionTtlCancel" ) ) );
 }
 
 TEST_F( ActionSetTest, Build_WithAnUnmappedAction_NamesItAndDies )

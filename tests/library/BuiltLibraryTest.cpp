@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <map>
 #include <set>
 
 #include <malloc.h>
@@ -57,6 +58,23 @@ std::set< std::string > listedSymbols()
     return names;
 }
 
+/// The groups of the list: what their comments say, and the names below each.
+std::map< std::string, std::vector< std::string > > listedGroups()
+{
+    std::ifstream file( PELORA_SOURCE_DIR "/tests/library/exported-symbols.txt" );
+    std::map< std::string, std::vector< std::string > > groups;
+    std::string group;
+    for ( std::string line; std::getline( file, line ); ) {
+        if ( line.starts_with( "# ---- " ) ) {
+            group = line.substr( 7 );
+            EXPECT_TRUE( groups.try_emplace( group ).second ) << "a group twice: " << group;
+        } else if ( !line.empty() && !line.starts_with( '#' ) ) {
+            groups[ group ].push_back( line );
+        }
+    }
+    return groups;
+}
+
 std::vector< std::string > missingFrom( const std::set< std::string >& all,
                                         const std::set< std::string >& wanted )
 {
@@ -75,6 +93,29 @@ TEST( BuiltLibraryTest, Exports_OfTheFile_AreTheListedOnes )
     EXPECT_FALSE( listed.empty() );
     EXPECT_THAT( missingFrom( exported, listed ), ElementsAre() ) << "listed but not exported";
     EXPECT_THAT( missingFrom( listed, exported ), ElementsAre() ) << "exported but not listed";
+}
+
+TEST( BuiltLibraryTest, ListOfExports_InGroups_SaysOfEachWhichFileAndWhat )
+{
+    std::set< std::string > files;
+    for ( const auto& [ group, names ] : listedGroups() ) {
+        const std::size_t colon = group.find( ": " );
+        files.insert( group.substr( 0, colon ) );
+        EXPECT_NE( colon, std::string::npos ) << "says not what it is: " << group;
+        EXPECT_THAT( names, Not( IsEmpty() ) ) << group;
+    }
+    EXPECT_THAT( files,
+                 ElementsAre( "PeloraTcamHsdkCounterHelper",
+                              "PeloraTcamHsdkPolicerHelper",
+                              "PeloraTcamHsdkUdfEntryHelper",
+                              "PeloraTcamSdk6CompressionHelper",
+                              "PeloraTcamSdk6CounterHelper",
+                              "PeloraTcamSdk6Helper",
+                              "PeloraTcamSdk6PolicerHelper",
+                              "PeloraTcamSdk6RangeCheckerHelper",
+                              "PeloraTcamSdk6UdfEntryHelper",
+                              "PeloraTcamUdfHsdkHelper",
+                              "PeloraTcamUdfSdk6Helper" ) );
 }
 
 // A new creation has made nothing yet, so that this cannot be made to fail.

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <random>
 #include <set>
+#include <type_traits>
 
 namespace LibraryTest {
 namespace {
@@ -29,6 +30,21 @@ using PeloraTcam::StageType;
 using PeloraTcam::TcamKeySize;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+
+// What callers are compiled against.
+static_assert(
+    std::is_same_v< decltype( PeloraTcam::getBcmTcamKeySize ),
+                    bcm_field_group_mode_t( TcamKeySize::TcamKeySizeValue, StageType, bool ) > );
+static_assert( std::is_same_v< decltype( PeloraTcam::generateSdk6GroupIdFormat ),
+                               U32( PeloraTcam::LogicalGroupId, U8 ) > );
+static_assert(
+    std::is_same_v< decltype( PeloraTcam::getPbmp ), _shr_pbmp( Ptr< const Bitmap > ) > );
+static_assert(
+    std::is_same_v< decltype( PeloraTcam::pbmpToStr ), std::string( const _shr_pbmp& ) > );
+static_assert( std::is_same_v< decltype( PeloraTcam::skipGroupDataWithNullAset ),
+                               bool( PeloraTcam::TcamGroupId ) > );
+static_assert( std::is_same_v< decltype( PeloraTcam::getBcmActionParamCosMapNew ),
+                               U32( U32, const ChipInfo& ) > );
 
 constexpr const char* invalidKeySize = "Assertion `0 && \"Invalid vexa tcam key size\"' failed.";
 constexpr const char* notIngress = "Assertion `stage == stageIfp()' failed.";

@@ -6,6 +6,7 @@
 
 #include <iterator>
 #include <set>
+#include <type_traits>
 
 namespace LibraryTest {
 namespace {
@@ -13,6 +14,12 @@ namespace {
 using namespace PeloraTcam;
 
 constexpr std::string_view source = "PeloraTcam/PeloraTcamSdk6Helper.cpp";
+
+// What callers are compiled against.
+using Builder = std::integral_constant< void ( * )(), initializeBcmQualifierMap >;
+using ToSdk = std::integral_constant< bcm_field_qualify_t ( * )( QualifierType ), getBcmQualifier >;
+using FromSdk =
+    std::integral_constant< QualifierType ( * )( bcm_field_qualify_t ), getBcmQualifier >;
 
 QualifierType qualifier( unsigned number )
 {

@@ -4,6 +4,7 @@
 #include "tests/support/AllocationCount.h"
 
 #include <algorithm>
+#include <type_traits>
 
 namespace LibraryTest {
 namespace {
@@ -12,6 +13,11 @@ using namespace PeloraTcam;
 using ::testing::ElementsAre;
 
 constexpr std::string_view source = "PeloraTcam/PeloraTcamSdk6Helper.cpp";
+
+// What callers are compiled against.
+using Build = std::integral_constant< bcm_field_qset_t ( * )( QualifierSet ), getBcmQualifierSet >;
+using ReadBack =
+    std::integral_constant< QualifierSet ( * )( bcm_field_qset_t* ), getBcmQualifierSet >;
 
 QualifierType qualifier( unsigned number )
 {

@@ -10,7 +10,7 @@ namespace {
 
 using namespace PeloraTcam;
 
-constexpr std::string_view table = "PeloraTcam/TranslationMaps.def";
+constexpr std::string_view source = "PeloraTcam/PeloraTcamSdk6Helper.cpp";
 
 // Stands first: it is the first to run.
 TEST( TranslationMapsLoadTest, Maps_AtLoad_AreEmpty )
@@ -63,7 +63,7 @@ class TranslationMapsTest : public ::testing::TestWithParam< TranslationCase >
     {
         expectDeath( [ & ] { static_cast< void >( translation_.lookUp( agentValue ) ); },
                      "",
-                     table,
+                     source,
                      translation_.lookUpName,
                      translation_.assertion );
     }
@@ -72,7 +72,7 @@ class TranslationMapsTest : public ::testing::TestWithParam< TranslationCase >
     {
         expectDeath( [ & ] { static_cast< void >( translation_.lookUpBack( sdkValue ) ); },
                      "",
-                     table,
+                     source,
                      translation_.lookUpBackName,
                      translation_.assertionBack );
     }
@@ -285,7 +285,7 @@ TEST( ActionParameterTest, EgressClassSelect_KeyWithTheRightLowByte_Dies )
                 getBcmActionParamEgressClassSelect( static_cast< EgressClassSelect >( 0x10B ) ) );
         },
         "",
-        table,
+        source,
         "getBcmActionParamEgressClassSelect",
         "actionParamEgressClassSelectMap.find( type ) != actionParamEgressClassSelectMap.end()" );
     actionParamEgressClassSelectMap.clear();
