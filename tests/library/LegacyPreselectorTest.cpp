@@ -314,6 +314,18 @@ TEST_F( LegacyPreselectorTest, SetClasses_TracingOn_TraceTheNewValues )
             "setPreselectQualifier Setting SrcClassField data: 0x 200  mask: 0x300" ) );
 }
 
+TEST_F( LegacyPreselectorTest, SetDstAndSrcClass_WideMask_IsTracedBeforeItIsCut )
+{
+    TestSupport::TraceRecorder traces( PreselectorScene::facility, PreselectorScene::level4 );
+    set( &Sdk::bcmFieldQualifyDstClassField, 0xFFFF, 0x12345 );
+    set( &Sdk::bcmFieldQualifySrcClassField, 0x8000, 0xFFFF0000 );
+    EXPECT_THAT(
+        traces.texts(),
+        ElementsAre(
+            "setPreselectQualifier Setting DstClassField data: 0x ffff  mask: 0x12345",
+            "setPreselectQualifier Setting SrcClassField data: 0x 8000  mask: 0xffff0000" ) );
+}
+
 TEST_F( LegacyPreselectorTest, SetClasses_TracingOff_WriteNothing )
 {
     const TestSupport::TraceRecorder traces;

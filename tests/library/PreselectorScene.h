@@ -50,7 +50,9 @@ inline void PrintTo( const CallCase& callCase, std::ostream* stream )
     *stream << callCase.name;
 }
 
-using PreselectorFunction = decltype( PeloraTcam::setPreselectQualifier );
+/// Both functions are one: unit, entry, qualifier, data, mask, and the class records.
+using PreselectorFunction =
+    void( U32, U32, U32, U32, U32, bcm_field_src_class_t*, bcm_field_src_class_t* );
 
 class PreselectorScene
 {
@@ -99,6 +101,10 @@ class PreselectorScene
         EXPECT_EQ( api.facility, apiFacility );
         EXPECT_EQ( api.level, 4U );
         EXPECT_EQ( api.file, "PeloraTcam/PeloraTcamSdk6Helper.cpp" );
+        EXPECT_THAT( api.function, ::testing::StartsWith( "void PeloraTcam::" + functionName ) );
+        EXPECT_EQ( request.file, api.file );
+        EXPECT_EQ( request.line, api.line );
+        EXPECT_EQ( request.function, api.function );
         EXPECT_EQ( api.text,
                    api.file + ":" + std::to_string( api.line ) + " " + expected.callText +
                        " (rc:0)" );
