@@ -132,10 +132,17 @@ class BuildGraph:
             or entry["output"].endswith(".a")
         }
         self.inputs = {
-            output: [word for word in command.split() if word in self.commands and word != output]
+            output: [word for word in command.split() if self.is_input(word, output)]
             for output, command in self.commands.items()
         }
         self.affected_by = {}
+
+    def is_input(self, word, output):
+        """Whether a word of the command that makes an output is something that it contains.
+
+        A shared library is not: a program that is linked to it takes the mutant's at run time.
+        """
+        return word in self.commands and word != output and ".so" not in word
 
     def affected(self, file):
         """All that must be made anew when that file changes."""

@@ -59,7 +59,7 @@ SOURCES, TREE = "/work/src", "/work/tree"
 COMMANDS = [
     {"output": "a.dir/A.cpp.o", "command": "g++ -I/work/src -MF a.dir/A.cpp.o.d -o a.dir/A.cpp.o -c /work/src/lib/A.cpp"},
     {"output": "a.dir/B.cpp.o", "command": "g++ -I/work/src -MF a.dir/B.cpp.o.d -o a.dir/B.cpp.o -c /work/src/lib/B.cpp"},
-    {"output": "lib/libA.so.1.0.0", "command": "g++ -Wl,-soname,libA.so.1 -o lib/libA.so.1.0.0 a.dir/A.cpp.o"},
+    {"output": "lib/libA.so.1.0.0", "command": "g++ -Wl,-soname,libA.so.1 -o lib/libA.so.1.0.0 a.dir/A.cpp.o b.o"},
     {"output": "bin/test_A", "command": "g++ a.dir/B.cpp.o -o bin/test_A lib/libA.so.1.0.0"},
     {"output": "bin/test_B", "command": "g++ a.dir/B.cpp.o -o bin/test_B"},
     {"output": "lib/libA.so.1", "command": "cmake -E cmake_symlink_library lib/libA.so.1.0.0"},
@@ -75,16 +75,17 @@ class GraphTest(unittest.TestCase):
         self.graph = BuildGraph(SOURCES, TREE, COMMANDS, DEPS)
 
     def test_Source_Affects_WhatIsMadeOfIt(self):
-        self.assertEqual(
-            self.graph.affected("lib/A.cpp"), {"a.dir/A.cpp.o", "lib/libA.so.1.0.0", "bin/test_A"}
-        )
+        self.assertEqual(self.graph.affected("lib/A.cpp"), {"a.dir/A.cpp.o", "lib/libA.so.1.0.0"})
+
+    def test_Program_LinkedToAChangedSharedLibrary_IsNotAffected(self):
+        self.assertEqual(self.graph.needed("bin/test_A", "lib/A.cpp"), [])
 
     def test_Header_Affects_AllThatIncludeIt(self):
         self.assertIn("bin/test_B", self.graph.affected("lib/A.h"))
 
     def test_Needed_ForATarget_ComesInTheOrderOfMaking(self):
-        needed = self.graph.needed("bin/test_A", "lib/A.cpp")
-        self.assertEqual(needed, ["a.dir/A.cpp.o", "lib/libA.so.1.0.0", "bin/test_A"])
+        needed = self.graph.needed("lib/libA.so.1.0.0", "lib/A.cpp")
+        self.assertEqual(needed, ["a.dir/A.cpp.o", "lib/libA.so.1.0.0"])
 
     def test_Needed_ForAnUnaffectedTarget_IsNothing(self):
         self.assertEqual(self.graph.needed("bin/test_B", "lib/A.cpp"), [])
@@ -114,8 +115,8 @@ class OverlayTest(unittest.TestCase):
 
     def test_Linking_TakesWhatChangedAndTheRestAsItIs(self):
         self.assertEqual(
-            self.overlay.command_for("bin/test_A"),
-            f"g++ a.dir/B.cpp.o -o {self.folder}/bin/test_A {self.folder}/lib/libA.so.1.0.0",
+            self.overlay.command_for("lib/libA.so.1.0.0"),
+            f"g++ -Wl,-soname,libA.so.1 -o {self.folder}/lib/libA.so.1.0.0 {self.folder}/a.dir/A.cpp.o b.o",
         )
 
     def test_Library_GetsItsShorterNames(self):
