@@ -4,6 +4,7 @@
 #include "PeloraTcam/PeloraTcamSdk6CompressionHelper.h"
 #include "agent/base/SlabAllocator.h"
 #include "agent/base/TypeRegistry.h"
+#include "tests/library/NodeFlags.h"
 #include "tests/library/VirtualSlots.h"
 
 #include <algorithm>
@@ -54,6 +55,11 @@ void expectCounted( const std::function< Agent::Ptr< Agent::Node >() >& make )
     EXPECT_EQ( Helper::memAllocationTracker_.count(), count );
     EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes );
     EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live );
+}
+
+TEST( CompressionLifeTest, Destroy_InPlace_MarksTheNodeAsBeingDestroyed )
+{
+    EXPECT_EQ( flagsAfterDestruction< Helper >( Agent::U8{ 7 }, FapId( 9 ) ), 0x20000000U );
 }
 
 TEST( CompressionLifeTest, Creator_NewAndLastPtr_CountsGoUpAndBack )

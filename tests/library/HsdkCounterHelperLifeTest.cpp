@@ -4,6 +4,7 @@
 #include "PeloraTcam/PeloraTcamHsdkCounterHelper.h"
 #include "agent/base/SlabAllocator.h"
 #include "agent/base/TypeRegistry.h"
+#include "tests/library/NodeFlags.h"
 #include "tests/library/VirtualSlots.h"
 
 #include <algorithm>
@@ -65,6 +66,12 @@ void expectCounted( const std::function< Agent::Ptr< Agent::Node >() >& make )
     EXPECT_EQ( Helper::memAllocationTracker_.count(), count );
     EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes );
     EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live );
+}
+
+TEST( HsdkCounterLifeTest, Destroy_InPlace_MarksTheNodeAsBeingDestroyed )
+{
+    EXPECT_EQ( flagsAfterDestruction< Helper >( Agent::U8{ 7 }, Agent::U32{ 9 }, ChipInfo() ),
+               0x20000000U );
 }
 
 TEST( HsdkCounterLifeTest, CreatorAndFactory_NewAndLastPtr_CountsGoUpAndBack )

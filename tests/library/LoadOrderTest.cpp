@@ -151,6 +151,47 @@ TEST( LoadOrderTest, Load_OfTheLibrary_EachModuleIsFollowedByItsTraceHandle )
     }
 }
 
+/// What loading the library does, file by file in the order in which they are linked.
+const std::vector< std::string > eventsOfTheLibrary = {
+    "module PeloraTcam/PeloraTcamHsdkCounterHelper",
+    "trace ApiPelora",
+    "module PeloraTcam/PeloraTcamHsdkPolicerHelper",
+    "trace ApiPelora",
+    // PeloraTcamHsdkUdfEntryHelper
+    "trace ApiPelora",
+    "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+    "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL",
+    "module PeloraTcam/PeloraTcamSdk6CompressionHelper",
+    "trace ApiPelora",
+    "module PeloraTcam/PeloraTcamSdk6CounterHelper",
+    "trace ApiPelora",
+    // PeloraTcamSdk6Helper
+    "trace ApiPelora",
+    "module PeloraTcam/PeloraTcamSdk6PolicerHelper",
+    "trace ApiPelora",
+    "module PeloraTcam/PeloraTcamSdk6RangeCheckerHelper",
+    "trace ApiPelora",
+    // PeloraTcamSdk6UdfEntryHelper
+    "trace ApiPelora",
+    "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+    "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL",
+    "module PeloraTcam/PeloraTcamUdfHsdkHelper",
+    "trace ApiPelora",
+    "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+    "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL",
+    "module PeloraTcam/PeloraTcamUdfSdk6Helper",
+    "trace ApiPelora",
+    "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+    "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL",
+};
+
+TEST( LoadOrderTest, Load_OfTheLibrary_SetsUpFileByFile )
+{
+    events().clear();
+    const LoadedLibrary library( PELORA_HELPERS_LIBRARY );
+    EXPECT_EQ( events(), eventsOfTheLibrary );
+}
+
 // Module trace handles are made when they are first used.
 TEST( LoadOrderTest, Load_OfTheLibrary_MakesNoOtherTraceHandles )
 {

@@ -3,6 +3,7 @@
 
 #include "agent/base/SlabAllocator.h"
 #include "agent/base/TypeRegistry.h"
+#include "tests/library/NodeFlags.h"
 #include "tests/library/PolicerScene.h"
 #include "tests/library/VirtualSlots.h"
 #include "tests/support/LockRecorder.h"
@@ -73,6 +74,11 @@ TYPED_TEST( PolicerLifeTest, Construct_NewAndLastPtr_CountsGoUpAndBack )
     EXPECT_EQ( TypeParam::memAllocationTracker_.count(), count );
     EXPECT_EQ( TypeParam::memAllocationTracker_.bytes(), bytes );
     EXPECT_EQ( Agent::slabUse( typeid( TypeParam ).name() ).live, live );
+}
+
+TYPED_TEST( PolicerLifeTest, Destroy_InPlace_MarksTheNodeAsBeingDestroyed )
+{
+    EXPECT_EQ( flagsAfterDestruction< TypeParam >( Agent::U8{ 7 }, FapId( 9 ) ), 0x20000000U );
 }
 
 TEST( PolicerTrackerTest, Construct_Hsdk_IsNotCountedAsSdk6 )

@@ -5,6 +5,7 @@
 #include "agent/base/SlabAllocator.h"
 #include "agent/base/TypeRegistry.h"
 #include "agent/tcam/InitFuncs.h"
+#include "tests/library/NodeFlags.h"
 #include "tests/library/VirtualSlots.h"
 
 #include <algorithm>
@@ -67,6 +68,12 @@ void expectCounted( const std::function< Agent::Ptr< Agent::Node >() >& make )
     EXPECT_EQ( Helper::memAllocationTracker_.count(), count );
     EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes );
     EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live );
+}
+
+TEST( Sdk6CounterLifeTest, Destroy_InPlace_MarksTheNodeAsBeingDestroyed )
+{
+    EXPECT_EQ( flagsAfterDestruction< Helper >( Agent::U8{ 7 }, Agent::U32{ 9 }, ChipInfo() ),
+               0x20000000U );
 }
 
 TEST( Sdk6CounterLifeTest, CreatorAndFactory_NewAndLastPtr_CountsGoUpAndBack )
