@@ -142,6 +142,29 @@ TEST_F( Sdk6FlexParserEdgeTest, Remove_FreeChunkAndOneBeyond_DiesByTheFreeOne )
                      [ this ] { destroy( qualsOf( { 1 } ) ); } );
 }
 
+// ---- The highest chunk -----------------------------------------------------------------------
+
+TYPED_TEST( FlexParserEdgeTest, Verify_HighestChunk_IsCounted )
+{
+    this->readBackIs( this->readOffset( 2 ), 4, 0x8001 );
+    this->verify( udfDescOf( 2, 4 ), qualsOf( { 1 } ) );
+    EXPECT_EQ( this->sdk.countOf( TypeParam::chunksCall ), 1U );
+}
+
+TYPED_TEST( FlexParserEdgeTest, Remove_HighestChunkThatWasFree_Dies )
+{
+    this->freeChunksAre( 0x8000 );
+    this->readChunksAre( { 0x8000 } );
+    this->sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
+    this->expectAssertion(
+        { TypeParam::source,
+          TypeParam::isHsdk ? "assertChunksWereTaken" : "assertChunksWereReserved",
+          "" },
+        TypeParam::isHsdk ? "!BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), i )"
+                          : "udfBmap->isBitSet( i )",
+        [ this ] { this->destroy( qualsOf( { 1 } ) ); } );
+}
+
 // ---- UDFs on no chunk ------------------------------------------------------------------------
 
 TYPED_TEST( FlexParserEdgeTest, Remove_SecondUdfOnNoChunk_Dies )
