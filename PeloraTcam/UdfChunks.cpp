@@ -29,18 +29,16 @@ std::string_view viewOf( const ChunkCharacters& characters )
     return { characters.data(), characters.size() };
 }
 
-[[noreturn]] void badDescriptor( const char* expression, const Agent::CallLocation& location )
-{
-    Agent::assertionFailed( expression, location.file, location.line, location.function );
-}
-
 AbstractPktKind kindOfMacAcl( Agent::U16 ethType, const Agent::CallLocation& location )
 {
     switch ( ethType ) {
     case Kvnet::EthType::ethTypeArp_:
         return AbstractPktKind::arp;
     case Kvnet::EthType::ethTypeIp_:
-        badDescriptor( "Cannot specify ethertype ip with mac ACL", location );
+        Agent::assertionFailed( "Cannot specify ethertype ip with mac ACL",
+                                location.file,
+                                location.line,
+                                location.function );
     case Kvnet::EthType::ethTypeIp6_:
         return AbstractPktKind::ipv6;
     default:
@@ -81,7 +79,8 @@ AbstractPktKind abstractPktKind( const UdfDesc& udfDesc, const Agent::CallLocati
     case UdfAppType::macAcl:
         return kindOfMacAcl( udfDesc.ethType(), location );
     }
-    badDescriptor( "Specified invalid appType", location );
+    Agent::assertionFailed(
+        "Specified invalid appType", location.file, location.line, location.function );
 }
 
 void judgeObjectList( const Agent::TraceHandle& handle, const Shim::CallSite& site, int rc )
