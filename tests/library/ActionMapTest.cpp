@@ -206,6 +206,20 @@ TEST_F( ActionMapTest, GetBcmAction_AtLevelEight_TracesTheType )
     EXPECT_EQ( traces.lines().at( 0 ).function, "getBcmAction" );
 }
 
+TEST_F( ActionMapTest, GetBcmAction_OfAnAbsentType_TracesItBeforeItIsLookedUp )
+{
+    initializeBcmActionMap();
+    const ChildRun run = runInChild( [] {
+        Agent::traceLevelsIs( "PeloraTcamSdk6Helper", 1U << 8 );
+        static_cast< void >( getBcmAction( action( 7 ) ) );
+    } );
+    const std::size_t traced = run.errors.find( "getBcmAction actionType: cancelLearn\n" );
+    const std::size_t reported = run.errors.find( "\nUnmapped actionType: cancelLearn\n" );
+    ASSERT_NE( traced, std::string::npos );
+    ASSERT_NE( reported, std::string::npos );
+    EXPECT_LT( traced, reported );
+}
+
 TEST_F( ActionMapTest, GetBcmAction_WithoutLevelEight_TracesNothing )
 {
     initializeBcmActionMap();

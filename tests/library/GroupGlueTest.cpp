@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <random>
 #include <set>
 #include <type_traits>
@@ -274,6 +275,28 @@ TEST_F( GroupGlueTest, PbmpToStr_AnyLength_IsTheSdksText )
         EXPECT_EQ( PeloraTcam::pbmpToStr( pbmp ), text );
     }
 }
+
+// A longer buffer begins further down the stack. Sanitizers put something of their own between.
+#ifndef PELORA_SANITIZED
+TEST_F( GroupGlueTest, PbmpToStr_Buffer_GrowsBySixteenBytes )
+{
+    const _shr_pbmp pbmp;
+    std::uintptr_t buffer = 0;
+    sdk_.on.SHR_PBMP_FMT = [ & ]( const _shr_pbmp*, char* text ) {
+        buffer = reinterpret_cast< std::uintptr_t >( text );
+        *text = 0;
+        return static_cast< const char* >( text );
+    };
+    std::vector< std::uintptr_t > buffers;
+    for ( const uint32_t length : { 16U, 1U, 17U, 32U, 33U } ) {
+        sdk_.on.SHR_PBMP_FMT_LEN = [ length ]( const _shr_pbmp* ) { return length; };
+        EXPECT_EQ( PeloraTcam::pbmpToStr( pbmp ), "" );
+        buffers.push_back( buffer );
+    }
+    const std::uintptr_t first = buffers[ 0 ];
+    EXPECT_THAT( buffers, ElementsAre( first, first, first - 16, first - 16, first - 32 ) );
+}
+#endif
 
 TEST_F( GroupGlueTest, PbmpToStr_BitmapOfTwoPorts_IsInHexadecimal )
 {
