@@ -55,8 +55,7 @@ class CompressionOrderTest : public HelperScene
         Helper::PeloraTcamSdk6CompressionHelperIs( 2, PeloraTcam::FapId( unit ) );
 };
 
-// ---- Lines and assertions
-// ------------------------------------------------------------------------
+// ---- Lines and assertions --------------------------------------------------------------------
 
 TEST_F( CompressionOrderTest, Get_Everything_IsWrittenInTheOrderOfTheSteps )
 {
@@ -91,8 +90,7 @@ TEST_F( CompressionOrderTest, Get_UnknownTable_TracesThenDies )
                                [ this ] { get( static_cast< TableType >( 7 ), tcp ); } );
 }
 
-// ---- Values
-// --------------------------------------------------------------------------------------
+// ---- Values ----------------------------------------------------------------------------------
 
 TEST_F( CompressionOrderTest, Get_Action_IsTheOneOfTheActionMap )
 {
@@ -125,8 +123,7 @@ TEST_F( CompressionOrderTest, Get_Ip4DestinationPrefixes_HaveTheirMasks )
     EXPECT_THAT( masks, ElementsAre( 0U, 0x80000000U, 0xFFFFFF00U, 0xFFFFFFFFU ) );
 }
 
-// ---- Locks and exceptions
-// ------------------------------------------------------------------------
+// ---- Locks and exceptions --------------------------------------------------------------------
 
 TEST_F( CompressionOrderTest, Operations_EverySdkCall_IsMadeWithTheLockReleased )
 {

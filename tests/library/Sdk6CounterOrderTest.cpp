@@ -41,7 +41,7 @@ class Sdk6CounterOrderTest : public Sdk6CounterScene
     }
 };
 
-// ---- Statistic types ---------------------------------------------------------------------------
+// ---- Statistic types -------------------------------------------------------------------------
 
 TEST_F( Sdk6CounterOrderTest, Translate_EachType_IsTheConstantDeclaredInItsPlace )
 {
@@ -55,8 +55,7 @@ TEST_F( Sdk6CounterOrderTest, Translate_EachType_IsTheConstantDeclaredInItsPlace
     }
 }
 
-// ---- Traces, assertions and calls in their order
-// -------------------------------------------------
+// ---- Traces, assertions and calls in their order ---------------------------------------------
 
 TEST_F( Sdk6CounterOrderTest, Operations_NoEvictionHelper_TraceThenDieWhateverTheSet )
 {
@@ -158,8 +157,7 @@ TEST_F( Sdk6CounterOrderTest, Operations_Everything_TheirOwnLineComesFirst )
                               EndsWith( std::string( destroyText ) + " (rc:0)" ) ) );
 }
 
-// ---- Locks
-// ---------------------------------------------------------------------------------------
+// ---- Locks -----------------------------------------------------------------------------------
 
 TEST_F( Sdk6CounterOrderTest, Operations_EverySdkCall_IsMadeWithTheLockReleased )
 {
@@ -187,8 +185,7 @@ TEST_F( Sdk6CounterOrderTest, Operations_EverySdkCall_IsMadeWithTheLockReleased 
                               Pair( "korvel_bcm_esw_field_stat_pool_index_get", 1U ) ) );
 }
 
-// ---- Clearing and return codes
-// -------------------------------------------------------------------
+// ---- Clearing and return codes ---------------------------------------------------------------
 
 TEST_F( Sdk6CounterOrderTest, Clear_ByteType_ForgetsItsBytesAlone )
 {
@@ -232,8 +229,22 @@ TEST_F( Sdk6CounterOrderTest, CheckedCalls_PositiveReturnCode_AreSuccess )
     EXPECT_TRUE( release( info ) );
 }
 
-// ---- Exceptions
-// ----------------------------------------------------------------------------------
+TEST_F( Sdk6CounterOrderTest, GetHits_EveryTypeNumber_ReadTheFourOfTheirKind )
+{
+    sdk.on.bcm_field_stat_get = []( int, int, bcm_field_stat_t, uint64_t* value ) {
+        *value = 1;
+        return 0;
+    };
+    CounterInfo info;
+    for ( int type = 0; type < 256; ++type ) {
+        info.counterSet.emplace( static_cast< CounterType >( type ), true );
+    }
+    EXPECT_EQ( helper->getPacketHits( info ), 4U );
+    EXPECT_EQ( helper->getByteHits( info ), 4U );
+    EXPECT_EQ( sdk.countOf( "bcm_field_stat_get" ), 8U );
+}
+
+// ---- Exceptions ------------------------------------------------------------------------------
 
 TEST_F( Sdk6CounterOrderTest, Allocate_AttachmentThrows_LeavesTheStatisticUnattached )
 {
