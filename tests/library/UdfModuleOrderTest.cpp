@@ -84,6 +84,22 @@ TEST_F( UdfModuleInitialisedTest, Create_NoIpAndNoProtocol_LeavesOuterIpAndProto
     EXPECT_EQ( asked.prio(), 3 );
 }
 
+// Only 0 means that nothing is asked.
+TEST_F( UdfModuleInitialisedTest, Create_EverythingIs1_IsAskedFor )
+{
+    UdfDesc desc = udfDescOf();
+    desc.ethTypeIs( 1 );
+    desc.ipProtoIs( 1 );
+    desc.priorityIs( 1 );
+    const bcm_udf_pkt_format_info_t asked = formatAskedFor( desc );
+    EXPECT_EQ( asked.ethertype(), 1 );
+    EXPECT_EQ( asked.ethertype_mask(), 0xFFFF );
+    EXPECT_EQ( asked.l2(), sdk.bcmUdfPktFormatL2EthII() );
+    EXPECT_EQ( asked.ip_protocol(), 1 );
+    EXPECT_EQ( asked.ip_protocol_mask(), 0xFF );
+    EXPECT_EQ( asked.prio(), 1 );
+}
+
 TEST_F( UdfModuleInitialisedTest, Create_UdfAndHints_AreLeftWhereNothingIsAsked )
 {
     sdk.on.bcm_udf_t_init = []( bcm_udf_t* udf ) { udf->hw_bmapIs( 107 ); };
