@@ -9,7 +9,11 @@ target_compile_options( pelora_options INTERFACE
    # Source paths in texts are relative to the repository's root, so that they are the
    # same on every build machine.
    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
-   -fstack-protector-strong )
+   -fstack-protector-strong
+   # Nobody interposes what these libraries export, and calls between them need no stub of the
+   # dynamic linker's, which the release build has bound beforehand anyway.
+   -fno-semantic-interposition
+   -fno-plt )
 
 if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
    # A GNU-unique symbol would keep the library from ever being unloaded.

@@ -39,4 +39,20 @@ void traceCall( const Agent::TraceHandle& handle, const CallSite& site, int rc )
             site.location.file, ":", site.location.line, " ", site.text, " (rc:", rc, ")" ) );
 }
 
+void failCheckedCallAt(
+    const char* text, const char* file, Agent::U32 line, const char* function, int rc )
+{
+    failCheckedCall( { text, { file, line, function } }, rc );
+}
+
+void traceCallAt( const Agent::TraceHandle& handle,
+                  const char* text,
+                  const char* file,
+                  Agent::U32 line,
+                  const char* function,
+                  int rc )
+{
+    traceCall( handle, { text, { file, line, function } }, rc );
+}
+
 } // namespace Shim

@@ -40,8 +40,8 @@ inline constexpr int apiTraceLevel = 4;
 /// A call site: the call's text, and where it stands.
 struct CallSite
 {
-    const char* text;
-    Agent::CallLocation location;
+    const char* text;             ///< the call as it is traced; a literal
+    Agent::CallLocation location; ///< where it stands
 };
 
 /// Writes the line of a failed call to standard error, with a flush:
@@ -65,34 +65,43 @@ int callWithLocksReleased( Operation&& operation )
     return operation();
 }
 
-/// The same call site, put together anew. Where there is something to write, a copy made there
-/// and then is handed on: so a call that has nothing to write never puts its site into memory.
-inline CallSite freshCopy( const CallSite& site )
-{
-    return { site.text, { site.location.file, site.location.line, site.location.function } };
-}
+/// `failCheckedCall()` and `traceCall()` with the site in pieces. In this form a call that has
+/// nothing to write, as almost all have, never puts its site into memory.
+[[noreturn, gnu::cold]] void failCheckedCallAt(
+    const char* text, const char* file, Agent::U32 line, const char* function, int rc );
+[[gnu::cold]] void traceCallAt( const Agent::TraceHandle& handle,
+                                const char* text,
+                                const char* file,
+                                Agent::U32 line,
+                                const char* function,
+                                int rc );
 
 /// Writes the trace line of a call if its level is on.
-inline void maybeTraceCall( const Agent::TraceHandle& handle, const CallSite& site, int rc )
+[[gnu::always_inline]] inline void
+maybeTraceCall( const Agent::TraceHandle& handle, const CallSite& site, int rc )
 {
-    if ( handle.enabled( apiTraceLevel ) ) {
-        traceCall( handle, freshCopy( site ), rc );
+    if ( handle.enabled( apiTraceLevel ) ) [[unlikely]] {
+        const Agent::CallLocation& location = site.location;
+        traceCallAt( handle, site.text, location.file, location.line, location.function, rc );
     }
 }
 
 /// Judges the return code of a call that has been made: a negative one ends the process, any
 /// other is traced.
-inline void checkReturnCode( const Agent::TraceHandle& handle, const CallSite& site, int rc )
+[[gnu::always_inline]] inline void
+checkReturnCode( const Agent::TraceHandle& handle, const CallSite& site, int rc )
 {
-    if ( rc < 0 ) {
-        failCheckedCall( freshCopy( site ), rc );
+    if ( rc < 0 ) [[unlikely]] {
+        const Agent::CallLocation& location = site.location;
+        failCheckedCallAt( site.text, location.file, location.line, location.function, rc );
     }
     maybeTraceCall( handle, site, rc );
 }
 
 /// The checked call. Gives the return code, which is not negative.
 template< class Operation >
-int checkedCall( const Agent::TraceHandle& handle, const CallSite& site, Operation&& operation )
+[[gnu::always_inline]] inline int
+checkedCall( const Agent::TraceHandle& handle, const CallSite& site, Operation&& operation )
 {
     sdk_->preApiCall();
     const int rc = callWithLocksReleased( operation );
@@ -102,7 +111,8 @@ int checkedCall( const Agent::TraceHandle& handle, const CallSite& site, Operati
 
 /// The traced call. Gives the return code, whatever it is.
 template< class Operation >
-int tracedCall( const Agent::TraceHandle& handle, const CallSite& site, Operation&& operation )
+[[gnu::always_inline]] inline int
+tracedCall( const Agent::TraceHandle& handle, const CallSite& site, Operation&& operation )
 {
     const int rc = callWithLocksReleased( operation );
     maybeTraceCall( handle, site, rc );
@@ -125,10 +135,12 @@ int tracedCall( const Agent::TraceHandle& handle, const CallSite& site, Operatio
 #define SDK_CHECKED_CALL_AS( text, ... )                                                           \
     ::Shim::checkedCall(                                                                           \
         apiTraceHandle_, SDK_CALL_SITE( text ), [ & ] { return ::Shim::sdk_->__VA_ARGS__; } )
+/// The same; its text is the call as written.
 #define SDK_CHECKED_CALL( ... ) SDK_CHECKED_CALL_AS( #__VA_ARGS__, __VA_ARGS__ )
 
 /// A traced call of an SDK function, with the text given or with the call as written.
 #define SDK_TRACED_CALL_AS( text, ... )                                                            \
     ::Shim::tracedCall(                                                                            \
         apiTraceHandle_, SDK_CALL_SITE( text ), [ & ] { return ::Shim::sdk_->__VA_ARGS__; } )
+/// The same; its text is the call as written.
 #define SDK_TRACED_CALL( ... ) SDK_TRACED_CALL_AS( #__VA_ARGS__, __VA_ARGS__ )

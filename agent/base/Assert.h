@@ -16,7 +16,7 @@
 namespace Agent {
 
 /// Writes the assertion line to standard error and aborts. Never returns.
-[[noreturn]] AGENT_EXPORT void
+[[noreturn, gnu::cold]] AGENT_EXPORT void
 assertionFailed( const char* expression, const char* file, unsigned line, const char* function );
 
 } // namespace Agent

@@ -26,10 +26,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace Agent {
 
+/// A source file's right to trace in a facility; see the top of this header.
 class AGENT_EXPORT TraceHandle
 {
   public:
@@ -45,8 +47,10 @@ class AGENT_EXPORT TraceHandle
         return ( mask_.load( std::memory_order_relaxed ) >> level & 1U ) != 0;
     }
 
+    /// The facility's name.
     [[nodiscard]] const std::string& facility() const noexcept { return facility_; }
 
+    /// The levels that are on: bit n stands for level n.
     [[nodiscard]] U32 mask() const noexcept { return mask_.load( std::memory_order_relaxed ); }
 
   private:
@@ -76,10 +80,10 @@ traceSettingsFromText( std::string_view text );
 /// One line of trace.
 struct TraceLine
 {
-    std::string_view facility;
-    U32 level = 0;
-    CallLocation location;
-    std::string_view text;
+    std::string_view facility; ///< of the handle
+    U32 level = 0;             ///< 0 to 31
+    CallLocation location;     ///< of the trace statement
+    std::string_view text;     ///< without facility, level and place
 };
 
 /// Where the lines go. Called with one line at a time, by the thread that traces; it must not
@@ -99,12 +103,44 @@ AGENT_EXPORT void writeTraceLine( const TraceHandle& handle,
                                   const CallLocation& location,
                                   std::string_view text );
 
+namespace Detail {
+
+/// Whether a piece is but a number.
+template< class Piece >
+inline constexpr bool isNumber = std::is_scalar_v< Piece > || std::is_same_v< Piece, Hex >;
+
+/// How a piece reaches the function that formats it: a number by value, so that a statement whose
+/// level is off never puts it into memory; a literal as the pointer that it is.
+template< class Piece >
+using PassedPiece =
+    std::conditional_t< std::is_array_v< Piece >,
+                        const std::remove_extent_t< Piece >*,
+                        std::conditional_t< isNumber< Piece >, Piece, const Piece& > >;
+
+/// Formats and writes a line; a function of its own, out of the way of those that trace. The
+/// location comes in pieces for the same reason.
+template< class... Pieces >
+[[gnu::noinline, gnu::cold]] void formatTraceLine( const TraceHandle& handle,
+                                                   U32 level,
+                                                   const char* file,
+                                                   U32 line,
+                                                   const char* function,
+                                                   Pieces... pieces )
+{
+    writeTraceLine( handle, level, { file, line, function }, joinPieces( pieces... ) );
+}
+
+} // namespace Detail
+
 /// Writes the pieces as one line if the level is on; otherwise nothing is formatted.
 template< class... Pieces >
-void trace( const TraceHandle& handle, TraceLevel level, const Pieces&... pieces )
+[[gnu::always_inline]] inline void
+trace( const TraceHandle& handle, const TraceLevel& level, const Pieces&... pieces )
 {
-    if ( handle.enabled( level.value ) ) {
-        writeTraceLine( handle, level.value, level.location, joinPieces( pieces... ) );
+    if ( handle.enabled( level.value ) ) [[unlikely]] {
+        const CallLocation& location = level.location;
+        Detail::formatTraceLine< Detail::PassedPiece< Pieces >... >(
+            handle, level.value, location.file, location.line, location.function, pieces... );
     }
 }
 
