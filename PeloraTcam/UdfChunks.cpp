@@ -4,6 +4,7 @@
 #include "agent/base/TextPieces.h"
 #include "agent/tcam/EthType.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -15,11 +16,26 @@ namespace {
 /// heap: some stand in each record of the ring-buffer trace.
 using ChunkCharacters = std::array< char, chunksOfFormat >;
 
+constexpr Agent::U32 chunksOfQuarter = chunksOfFormat / 4;
+using QuarterCharacters = std::array< char, chunksOfQuarter >;
+
+/// The characters of each set of four chunks.
+constexpr auto quarters = [] {
+    std::array< QuarterCharacters, 1U << chunksOfQuarter > all{};
+    for ( Agent::U32 chunks = 0; chunks < all.size(); ++chunks ) {
+        for ( Agent::U32 i = 0; i < chunksOfQuarter; ++i ) {
+            all[ chunks ][ chunksOfQuarter - 1 - i ] = chunkIsSet( chunks, i ) ? '1' : '0';
+        }
+    }
+    return all;
+}();
+
 ChunkCharacters charactersOf( ChunkText text )
 {
-    ChunkCharacters characters{};
-    for ( Agent::U32 i = 0; i < chunksOfFormat; ++i ) {
-        characters[ chunksOfFormat - 1 - i ] = chunkIsSet( text.chunks, i ) ? '1' : '0';
+    ChunkCharacters characters;
+    for ( Agent::U32 i = 0; i < chunksOfFormat; i += chunksOfQuarter ) {
+        const QuarterCharacters& quarter = quarters[ text.chunks >> i & ( quarters.size() - 1 ) ];
+        std::ranges::copy( quarter, characters.end() - chunksOfQuarter - i );
     }
     return characters;
 }
