@@ -59,6 +59,8 @@ U32 hardwareGroupKey( LogicalGroupId logicalGroupId, U8 pipeId )
     return commonHardwareGroupKey( logicalGroupId ) | ( pipeId & pipeBits ) << pipeShift;
 }
 
+using EvictionHelper = Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper >;
+
 /// One of the two reads of the eviction helper.
 using FieldStatGet = int ( PeloraTcamSdk6CounterEvictionHelper::* )( U32,
                                                                      U32,
@@ -73,12 +75,20 @@ constexpr const char* getBytesText = "evictionHelper()->fieldStatGetBytes( unit(
 constexpr const char* getPacketsText = "evictionHelper()->fieldStatGetPackets( unit(), statId, "
                                        "translateStatType( counterIter.key() ), &stats )";
 
-/// What the counters of the wanted types have counted together, as far as they can be read.
-U64 sumOfHits( const Helper& helper,
-               const CounterInfo& counterInfo,
-               bool ( *isWanted )( CounterType ),
-               FieldStatGet fieldStatGet,
-               const Shim::CallSite& site )
+/// Asks for the eviction helper once, and gives that one at each use: until the locks are released
+/// the agent cannot get another one.
+auto askedOnce( const Helper& helper )
+{
+    return [ eviction = helper.evictionHelper() ]() mutable -> EvictionHelper& { return eviction; };
+}
+
+/// What the counters of the wanted types have counted together, as far as they can be read. The
+/// first is read through the eviction helper given.
+template< bool ( *isWanted )( CounterType ), FieldStatGet fieldStatGet >
+[[gnu::always_inline]] inline U64 sumOfHits( const Helper& helper,
+                                             EvictionHelper& eviction,
+                                             const CounterInfo& counterInfo,
+                                             const Shim::CallSite& site )
 {
     const U32 unit = helper.unit();
     const U32 statId = counterInfo.statId;
@@ -87,13 +97,16 @@ U64 sumOfHits( const Helper& helper,
         if ( !isWanted( type ) ) {
             continue;
         }
-        // For each read anew: the agent may have got another one while the locks were released.
-        const auto eviction = helper.evictionHelper();
+        if ( !eviction ) {
+            eviction = helper.evictionHelper();
+        }
         const bcm_field_stat_t statType = translateStatType( type );
         U64 stats = 0;
         const int rc = Shim::tracedCall( apiTraceHandle_, site, [ & ] {
             return ( *eviction.*fieldStatGet )( unit, statId, statType, &stats );
         } );
+        // The agent may have got another one while the locks were released.
+        eviction = nullptr;
         // KEPT: a counter that cannot be read is left out without a word, though verifyCounters
         // dies of it.
         sum += rc == Shim::sdk_->BCM_E_NONE() ? stats : 0;
@@ -164,9 +177,9 @@ int PeloraTcamSdk6CounterHelper::attributeOperation( Agent::Node& node,
 Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper >
 PeloraTcamSdk6CounterHelper::evictionHelper() const
 {
-    const Agent::Ptr< BaseSdk6InitFunc > initFunc = registeredInitFunc( baseSdk6InitFuncName );
+    const Agent::Ptr< BaseSdk6InitFunc >& initFunc = registeredInitFunc( baseSdk6InitFuncName );
     AGENT_ASSERT( initFunc && "invalid BaseInitFunc" );
-    const Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper > eh = initFunc->evictionHelper();
+    const Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper >& eh = initFunc->evictionHelper();
     AGENT_ASSERT( eh && "invalid eviction helper" );
     return eh;
 }
@@ -213,11 +226,11 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
                   " EntryId: 0x",
                   Agent::hex( entryId ) );
 
-    CounterSet allocated;
+    CounterInfo allocated;
     std::array< bcm_field_stat_t, mostCounterTypes > statTypesList;
     int statCount = 0;
     for ( const auto& [ type, wanted ] : counterSet ) {
-        allocated.emplace_hint( allocated.end(), type, wanted );
+        allocated.counterSet.emplace_hint( allocated.counterSet.end(), type, wanted );
         statTypesList[ static_cast< std::size_t >( statCount++ ) ] = translateStatType( type );
     }
 
@@ -234,18 +247,19 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
             sdkUnit, hardwareGroupId, statCount, statTypesList.data(), &sdkStatId ) );
     // DIFFERS: HSDK asks beforehand whether there is anything to allocate from.
     if ( rc != Shim::sdk_->BCM_E_NONE() ) {
-        return {};
+        allocated.counterSet.clear();
+        return allocated;
     }
     SDK_CHECKED_CALL_AS( "bcm_field_entry_stat_attach( unit(), entryId, sdkStatId )",
                          bcm_field_entry_stat_attach(
                              sdkUnit, static_cast< bcm_field_entry_t >( entryId ), sdkStatId ) );
+    allocated.counterId = counterIdInc();
+    allocated.stage = stage;
+    allocated.logicalGroupId = logicalGroupId;
     // DIFFERS: HSDK records the entry in the place of the statistic.
-    return { counterIdInc(),
-             stage,
-             std::move( allocated ),
-             logicalGroupId,
-             static_cast< U32 >( sdkStatId ),
-             entryId };
+    allocated.statId = static_cast< U32 >( sdkStatId );
+    allocated.entryId = entryId;
+    return allocated;
 }
 
 bool PeloraTcamSdk6CounterHelper::freeCounter( StageType,
@@ -284,16 +298,16 @@ U64 PeloraTcamSdk6CounterHelper::getStatHits( unsigned statId, CounterType count
                   statId,
                   " counterType: ",
                   counterType );
+    auto evictionHelper = askedOnce( *this );
     AGENT_ASSERT( !!evictionHelper() && "Eviction Helper is missing" );
 
-    const auto eviction = evictionHelper();
     U64 stats = 0;
     if ( isByteType( counterType ) ) {
         Shim::tracedCall( apiTraceHandle_,
                           SDK_CALL_SITE( "evictionHelper()->fieldStatGetBytes( unit(), sid, "
                                          "translateStatType( counterType ), &stats )" ),
                           [ & ] {
-                              return eviction->fieldStatGetBytes(
+                              return evictionHelper()->fieldStatGetBytes(
                                   unit(), statId, translateStatType( counterType ), &stats );
                           } );
     } else if ( isPacketType( counterType ) ) {
@@ -301,7 +315,7 @@ U64 PeloraTcamSdk6CounterHelper::getStatHits( unsigned statId, CounterType count
                           SDK_CALL_SITE( "evictionHelper()->fieldStatGetPackets( unit(), sid, "
                                          "translateStatType( counterType ), &stats )" ),
                           [ & ] {
-                              return eviction->fieldStatGetPackets(
+                              return evictionHelper()->fieldStatGetPackets(
                                   unit(), statId, translateStatType( counterType ), &stats );
                           } );
     } else {
@@ -320,9 +334,10 @@ U64 PeloraTcamSdk6CounterHelper::getPacketHits( const CounterInfo& counterInfo )
                   "getPacketHits",
                   " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
+    auto evictionHelper = askedOnce( *this );
     AGENT_ASSERT( !!evictionHelper() && "Eviction Helper is missing" );
-    return sumOfHits(
-        *this, counterInfo, isPacketType, getPackets, SDK_CALL_SITE( getPacketsText ) );
+    static constexpr Shim::CallSite site = SDK_CALL_SITE( getPacketsText );
+    return sumOfHits< isPacketType, getPackets >( *this, evictionHelper(), counterInfo, site );
 }
 
 U64 PeloraTcamSdk6CounterHelper::getByteHits( const CounterInfo& counterInfo )
@@ -332,8 +347,10 @@ U64 PeloraTcamSdk6CounterHelper::getByteHits( const CounterInfo& counterInfo )
                   "getByteHits",
                   " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
+    auto evictionHelper = askedOnce( *this );
     AGENT_ASSERT( !!evictionHelper() && "Eviction Helper is missing" );
-    return sumOfHits( *this, counterInfo, isByteType, getBytes, SDK_CALL_SITE( getBytesText ) );
+    static constexpr Shim::CallSite site = SDK_CALL_SITE( getBytesText );
+    return sumOfHits< isByteType, getBytes >( *this, evictionHelper(), counterInfo, site );
 }
 
 // DIFFERS: HSDK finds the index among those that it gave the entry, and gives 0 for none.

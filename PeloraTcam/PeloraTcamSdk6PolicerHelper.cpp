@@ -54,6 +54,22 @@ bcm_policer_mode_t sdkMode( PolicerMode mode )
     return {};
 }
 
+/// What the SDK is asked for.
+inline bcm_policer_config_t sdkPolicer( const Policer& policer )
+{
+    bcm_policer_config_t conf;
+    Shim::sdk_->bcm_policer_config_t_init( &conf );
+    conf.mode = sdkMode( policer.mode );
+    conf.flags |= policer.colorAware ? colorAwareFlags : colorBlindFlags;
+    conf.ckbits_sec = policer.committedRate;
+    conf.ckbits_burst = policer.committedBurst;
+    if ( policer.mode == PolicerMode::trTcm ) {
+        conf.pkbits_sec = policer.peakRate;
+        conf.pkbits_burst = policer.peakBurst;
+    }
+    return conf;
+}
+
 // KEPT: any mode of the SDK that is neither of the first two counts as srTcm, also an unknown one.
 PolicerMode agentMode( bcm_policer_mode_t mode )
 {
@@ -100,17 +116,7 @@ const Agent::ModuleRecord& PeloraTcamSdk6PolicerHelper::typeData() const
 bcm_policer_config_t
 PeloraTcamSdk6PolicerHelper::getBcmPolicerConfig( const Policer& policer ) const
 {
-    bcm_policer_config_t conf;
-    Shim::sdk_->bcm_policer_config_t_init( &conf );
-    conf.mode = sdkMode( policer.mode );
-    conf.flags |= policer.colorAware ? colorAwareFlags : colorBlindFlags;
-    conf.ckbits_sec = policer.committedRate;
-    conf.ckbits_burst = policer.committedBurst;
-    if ( policer.mode == PolicerMode::trTcm ) {
-        conf.pkbits_sec = policer.peakRate;
-        conf.pkbits_burst = policer.peakBurst;
-    }
-    return conf;
+    return sdkPolicer( policer );
 }
 
 // DIFFERS: the HSDK helper chooses the id itself, adds flags, and judges the return code on its
@@ -120,7 +126,7 @@ PolicerId PeloraTcamSdk6PolicerHelper::getPolicer( const Policer& policer, Stage
     Agent::trace( _defaultTraceHandle(), 9, "getPolicer", "Policer config: ", policer );
 
     const int unit = sdkUnit( fapId() );
-    bcm_policer_config_t conf = getBcmPolicerConfig( policer );
+    bcm_policer_config_t conf = sdkPolicer( policer );
     PolicerId policerId = invalidPolicerId;
     SDK_CHECKED_CALL_AS( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId )",
                          bcm_policer_create( unit, &conf, ( bcm_policer_t* )&policerId ) );

@@ -10,6 +10,9 @@ PeloraTcamSdk6CounterEvictionHelper::PeloraTcamSdk6CounterEvictionHelper( unsign
     : counterMask_( counterMask( counterBits ) )
 {}
 
+// Here and not wherever a reference to it ends.
+PeloraTcamSdk6CounterEvictionHelper::~PeloraTcamSdk6CounterEvictionHelper() = default;
+
 int PeloraTcamSdk6CounterEvictionHelper::fieldStatGetPackets( Agent::U32 unit,
                                                               Agent::U32 statId,
                                                               bcm_field_stat_t statType,

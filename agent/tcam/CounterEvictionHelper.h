@@ -30,12 +30,14 @@
 
 namespace PeloraTcam {
 
+/// Widens the counters of a chip to 64 bits; see the top of this header.
 class AGENT_EXPORT PeloraTcamSdk6CounterEvictionHelper
     : public Agent::SharedValue< PeloraTcamSdk6CounterEvictionHelper >
 {
   public:
     /// `counterBits`: the width of the chip's counters, 1 to 64 bits.
     explicit PeloraTcamSdk6CounterEvictionHelper( unsigned counterBits );
+    ~PeloraTcamSdk6CounterEvictionHelper();
 
     /// The accumulated packets of a statistic. Gives the SDK's return code; `value` is left as it
     /// is when the code is negative.
@@ -70,6 +72,7 @@ class AGENT_EXPORT PeloraTcamSdk6CounterEvictionHelper
     /// Whether the SDK can be asked for the pool indices of a statistic.
     [[nodiscard]] bool poolIndicesAvailable() const { return poolIndicesAvailable_; }
 
+    /// Says whether the SDK can be asked for the pool indices of a statistic.
     void poolIndicesAvailableIs( bool available ) { poolIndicesAvailable_ = available; }
 
   private:
@@ -99,6 +102,7 @@ class AGENT_EXPORT BaseSdk6InitFunc : public Agent::SharedValue< BaseSdk6InitFun
     explicit BaseSdk6InitFunc( Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper > evictionHelper );
     ~BaseSdk6InitFunc();
 
+    /// The helper; may be null.
     [[nodiscard]] const Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper >& evictionHelper() const
     {
         return evictionHelper_;

@@ -1,41 +1,39 @@
 #include "agent/tcam/InitFuncs.h"
 
-#include <map>
+#include <algorithm>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace PeloraTcam {
 
 namespace {
 
-// A handful at most.
-using InitFuncs = std::map< std::string, Agent::Ptr< BaseSdk6InitFunc >, std::less<> >;
-
-InitFuncs& initFuncs()
+struct Registration
 {
-    static InitFuncs instance;
-    return instance;
-}
+    std::string typeName;
+    Agent::Ptr< BaseSdk6InitFunc > initFunc;
+};
+
+// A handful at most, looked up at every reading of a counter; so they are reached without a guard.
+constinit std::vector< Registration > registrations;
+const Agent::Ptr< BaseSdk6InitFunc > none;
 
 } // namespace
 
-// Looked up at every reading of a counter.
-Agent::Ptr< BaseSdk6InitFunc > registeredInitFunc( std::string_view typeName )
+const Agent::Ptr< BaseSdk6InitFunc >& registeredInitFunc( std::string_view typeName )
 {
-    for ( const auto& [ name, initFunc ] : initFuncs() ) {
-        if ( name == typeName ) {
-            return initFunc;
-        }
-    }
-    return nullptr;
+    const auto found = std::ranges::find( registrations, typeName, &Registration::typeName );
+    return found == registrations.end() ? none : found->initFunc;
 }
 
 void registeredInitFuncIs( std::string_view typeName, Agent::Ptr< BaseSdk6InitFunc > initFunc )
 {
+    std::erase_if( registrations, [ & ]( const Registration& registration ) {
+        return registration.typeName == typeName;
+    } );
     if ( initFunc ) {
-        initFuncs().insert_or_assign( std::string( typeName ), std::move( initFunc ) );
-    } else {
-        initFuncs().erase( std::string( typeName ) );
+        registrations.push_back( { std::string( typeName ), std::move( initFunc ) } );
     }
 }
 

@@ -15,8 +15,9 @@ namespace PeloraTcam {
 /// The type name of the initialiser object of SDK-6 chips.
 inline constexpr std::string_view baseSdk6InitFuncName = "PeloraTcam::BaseSdk6InitFunc";
 
-/// The initialiser object registered under a type name; null if there is none.
-[[nodiscard]] AGENT_EXPORT Agent::Ptr< BaseSdk6InitFunc >
+/// The initialiser object registered under a type name; null if there is none. Valid until the next
+/// registration, as a reading of a counter asks for it and must not pay for a reference.
+[[nodiscard]] AGENT_EXPORT const Agent::Ptr< BaseSdk6InitFunc >&
 registeredInitFunc( std::string_view typeName );
 
 /// Registers an initialiser object; null takes it out again.
