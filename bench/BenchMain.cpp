@@ -1,6 +1,9 @@
 // pelora-bench: runs every pair interleaved, and prints a table of ratios at the end.
 //
-// Takes Google Benchmark's options, and --check-budgets: exit code 1 when a row is over its budget.
+// Takes Google Benchmark's options and
+//   --check-budgets          exit code 1 when a row is over its budget
+//   --instructions=FOLDER    puts the instructions into the table that runs under callgrind have
+//                            counted in FOLDER (InstructionCounts.h)
 
 #include "bench/AnsweringSdk.h"
 #include "bench/Benchmarks.h"
@@ -47,6 +50,20 @@ bool takeOption( std::vector< char* >& arguments, std::string_view option )
                           [ & ]( const char* argument ) { return argument == option; } ) > 0;
 }
 
+/// Takes an option with a value out of the arguments; the value, empty if it was not there.
+std::string takeValue( std::vector< char* >& arguments, std::string_view option )
+{
+    std::string value;
+    std::erase_if( arguments, [ & ]( std::string_view argument ) {
+        if ( !argument.starts_with( option ) ) {
+            return false;
+        }
+        value = argument.substr( option.size() );
+        return true;
+    } );
+    return value;
+}
+
 /// The options that a run has unless the caller gives others: those given later win.
 std::vector< char* > withDefaults( std::vector< char* > arguments )
 {
@@ -64,6 +81,7 @@ int main( int argc, char** argv )
 {
     std::vector< char* > arguments( argv, argv + argc );
     const bool budgetsChecked = takeOption( arguments, "--check-budgets" );
+    const std::string counted = takeValue( arguments, "--instructions=" );
     arguments = withDefaults( std::move( arguments ) );
     int count = static_cast< int >( arguments.size() );
     benchmark::Initialize( &count, arguments.data() );
@@ -88,6 +106,8 @@ int main( int argc, char** argv )
         return 2;
     }
     std::cout << '\n';
-    const bool allWithin = Bench::printPairTable( std::cout, reporter.fastest() );
+    const Bench::InstructionCounts instructions =
+        counted.empty() ? Bench::InstructionCounts() : Bench::readInstructionCounts( counted );
+    const bool allWithin = Bench::printPairTable( std::cout, reporter.fastest(), instructions );
     return budgetsChecked && !allWithin ? 1 : 0;
 }

@@ -97,6 +97,16 @@ uint32_t freeChunks( bcm_udf_abstract_pkt_format_t format )
     return ~( info.chunk_bmap_used() | info.unavail_chunk_bmap() ) & 0xFFFF;
 }
 
+/// The SDK's own operation is what there is to look into its set of chunks.
+uint32_t chunksOf( const bcm_udf_cbmp_t& set )
+{
+    uint32_t chunks = 0;
+    for ( int i = 0; i < 16; ++i ) {
+        chunks |= Shim::sdk_->BCM_UDF_CBMP_CHUNK_TEST( set, i ) ? 1U << i : 0;
+    }
+    return chunks;
+}
+
 uint32_t freeChunksHsdk( bcm_udf_abstract_pkt_format_t format )
 {
     bcm_udf_multi_abstract_pkt_format_info_t info;
@@ -104,7 +114,7 @@ uint32_t freeChunksHsdk( bcm_udf_abstract_pkt_format_t format )
     withLocksByHand( [ & ] {
         return Shim::sdk_->bcm_udf_multi_abstract_pkt_format_info_get( unit, format, &info );
     } );
-    return info.chunk_2b_bmap_avail().w[ 0 ];
+    return chunksOf( info.chunk_2b_bmap_avail() );
 }
 
 void programAndRemoveByHand( const UdfDesc& desc )
@@ -136,8 +146,8 @@ void programAndRemoveByHandHsdk( const UdfDesc& desc )
     bcm_udf_multi_chunk_info_t chosen;
     Shim::sdk_->bcm_udf_multi_chunk_info_t_init( &chosen );
     chosen.offsetIs( desc.offset() * 8U );
-    chosen.two_byte_chunk_bmap().w[ 0 ] =
-        lowestOf( freeChunksHsdk( format ) ) & freeChunksHsdk( format );
+    const uint32_t lowest = lowestOf( freeChunksHsdk( format ) ) & freeChunksHsdk( format );
+    Shim::sdk_->BCM_UDF_CBMP_CHUNK_ADD( chosen.two_byte_chunk_bmap(), std::countr_zero( lowest ) );
     chosen.abstract_pkt_formatIs( format );
     bcm_udf_id_t id = 0;
     withLocksByHand(
@@ -150,7 +160,7 @@ void programAndRemoveByHandHsdk( const UdfDesc& desc )
     withLocksByHand(
         [ & ] { return Shim::sdk_->bcm_udf_multi_chunk_info_get( unit, id, &made ); } );
     withLocksByHand( [ & ] { return Shim::sdk_->bcm_udf_destroy( unit, id ); } );
-    free &= made.two_byte_chunk_bmap().w[ 0 ] & freeChunksHsdk( format );
+    free &= chunksOf( made.two_byte_chunk_bmap() ) & freeChunksHsdk( format );
     benchmark::DoNotOptimize( free );
 }
 

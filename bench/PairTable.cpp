@@ -24,8 +24,8 @@ std::string inDecimal( double value, int digits )
 
 void printCells( std::ostream& stream, const std::vector< std::string >& cells )
 {
-    constexpr int nameWidth = 52;
-    constexpr int cellWidth = 10;
+    constexpr int nameWidth = 54;
+    constexpr int cellWidth = 12;
     stream << std::left << std::setw( nameWidth ) << cells.front() << std::right;
     for ( std::size_t i = 1; i < cells.size(); ++i ) {
         stream << std::setw( cellWidth ) << cells[ i ];
@@ -41,8 +41,19 @@ std::string budgetText( const Budget& budget )
     return budget.nanoseconds != 0 ? inDecimal( budget.nanoseconds, 0 ) + " ns" : "-";
 }
 
+/// A count of instructions, if there is one.
+std::string countText( const InstructionCounts& counts, const std::string& benchmark )
+{
+    const auto count = counts.find( benchmark );
+    return count == counts.end() ? "-" : inDecimal( count->second, 0 );
+}
+
 /// Prints a row; false when it is over its budget.
-bool printRow( std::ostream& stream, const Row& row, const Measurement& ours, double floor )
+bool printRow( std::ostream& stream,
+               const Row& row,
+               const Measurement& ours,
+               double floor,
+               const InstructionCounts& instructions )
 {
     const double ratio = ours.nanoseconds / floor;
     const bool isOver =
@@ -55,6 +66,8 @@ bool printRow( std::ostream& stream, const Row& row, const Measurement& ours, do
                   row.hasFloor ? inDecimal( ratio, 2 ) : "-",
                   budgetText( row.budget ),
                   inDecimal( ours.allocations, 2 ),
+                  countText( instructions, oursOf( row ) ),
+                  countText( instructions, floorOf( row ) ),
                   isOver ? "OVER" : "" } );
     return !isOver;
 }
@@ -76,18 +89,30 @@ void Detail::addRow( const Row& row )
     rows().push_back( row );
 }
 
-bool printPairTable( std::ostream& stream, const Measurements& measurements )
+bool printPairTable( std::ostream& stream,
+                     const Measurements& measurements,
+                     const InstructionCounts& instructions )
 {
     bool allWithin = true;
     printCells( stream,
-                { "operation", "ours ns", "floor ns", "ratio", "budget", "allocs/op", "" } );
+                { "operation",
+                  "ours ns",
+                  "floor ns",
+                  "ratio",
+                  "budget",
+                  "allocs/op",
+                  "ours instr",
+                  "floor instr",
+                  "" } );
     for ( const Row& row : rows() ) {
         const auto ours = measurements.find( oursOf( row ) );
         const auto floor = measurements.find( row.hasFloor ? floorOf( row ) : oursOf( row ) );
         if ( ours == measurements.end() || floor == measurements.end() ) {
             continue;
         }
-        allWithin = printRow( stream, row, ours->second, floor->second.nanoseconds ) && allWithin;
+        allWithin =
+            printRow( stream, row, ours->second, floor->second.nanoseconds, instructions ) &&
+            allWithin;
     }
     return allWithin;
 }

@@ -11,6 +11,7 @@
 ///                          [] { withLocksByHand( ... ); } );
 
 #include "bench/AllocationCount.h"
+#include "bench/InstructionCounts.h"
 #include "bench/Scene.h"
 
 #include <benchmark/benchmark.h>
@@ -55,8 +56,11 @@ using Measurements = std::map< std::string, Measurement >;
 inline constexpr const char* allocationCounter = "allocs";
 
 /// Prints one line for each row measured, in the order of registration: ours, floor, ratio, budget,
-/// heap allocations of ours for each operation. False when a row is over its budget.
-bool printPairTable( std::ostream& stream, const Measurements& measurements );
+/// heap allocations of ours for each operation and, where they were counted, the instructions of
+/// ours and of the floor. False when a row is over its budget.
+bool printPairTable( std::ostream& stream,
+                     const Measurements& measurements,
+                     const InstructionCounts& instructions = {} );
 
 namespace Detail {
 
@@ -78,7 +82,9 @@ void registerSide( const std::string& name, const Scene& scene, Operation operat
     benchmark::RegisterBenchmark( name.c_str(), [ = ]( benchmark::State& state ) {
         const SceneAnchor anchor( scene );
         const std::uint64_t before = allocationCount();
+        countingBegins();
         measure( state, operation );
+        countingEnds( name, state.iterations() );
         const auto allocations = static_cast< double >( allocationCount() - before );
         state.counters[ allocationCounter ] =
             benchmark::Counter( allocations, benchmark::Counter::kAvgIterations );
