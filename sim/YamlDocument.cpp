@@ -25,6 +25,28 @@ std::string withoutTrailingBlanks( std::string text )
     return text;
 }
 
+/// Whether a line, counted from 0, is indented with a tab, which the parser complains of in words
+/// that say nothing of it.
+bool beginsWithTab( const std::string& text, int line )
+{
+    std::istringstream lines( text );
+    std::string content;
+    for ( int n = 0; n <= line; ++n ) {
+        std::getline( lines, content );
+    }
+    const std::size_t end = content.find_first_not_of( " \t" );
+    return content.substr( 0, end ).find( '\t' ) != std::string::npos;
+}
+
+/// What is wrong with a text that the parser refused.
+std::string reasonOf( const YAML::Exception& error, const std::string& text )
+{
+    if ( beginsWithTab( text, error.mark.line ) ) {
+        return "a tab, where only blanks may indent";
+    }
+    return withoutTrailingBlanks( error.msg );
+}
+
 std::string contentOf( const std::string& path )
 {
     std::error_code ignored;
@@ -180,7 +202,7 @@ YamlDocument YamlDocument::fromText( const std::string& file, const std::string&
         throw InputError( file,
                           std::max( error.mark.line, 0 ) + 1,
                           std::max( error.mark.column, 0 ) + 1,
-                          "not YAML: " + withoutTrailingBlanks( error.msg ) );
+                          "not YAML: " + reasonOf( error, text ) );
     }
     return YamlDocument( builder.takeRoot() );
 }

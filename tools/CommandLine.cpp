@@ -1,6 +1,7 @@
 #include "tools/CommandLine.h"
 
 #include "sim/InputError.h"
+#include "tools/CommandLineHints.h"
 #include "tools/Compare.h"
 #include "tools/DecodeTrace.h"
 #include "tools/ExitCodes.h"
@@ -68,6 +69,7 @@ Examples:
   pelora-tcam run --trace ApiPelora=4 --trace PeloraTcamRangeChecker=0,8-9 scenario.yaml
   pelora-tcam run --json --numbering shuffled:7 scenario.yaml
   pelora-tcam run --ring-dump run.ring scenario.yaml
+  pelora-tcam run --snapshot scenario.yaml
 
 Exit codes:
   0  every step had the outcome that was expected ('ok' unless the step says otherwise)
@@ -175,6 +177,7 @@ struct RunCommand
     std::vector< std::string > traces;
     std::string numbering = "default";
     std::string ringDump;
+    bool snapshot = false;
     bool json = false;
 };
 
@@ -191,6 +194,7 @@ int run( const RunCommand& command )
 {
     RunOptions options;
     options.numbering = command.numbering;
+    options.snapshot = command.snapshot;
     options.progress = isTerminal( STDERR_FILENO );
     for ( const std::string& trace : command.traces ) {
         options.traces.push_back( traceSettingFromOption( trace ) );
@@ -203,8 +207,9 @@ int run( const RunCommand& command )
     if ( !command.ringDump.empty() ) {
         options.ringDump = openRingDump( command.ringDump );
     }
-    const auto report =
-        command.json ? makeJsonReport() : makeTextReport( Painter( mayColour( STDOUT_FILENO ) ) );
+    const auto report = command.json ? makeJsonReport()
+                                     : makeTextReport( Painter( mayColour( STDOUT_FILENO ) ),
+                                                       terminalWidth( STDOUT_FILENO ) );
     const int exitCode = runScenario( scenario, options, *report ).exitCode();
     if ( options.ringDump >= 0 ) {
         requireWholeRingDump( options.ringDump );
@@ -263,6 +268,9 @@ void addRun( CLI::App& app, Command& command )
                       given->ringDump,
                       "Write the ring-buffer trace to the file, also if the process ends badly" )
         ->type_name( "FILE" );
+    app_->add_flag( "--snapshot",
+                    given->snapshot,
+                    "Print all that the chip holds at the end, not only how much of it" );
     app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
     app_->callback( [ given, &command ] { command = [ given ] { return run( *given ); }; } );
 }
@@ -436,9 +444,7 @@ int runCommandLine( int argumentCount, const char* const* arguments )
         // A help or the version was asked for.
         return app.exit( success );
     } catch ( const CLI::ParseError& error ) {
-        fmt::print( stderr,
-                    "pelora-tcam: {}\nRun 'pelora-tcam --help' for how it is used.\n",
-                    error.what() );
+        fmt::print( stderr, "{}", refusedCommandLineText( app, error ) );
         return exitBadInput;
     }
     return runCommand( command );

@@ -66,17 +66,21 @@ std::string outcomeText( const Json& step, const Painter& painter )
     return painter( Colour::bad, fmt::format( "{:<7}", outcome ) ) + " expected " + expected + ":";
 }
 
-/// What a step was on one chip; a chip on which the run ended before has nothing.
-void printStepOn( const ChipRun& run, std::size_t index, std::size_t width, const Painter& painter )
+/// What a step was on one chip, called `chip`; a chip on which the run ended before has nothing.
+void printStepOn( const ChipRun& run,
+                  const std::string& chip,
+                  std::size_t index,
+                  std::size_t width,
+                  const Painter& painter )
 {
     const Json& steps = run.report.at( "steps" );
     if ( index >= steps.size() ) {
-        fmt::print( "     {:<{}}  not run\n", run.chip, width );
+        fmt::print( "     {:<{}}  not run\n", chip, width );
         return;
     }
     const Json& step = steps.at( index );
     fmt::print( "     {:<{}}  {} {}\n",
-                run.chip,
+                chip,
                 width,
                 outcomeText( step, painter ),
                 step.at( "text" ).get< std::string >() );
@@ -90,6 +94,17 @@ void printStepOn( const ChipRun& run, std::size_t index, std::size_t width, cons
     if ( step.contains( "assertion" ) ) {
         fmt::print( "     {:<{}}  {}\n", "", width, step.at( "assertion" ).get< std::string >() );
     }
+}
+
+/// Whether a step was the same on all chips, in every word.
+bool isSameOnAll( const std::vector< ChipRun >& runs, std::size_t index )
+{
+    const auto stepOf = [ index ]( const ChipRun& run ) {
+        const Json& steps = run.report.at( "steps" );
+        return index < steps.size() ? steps.at( index ) : Json();
+    };
+    return std::ranges::all_of(
+        runs, [ & ]( const ChipRun& run ) { return stepOf( run ) == stepOf( runs.front() ); } );
 }
 
 const ChipRun& longest( const std::vector< ChipRun >& runs )
@@ -110,8 +125,12 @@ void printText( const CompareOptions& options, const std::vector< ChipRun >& run
                     index + 1,
                     step.at( "step" ).get< std::string >(),
                     step.at( "name" ).get< std::string >() );
+        if ( runs.size() > 1 && isSameOnAll( runs, index ) ) {
+            printStepOn( runs.front(), "all", index, width, painter );
+            continue;
+        }
         for ( const ChipRun& run : runs ) {
-            printStepOn( run, index, width, painter );
+            printStepOn( run, run.chip, index, width, painter );
         }
     }
     fmt::print( "\n" );
@@ -138,7 +157,7 @@ int compareChips( const CompareOptions& options )
         for ( const ChipRun& run : runs ) {
             json[ "chips" ].push_back( run.report );
         }
-        fmt::print( "{}\n", jsonText( json, 2 ) );
+        fmt::print( "{}\n", jsonDocument( json ) );
     } else {
         printText( options, runs );
     }

@@ -55,7 +55,7 @@ void printJson( const std::string& file, const Rings& rings )
     for ( const DecodedRing& ring : rings ) {
         traces.push_back( jsonOf( ring ) );
     }
-    fmt::print( "{}\n", jsonText( Json{ { "file", file }, { "traces", traces } }, 2 ) );
+    fmt::print( "{}\n", jsonDocument( Json{ { "file", file }, { "traces", traces } } ) );
 }
 
 void printText( const Rings& rings )

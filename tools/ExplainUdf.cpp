@@ -185,7 +185,7 @@ void printJson( const std::string& chip, const Json& explanation )
 {
     Json json = { { "chip", chip } };
     json.update( explanation );
-    fmt::print( "{}\n", jsonText( json, 2 ) );
+    fmt::print( "{}\n", jsonDocument( json ) );
 }
 
 int exitCodeOf( const Json& explanation )

@@ -15,4 +15,15 @@ using Json = nlohmann::ordered_json;
     return value.dump( indent, ' ', false, Json::error_handler_t::replace );
 }
 
+/// The version of the form of all that `--json` prints. Members may be added without a new one.
+inline constexpr int jsonFormatVersion = 1;
+
+/// The text of a whole output: the members behind the version.
+[[nodiscard]] inline std::string jsonDocument( const Json& members )
+{
+    Json document = { { "formatVersion", jsonFormatVersion } };
+    document.update( members );
+    return jsonText( document, 2 );
+}
+
 } // namespace Tool

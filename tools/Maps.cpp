@@ -169,7 +169,7 @@ int showMaps( const MapsOptions& options, const Sim::SdkNumbering& numbering )
     if ( options.json ) {
         Json json{ { "numbering", options.numbering } };
         json.update( table == nullptr ? jsonOf( tables ) : jsonOf( *table ) );
-        fmt::print( "{}\n", jsonText( json, 2 ) );
+        fmt::print( "{}\n", jsonDocument( json ) );
     } else if ( table == nullptr ) {
         printList( tables );
     } else {

@@ -80,7 +80,7 @@ int listProfiles( bool json )
     for ( const ChipProfile& profile : profiles ) {
         list.push_back( jsonOf( profile ) );
     }
-    fmt::print( "{}\n", jsonText( Json{ { "profiles", list } }, 2 ) );
+    fmt::print( "{}\n", jsonDocument( Json{ { "profiles", list } } ) );
     return exitAsExpected;
 }
 
@@ -99,7 +99,7 @@ int showProfiles( const ProfilesOptions& options )
     }
     const ChipProfile profile = Sim::loadChipProfile( options.name );
     if ( options.json ) {
-        fmt::print( "{}\n", jsonText( jsonOf( profile ), 2 ) );
+        fmt::print( "{}\n", jsonDocument( jsonOf( profile ) ) );
     } else if ( isBuiltIn( options.name ) ) {
         fmt::print( "{}", Sim::builtInProfileText( options.name ) );
     } else {

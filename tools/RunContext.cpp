@@ -109,6 +109,20 @@ Json RunContext::occupancy() const
     return resources;
 }
 
+Json RunContext::snapshot() const
+{
+    const Sim::ChipSnapshot snapshot = chip().snapshot();
+    Json objects = Json::array();
+    for ( const auto& [ name, fields ] : snapshot.objects() ) {
+        Json list = Json::array();
+        for ( const auto& [ field, value ] : fields ) {
+            list.push_back( { { "name", field }, { "value", value } } );
+        }
+        objects.push_back( { { "object", name }, { "fields", list } } );
+    }
+    return objects;
+}
+
 void RunContext::progressed( std::size_t done, std::size_t total ) const
 {
     if ( progress_ ) {

@@ -141,6 +141,10 @@ class RunContext
     /// What the chip holds: an object with a member for each resource, of `used` and `capacity`.
     [[nodiscard]] Json occupancy() const;
 
+    /// All that the chip holds: a list of objects with their fields, in the order in which they are
+    /// to be read.
+    [[nodiscard]] Json snapshot() const;
+
     /// Steps that take long say how far they are.
     void progressed( std::size_t done, std::size_t total ) const;
 

@@ -30,15 +30,29 @@ std::string inWords( std::string_view name )
     return words;
 }
 
+/// Adds a text behind a label, in lines of at most `width` columns (0: of any length).
+void addLabelled( std::vector< std::string >& lines,
+                  const std::string& label,
+                  const std::string& text,
+                  std::size_t width )
+{
+    std::string start = label;
+    for ( const std::string& line : folded( text, width - std::min( width, label.size() ) ) ) {
+        lines.push_back( start + line );
+        start.assign( label.size(), ' ' );
+    }
+}
+
 /// The lines of what the library said before it ended, and how the process ended.
-std::vector< std::string > lastWordLines( const LastWords& lastWords, const std::string& end )
+std::vector< std::string >
+lastWordLines( const LastWords& lastWords, const std::string& end, std::size_t width = 0 )
 {
     std::vector< std::string > lines;
     if ( !lastWords.apiError.empty() ) {
-        lines.push_back( "SDK call:  " + lastWords.apiError );
+        addLabelled( lines, "SDK call:  ", lastWords.apiError, width );
     }
     if ( !lastWords.assertion.empty() ) {
-        lines.push_back( "assertion: " + lastWords.assertion );
+        addLabelled( lines, "assertion: ", lastWords.assertion, width );
     }
     lines.push_back( "process:   ended by " + end );
     return lines;
@@ -47,8 +61,9 @@ std::vector< std::string > lastWordLines( const LastWords& lastWords, const std:
 class TextReport : public RunReport
 {
   public:
-    explicit TextReport( Painter painter )
+    TextReport( Painter painter, std::size_t width )
         : painter_( painter )
+        , width_( width )
     {}
 
     void runStarts( const RunHeading& heading ) override
@@ -72,23 +87,22 @@ class TextReport : public RunReport
     void stepEnded( const StepReport& step ) override
     {
         const StepHeading& heading = step.heading;
-        const std::string text = remark( step );
-        fmt::print( "{:>{}}  {:<{}}  {:<{}}  {}{}{}\n",
-                    heading.index,
-                    std::to_string( stepCount_ ).size(),
-                    heading.kind,
-                    kindWidth_,
-                    heading.name,
-                    nameWidth_,
-                    paintedOutcome( step ),
-                    text.empty() ? "" : "  ",
-                    text );
+        const std::string start = fmt::format( "{:>{}}  {:<{}}  {:<{}}  ",
+                                               heading.index,
+                                               std::to_string( stepCount_ ).size(),
+                                               heading.kind,
+                                               kindWidth_,
+                                               heading.name,
+                                               nameWidth_ );
+        fmt::print( "{}{}", start, paintedOutcome( step ) );
+        printRemark( step, start.size() + widestOutcome );
         for ( const std::string& line : step.result.lines ) {
-            fmt::print( "      {}\n", line );
+            fmt::print( "{}{}\n", detailIndent, line );
         }
         if ( step.result.outcome == Outcome::aborted && step.asExpected ) {
-            for ( const std::string& line : lastWordLines( step.lastWords, step.end ) ) {
-                fmt::print( "      {}\n", painter_( Colour::quiet, line ) );
+            for ( const std::string& line :
+                  lastWordLines( step.lastWords, step.end, widthBehind( detailIndent.size() ) ) ) {
+                fmt::print( "{}{}\n", detailIndent, painter_( Colour::quiet, line ) );
             }
         }
         std::fflush( stdout );
@@ -97,6 +111,7 @@ class TextReport : public RunReport
     void runEnded( const RunSummary& summary ) override
     {
         printOccupancy( summary.chip );
+        printSnapshot( summary.snapshot );
         if ( summary.unexpectedEnd ) {
             printResult( Colour::bad,
                          summary.unexpectedEnd->step
@@ -116,9 +131,18 @@ class TextReport : public RunReport
     }
 
   private:
+    static constexpr std::size_t widestOutcome = 7;
+    static constexpr std::string_view detailIndent = "      ";
+    static constexpr std::size_t narrowest = 30; // Narrower columns of text are not made.
+
+    /// How wide a text behind so many columns may be; 0 for any width.
+    [[nodiscard]] std::size_t widthBehind( std::size_t columns ) const
+    {
+        return width_ == 0 ? 0 : std::max( width_, columns + narrowest ) - columns;
+    }
+
     [[nodiscard]] std::string paintedOutcome( const StepReport& step ) const
     {
-        constexpr std::size_t widestOutcome = 7;
         const std::string text =
             fmt::format( "{:<{}}", outcomeName( step.result.outcome ), widestOutcome );
         if ( !step.asExpected ) {
@@ -128,32 +152,85 @@ class TextReport : public RunReport
                          text );
     }
 
-    [[nodiscard]] std::string remark( const StepReport& step ) const
+    /// Whether the outcome was expected, if that has to be said.
+    [[nodiscard]] static std::string verdictOn( const StepReport& step )
     {
-        const std::string& text = step.result.text;
-        std::string verdict;
         if ( !step.asExpected ) {
-            verdict = painter_( Colour::bad,
-                                "expected " + std::string( outcomeName( step.heading.expected ) ) );
-        } else if ( step.result.outcome != Outcome::ok ) {
-            verdict = "as expected";
+            return "expected " + std::string( outcomeName( step.heading.expected ) );
         }
-        return verdict + ( verdict.empty() || text.empty() ? "" : ": " ) + text;
+        return step.result.outcome == Outcome::ok ? "" : "as expected";
+    }
+
+    /// Ends the line of a step, of which so many columns are printed, and goes on below.
+    void printRemark( const StepReport& step, std::size_t columns ) const
+    {
+        const std::string verdict = verdictOn( step );
+        const std::string& text = step.result.text;
+        const std::string remark = verdict + ( verdict.empty() || text.empty() ? "" : ": " ) + text;
+        if ( remark.empty() ) {
+            fmt::print( "\n" );
+            return;
+        }
+        columns += 2;
+        std::size_t indent = 2;
+        for ( std::string line : folded( remark, widthBehind( columns ) ) ) {
+            if ( indent == 2 && !step.asExpected && line.starts_with( verdict ) ) {
+                line = painter_( Colour::bad, verdict ) + line.substr( verdict.size() );
+            }
+            fmt::print( "{:{}}{}\n", "", indent, line );
+            indent = columns;
+        }
     }
 
     void printOccupancy( const Json& chip ) const
     {
-        std::size_t width = 0;
+        const std::string title = "Chip " + profile_;
+        std::size_t width = title.size();
         for ( const auto& [ name, resource ] : chip.items() ) {
-            width = std::max( width, inWords( name ).size() );
+            width = std::max( width, inWords( name ).size() + 2 );
         }
-        fmt::print( "\nChip {}\n", profile_ );
+        fmt::print(
+            "\n{:<{}}  {:>8}  {:>8}  {:>8}\n", title, width, "used", "at most", "capacity" );
         for ( const auto& [ name, resource ] : chip.items() ) {
-            fmt::print( "  {:<{}}  {} of {} used\n",
-                        inWords( name ),
-                        width,
-                        resource.at( "used" ).get< std::uint64_t >(),
-                        resource.at( "capacity" ).get< std::uint64_t >() );
+            fmt::print( "{}\n", occupancyLine( inWords( name ), width, resource ) );
+        }
+    }
+
+    /// A line of the table: quiet for what nobody used, in colour for what ran out.
+    [[nodiscard]] std::string
+    occupancyLine( const std::string& name, std::size_t width, const Json& resource ) const
+    {
+        const std::uint64_t peak = resource.at( "peak" );
+        const std::uint64_t capacity = resource.at( "capacity" );
+        const std::string line = fmt::format( "  {:<{}}  {:>8}  {:>8}  {:>8}",
+                                              name,
+                                              width - 2,
+                                              resource.at( "used" ).get< std::uint64_t >(),
+                                              peak,
+                                              capacity );
+        if ( peak == 0 ) {
+            return painter_( Colour::quiet, line );
+        }
+        return peak == capacity ? painter_( Colour::warning, line ) : line;
+    }
+
+    static void printSnapshot( const Json& snapshot )
+    {
+        if ( snapshot.is_null() ) {
+            return;
+        }
+        fmt::print( "\nSnapshot\n" );
+        if ( snapshot.empty() ) {
+            fmt::print( "  nothing\n" );
+        }
+        for ( const Json& object : snapshot ) {
+            std::string line = object.at( "object" ).get< std::string >() + ":";
+            for ( const Json& field : object.at( "fields" ) ) {
+                line += fmt::format( " {}={}",
+                                     field.at( "name" ).get< std::string >(),
+                                     field.at( "value" ).get< std::string >() );
+            }
+            fmt::print( "  {}\n", line );
         }
     }
 
@@ -164,6 +241,7 @@ class TextReport : public RunReport
     }
 
     Painter painter_;
+    std::size_t width_; ///< of a terminal, or 0
     std::string profile_;
     std::size_t stepCount_ = 0;
     std::size_t kindWidth_ = 0;
@@ -208,6 +286,9 @@ class JsonReport : public RunReport
     void runEnded( const RunSummary& summary ) override
     {
         json_[ "chip" ] = summary.chip;
+        if ( !summary.snapshot.is_null() ) {
+            json_[ "snapshot" ] = summary.snapshot;
+        }
         json_[ "result" ] = resultName( summary );
         if ( summary.unexpectedEnd ) {
             const UnexpectedEnd& unexpected = *summary.unexpectedEnd;
@@ -256,15 +337,15 @@ int RunSummary::exitCode() const
     return notAsExpected > 0 ? exitUnexpectedOutcome : exitAsExpected;
 }
 
-std::unique_ptr< RunReport > makeTextReport( Painter painter )
+std::unique_ptr< RunReport > makeTextReport( Painter painter, std::size_t width )
 {
-    return std::make_unique< TextReport >( painter );
+    return std::make_unique< TextReport >( painter, width );
 }
 
 std::unique_ptr< RunReport > makeJsonReport()
 {
     return makeJsonReport( []( const Json& report ) {
-        fmt::print( "{}\n", jsonText( report, 2 ) );
+        fmt::print( "{}\n", jsonDocument( report ) );
         std::fflush( stdout );
     } );
 }

@@ -62,9 +62,11 @@ struct UnexpectedEnd
 
 struct RunSummary
 {
-    /// What the chip held at last: an object with a member for each resource, of `used` and
-    /// `capacity`.
+    /// What the chip held at last: an object with a member for each resource, of `used`, `capacity`
+    /// and `peak`, the most that was used after any step.
     Json chip = Json::object();
+    /// All that the chip held at last, a list of objects with their fields; null if nobody asked.
+    Json snapshot;
     std::size_t stepsRun = 0;
     std::size_t notAsExpected = 0;
     std::optional< UnexpectedEnd > unexpectedEnd;
@@ -85,7 +87,8 @@ class RunReport
     virtual void runEnded( const RunSummary& summary ) = 0;
 };
 
-[[nodiscard]] std::unique_ptr< RunReport > makeTextReport( Painter painter );
+/// The text report. Lines longer than `width` columns are folded; 0 stands for any length.
+[[nodiscard]] std::unique_ptr< RunReport > makeTextReport( Painter painter, std::size_t width = 0 );
 [[nodiscard]] std::unique_ptr< RunReport > makeJsonReport();
 /// The JSON report, for somebody who does something else with it than printing.
 [[nodiscard]] std::unique_ptr< RunReport >

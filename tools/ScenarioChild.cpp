@@ -88,9 +88,19 @@ Json tryStep( const Step& step, RunContext& context )
     return result;
 }
 
+/// Adds to an event what the chip holds: how much, and, if it is wanted, what.
+void addChip( Json& event, const RunContext& context, const RunOptions& options )
+{
+    event[ "chip" ] = context.occupancy();
+    if ( options.snapshot ) {
+        event[ "snapshot" ] = context.snapshot();
+    }
+}
+
 void runStepAndReport( std::size_t index,
                        const ScenarioStep& step,
                        RunContext& context,
+                       const RunOptions& options,
                        EventSender& events )
 {
     events.send( { { "event", RunEvent::stepStarted }, { "index", index } } );
@@ -103,7 +113,7 @@ void runStepAndReport( std::size_t index,
                   "the activity lock is held after each step" );
     Agent::traceBoth(
         traceHandle(), 4, "step ", index, " ends ", event.at( "outcome" ).get< std::string >() );
-    event[ "chip" ] = context.occupancy();
+    addChip( event, context, options );
     events.send( event );
 }
 
@@ -119,11 +129,13 @@ void runScenarioSteps( const Scenario& scenario, const RunOptions& options, Even
     }
     const Agent::LockAnchor activityHeld( Agent::activityLock() );
     RunContext context( scenario, Sim::SdkNumbering::fromText( options.numbering ) );
-    events.send( { { "event", RunEvent::runStarted }, { "chip", context.occupancy() } } );
+    Json started = { { "event", RunEvent::runStarted } };
+    addChip( started, context, options );
+    events.send( started );
     std::size_t index = 0;
     for ( const ScenarioStep& step : scenario.steps ) {
         context.progressIs( ProgressReporter( events ) );
-        runStepAndReport( ++index, step, context, events );
+        runStepAndReport( ++index, step, context, options, events );
     }
     if ( options.ringDump >= 0 ) {
         writeRingDump( options.ringDump );

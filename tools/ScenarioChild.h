@@ -4,11 +4,14 @@
 ///
 /// Events, in the order of a run:
 ///
-///     { "event": "run-started",   "chip": OCCUPANCY }
+///     { "event": "run-started",   "chip": OCCUPANCY, "snapshot": LIST }
 ///     { "event": "step-started",  "index": N }                          N from 1
 ///     { "event": "step-progress", "done": N, "total": N }               any number of times
 ///     { "event": "step-ended",    "outcome": NAME, "text": TEXT, "produced": OBJECT,
-///                                 "end": TEXT, "chip": OCCUPANCY }      "end" if it aborted
+///                                 "lines": LIST, "end": TEXT,           "end" if it aborted
+///                                 "chip": OCCUPANCY, "snapshot": LIST }
+///
+/// A snapshot is there only if the options ask for it.
 
 #include "tools/ChildProcess.h"
 #include "tools/Scenario.h"

@@ -2,6 +2,7 @@
 
 #include "tools/ScenarioChild.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 namespace Tool {
@@ -80,7 +81,7 @@ class RunWatcher
             stepEnded( event );
         }
         if ( event.contains( "chip" ) ) {
-            summary_.chip = event.at( "chip" );
+            chipIs( event );
         }
     }
 
@@ -100,6 +101,22 @@ class RunWatcher
     }
 
   private:
+    /// Takes over what the chip holds now, and remembers the most of each resource.
+    void chipIs( const Json& event )
+    {
+        const Json before = summary_.chip;
+        summary_.chip = event.at( "chip" );
+        for ( auto& [ name, resource ] : summary_.chip.items() ) {
+            const std::uint64_t used = resource.at( "used" );
+            const std::uint64_t peak =
+                before.contains( name ) ? before.at( name ).at( "peak" ).get< std::uint64_t >() : 0;
+            resource[ "peak" ] = std::max( used, peak );
+        }
+        if ( event.contains( "snapshot" ) ) {
+            summary_.snapshot = event.at( "snapshot" );
+        }
+    }
+
     void showProgress( std::size_t done, std::size_t total )
     {
         progress_.show( fmt::format(

@@ -19,6 +19,7 @@ struct RunOptions
     std::string numbering = "default"; ///< of the SDK
     std::vector< TraceSetting > traces;
     int ringDump = -1;     ///< the file to write the ring-buffer trace to, or -1
+    bool snapshot = false; ///< whether the summary has all that the chip holds
     bool progress = false; ///< whether long steps show on standard error how far they are
 };
 

@@ -1,6 +1,7 @@
 #include "tools/Terminal.h"
 
 #include <cstdlib>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace Tool {
@@ -40,6 +41,31 @@ bool mayColour( int descriptor )
     const std::string_view terminal = environmentValue( "TERM" );
     return isTerminal( descriptor ) && environmentValue( "NO_COLOR" ).empty() &&
            !terminal.empty() && terminal != "dumb";
+}
+
+std::size_t terminalWidth( int descriptor )
+{
+    winsize size{};
+    const bool known = isTerminal( descriptor ) && ::ioctl( descriptor, TIOCGWINSZ, &size ) == 0;
+    return known ? size.ws_col : 0;
+}
+
+std::vector< std::string > folded( std::string_view text, std::size_t width )
+{
+    std::vector< std::string > lines;
+    while ( width != 0 && text.size() > width ) {
+        std::size_t blank = text.rfind( ' ', width );
+        if ( blank == std::string_view::npos || blank == 0 ) {
+            blank = text.find( ' ', 1 );
+        }
+        if ( blank == std::string_view::npos ) {
+            break;
+        }
+        lines.emplace_back( text.substr( 0, blank ) );
+        text.remove_prefix( blank + 1 );
+    }
+    lines.emplace_back( text );
+    return lines;
 }
 
 std::string Painter::operator()( Colour colour, std::string_view text ) const

@@ -293,6 +293,13 @@ TEST( YamlDocumentTest, FromText_NoYaml_IsRefusedWithPosition )
     EXPECT_THAT( parseError( "a: [ 1\n" ), testing::HasSubstr( ": not YAML: end of sequence" ) );
 }
 
+TEST( YamlDocumentTest, FromText_TabIndents_IsRefusedWithThatReason )
+{
+    EXPECT_EQ( parseError( "a:\n\t- 1\n" ),
+               "f:2:2: not YAML: a tab, where only blanks may indent" );
+    EXPECT_EQ( parseError( "a: 1\nb: c: d\t\n" ), "f:2:5: not YAML: illegal map value" );
+}
+
 TEST( YamlDocumentTest, FromText_VeryDeepNesting_IsRefused )
 {
     EXPECT_THAT( parseError( std::string( 100000, '[' ) ), testing::StartsWith( "f:1:" ) );

@@ -20,7 +20,9 @@ TEST( CommandLine, Help_OfTheToolAndOfEachCommand_HasAnExampleAndTheExitCodes )
         { "--help" },
         { "run", "--help" },
         { "profiles", "--help" },
+        { "maps", "--help" },
         { "decode-trace", "--help" },
+        { "explain-udf", "--help" },
     };
     for ( const auto& arguments : helps ) {
         const ToolResult result = runTool( arguments );
@@ -43,25 +45,6 @@ TEST( CommandLine, Version_AnyTime_IsPrinted )
     const ToolResult result = runTool( { "--version" } );
     EXPECT_EQ( result.exitCode, 0 );
     EXPECT_THAT( result.output, testing::MatchesRegex( "pelora-tcam [0-9]+\\.[0-9]+\\.[0-9]+\n" ) );
-}
-
-TEST( CommandLine, Arguments_MakeNoSense_EndWithTwoAndSayWhy )
-{
-    const std::vector< std::pair< std::vector< std::string >, std::string > > table = {
-        { {}, "A command is required" },
-        { { "bogus" }, "The following argument was not expected: bogus" },
-        { { "run" }, "SCENARIO is required" },
-        { { "run", "a", "b" }, "The following argument was not expected: b" },
-        { { "run", "--colour", "a" }, "The following arguments were not expected: a --colour" },
-        { { "decode-trace" }, "FILE is required" },
-    };
-    for ( const auto& [ arguments, message ] : table ) {
-        const ToolResult result = runTool( arguments );
-        EXPECT_EQ( result.exitCode, 2 ) << message;
-        EXPECT_THAT( result.errors, testing::StartsWith( "pelora-tcam: " ) );
-        EXPECT_THAT( result.errors, HasSubstr( "Run 'pelora-tcam --help' for how it is used.\n" ) );
-        EXPECT_EQ( result.output, "" );
-    }
 }
 
 TEST( CommandLine, OptionsOfRun_HaveBadValues_EndWithTwoAndSayWhatWasExpected )

@@ -48,13 +48,17 @@ TEST( Compare, Run_WithoutChips_ShowsOneOfEachKindSideBySide )
         "chunk 0\n"
         "\n"
         "  2  audit  all\n"
-        "     sdk6-udf   ok      1 compared with the chip\n"
-        "     sdk6-flex  ok      1 compared with the chip\n"
-        "     hsdk       ok      1 compared with the chip\n"
+        "     all        ok      1 compared with the chip\n"
         "\n"
         "Result on sdk6-udf: as-expected\n"
         "Result on sdk6-flex: as-expected\n"
         "Result on hsdk: as-expected\n" );
+}
+
+TEST( Compare, Run_OnOneChip_NamesIt )
+{
+    const ToolResult result = compare( oneField, { "--chip", "hsdk" } );
+    EXPECT_THAT( result.output, HasSubstr( "\n     hsdk  ok      1 compared with the chip\n" ) );
 }
 
 TEST( Compare, Run_ChipsGiven_RunsThoseInTheirOrder )

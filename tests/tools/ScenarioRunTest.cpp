@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace {
 
 using testing::Contains;
@@ -192,7 +194,7 @@ TEST( ScenarioRun, RunWithJson_AnyRun_HasTheDocumentedMembers )
     EXPECT_EQ( json.at( "pipe" ), 2 );
     EXPECT_EQ( json.at( "numbering" ), "default" );
     EXPECT_EQ( json.at( "chip" ).at( "rangeCheckers" ),
-               ( nlohmann::json{ { "used", 1 }, { "capacity", 128 } } ) );
+               ( nlohmann::json{ { "used", 1 }, { "capacity", 128 }, { "peak", 1 } } ) );
     EXPECT_FALSE( json.contains( "ended" ) );
     const auto step = json.at( "steps" ).at( 0 );
     EXPECT_EQ( step.at( "index" ), 1 );
@@ -227,10 +229,87 @@ TEST( ScenarioRun, Run_AsText_PrintsEachStepTheChipAndTheResult )
                      "BCM_E_FULL (-6), Table full\n"
                      "4  audit                   all    ok       2 compared with the chip\n"
                      "\n"
-                     "Chip sdk6-tiny\n" ) );
-    EXPECT_THAT( result.output, testing::ContainsRegex( "\n  range checkers +2 of 2 used\n" ) );
+                     "Chip sdk6-tiny                 used   at most  capacity\n"
+                     "  range checkers                  2         2         2\n"
+                     "  field groups                    0         0         2\n" ) );
     EXPECT_THAT( result.output, testing::EndsWith( "\n\nResult: 4 steps, all as expected\n" ) );
     EXPECT_EQ( result.errors, "" );
+}
+
+TEST( ScenarioRun, Run_GivesBack_TheMostThatWasUsedStays )
+{
+    const std::string release = "  - release-range-checker: { name: web }\n";
+    const auto chip = runJson( tiny + web + release + audit ).json().at( "chip" );
+    EXPECT_EQ( chip.at( "rangeCheckers" ).at( "used" ), 0 );
+    EXPECT_EQ( chip.at( "rangeCheckers" ).at( "peak" ), 1 );
+    EXPECT_EQ( chip.at( "rangeCheckers" ).at( "capacity" ), 2 );
+    EXPECT_EQ( chip.at( "policers" ).at( "peak" ), 0 );
+}
+
+TEST( ScenarioRun, Run_OnATerminalWithAWidth_FoldsWhatIsLonger )
+{
+    ToolFolder folder;
+    folder.environmentIs( "NO_COLOR", "1" );
+    folder.write( "scenario.yaml", tiny + web + corruptMax + audit + "    expect: aborted\n" );
+    const ToolResult result = folder.runOnTerminal( { "run", "scenario.yaml" }, 80 );
+    EXPECT_EQ( result.exitCode, 0 );
+    EXPECT_THAT(
+        result.output,
+        HasSubstr( "\r\n      assertion: PeloraTcam/PeloraTcamSdk6RangeCheckerHelper.cpp:" ) );
+    EXPECT_THAT(
+        result.output,
+        HasSubstr( "\r\n                 Agent::Ptr<const PeloraTcam::RangeCheckerData>&" ) );
+    EXPECT_THAT( result.output, HasSubstr( " failed.\r\n      process:   ended by SIGABRT" ) );
+    // One word is longer than the room for it; nothing else is.
+    std::istringstream lines( result.output );
+    for ( std::string line; std::getline( lines, line ); ) {
+        EXPECT_TRUE( line.size() <= 81 || line.rfind( ' ' ) < 20 ) << line;
+    }
+}
+
+// ---- The snapshot ----------------------------------------------------------------------------
+
+TEST( ScenarioRun, Snapshot_AsText_HasALineForEachObject )
+{
+    const ToolResult result = ToolFolder().runScenario( tiny + web + dns, { "--snapshot" } );
+    EXPECT_EQ( result.exitCode, 0 );
+    EXPECT_THAT( result.output,
+                 testing::EndsWith(
+                     "\n\nSnapshot\n"
+                     "  range checker 1: type=bcmRangeTypeL4DstPort min=8000 max=8999 instance=0\n"
+                     "  range checker 2: type=bcmRangeTypeL4SrcPort min=50 max=59 instance=0\n"
+                     "\nResult: 2 steps, all as expected\n" ) );
+}
+
+TEST( ScenarioRun, Snapshot_OfAnEmptyChip_SaysSo )
+{
+    const ToolResult result = ToolFolder().runScenario( tiny + audit, { "--snapshot" } );
+    EXPECT_THAT( result.output, HasSubstr( "\nSnapshot\n  nothing\n" ) );
+}
+
+TEST( ScenarioRun, Snapshot_AsJson_HasObjectsAndTheirFields )
+{
+    const ToolResult result = ToolFolder().runScenario( tiny + web, { "--snapshot", "--json" } );
+    const auto snapshot = result.json().at( "snapshot" );
+    ASSERT_EQ( snapshot.size(), 1U );
+    EXPECT_EQ( snapshot.at( 0 ).at( "object" ), "range checker 1" );
+    const auto fields = snapshot.at( 0 ).at( "fields" );
+    ASSERT_EQ( fields.size(), 4U );
+    EXPECT_EQ( fields.at( 1 ).at( "name" ), "min" );
+    EXPECT_EQ( fields.at( 1 ).at( "value" ), "8000" );
+}
+
+TEST( ScenarioRun, Snapshot_NotAskedFor_IsNotThere )
+{
+    EXPECT_FALSE( runJson( tiny + web ).json().contains( "snapshot" ) );
+}
+
+TEST( ScenarioRun, Snapshot_LibraryEndsTheProcess_IsOfBeforeTheStep )
+{
+    const ToolResult result =
+        ToolFolder().runScenario( tiny + web + corruptMax + audit, { "--snapshot", "--json" } );
+    EXPECT_EQ( result.exitCode, 3 );
+    EXPECT_EQ( result.json().at( "snapshot" ).size(), 1U );
 }
 
 TEST( ScenarioRun, Run_AsTextWithUnexpectedOutcome_SaysWhatWasExpected )

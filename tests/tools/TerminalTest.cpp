@@ -20,6 +20,37 @@ TEST( Painter, NotColoured_LeavesTheText )
     EXPECT_EQ( Painter( false )( Colour::bad, "error" ), "error" );
 }
 
+using Lines = std::vector< std::string >;
+
+TEST( Folded, TextFits_IsOneLine )
+{
+    EXPECT_EQ( Tool::folded( "three short words", 17 ), Lines( { "three short words" } ) );
+    EXPECT_EQ( Tool::folded( "", 5 ), Lines( { "" } ) );
+}
+
+TEST( Folded, TextDoesNotFit_BreaksAtTheLastBlankThatFits )
+{
+    EXPECT_EQ( Tool::folded( "three short words", 16 ), Lines( { "three short", "words" } ) );
+    EXPECT_EQ( Tool::folded( "three short words", 11 ), Lines( { "three short", "words" } ) );
+    EXPECT_EQ( Tool::folded( "three short words", 10 ), Lines( { "three", "short", "words" } ) );
+}
+
+TEST( Folded, WordIsLongerThanTheWidth_HasALineOfItsOwn )
+{
+    EXPECT_EQ( Tool::folded( "a very-long-word b", 6 ), Lines( { "a", "very-long-word", "b" } ) );
+    EXPECT_EQ( Tool::folded( "very-long-word", 6 ), Lines( { "very-long-word" } ) );
+}
+
+TEST( Folded, NoWidth_IsOneLine )
+{
+    EXPECT_EQ( Tool::folded( "three short words", 0 ), Lines( { "three short words" } ) );
+}
+
+TEST( TerminalWidth, NoTerminal_IsZero )
+{
+    EXPECT_EQ( Tool::terminalWidth( -1 ), 0U );
+}
+
 TEST( IsTerminal, NoDescriptor_IsNone )
 {
     EXPECT_FALSE( Tool::isTerminal( -1 ) );

@@ -7,6 +7,7 @@
 #include <pty.h>
 #include <sstream>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -107,10 +108,13 @@ ToolResult ToolFolder::runScenario( const std::string& scenario,
     return run( arguments );
 }
 
-ToolResult ToolFolder::runOnTerminal( const std::vector< std::string >& arguments ) const
+ToolResult ToolFolder::runOnTerminal( const std::vector< std::string >& arguments,
+                                      unsigned short columns ) const
 {
     int terminal = -1;
-    const pid_t process = ::forkpty( &terminal, nullptr, nullptr, nullptr );
+    winsize window{};
+    window.ws_col = columns;
+    const pid_t process = ::forkpty( &terminal, nullptr, nullptr, &window );
     if ( process == 0 ) {
         runTool( arguments );
     }

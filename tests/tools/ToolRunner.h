@@ -48,8 +48,10 @@ class ToolFolder
                                           const std::vector< std::string >& options = {} ) const;
 
     /// Runs the tool with a terminal for standard output and standard error; `output` is what the
-    /// terminal got of both, with its line ends.
-    [[nodiscard]] ToolResult runOnTerminal( const std::vector< std::string >& arguments ) const;
+    /// terminal got of both, with its line ends. A terminal of 0 columns does not say how wide it
+    /// is.
+    [[nodiscard]] ToolResult runOnTerminal( const std::vector< std::string >& arguments,
+                                            unsigned short columns = 0 ) const;
 
   private:
     [[noreturn]] void runTool( const std::vector< std::string >& arguments ) const;

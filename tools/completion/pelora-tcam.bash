@@ -16,7 +16,7 @@ _pelora_tcam_facilities() {
 # The options of a sub-command; of the tool itself without one.
 _pelora_tcam_options() {
     case $1 in
-    run) echo "--help --chip --trace --numbering --ring-dump --json" ;;
+    run) echo "--help --chip --trace --numbering --ring-dump --snapshot --json" ;;
     compare) echo "--help --chip --numbering --json" ;;
     maps) echo "--help --numbering --json" ;;
     profiles | decode-trace) echo "--help --json" ;;
