@@ -18,10 +18,13 @@ struct Overloaded : Functions...
 template< class... Functions >
 Overloaded( Functions... ) -> Overloaded< Functions... >;
 
-void require( bool condition, const std::string& message )
+/// Throws unless the condition is true. The message is a function, as it takes long to make one
+/// that looks for similar names.
+template< class Message >
+void require( bool condition, const Message& message )
 {
     if ( !condition ) {
-        throw std::invalid_argument( message );
+        throw std::invalid_argument( message() );
     }
 }
 
@@ -32,34 +35,39 @@ const SdkFunction* functionNamed( const std::string& name )
         return nullptr;
     }
     const SdkFunction* function = findSdkFunction( name );
-    require( function != nullptr,
-             "unknown SDK function '" + name + "'" + nameHint( name, sdkFunctionNames() ) );
+    require( function != nullptr, [ & ] {
+        return "unknown SDK function '" + name + "'" + nameHint( name, sdkFunctionNames() );
+    } );
     return function;
 }
 
 void checkCorruption( const SdkFunction* function, const CorruptOutput& corruption )
 {
-    require( function != nullptr, "an output belongs to one function, found 'all'" );
+    require( function != nullptr, [] { return "an output belongs to one function, found 'all'"; } );
     const SdkOutput* output = function->findOutput( corruption.output );
-    require( output != nullptr,
-             function->name + " has no output '" + corruption.output + "'" +
-                 nameHint( corruption.output, function->outputNames() ) );
-    require( fits( *output, corruption.value ),
-             "output '" + output->name + "' of " + function->name + " has " +
-                 std::to_string( 8 * output->bytes ) + " bits and cannot hold " +
-                 std::to_string( corruption.value ) );
+    require( output != nullptr, [ & ] {
+        return function->name + " has no output '" + corruption.output + "'" +
+               nameHint( corruption.output, function->outputNames() );
+    } );
+    require( fits( *output, corruption.value ), [ & ] {
+        return "output '" + output->name + "' of " + function->name + " has " +
+               std::to_string( 8 * output->bytes ) + " bits and cannot hold " +
+               std::to_string( corruption.value );
+    } );
 }
 
 void checkEffect( const SdkFunction* function, const FaultEffect& effect )
 {
     std::visit( Overloaded{
                     []( const FailCall& failure ) {
-                        require( failure.rc < 0,
-                                 "expected a return code below 0, found " +
-                                     std::to_string( failure.rc ) );
+                        require( failure.rc < 0, [ & ] {
+                            return "expected a return code below 0, found " +
+                                   std::to_string( failure.rc );
+                        } );
                     },
                     []( const DelayCall& delayed ) {
-                        require( delayed.delay.count() >= 0, "expected a delay of 0 ms or more" );
+                        require( delayed.delay.count() >= 0,
+                                 [] { return "expected a delay of 0 ms or more"; } );
                     },
                     [ function ]( const CorruptOutput& corruption ) {
                         checkCorruption( function, corruption );
@@ -90,7 +98,7 @@ void DueFaults::add( const FaultEffect& effect )
 void FaultPlan::add( const Fault& fault )
 {
     const SdkFunction* function = functionNamed( fault.when.function );
-    require( fault.when.call >= 1, "calls are counted from 1, found 0" );
+    require( fault.when.call >= 1, [] { return "calls are counted from 1, found 0"; } );
     checkEffect( function, fault.what );
     planned_.push_back( { function, fault } );
 }
