@@ -132,6 +132,7 @@ steps:
   - compress: { table: srcIp, key: 192.0.2.0/24 }
   - release-compression: { table: srcIp, key: 192.0.2.0/24 }
   - allocate-range-checker: { name: web, type: l4DstPort, low: 1, high: 2 }
+  - show-chunks: all
 )";
 
 // Rules that need more than there is.
