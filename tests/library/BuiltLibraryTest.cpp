@@ -234,6 +234,27 @@ TEST( BuiltLibraryTest, Load_ByTheLoader_RegistersModuleTrackerAndTraceHandle )
                reports.end() );
 }
 
+TEST( BuiltLibraryTest, Trackers_OfTheLoadedLibrary_AreNamedAfterTheirClasses )
+{
+    const LoadedLibrary library( libraryPath );
+    std::vector< std::string > names;
+    for ( const Agent::AllocationReport& report : Agent::allocationReports() ) {
+        if ( report.className.find( "PeloraTcam" ) != std::string::npos ) {
+            names.push_back( report.className );
+        }
+    }
+    EXPECT_THAT( names,
+                 ElementsAre( "PeloraTcam::PeloraTcamHsdkCounterHelper",
+                              "PeloraTcam::PeloraTcamHsdkPolicerHelper",
+                              "PeloraTcam::PeloraTcamSdk6CompressionHelper",
+                              "PeloraTcam::PeloraTcamSdk6CounterHelper",
+                              "PeloraTcam::PeloraTcamSdk6PolicerHelper",
+                              "PeloraTcam::PeloraTcamSdk6RangeCheckerHelper",
+                              "PeloraTcam::UdfFlexParserHelper",
+                              "PeloraTcam::UdfFlexParserHsdkHelper",
+                              "PeloraTcam::UdfModuleHelper" ) );
+}
+
 TEST( BuiltLibraryTest, Unload_ByTheLoader_LeavesNothingBehind )
 {
     const Footprint before;
