@@ -7,8 +7,9 @@ An entry is
     + the lines after
     = the reason, on one or more lines that start with '='
 
-and ends with an empty line. Lines that start with '#' are left out. Survivors are reported in
-this form, so that an entry is a copy of the report and a reason.
+and ends with an empty line. A '*' in the place of both texts stands for all mutants of that kind in
+that file. Lines that start with '#' are left out. Survivors are reported in this form, so that an
+entry is a copy of the report and a reason.
 """
 
 
@@ -36,6 +37,11 @@ def read_entry(lines):
     if not reason:
         raise ExplainedError("no reason: " + lines[0])
     return (head[0], head[1], lines[1][2:], lines[2][2:]), reason
+
+
+def reason_for(mutant, reasons):
+    """Why no test can catch that mutant, or None if the list does not say."""
+    return reasons.get(key_of(mutant)) or reasons.get((mutant.file, mutant.kind, "*", "*"))
 
 
 def key_of(mutant):

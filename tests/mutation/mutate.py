@@ -14,7 +14,7 @@ import time
 
 from base_build import BaseBuild, BuildError, Overlay
 from choice import choose
-from explained import ExplainedError, as_entry, key_of, read_explained
+from explained import ExplainedError, as_entry, read_explained, reason_for
 from mutations import KINDS, mutants_of
 from trials import BaselineError, Order, Trial, measure_baseline, suites_of
 
@@ -117,8 +117,9 @@ class MutationRun:
             who = Trial(overlay, self.order).who_catches(mutant.file)
             if who:
                 return CAUGHT, who
-            if key_of(mutant) in self.explained:
-                return EXPLAINED_AWAY, self.explained[key_of(mutant)]
+            reason = reason_for(mutant, self.explained)
+            if reason:
+                return EXPLAINED_AWAY, reason
             few = len(self.graph.affected(mutant.file)) <= MOST_OBJECTS_COMPARED
             if few and overlay.same_code(" -O2"):
                 return SAME_CODE, "the optimising compiler makes the same code of it"

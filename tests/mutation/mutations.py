@@ -6,7 +6,7 @@ import itertools
 import os
 import re
 
-from source_text import statements_of, tokens_of
+from source_text import ASSIGNMENTS, statements_of, tokens_of
 
 KINDS = ("comparison", "constant", "bit", "blank", "drop", "swap")
 
@@ -260,11 +260,11 @@ def declared_name(part):
 
 
 def sets_two_fields(left, right):
-    """Whether both set a field each of the same plain structure: x.a = ..; x.bIs( .. );"""
+    """Whether both set a field each of the same plain structure: x.a |= ..; x.bIs( .. );"""
     targets = [[token.text for token in part[:4]] for part in (left, right)]
     return (
         all(len(target) == 4 and target[1] == "." for target in targets)
-        and all(target[2].endswith("Is") or target[3] == "=" for target in targets)
+        and all(target[2].endswith("Is") or target[3] in ASSIGNMENTS for target in targets)
         and targets[0][0] == targets[1][0]
         and targets[0][2] != targets[1][2]
     )

@@ -1,6 +1,7 @@
+import dataclasses
 import unittest
 
-from explained import ExplainedError, as_entry, key_of, read_explained
+from explained import ExplainedError, as_entry, key_of, read_explained, reason_for
 from mutations import Mutant
 
 MUTANT = Mutant("PeloraTcam/A.cpp", "swap", 7, 0, 0, "", "a(); b();", "b(); a();")
@@ -14,6 +15,17 @@ class ExplainedTest(unittest.TestCase):
     def test_TwoEntries_AreBothFound(self):
         entry = as_entry(MUTANT) + "= Why.\n"
         self.assertEqual(len(read_explained(entry + "\n" + entry.replace("A.cpp", "B.cpp"))), 2)
+
+    def test_Reason_OfTheEntry_IsThatOfTheMutant(self):
+        reasons = read_explained(as_entry(MUTANT) + "= Why.\n")
+        self.assertEqual(reason_for(MUTANT, reasons), "Why.")
+        self.assertIsNone(reason_for(dataclasses.replace(MUTANT, after="c();"), reasons))
+
+    def test_Star_StandsForAllOfTheKindInTheFile(self):
+        reasons = read_explained("PeloraTcam/A.cpp | swap\n- *\n+ *\n= A set.\n")
+        self.assertEqual(reason_for(MUTANT, reasons), "A set.")
+        self.assertIsNone(reason_for(dataclasses.replace(MUTANT, kind="drop"), reasons))
+        self.assertIsNone(reason_for(dataclasses.replace(MUTANT, file="B.cpp"), reasons))
 
     def test_Line_DoesNotMatter(self):
         moved = Mutant("PeloraTcam/A.cpp", "swap", 9, 5, 5, "", "a(); b();", "b(); a();")
