@@ -333,35 +333,53 @@ void addDecodeTrace( CLI::App& app, Command& command )
         [ given, &command ] { command = [ given ] { return decodeTrace( *given ); }; } );
 }
 
-/// An option for a key of a `program-udf` step.
-CLI::Option* addUdfKey( CLI::App* app,
-                        const std::shared_ptr< ExplainUdfOptions >& given,
-                        const std::string& key,
-                        const char* type,
-                        const char* help )
+/// An option of the name of a key of a `program-udf` step.
+struct UdfKeyOption
 {
-    const auto keep = [ given, key ]( const std::string& text ) {
-        given->keys.emplace_back( key, text );
-    };
-    return app->add_option_function< std::string >( "--" + key, keep, help )->type_name( type );
+    const char* key;
+    const char* type;
+    const char* help;
+    bool required = false;
+};
+
+// clang-format off
+constexpr UdfKeyOption udfKeyOptions[] = {
+    { "base",            "BASE",     "From where the offset counts, such as l4OuterPayload", true },
+    { "offset",          "BYTES",    "From the base, 0 to 255", true },
+    { "length",          "BYTES",    "Of the field, 0 to 255", true },
+    { "ethertype",       "TYPE",     "The packets' outer EtherType, such as ipv4 or 0x0800" },
+    { "inner-ethertype", "TYPE",     "What a GRE packet carries" },
+    { "protocol",        "PROTOCOL", "The packets' IP protocol, such as udp or 17" },
+    { "priority",        "NUMBER",   "Of a packet format made for it, 0 to 255" },
+    { "app",             "APP",      "What asks for it: ipv4Acl, ipv6Acl, macAcl or ipv4TrafficPolicy" },
+    { "lag-mask",        "BYTES",    "Feed the LAG hash: mask bytes, with commas" },
+};
+
+// clang-format on
+
+void addUdfKeys( CLI::App* app, const std::shared_ptr< ExplainUdfOptions >& given )
+{
+    for ( const UdfKeyOption& option : udfKeyOptions ) {
+        const auto keep = [ given, key = option.key ]( const std::string& text ) {
+            given->keys.emplace_back( key, text );
+        };
+        app->add_option_function< std::string >(
+               std::string( "--" ) + option.key, keep, option.help )
+            ->type_name( option.type )
+            ->required( option.required );
+    }
 }
 
 void addExplainUdf( CLI::App& app, Command& command )
 {
     const auto given = std::make_shared< ExplainUdfOptions >();
     CLI::App* app_ = addCommand( app, "explain-udf", explainUdfHelp, explainUdfFooter );
-    addUdfKey( app_, given, "base", "BASE", "From where the offset counts" )->required();
-    addUdfKey( app_, given, "offset", "BYTES", "From the base, 0 to 255" )->required();
-    addUdfKey( app_, given, "length", "BYTES", "0 to 255" )->required();
-    addUdfKey( app_, given, "ethertype", "TYPE", "The packets' outer EtherType" );
-    addUdfKey( app_, given, "inner-ethertype", "TYPE", "What a GRE packet carries" );
-    addUdfKey( app_, given, "protocol", "PROTOCOL", "The packets' IP protocol" );
-    addUdfKey( app_, given, "priority", "NUMBER", "Of a packet format made for it" );
-    addUdfKey( app_, given, "app", "APP", "What asks for it" );
-    addUdfKey( app_, given, "lag-mask", "BYTES", "Feed the LAG hash: mask bytes, with commas" );
+    addUdfKeys( app_, given );
     app_->add_option( "--chip", given->chip, "The chip profile, a name or a file" )
         ->type_name( "PROFILE" );
-    app_->add_option( "--scenario", given->scenario, "Run this scenario before" )
+    app_->add_option( "--scenario",
+                      given->scenario,
+                      "Run this scenario before, for what it leaves on the chip" )
         ->type_name( "FILE" );
     app_->add_option( "--with",
                       given->with,
