@@ -71,7 +71,7 @@ void soak( const std::string& profile, const Request& request )
 {
     Tally tally;
     RandomChoices choices( request.seed );
-    const MixedSteps::Rates rates{ { .faultOneIn = 16, .watchOneIn = 512 }, 16384 };
+    const MixedSteps::Rates rates{ { .faultOneIn = 16, .watchOneIn = 64 }, 8192 };
     const auto start = Clock::now();
     {
         MixedSteps steps( Sim::builtInProfile( profile ), choices, tally, rates );
