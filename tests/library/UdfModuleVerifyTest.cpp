@@ -405,6 +405,13 @@ TEST_F( UdfModuleVerifyTest, VerifyHash_MaskDiffers_Dies )
         lagVerifySite, "lagHashingMask == hash_mask", [ & ] { verifyLag( desc, quals ); } );
 }
 
+TEST_F( UdfModuleVerifyTest, VerifyHash_FourDifferentBytesAsMade_Passes )
+{
+    const UdfDesc desc = lagDescOf( { { 0, 0x81 }, { 1, 0x42 }, { 2, 0x24 }, { 3, 0x18 } } );
+    const QualIdList quals = made( desc );
+    verifyLag( desc, quals );
+}
+
 TEST_F( UdfModuleVerifyTest, VerifyHash_FifthByteDiffers_Passes )
 {
     UdfDesc desc = lagDescOf( { { 0, 1 }, { 4, 5 } } );
