@@ -37,8 +37,7 @@ ToolResult import( const ToolFolder& folder,
                                { "--json" } );
 }
 
-const std::string everything =
-    ", counters: true, policer: { committed-rate: 1000, committed-burst: 100 }";
+const std::string everything = ", counters: true, policer: { cir: 1Mbps, cbs: 100kbit }";
 
 TEST( ImportRules, Run_Sdk6_ProgramsRulesWithAllTheyNeed )
 {
@@ -104,13 +103,52 @@ TEST( ImportRules, Run_SharedPolicer_IsOne )
     folder.write( "a.rules", rules( 3 ) );
     const ToolResult result = import( folder,
                                       "sdk6-udf",
-                                      ", policer: { mode: trTcm, committed-rate: 1, peak-rate: 2,"
-                                      " committed-burst: 3, peak-burst: 4, color-aware: true,"
-                                      " shared: true }",
+                                      ", policer: { mode: trTcm, cir: 10Mbps, pir: 20Mbps,"
+                                      " cbs: 64KB, pbs: 128KB, color: aware, shared: true }",
                                       "  - audit: all\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( result.json().at( "chip" ).at( "policers" ).at( "used" ), 1 );
     EXPECT_EQ( result.json().at( "steps" ).at( 0 ).at( "policers" ).at( "shared" ), 2 );
+}
+
+TEST( ImportRules, Run_PolicerInTheWordsOfAllocatePolicer_IsTheSameOne )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", rules( 3 ) );
+    const std::string policer = "mode: trTcm, cir: 10Mbps, pir: 20Mbps, cbs: 64KB, pbs: 1Mbit, "
+                                "color: aware, shared: true";
+    const ToolResult result =
+        import( folder,
+                "sdk6-udf",
+                ", policer: { " + policer + " }",
+                "  - allocate-policer: { name: another, " + policer + " }\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    EXPECT_EQ( result.json().at( "chip" ).at( "policers" ).at( "used" ), 1 );
+    const auto step = result.json().at( "steps" ).at( 1 );
+    EXPECT_EQ( step.at( "users" ), 4 );
+    EXPECT_EQ( step.at( "cir" ), 10000 );
+    EXPECT_EQ( step.at( "cbs" ), 512 );
+    EXPECT_EQ( step.at( "pir" ), 20000 );
+    EXPECT_EQ( step.at( "pbs" ), 1000 );
+}
+
+TEST( ImportRules, Read_PolicerIsWrong_SaysWhereAndRunsNothing )
+{
+    const std::pair< std::string, std::string > cases[] = {
+        { "{ cir: 1Mbps }", "3:45: missing key 'cbs'" },
+        { "{ cir: 1Mbit, cbs: 1KB }", "3:52: unknown unit 'Mbit', did you mean 'Mbps'?" },
+        { "{ cir: 1, cbs: 1, mode: trTcm }",
+          "3:45: expected 'pir' and 'pbs' with the mode 'trTcm'" },
+        { "{ cir: 1, cbs: 1, pir: 2, pbs: 2 }",
+          "3:45: 'pir' and 'pbs' belong to the mode 'trTcm'" },
+    };
+    const ToolFolder folder;
+    folder.write( "a.rules", rules( 1 ) );
+    for ( const auto& [ policer, message ] : cases ) {
+        const ToolResult result = import( folder, "sdk6-tiny", ", policer: " + policer );
+        EXPECT_EQ( result.exitCode, 2 );
+        EXPECT_EQ( result.errors, "scenario.yaml:" + message + "\n" );
+    }
 }
 
 TEST( ImportRules, Run_MoreThanTheChipHas_IsFullAndTellsWhatIsMissing )

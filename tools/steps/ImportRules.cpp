@@ -1,7 +1,8 @@
 // import-rules: { file: fw1_1k.rules, name: firewall, counters: true,
-//                 policer: { committed-rate: 1000, committed-burst: 100 } }
+//                 policer: { cir: 10Mbps, cbs: 64KB } }
 
 #include "tools/FilterRules.h"
+#include "tools/PolicerReader.h"
 #include "tools/RunContext.h"
 #include "tools/TextFile.h"
 #include "tools/steps/StepKinds.h"
@@ -15,16 +16,9 @@ namespace Tool {
 
 namespace {
 
-using PeloraTcam::PolicerMode;
 using Reference::FilterRule;
 using Reference::RuleOptions;
 using Reference::RuleSetReport;
-
-constexpr std::pair< std::string_view, PolicerMode > policerModes[] = {
-    { "committed", PolicerMode::committed },
-    { "trTcm", PolicerMode::trTcm },
-    { "srTcm", PolicerMode::srTcm },
-};
 
 Json jsonOf( const Reference::ResourceCounts& counts )
 {
@@ -117,20 +111,11 @@ RuleSet readRuleSetAt( const Sim::YamlNode& node, const ReadContext& context )
 
 void readPolicer( const Sim::YamlNode& node, RuleOptions& options )
 {
-    PeloraTcam::Policer policer;
-    bool shared = false;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
-        members.required( "committed-rate", policer.committedRate );
-        members.required( "committed-burst", policer.committedBurst );
-        members.optional( "peak-rate", policer.peakRate );
-        members.optional( "peak-burst", policer.peakBurst );
-        members.optional( "mode", policer.mode, policerModes );
-        members.optional( "color-aware", policer.colorAware );
-        members.optional( "shared", shared );
-    } );
-    options.policer = policer;
-    options.policerSharing =
-        shared ? Reference::PolicerSharing::shared : Reference::PolicerSharing::own;
+    PolicerReader reader;
+    node.readMembers( [ & ]( Sim::YamlMembers& members ) { reader.read( members ); } );
+    reader.check( node );
+    options.policer = reader.policer();
+    options.policerSharing = reader.sharing();
 }
 
 } // namespace

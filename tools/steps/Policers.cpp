@@ -2,9 +2,9 @@
 // release-policer: { name: voice }
 
 #include "agent/base/TextPieces.h"
+#include "tools/PolicerReader.h"
 #include "tools/RateUnits.h"
 #include "tools/RunContext.h"
-#include "tools/steps/EnumeratorReader.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -21,17 +21,6 @@ using PeloraTcam::StageType;
 using Reference::PolicerSharing;
 
 // clang-format off
-constexpr std::pair< std::string_view, PolicerMode > modes[] = {
-    { "committed", PolicerMode::committed },
-    { "trTcm",     PolicerMode::trTcm },
-    { "srTcm",     PolicerMode::srTcm },
-};
-
-constexpr std::pair< std::string_view, bool > colors[] = {
-    { "aware", true },
-    { "blind", false },
-};
-
 constexpr std::pair< std::string_view, StageType > stages[] = {
     { "vfp", StageType::vfp },
     { "ifp", StageType::ifp },
@@ -39,19 +28,6 @@ constexpr std::pair< std::string_view, StageType > stages[] = {
 };
 
 // clang-format on
-
-/// A mode by its name; or by its number, so that one can be tried that there is not.
-PolicerMode readMode( const Sim::YamlNode& node )
-{
-    PolicerMode mode = PolicerMode::committed;
-    if ( looksLikeANumber( node ) ) {
-        Agent::U8 number = 0;
-        node.read( number );
-        return static_cast< PolicerMode >( number );
-    }
-    node.read( mode, modes );
-    return mode;
-}
 
 class AllocatePolicer : public Step
 {
@@ -142,51 +118,20 @@ class ReleasePolicer : public Step
     std::string name_;
 };
 
-/// A peak belongs to the mode with two rates; without one the chip would be asked for none.
-void requirePeak( const Policer& policer, bool hasPeak, const Sim::YamlNode& node )
-{
-    if ( policer.mode == PolicerMode::trTcm && !hasPeak ) {
-        node.fail( "expected 'pir' and 'pbs' with the mode 'trTcm'" );
-    }
-    if ( policer.mode != PolicerMode::trTcm && hasPeak ) {
-        node.fail( "'pir' and 'pbs' belong to the mode 'trTcm'" );
-    }
-}
-
 } // namespace
 
 std::unique_ptr< const Step > readAllocatePolicer( const Sim::YamlNode& node, const ReadContext& )
 {
     std::string name;
-    Policer policer;
+    PolicerReader reader;
     StageType stage = StageType::ifp;
-    bool shared = false;
-    bool hasPeakRate = false;
-    bool hasPeakBurst = false;
-    using Sim::YamlNode;
     node.readMembers( [ & ]( Sim::YamlMembers& members ) {
         members.required( "name", name );
-        members.required( "mode",
-                          [ & ]( const YamlNode& value ) { policer.mode = readMode( value ); } );
-        members.required(
-            "cir", [ & ]( const YamlNode& value ) { policer.committedRate = readRate( value ); } );
-        members.required( "cbs", [ & ]( const YamlNode& value ) {
-            policer.committedBurst = readBurst( value );
-        } );
-        hasPeakRate = members.optional(
-            "pir", [ & ]( const YamlNode& value ) { policer.peakRate = readRate( value ); } );
-        hasPeakBurst = members.optional(
-            "pbs", [ & ]( const YamlNode& value ) { policer.peakBurst = readBurst( value ); } );
-        members.optional( "color", policer.colorAware, colors );
+        reader.read( members );
         members.optional( "stage", stage, stages );
-        members.optional( "shared", shared );
     } );
-    if ( hasPeakRate != hasPeakBurst ) {
-        node.fail( "expected 'pir' and 'pbs' together" );
-    }
-    requirePeak( policer, hasPeakRate, node );
-    return std::make_unique< AllocatePolicer >(
-        name, policer, stage, shared ? PolicerSharing::shared : PolicerSharing::own );
+    reader.check( node );
+    return std::make_unique< AllocatePolicer >( name, reader.policer(), stage, reader.sharing() );
 }
 
 std::unique_ptr< const Step > readReleasePolicer( const Sim::YamlNode& node, const ReadContext& )
