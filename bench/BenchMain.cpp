@@ -105,6 +105,9 @@ int main( int argc, char** argv )
     if ( benchmark::RunSpecifiedBenchmarks( &reporter ) == 0 ) {
         return 2;
     }
+    if ( Bench::runsUnderCallgrind() ) {
+        return 0; // Its times say nothing.
+    }
     std::cout << '\n';
     const Bench::InstructionCounts instructions =
         counted.empty() ? Bench::InstructionCounts() : Bench::readInstructionCounts( counted );

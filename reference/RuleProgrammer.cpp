@@ -95,8 +95,11 @@ bool RuleProgrammer::isCompressible( Table table, const IpPrefix& prefix, const 
     if ( managers_.compression == nullptr ) {
         return false;
     }
+    // What the table holds has been found not to overlap when it came in.
+    const CompressionManager& compression = *managers_.compression;
+    const CompressionManager::Key key( prefix.address, prefix.length );
     const bool overlaps =
-        managers_.compression->overlapsAnother( table, { prefix.address, prefix.length } );
+        compression.users( table, key ) == 0 && compression.overlapsAnother( table, key );
     work.counts.overlaps += overlaps ? 1 : 0;
     return !overlaps;
 }
