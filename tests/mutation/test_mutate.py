@@ -1,9 +1,11 @@
 import contextlib
 import io
+import os
 import unittest
 
-from mutate import CAUGHT, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED, judge
-from mutations import Mutant
+from explained import key_of, read_explained
+from mutate import CAUGHT, EXPLAINED, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED, judge, sources_of
+from mutations import Mutant, mutants_of
 
 MUTANT = Mutant("PeloraTcam/A.cpp", "swap", 7, 0, 0, "", "a(); b();", "b(); a();")
 
@@ -41,6 +43,17 @@ class JudgementTest(unittest.TestCase):
     def test_Survivor_IsListedAsAnEntry(self):
         _, output = judged(caught=1, survived=1)
         self.assertIn("PeloraTcam/A.cpp | swap\n- a(); b();\n+ b(); a();\n", output)
+
+
+class ExplainedListTest(unittest.TestCase):
+    def test_Entries_OfTheList_AreMutantsOfTheSources(self):
+        root = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+        with open(os.path.join(root, EXPLAINED), encoding="utf-8") as file:
+            reasons = read_explained(file.read())
+        mutants = [m for path, text in sources_of(root, None).items() for m in mutants_of(path, text)]
+        known = {key_of(mutant) for mutant in mutants}
+        known |= {(mutant.file, mutant.kind, "*", "*") for mutant in mutants}
+        self.assertEqual([key for key in reasons if key not in known], [], "no longer mutants")
 
 
 if __name__ == "__main__":
