@@ -355,27 +355,16 @@ void udfQualProgrammedInHwFlexHsdk( U32 moduleUnit,
 UdfIdList getAllProgrammedUdfIdsUdfFlexParserHsdk( U32 moduleUnit )
 {
     traceUdf( 4, "getAllProgrammedUdfIdsUdfFlexParserHsdk", " mod:", moduleUnit );
-    const int unit = static_cast< int >( moduleUnit );
-    constexpr int max = mostUdfsOfFormat;
+    static constexpr Shim::CallSite site = SDK_CALL_SITE(
+        "bcm_udf_abstract_pkt_format_object_list_get( unit, absPktFmt, max, udfIds, &numUdfs )" );
     UdfIdList list;
     for ( const bcm_udf_abstract_pkt_format_t absPktFmt : udfAbstractPktFmtHsdk() ) {
-        bcm_udf_id_t udfIds[ max ] = {};
-        int numUdfs = 0;
-        const Shim::CallSite site = SDK_CALL_SITE(
-            "bcm_udf_abstract_pkt_format_object_list_get( unit, absPktFmt, max, udfIds, "
-            "&numUdfs )" );
-        const int rc = Shim::callWithLocksReleased( [ & ] {
-            return Shim::sdk_->bcm_udf_abstract_pkt_format_object_list_get(
-                unit, absPktFmt, max, udfIds, &numUdfs );
-        } );
-        judgeObjectList( apiTraceHandle_, site, rc );
+        const UdfsOfFormat udfs = readUdfsOfFormat( apiTraceHandle_, site, moduleUnit, absPktFmt );
         // clang-format off
         traceUdf( 8, "getAllProgrammedUdfIdsUdfFlexParserHsdk", " mod:", moduleUnit,
-                  " abstract packet format: ", absPktFmt, " has ", numUdfs, " UDFS" );
+                  " abstract packet format: ", absPktFmt, " has ", udfs.count, " UDFS" );
         // clang-format on
-        for ( int i = 0; i < std::min( numUdfs, max ); ++i ) {
-            list.udfIdIs( UdfId( udfIds[ i ] ) );
-        }
+        udfs.addTo( list );
     }
     return list;
 }

@@ -99,13 +99,30 @@ AbstractPktKind abstractPktKind( const UdfDesc& udfDesc, const Agent::CallLocati
         "Specified invalid appType", location.file, location.line, location.function );
 }
 
-void judgeObjectList( const Agent::TraceHandle& handle, const Shim::CallSite& site, int rc )
+void UdfsOfFormat::addTo( UdfIdList& list ) const
 {
+    for ( int i = 0; i < std::min( count, most ); ++i ) {
+        list.udfIdIs( UdfId( ids[ i ] ) );
+    }
+}
+
+UdfsOfFormat readUdfsOfFormat( const Agent::TraceHandle& apiTraceHandle,
+                               const Shim::CallSite& site,
+                               Agent::U32 moduleUnit,
+                               bcm_udf_abstract_pkt_format_t absPktFmt )
+{
+    const int unit = static_cast< int >( moduleUnit );
+    UdfsOfFormat udfs;
+    const int rc = Shim::callWithLocksReleased( [ & ] {
+        return Shim::sdk_->bcm_udf_abstract_pkt_format_object_list_get(
+            unit, absPktFmt, UdfsOfFormat::most, udfs.ids, &udfs.count );
+    } );
     if ( rc < 0 && rc != Shim::sdk_->BCM_E_NOT_FOUND() ) {
         Shim::writeApiError( site, rc );
     } else {
-        Shim::maybeTraceCall( handle, site, rc );
+        Shim::maybeTraceCall( apiTraceHandle, site, rc );
     }
+    return udfs;
 }
 
 } // namespace PeloraTcam

@@ -68,11 +68,24 @@ enum class AbstractPktKind
 /// assertion failures at `location`, which is that of the helper that was asked.
 AbstractPktKind abstractPktKind( const UdfDesc& udfDesc, const Agent::CallLocation& location );
 
-/// The most UDFs that are read of one abstract packet format.
-inline constexpr int mostUdfsOfFormat = 128;
+/// The UDFs of one abstract packet format, as the SDK lists them.
+struct UdfsOfFormat
+{
+    /// The most that are read.
+    static constexpr int most = 128;
 
-/// Judges the reading of a format's UDFs, which is tolerated: a failure other than "not found" is
-/// an error line on standard error, anything else a trace.
-void judgeObjectList( const Agent::TraceHandle& handle, const Shim::CallSite& site, int rc );
+    bcm_udf_id_t ids[ most ] = {};
+    int count = 0; ///< as the SDK says, which may be more than were read
+
+    /// Adds those that were read to a list.
+    void addTo( UdfIdList& list ) const;
+};
+
+/// Reads the UDFs of a format. A failure is tolerated: one other than "not found" is an error line
+/// on standard error, anything else a trace of the helper's own file.
+UdfsOfFormat readUdfsOfFormat( const Agent::TraceHandle& apiTraceHandle,
+                               const Shim::CallSite& site,
+                               Agent::U32 moduleUnit,
+                               bcm_udf_abstract_pkt_format_t absPktFmt );
 
 } // namespace PeloraTcam
