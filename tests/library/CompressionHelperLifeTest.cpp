@@ -2,8 +2,8 @@
 // attributes, and its three ways to be made.
 
 #include "PeloraTcam/PeloraTcamSdk6CompressionHelper.h"
-#include "agent/base/SlabAllocator.h"
 #include "agent/base/TypeRegistry.h"
+#include "tests/library/HelperLife.h"
 #include "tests/library/NodeFlags.h"
 #include "tests/library/VirtualSlots.h"
 
@@ -39,24 +39,6 @@ TEST( CompressionLifeTest, BuiltTable_HasTheOperationsInTheirOrder )
                               "PeloraTcamSdk6CompressionHelper::handleInitialized" ) );
 }
 
-void expectCounted( const std::function< Agent::Ptr< Agent::Node >() >& make )
-{
-    const std::size_t count = Helper::memAllocationTracker_.count();
-    const std::size_t bytes = Helper::memAllocationTracker_.bytes();
-    const std::size_t live = Agent::slabUse( typeid( Helper ).name() ).live;
-    {
-        const Agent::Ptr< Agent::Node > helper = make();
-        ASSERT_TRUE( helper );
-        EXPECT_NE( dynamic_cast< Helper* >( helper.get() ), nullptr );
-        EXPECT_EQ( Helper::memAllocationTracker_.count(), count + 1 );
-        EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes + sizeof( Helper ) );
-        EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live + 1 );
-    }
-    EXPECT_EQ( Helper::memAllocationTracker_.count(), count );
-    EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes );
-    EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live );
-}
-
 TEST( CompressionLifeTest, Destroy_InPlace_MarksTheNodeAsBeingDestroyed )
 {
     EXPECT_EQ( flagsAfterDestruction< Helper >( Agent::U8{ 7 }, FapId( 9 ) ), 0x20000000U );
@@ -64,12 +46,12 @@ TEST( CompressionLifeTest, Destroy_InPlace_MarksTheNodeAsBeingDestroyed )
 
 TEST( CompressionLifeTest, Creator_NewAndLastPtr_CountsGoUpAndBack )
 {
-    expectCounted( [] { return newHelper(); } );
+    expectCounted< Helper >( [] { return newHelper(); } );
 }
 
 TEST( CompressionLifeTest, Factory_NewAndLastPtr_CountsGoUpAndBack )
 {
-    expectCounted(
+    expectCounted< Helper >(
         [] { return PeloraTcam::peloraTcamSdk6CompressionHelperFactory( 7, FapId( 9 ) ); } );
 }
 
@@ -80,7 +62,7 @@ TEST( CompressionLifeTest, Registry_Construct_MakesItFromItsArguments )
     const Agent::U8 pipe = 1;
     const FapId fapId( 2 );
     const void* const arguments[] = { &pipe, &fapId };
-    expectCounted( [ & ] { return Agent::construct( *type, arguments ); } );
+    expectCounted< Helper >( [ & ] { return Agent::construct( *type, arguments ); } );
     const Agent::Ptr< Agent::Node > node = Agent::construct( *type, arguments );
     const auto& helper = dynamic_cast< const Helper& >( *node );
     EXPECT_EQ( helper.pipeId(), 1U );

@@ -2,14 +2,13 @@
 // attributes, and its three ways to be made.
 
 #include "PeloraTcam/PeloraTcamSdk6CounterHelper.h"
-#include "agent/base/SlabAllocator.h"
 #include "agent/base/TypeRegistry.h"
 #include "agent/tcam/InitFuncs.h"
+#include "tests/library/HelperLife.h"
 #include "tests/library/NodeFlags.h"
 #include "tests/library/VirtualSlots.h"
 
 #include <algorithm>
-#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -52,24 +51,6 @@ TEST( Sdk6CounterLifeTest, BuiltTable_HasTheOperationsInTheirOrder )
                               "PeloraTcamSdk6CounterHelper::handleInitialized" ) );
 }
 
-void expectCounted( const std::function< Agent::Ptr< Agent::Node >() >& make )
-{
-    const std::size_t count = Helper::memAllocationTracker_.count();
-    const std::size_t bytes = Helper::memAllocationTracker_.bytes();
-    const std::size_t live = Agent::slabUse( typeid( Helper ).name() ).live;
-    {
-        const Agent::Ptr< Agent::Node > helper = make();
-        ASSERT_TRUE( helper );
-        EXPECT_NE( dynamic_cast< Helper* >( helper.get() ), nullptr );
-        EXPECT_EQ( Helper::memAllocationTracker_.count(), count + 1 );
-        EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes + sizeof( Helper ) );
-        EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live + 1 );
-    }
-    EXPECT_EQ( Helper::memAllocationTracker_.count(), count );
-    EXPECT_EQ( Helper::memAllocationTracker_.bytes(), bytes );
-    EXPECT_EQ( Agent::slabUse( typeid( Helper ).name() ).live, live );
-}
-
 TEST( Sdk6CounterLifeTest, Destroy_InPlace_MarksTheNodeAsBeingDestroyed )
 {
     EXPECT_EQ( flagsAfterDestruction< Helper >( Agent::U8{ 7 }, Agent::U32{ 9 }, ChipInfo() ),
@@ -78,8 +59,8 @@ TEST( Sdk6CounterLifeTest, Destroy_InPlace_MarksTheNodeAsBeingDestroyed )
 
 TEST( Sdk6CounterLifeTest, CreatorAndFactory_NewAndLastPtr_CountsGoUpAndBack )
 {
-    expectCounted( [] { return newHelper(); } );
-    expectCounted(
+    expectCounted< Helper >( [] { return newHelper(); } );
+    expectCounted< Helper >(
         [] { return PeloraTcam::peloraTcamSdk6CounterHelperFactory( 7, 9, ChipInfo() ); } );
 }
 
@@ -91,7 +72,7 @@ TEST( Sdk6CounterLifeTest, Registry_Construct_MakesItFromItsArguments )
     const Agent::U32 unit = 2;
     const ChipInfo chipInfo;
     const void* const arguments[] = { &pipe, &unit, &chipInfo };
-    expectCounted( [ & ] { return Agent::construct( *type, arguments ); } );
+    expectCounted< Helper >( [ & ] { return Agent::construct( *type, arguments ); } );
     const Agent::Ptr< Agent::Node > node = Agent::construct( *type, arguments );
     const auto& helper = dynamic_cast< const Helper& >( *node );
     EXPECT_EQ( helper.pipeId(), 1U );
@@ -115,20 +96,6 @@ TEST( Sdk6CounterLifeTest, TypeData_AnyObject_IsTheOneRecordOfTheModule )
         attributes.push_back( attribute.name );
     }
     EXPECT_THAT( attributes, ElementsAre( "chipInfo", "evictionHelper", "pipeId", "unit" ) );
-}
-
-template< class Value >
-void expectReadable( const char* attribute, const Value& expected, const Helper& helper )
-{
-    auto& node = const_cast< Helper& >( helper );
-    Value value{};
-    EXPECT_EQ( Agent::attributeOperation( node, attribute, AttributeOperation::create, &value ),
-               1 );
-    EXPECT_EQ( Agent::attributeOperation( node, attribute, AttributeOperation::remove, &value ),
-               1 );
-    EXPECT_EQ( value, Value{} );
-    EXPECT_EQ( Agent::attributeOperation( node, attribute, AttributeOperation::read, &value ), 0 );
-    EXPECT_EQ( value, expected );
 }
 
 TEST( Sdk6CounterLifeTest, Attributes_OfTheBase_AreReadableOnly )
