@@ -47,6 +47,34 @@ std::string reasonOf( const YAML::Exception& error, const std::string& text )
     return withoutTrailingBlanks( error.msg );
 }
 
+bool isControl( char letter )
+{
+    const bool isLineEndOrTab = letter == '\n' || letter == '\r' || letter == '\t';
+    return ( letter >= 0 && letter < ' ' && !isLineEndOrTab ) || letter == 0x7F;
+}
+
+/// Refuses what YAML has no place for. The parser would take some of it for the end of the text,
+/// and zeros for a sign of letters of two or four bytes, and then be wrong about the rest.
+void refuseControls( const std::string& file, const std::string& text )
+{
+    const auto found = std::ranges::find_if( text, isControl );
+    if ( found == text.end() ) {
+        return;
+    }
+    const std::string before( text.begin(), found );
+    const std::size_t lineEnd = before.rfind( '\n' ); // Plus one is 0 if there is none.
+    const auto continues = []( char letter ) { return ( letter & 0xC0 ) == 0x80; };
+    const auto first = before.begin() + static_cast< std::ptrdiff_t >( lineEnd + 1 );
+    const auto letters = before.end() - first - std::count_if( first, before.end(), continues );
+    constexpr std::string_view digits = "0123456789abcdef";
+    throw InputError( file,
+                      1 + static_cast< int >( std::ranges::count( before, '\n' ) ),
+                      1 + static_cast< int >( letters ),
+                      std::string( "not YAML: the control character 0x" ) +
+                          digits[ static_cast< std::size_t >( *found >> 4 ) ] +
+                          digits[ static_cast< std::size_t >( *found & 0xF ) ] );
+}
+
 std::string contentOf( const std::string& path )
 {
     std::error_code ignored;
@@ -192,6 +220,7 @@ YamlDocument::YamlDocument( YamlNode root )
 
 YamlDocument YamlDocument::fromText( const std::string& file, const std::string& text )
 {
+    refuseControls( file, text );
     YamlTreeBuilder builder( file );
     try {
         std::istringstream stream( text );

@@ -300,6 +300,18 @@ TEST( YamlDocumentTest, FromText_TabIndents_IsRefusedWithThatReason )
     EXPECT_EQ( parseError( "a: 1\nb: c: d\t\n" ), "f:2:5: not YAML: illegal map value" );
 }
 
+TEST( YamlDocumentTest, FromText_ControlCharacters_AreRefusedWithPosition )
+{
+    const auto withByte = []( char byte ) { return std::string( "a: 1\nb: x" ) + byte + "y\n"; };
+    EXPECT_EQ( parseError( withByte( '\x00' ) ), "f:2:5: not YAML: the control character 0x00" );
+    EXPECT_EQ( parseError( withByte( '\x04' ) ), "f:2:5: not YAML: the control character 0x04" );
+    EXPECT_EQ( parseError( withByte( '\x1F' ) ), "f:2:5: not YAML: the control character 0x1f" );
+    EXPECT_EQ( parseError( withByte( '\x7F' ) ), "f:2:5: not YAML: the control character 0x7f" );
+    EXPECT_EQ( parseError( "\x01" ), "f:1:1: not YAML: the control character 0x01" );
+    EXPECT_EQ( parseError( "\u00e9\u20ac\x02" ), "f:1:3: not YAML: the control character 0x02" );
+    EXPECT_EQ( parseError( "a: x\ty # \u00e9\r\nb: 2\r\n" ), "no error" );
+}
+
 TEST( YamlDocumentTest, FromText_VeryDeepNesting_IsRefused )
 {
     EXPECT_THAT( parseError( std::string( 100000, '[' ) ), testing::StartsWith( "f:1:" ) );
