@@ -67,7 +67,7 @@ const Sim::ChipProfile& anyProfile( Soak::Choices& choices )
     return profiles[ choices.below( profiles.size() ) ];
 }
 
-constexpr std::uint64_t mostOperations = 2000;
+constexpr std::uint64_t mostOperations = 400;
 
 } // namespace
 } // namespace Fuzz
