@@ -3,8 +3,6 @@
 /// What a run has done, counted.
 
 #include <cstdint>
-#include <map>
-#include <string_view>
 
 namespace Soak {
 
@@ -18,7 +16,6 @@ struct Tally
     std::uint64_t audits = 0;
     std::uint64_t comparisons = 0; ///< of whole chips before and after an operation
     std::uint64_t logMessages = 0; ///< raised by the library
-    std::map< std::string_view, std::uint64_t > byKind; ///< operations
 };
 
 } // namespace Soak
