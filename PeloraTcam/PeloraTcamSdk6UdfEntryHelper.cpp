@@ -192,6 +192,7 @@ void UdfModuleCreation::findPktFmtToShare()
 {
     for ( auto entry = pktFmtIdToUdfId_.begin(); entry != pktFmtIdToUdfId_.end(); ) {
         const PktFmtId key = entry->first;
+        const Agent::U64 changes = pktFmtIdToUdfId_.changes();
         traceUdf( 8, " Looking at pkt fmt id: ", key );
         bcm_udf_pkt_format_info_t tmpFmt;
         Shim::sdk_->bcm_udf_pkt_format_info_t_init( &tmpFmt );
@@ -204,8 +205,9 @@ void UdfModuleCreation::findPktFmtToShare()
             traceUdf( 8, " Found Pkt format: ", pktFmtId );
             return;
         }
-        // By its key: while the SDK was called, with the locks released, the entry may have gone.
-        entry = pktFmtIdToUdfId_.after( key );
+        // By its key if, while the SDK was called with the locks released, entries came or went.
+        const bool isValid = pktFmtIdToUdfId_.changes() == changes;
+        entry = isValid ? std::next( entry ) : pktFmtIdToUdfId_.after( key );
     }
 }
 
