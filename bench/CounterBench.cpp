@@ -58,15 +58,17 @@ void allocateAndFree( Helper& counters )
 
 // By hand each operation is a function too, and no more a part of the measuring loop than ours.
 
-/// The result is made as the helper has to make it: the caller gets the set that was allocated.
+/// The result is made as the helper has to make it: the caller gets the set that was allocated. The
+/// SDK's group is asked of the agent, which alone knows it.
 [[gnu::noinline]] CounterInfo allocateByHand( const CounterSet& set )
 {
     CounterInfo info;
     info.counterSet = set;
     bcm_field_stat_t stat = Shim::sdk_->bcmFieldStatPackets();
     int statId = 0;
+    const int group = PeloraTcam::getGroupIdMap().getHardwareGroupId( logicalGroup );
     int rc = withLocksByHand(
-        [ & ] { return Shim::sdk_->bcm_field_stat_create( unit, 3, 1, &stat, &statId ); } );
+        [ & ] { return Shim::sdk_->bcm_field_stat_create( unit, group, 1, &stat, &statId ); } );
     rc |= withLocksByHand(
         [ & ] { return Shim::sdk_->bcm_field_entry_stat_attach( unit, entry, statId ); } );
     benchmark::DoNotOptimize( rc );
