@@ -25,7 +25,7 @@ std::string inDecimal( double value, int digits )
 void printCells( std::ostream& stream, const std::vector< std::string >& cells )
 {
     constexpr int nameWidth = 54;
-    constexpr int cellWidth = 12;
+    constexpr int cellWidth = 10;
     stream << std::left << std::setw( nameWidth ) << cells.front() << std::right;
     for ( std::size_t i = 1; i < cells.size(); ++i ) {
         stream << std::setw( cellWidth ) << cells[ i ];
@@ -101,8 +101,8 @@ bool printPairTable( std::ostream& stream,
                   "ratio",
                   "budget",
                   "allocs/op",
-                  "ours instr",
-                  "floor instr",
+                  "instr",
+                  "by hand",
                   "" } );
     for ( const Row& row : rows() ) {
         const auto ours = measurements.find( oursOf( row ) );
