@@ -78,6 +78,19 @@ TEST_F( UdfModuleHelperTest, Life_OfAHashingUdf_GoesThroughAllOperations )
     EXPECT_EQ( helper->pktFmtIdToUdfId()->pktFmtIds(), 0U );
 }
 
+TEST_F( UdfModuleHelperTest, Verify_OfAnotherUdfThanMade_Dies )
+{
+    const QualIdList quals = helper->programUdfInHw( lagDescOf() );
+    UdfDesc longer = lagDescOf();
+    longer.lengthIs( 4 );
+    expectAssertion( { udfSource, "PeloraTcam::udfQualProgrammedInHwUdfModule", "" },
+                     "udf.width() == ( length * 8 )",
+                     [ & ] { helper->verifyProgrammedUdf( longer, quals ); } );
+    expectAssertion( { udfSource, "PeloraTcam::udfLagHashingProgrammedInModule", "" },
+                     "udfDesc.length() == hash_config.mask_length()",
+                     [ & ] { helper->verifyLagHashingUdf( longer, quals ); } );
+}
+
 TEST_F( UdfModuleHelperTest, Unit_OfProgramming_IsTheModuleId )
 {
     const auto other = UdfModuleHelper::UdfModuleHelperIs( 0xFFFF, 3, false );

@@ -176,6 +176,16 @@ TEST_F( UdfCommonTest, GetUdfDataAndMask_Any_GivesTheLow16BitsOfTheLengthAlsoOnF
     }
 }
 
+TEST_F( UdfCommonTest, GetUdfDataAndMask_NoLengthFromTheSdk_GivesZero )
+{
+    sdk.on.bcm_field_qualify_udf_get = []( int, int, int, int, uint8_t*, uint8_t*, int* ) {
+        return -7;
+    };
+    unsigned short actual = 4711;
+    EXPECT_EQ( PeloraTcam::getUdfDataAndMask( 5, 11, 12, 2, nullptr, nullptr, &actual ), -7 );
+    EXPECT_EQ( actual, 0 );
+}
+
 TEST_F( UdfCommonTest, Ids_OfAgentAndSdk_AreTheSameNumbers )
 {
     for ( const int id : { 0, 1, -1, 0x7FFFFFFF } ) {
