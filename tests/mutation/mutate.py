@@ -84,7 +84,7 @@ class MutationRun:
         for mutant in chosen:
             waiting.put(mutant)
         threads = [
-            threading.Thread(target=self.work, args=(waiting, f"mut{worker}"))
+            threading.Thread(target=self.work, args=(waiting, f"mut{worker}"), daemon=True)
             for worker in range(workers)
         ]
         self.failure = None

@@ -4,8 +4,10 @@ import os
 import unittest
 
 from explained import key_of, read_explained
-from mutate import CAUGHT, EXPLAINED, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED, judge, sources_of
+from mutate import CAUGHT, EXPLAINED, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED
+from mutate import MutationRun, judge, sources_of
 from mutations import Mutant, mutants_of
+from trials import BaselineError
 
 MUTANT = Mutant("PeloraTcam/A.cpp", "swap", 7, 0, 0, "", "a(); b();", "b(); a();")
 
@@ -43,6 +45,38 @@ class JudgementTest(unittest.TestCase):
     def test_Survivor_IsListedAsAnEntry(self):
         _, output = judged(caught=1, survived=1)
         self.assertIn("PeloraTcam/A.cpp | swap\n- a(); b();\n+ b(); a();\n", output)
+
+
+class MadeUpRun(MutationRun):
+    """A run whose mutants meet the outcomes that are given, or a failure."""
+
+    def __init__(self, outcome):
+        base = type("Base", (), {"work": "/nowhere"})
+        super().__init__(base, None, None, {}, {})
+        self.outcome = outcome
+
+    def try_one(self, mutant, folder):
+        if isinstance(self.outcome, Exception):
+            raise self.outcome
+        return self.outcome, ""
+
+
+class RunTest(unittest.TestCase):
+    def tried(self, outcome, minutes):
+        run = MadeUpRun(outcome)
+        with contextlib.redirect_stdout(io.StringIO()):
+            run.run([MUTANT] * 9, 2, minutes)
+        return [result for _, result, _ in run.results]
+
+    def test_Mutants_AreTriedOnceEach(self):
+        self.assertEqual(self.tried(CAUGHT, minutes=1), [CAUGHT] * 9)
+
+    def test_Time_ThatIsUp_StartsNone(self):
+        self.assertEqual(self.tried(CAUGHT, minutes=0), [])
+
+    def test_Failure_OfATrial_EndsTheRun(self):
+        with self.assertRaises(BaselineError):
+            self.tried(BaselineError("no"), minutes=1)
 
 
 class ExplainedListTest(unittest.TestCase):
