@@ -66,7 +66,7 @@ TEST_F( SdkCounterObjectManagerTest, CounterObjectIs_MadeByAnotherDuringTheCall_
 {
     bool isFirst = true;
     sdk.on.bcm_flexctr_action_create =
-        [ & ]( int u, uint32_t options, bcm_flexctr_action_t* action, uint32_t* object ) {
+        [ & ]( int u, int options, bcm_flexctr_action_t* action, uint32_t* object ) {
             if ( std::exchange( isFirst, false ) ) {
                 const Agent::LockAnchor otherThread( Agent::activityLock() );
                 EXPECT_EQ( make( 3 ), 0 );
