@@ -84,7 +84,7 @@ void registerSide( const std::string& name, const Scene& scene, Operation operat
         const std::uint64_t before = allocationCount();
         countingBegins();
         measure( state, operation );
-        countingEnds( name, state.iterations() );
+        countingEnds( name, static_cast< std::uint64_t >( state.iterations() ) );
         const auto allocations = static_cast< double >( allocationCount() - before );
         state.counters[ allocationCounter ] =
             benchmark::Counter( allocations, benchmark::Counter::kAvgIterations );
