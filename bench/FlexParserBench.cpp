@@ -107,17 +107,22 @@ uint32_t chunksOf( const bcm_udf_cbmp_t& set )
     return chunks;
 }
 
-uint32_t freeChunksHsdk( bcm_udf_abstract_pkt_format_t format )
+bcm_udf_multi_abstract_pkt_format_info_t readFormatHsdk( bcm_udf_abstract_pkt_format_t format )
 {
     bcm_udf_multi_abstract_pkt_format_info_t info;
     Shim::sdk_->bcm_udf_multi_abstract_pkt_format_info_t_init( &info );
     withLocksByHand( [ & ] {
         return Shim::sdk_->bcm_udf_multi_abstract_pkt_format_info_get( unit, format, &info );
     } );
-    return chunksOf( info.chunk_2b_bmap_avail() );
+    return info;
 }
 
-void programAndRemoveByHand( const UdfDesc& desc )
+uint32_t freeChunksHsdk( bcm_udf_abstract_pkt_format_t format )
+{
+    return chunksOf( readFormatHsdk( format ).chunk_2b_bmap_avail() );
+}
+
+[[gnu::noinline]] void programAndRemoveByHand( const UdfDesc& desc )
 {
     const auto format = Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
     bcm_udf_chunk_info_t chosen;
@@ -140,14 +145,17 @@ void programAndRemoveByHand( const UdfDesc& desc )
     benchmark::DoNotOptimize( free );
 }
 
-void programAndRemoveByHandHsdk( const UdfDesc& desc )
+[[gnu::noinline]] void programAndRemoveByHandHsdk( const UdfDesc& desc )
 {
     const auto format = Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
     bcm_udf_multi_chunk_info_t chosen;
     Shim::sdk_->bcm_udf_multi_chunk_info_t_init( &chosen );
     chosen.offsetIs( desc.offset() * 8U );
-    const uint32_t lowest = lowestOf( freeChunksHsdk( format ) ) & freeChunksHsdk( format );
-    Shim::sdk_->BCM_UDF_CBMP_CHUNK_ADD( chosen.two_byte_chunk_bmap(), std::countr_zero( lowest ) );
+    const int lowest = std::countr_zero( freeChunksHsdk( format ) );
+    const auto before = readFormatHsdk( format );
+    if ( Shim::sdk_->BCM_UDF_CBMP_CHUNK_TEST( before.chunk_2b_bmap_avail(), lowest ) ) {
+        Shim::sdk_->BCM_UDF_CBMP_CHUNK_ADD( chosen.two_byte_chunk_bmap(), lowest );
+    }
     chosen.abstract_pkt_formatIs( format );
     bcm_udf_id_t id = 0;
     withLocksByHand(
@@ -160,7 +168,8 @@ void programAndRemoveByHandHsdk( const UdfDesc& desc )
     withLocksByHand(
         [ & ] { return Shim::sdk_->bcm_udf_multi_chunk_info_get( unit, id, &made ); } );
     withLocksByHand( [ & ] { return Shim::sdk_->bcm_udf_destroy( unit, id ); } );
-    free &= chunksOf( made.two_byte_chunk_bmap() ) & freeChunksHsdk( format );
+    free &= chunksOf( made.two_byte_chunk_bmap() );
+    free |= freeChunksHsdk( format );
     benchmark::DoNotOptimize( free );
 }
 

@@ -20,7 +20,7 @@ namespace {
 /// Between the number of operations and the benchmark's name in the reason of a dump.
 constexpr char separator = '|';
 
-/// What callgrind's files say, one item a line (its manual, "Callgrind Format Specification").
+/// What callgrind's files say, one item a line (its manual, on the format of the files).
 constexpr std::string_view reasonKey = "desc: Trigger: Client Request: ";
 constexpr std::string_view countKey = "summary: ";
 

@@ -8,7 +8,7 @@
 /// and do nothing. A second run reads the files and puts the counts into the table of times.
 ///
 ///     valgrind --tool=callgrind --callgrind-out-file=out/callgrind pelora-bench
-///         --benchmark_repetitions=1 --benchmark_min_time=0.0001
+///         --benchmark_repetitions=1 --benchmark_min_time=0.02
 ///     pelora-bench --instructions=out
 
 #include <cstdint>

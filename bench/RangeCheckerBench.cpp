@@ -26,7 +26,7 @@ PeloraTcam::PeloraTcamRangeCheckerHelper& helper()
     return *instance;
 }
 
-void allocateAndReleaseByHand( int unit )
+[[gnu::noinline]] void allocateAndReleaseByHand( int unit )
 {
     bcm_range_config_t conf;
     Shim::sdk_->bcm_range_config_t_init( &conf );

@@ -13,8 +13,9 @@
 
 #include "sim/BuiltInProfiles.h"
 
-#include <chrono>
+#include <algorithm>
 #include <cstdlib>
+#include <ctime>
 #include <iomanip>
 #include <iostream>
 #include <limits>
@@ -86,17 +87,15 @@ void programOnce( const Row& row, const std::vector< FilterRule >& rules, Times&
 /// The calls that programming makes, made again on a chip that is as the first one was.
 void makeTheCallsByHand( const Row& row, const std::vector< FilterRule >& rules, Times& times )
 {
-    Bench::CallTape* tape = nullptr;
     RuleScene recorded( Sim::builtInProfile( row.profile ) );
-    Bench::CallTape recorder( *Shim::sdk_ );
-    tape = &recorder;
-    Shim::sdk_ = tape;
+    Bench::CallTape tape( *Shim::sdk_ );
+    Shim::sdk_ = &tape;
     const auto report = recorded.programmer().program( rules, optionsOf( row ) );
-    times.calls = tape->functions();
+    times.calls = tape.functions();
 
     std::size_t failed = 0;
     recorded.chipIs( Sim::builtInProfile( row.profile ) );
-    times.floor = std::min( times.floor, secondsOf( [ & ] { failed = tape->playByHand(); } ) );
+    times.floor = std::min( times.floor, secondsOf( [ & ] { failed = tape.playByHand(); } ) );
     if ( failed != 0 && report.programmed == report.rules ) {
         std::cerr << failed << " calls failed by hand that had not failed before\n";
         std::exit( 1 );
@@ -123,7 +122,7 @@ int main( int argc, char** argv )
         return 2;
     }
     const std::vector< FilterRule > rules = Tool::filterRulesOf( Tool::readRuleSet( argv[ 1 ] ) );
-    const int repetitions = argc > 2 ? std::atoi( argv[ 2 ] ) : 5;
+    const int repetitions = argc > 2 ? std::atoi( argv[ 2 ] ) : 7;
     std::cout << rules.size() << " rules of " << argv[ 1 ] << "\n"
               << "programming                             rules/s  by hand/s   ratio  calls/rule"
                  "  programmed\n";

@@ -204,9 +204,10 @@ void removeByHand( bcm_udf_id_t udfId, PktFmtIdToUdfId& map )
 }
 
 template< class Besides >
-void programAndRemoveByHand( const UdfDesc& udfDesc,
-                             const std::vector< bcm_udf_pkt_format_id_t >& formats,
-                             PktFmtIdToUdfId& map )
+[[gnu::noinline]] void
+programAndRemoveByHand( const UdfDesc& udfDesc,
+                        const std::vector< bcm_udf_pkt_format_id_t >& formats,
+                        PktFmtIdToUdfId& map )
 {
     Besides::asked( udfDesc );
     RequestByHand asked;
