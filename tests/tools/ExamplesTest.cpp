@@ -37,7 +37,8 @@ TEST( ExampleOfUdfs, Run_ToItsEnd_LeavesAnEmptyChip )
     const ToolResult result = ToolFolder().run(
         { "run", "--json", PELORA_SOURCE_DIR "/examples/user-defined-fields.yaml" } );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
-    for ( const auto& [ resource, occupancy ] : result.json().at( "chip" ).items() ) {
+    const auto occupancies = result.json().at( "chip" );
+    for ( const auto& [ resource, occupancy ] : occupancies.items() ) {
         EXPECT_EQ( occupancy.at( "used" ), 0 ) << resource;
     }
 }
@@ -48,7 +49,8 @@ TEST( ExampleOfThreeChips, Compare_ToItsEnd_LeavesEmptyChips )
         ToolFolder().run( { "compare", "--json", PELORA_SOURCE_DIR "/examples/three-chips.yaml" } );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     ASSERT_EQ( result.json().at( "chips" ).size(), 3U );
-    for ( const auto& run : result.json().at( "chips" ) ) {
+    const auto runs = result.json().at( "chips" );
+    for ( const auto& run : runs ) {
         for ( const auto& [ resource, occupancy ] : run.at( "chip" ).items() ) {
             EXPECT_EQ( occupancy.at( "used" ), 0 ) << resource;
         }
@@ -70,7 +72,8 @@ class ExampleOfRules : public testing::TestWithParam< const char* >
         EXPECT_EQ( import.at( "programmed" ), import.at( "rules" ) );
         EXPECT_EQ( import.at( "counters" ), import.at( "rules" ) );
         EXPECT_EQ( import.at( "policers" ).at( "made" ), import.at( "rules" ) );
-        for ( const auto& [ resource, occupancy ] : result.json().at( "chip" ).items() ) {
+        const auto occupancies = result.json().at( "chip" );
+        for ( const auto& [ resource, occupancy ] : occupancies.items() ) {
             EXPECT_EQ( occupancy.at( "used" ), 0 ) << resource;
         }
     }

@@ -201,7 +201,8 @@ TEST( ImportRules, Run_ChipFailsForAnotherReason_IsAnErrorAndLeavesNothing )
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( result.json().at( "steps" ).at( 0 ).at( "text" ),
                "bcm_range_create: BCM_E_TIMEOUT (-9), Operation timed out" );
-    for ( const auto& [ resource, occupancy ] : result.json().at( "chip" ).items() ) {
+    const auto occupancies = result.json().at( "chip" );
+    for ( const auto& [ resource, occupancy ] : occupancies.items() ) {
         EXPECT_EQ( occupancy.at( "used" ), 0 ) << resource;
     }
 }
@@ -222,7 +223,8 @@ TEST( RemoveRules, Run_OnEitherVariant_LeavesNothing )
         EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "text" ),
                    "removed; 0 packets, 0 bytes counted" );
         EXPECT_EQ( result.json().at( "steps" ).at( 2 ).at( "audited" ), 0 );
-        for ( const auto& [ resource, occupancy ] : result.json().at( "chip" ).items() ) {
+        const auto occupancies = result.json().at( "chip" );
+        for ( const auto& [ resource, occupancy ] : occupancies.items() ) {
             EXPECT_EQ( occupancy.at( "used" ), 0 ) << chip << " " << resource;
         }
     }
