@@ -258,7 +258,7 @@ TEST( ScenarioRun, Run_OnATerminalWithAWidth_FoldsWhatIsLonger )
         HasSubstr( "\r\n      assertion: PeloraTcam/PeloraTcamSdk6RangeCheckerHelper.cpp:" ) );
     // What follows stands under it. Where it is folded depends on how the compiler writes types.
     EXPECT_THAT( result.output, HasSubstr( "\r\n                 " ) );
-    EXPECT_THAT( result.output, HasSubstr( "PeloraTcam::RangeCheckerData>" ) );
+    EXPECT_THAT( result.output, HasSubstr( "RangeCheckerData>" ) );
     EXPECT_THAT( result.output, HasSubstr( " failed.\r\n      process:   ended by SIGABRT" ) );
     // One word is longer than the room for it; nothing else is.
     std::istringstream lines( result.output );
