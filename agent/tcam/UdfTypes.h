@@ -296,6 +296,18 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
     using Ptr = Agent::Ptr< PktFmtIdToUdfId >;
     using PtrConst = Agent::Ptr< const PktFmtIdToUdfId >;
 
+    PktFmtIdToUdfId() = default;
+    PktFmtIdToUdfId( const PktFmtIdToUdfId& ) = default;
+    ~PktFmtIdToUdfId() = default;
+
+    /// Takes over the entries of another map; that counts as one change.
+    PktFmtIdToUdfId& operator=( const PktFmtIdToUdfId& other )
+    {
+        udfs_ = other.udfs_;
+        ++changes_;
+        return *this;
+    }
+
     /// Sets or replaces the UDFs of a packet format.
     void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, const UdfIdList& udfs )
     {
@@ -337,7 +349,8 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
 
     [[nodiscard]] auto end() const { return udfs_.end(); }
 
-    /// How often entries have been set or removed. While it stays the same, so do iterators.
+    /// How often entries have been set, removed (though there may have been none) or taken over.
+    /// While it stays the same, iterators stay valid.
     [[nodiscard]] Agent::U64 changes() const { return changes_; }
 
     /// The first entry behind that packet format, which need not be there itself: so entries may

@@ -282,6 +282,12 @@ TEST( UdfTypesTest, PktFmtIdToUdfId_Changes_CountsEverySettingAndRemoval )
     EXPECT_EQ( map.changes(), 2U );
     map.pktFmtIdToUdfIdDel( PktFmtId( 3 ) );
     EXPECT_EQ( map.changes(), 3U );
+
+    PktFmtIdToUdfId other;
+    other.pktFmtIdToUdfIdIs( PktFmtId( 5 ), udfs );
+    map = other;
+    EXPECT_EQ( map.changes(), 4U );
+    EXPECT_TRUE( map.pktFmtIdToUdfIdHas( PktFmtId( 5 ) ) );
 }
 
 TEST( UdfTypesTest, PktFmtIdToUdfId_SharedByPtr_IsReadOnlyByPtrConst )
