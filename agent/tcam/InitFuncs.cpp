@@ -9,6 +9,7 @@ namespace PeloraTcam {
 
 namespace {
 
+/// One that has been taken out again keeps its place, and is null.
 struct Registration
 {
     std::string typeName;
@@ -29,10 +30,10 @@ const Agent::Ptr< BaseSdk6InitFunc >& registeredInitFunc( std::string_view typeN
 
 void registeredInitFuncIs( std::string_view typeName, Agent::Ptr< BaseSdk6InitFunc > initFunc )
 {
-    std::erase_if( registrations, [ & ]( const Registration& registration ) {
-        return registration.typeName == typeName;
-    } );
-    if ( initFunc ) {
+    const auto found = std::ranges::find( registrations, typeName, &Registration::typeName );
+    if ( found != registrations.end() ) {
+        found->initFunc = std::move( initFunc );
+    } else if ( initFunc ) {
         registrations.push_back( { std::string( typeName ), std::move( initFunc ) } );
     }
 }

@@ -16,7 +16,8 @@ namespace PeloraTcam {
 inline constexpr std::string_view baseSdk6InitFuncName = "PeloraTcam::BaseSdk6InitFunc";
 
 /// The initialiser object registered under a type name; null if there is none. Valid until the next
-/// registration, as a reading of a counter asks for it and must not pay for a reference.
+/// registration, which may come whenever the locks are released: copy it to keep it over that.
+/// (Each reading of a counter asks for it, and should not pay for a reference.)
 [[nodiscard]] AGENT_EXPORT const Agent::Ptr< BaseSdk6InitFunc >&
 registeredInitFunc( std::string_view typeName );
 
