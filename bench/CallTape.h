@@ -85,6 +85,9 @@ class CallTape final : public Shim::ForwardingSdk
     /// How many SDK functions were called, each with the locks released.
     [[nodiscard]] std::size_t functions() const { return calls_.size(); }
 
+    /// How many of them failed.
+    [[nodiscard]] std::size_t failed() const { return failed_; }
+
     /// Makes all calls again, in their order, through `Shim::sdk_`, as one would by hand. Gives how
     /// many failed. Once only: what a call has written into its records stays there.
     std::size_t playByHand()
@@ -101,7 +104,9 @@ class CallTape final : public Shim::ForwardingSdk
     int name parameters override                                                                   \
     {                                                                                              \
         record( &Shim::SdkAccess::name, std::tie arguments );                                      \
-        return next().name arguments;                                                              \
+        const int rc = next().name arguments;                                                      \
+        failed_ += rc < 0 ? 1U : 0U;                                                               \
+        return rc;                                                                                 \
     }
 #include "sdk/SdkFunctions.def"
 
@@ -139,6 +144,7 @@ class CallTape final : public Shim::ForwardingSdk
     }
 
     std::vector< std::function< int( Shim::SdkAccess& ) > > calls_;
+    std::size_t failed_ = 0;
 };
 
 } // namespace Bench

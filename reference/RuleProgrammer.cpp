@@ -95,7 +95,7 @@ bool RuleProgrammer::isCompressible( Table table, const IpPrefix& prefix, const 
     if ( managers_.compression == nullptr ) {
         return false;
     }
-    // What the table holds has been found not to overlap when it came in.
+    // Whoever gives a prefix a class asks this first: what the table holds does not overlap.
     const CompressionManager& compression = *managers_.compression;
     const CompressionManager::Key key( prefix.address, prefix.length );
     const bool overlaps =
