@@ -2,9 +2,9 @@
 //                 policer: { cir: 10Mbps, cbs: 64KB } }
 
 #include "tools/FilterRules.h"
-#include "tools/PolicerReader.h"
 #include "tools/RunContext.h"
 #include "tools/TextFile.h"
+#include "tools/steps/PolicerReader.h"
 #include "tools/steps/StepKinds.h"
 
 #include <filesystem>

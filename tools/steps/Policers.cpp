@@ -2,9 +2,9 @@
 // release-policer: { name: voice }
 
 #include "agent/base/TextPieces.h"
-#include "tools/PolicerReader.h"
 #include "tools/RateUnits.h"
 #include "tools/RunContext.h"
+#include "tools/steps/PolicerReader.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-#include "tools/PolicerReader.h"
+#include "tools/steps/PolicerReader.h"
 
 #include "tools/RateUnits.h"
 #include "tools/steps/EnumeratorReader.h"
