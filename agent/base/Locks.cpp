@@ -17,24 +17,35 @@ void lockObserverIs( LockObserver* observer ) noexcept
     lockObserver_.store( observer, std::memory_order_release );
 }
 
-void OwnedLock::take()
+void OwnedLock::takeAs( std::thread::id self )
 {
-    AGENT_ASSERT( !heldByThisThread() && "lock is held by this thread already" );
+    AGENT_ASSERT( !heldBy( self ) && "lock is held by this thread already" );
     mutex_.lock();
-    owner_.store( std::this_thread::get_id(), std::memory_order_relaxed );
+    owner_.store( self, std::memory_order_relaxed );
     if ( LockObserver* observer = lockObserver_.load( std::memory_order_acquire ) ) {
         observer->taken( *this );
     }
 }
 
-void OwnedLock::release()
+void OwnedLock::releaseAs( std::thread::id self )
 {
-    AGENT_ASSERT( heldByThisThread() && "lock is not held by this thread" );
+    AGENT_ASSERT( heldBy( self ) && "lock is not held by this thread" );
     if ( LockObserver* observer = lockObserver_.load( std::memory_order_acquire ) ) {
         observer->released( *this );
     }
     owner_.store( std::thread::id(), std::memory_order_relaxed );
     mutex_.unlock();
+}
+
+// Flattened: both contain the steps, and do not call them.
+[[gnu::flatten]] void OwnedLock::take()
+{
+    takeAs( std::this_thread::get_id() );
+}
+
+[[gnu::flatten]] void OwnedLock::release()
+{
+    releaseAs( std::this_thread::get_id() );
 }
 
 OwnedLock& activityLock() noexcept

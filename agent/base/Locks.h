@@ -63,7 +63,7 @@ class AGENT_EXPORT OwnedLock
     /// Whether the calling thread holds the lock.
     [[nodiscard]] bool heldByThisThread() const noexcept
     {
-        return owner_.load( std::memory_order_relaxed ) == std::this_thread::get_id();
+        return heldBy( std::this_thread::get_id() );
     }
 
     /// Whether any thread holds the lock.
@@ -76,6 +76,19 @@ class AGENT_EXPORT OwnedLock
     [[nodiscard]] const char* name() const noexcept { return name_; }
 
   private:
+    // The releasers ask once which thread they run on, and say it at each step.
+    friend class UnlockAnchor;
+    friend class MaybeGilUnlockAnchor;
+
+    [[nodiscard]] bool heldBy( std::thread::id thread ) const noexcept
+    {
+        return owner_.load( std::memory_order_relaxed ) == thread;
+    }
+
+    // take() and release() where the caller knows already that it runs on thread `self`.
+    void takeAs( std::thread::id self );
+    void releaseAs( std::thread::id self );
+
     const char* name_;
     std::mutex mutex_;
     std::atomic< std::thread::id > owner_{};
@@ -114,17 +127,19 @@ class UnlockAnchor
     /// Releases the lock, which the thread must hold (an assertion failure otherwise).
     explicit UnlockAnchor( OwnedLock& lock )
         : lock_( lock )
+        , self_( std::this_thread::get_id() )
     {
-        lock_.release();
+        lock_.releaseAs( self_ );
     }
 
     UnlockAnchor( const UnlockAnchor& ) = delete;
     UnlockAnchor& operator=( const UnlockAnchor& ) = delete;
 
-    ~UnlockAnchor() { lock_.take(); }
+    ~UnlockAnchor() { lock_.takeAs( self_ ); }
 
   private:
     OwnedLock& lock_;
+    const std::thread::id self_;
 };
 
 /// Releases the interpreter lock for its own lifetime if the calling thread holds it.
@@ -133,10 +148,11 @@ class MaybeGilUnlockAnchor
   public:
     MaybeGilUnlockAnchor()
         : lock_( interpreterLock() )
-        , wasHeld_( lock_.heldByThisThread() )
+        , self_( std::this_thread::get_id() )
+        , wasHeld_( lock_.heldBy( self_ ) )
     {
         if ( wasHeld_ ) {
-            lock_.release();
+            lock_.releaseAs( self_ );
         }
     }
 
@@ -146,12 +162,13 @@ class MaybeGilUnlockAnchor
     ~MaybeGilUnlockAnchor()
     {
         if ( wasHeld_ ) {
-            lock_.take();
+            lock_.takeAs( self_ );
         }
     }
 
   private:
     OwnedLock& lock_;
+    const std::thread::id self_;
     const bool wasHeld_;
 };
 

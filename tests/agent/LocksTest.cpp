@@ -60,7 +60,7 @@ TEST( LocksTest, Take_HeldByThisThreadAlready_IsAnAssertionFailure )
     lock.take();
 
     EXPECT_DEATH( lock.take(),
-                  "Assertion `!heldByThisThread\\(\\) && \"lock is held by this thread already\"' "
+                  "Assertion `!heldBy\\( self \\) && \"lock is held by this thread already\"' "
                   "failed" );
     lock.release();
 }
@@ -70,7 +70,7 @@ TEST( LocksTest, Release_NotHeldByThisThread_IsAnAssertionFailure )
     OwnedLock lock( "a lock" );
 
     EXPECT_DEATH( lock.release(),
-                  "Assertion `heldByThisThread\\(\\) && \"lock is not held by this thread\"' "
+                  "Assertion `heldBy\\( self \\) && \"lock is not held by this thread\"' "
                   "failed" );
 }
 
