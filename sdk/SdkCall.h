@@ -131,14 +131,14 @@ tracedCall( const Agent::TraceHandle& handle, const CallSite& site, Operation&& 
         }                                                                                          \
     }
 
-/// A checked call of an SDK function, with the text given or with the call as written.
+/// A checked call of an SDK function, which is traced and reported with the text given.
 #define SDK_CHECKED_CALL_AS( text, ... )                                                           \
     ::Shim::checkedCall(                                                                           \
         apiTraceHandle_, SDK_CALL_SITE( text ), [ & ] { return ::Shim::sdk_->__VA_ARGS__; } )
 /// The same; its text is the call as written.
 #define SDK_CHECKED_CALL( ... ) SDK_CHECKED_CALL_AS( #__VA_ARGS__, __VA_ARGS__ )
 
-/// A traced call of an SDK function, with the text given or with the call as written.
+/// A traced call of an SDK function, which is traced with the text given.
 #define SDK_TRACED_CALL_AS( text, ... )                                                            \
     ::Shim::tracedCall(                                                                            \
         apiTraceHandle_, SDK_CALL_SITE( text ), [ & ] { return ::Shim::sdk_->__VA_ARGS__; } )
