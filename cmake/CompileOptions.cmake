@@ -40,6 +40,7 @@ endif()
 
 if( PELORA_COVERAGE )
    target_compile_options( pelora_options INTERFACE --coverage -fprofile-abs-path )
-   target_link_options( pelora_options INTERFACE --coverage )
+   # Each library writes its own counters, and must not be given another's function for it.
+   target_link_options( pelora_options INTERFACE --coverage -Wl,--exclude-libs,libgcov.a )
    target_sources( pelora_options INTERFACE ${PROJECT_SOURCE_DIR}/tests/support/CoverageOnAbort.cpp )
 endif()

@@ -28,7 +28,6 @@ struct ChildRun
 [[noreturn]] inline void beChild( const std::function< void() >& function, int errors )
 {
     dup2( errors, STDERR_FILENO );
-    std::signal( SIGABRT, SIG_DFL );
     function();
     _exit( 0 );
 }
