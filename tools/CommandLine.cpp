@@ -76,6 +76,7 @@ Exit codes:
   1  a step did not
   2  bad input: nothing has been run
   3  the library ended the process although the step did not expect that
+  4  the tool itself failed: no process, no memory, no room for the output
 
 docs/scenarios.md has all steps, faults and outcomes.)";
 
@@ -93,7 +94,8 @@ constexpr const char* profilesFooter = R"(Examples:
 
 Exit codes:
   0  printed
-  2  bad input: no such profile, or something is wrong in it)";
+  2  bad input: no such profile, or something is wrong in it
+  4  the tool itself failed)";
 
 constexpr const char* mapsHelp =
     R"(Lists the library's translation maps, or prints one.
@@ -110,7 +112,8 @@ constexpr const char* mapsFooter = R"(Examples:
 
 Exit codes:
   0  printed
-  2  bad input: no such map)";
+  2  bad input: no such map
+  4  the tool itself failed)";
 
 constexpr const char* decodeTraceHelp =
     R"(Prints the ring-buffer traces in a dump or a core file.
@@ -126,7 +129,8 @@ constexpr const char* decodeTraceFooter = R"(Examples:
 Exit codes:
   0  printed
   2  bad input: the file cannot be read, holds no trace, or the trace is damaged (what can
-     be read of it is printed))";
+     be read of it is printed)
+  4  the tool itself failed)";
 
 constexpr const char* explainUdfHelp =
     R"(Says in words what a description of a user-defined field means on a chip.
@@ -152,6 +156,7 @@ Exit codes:
   1  the library or the chip refuses it; the text says why
   2  bad input: nothing has been run
   3  the library ends the process
+  4  the tool itself failed
 
 docs/scenarios.md has the names of bases, EtherTypes and protocols.)";
 
@@ -282,7 +287,8 @@ void addCompare( CLI::App& app, Command& command )
     app_->add_option( "SCENARIO", given->scenario, "The scenario, a YAML file" )
         ->type_name( "FILE" )
         ->required();
-    app_->add_option( "--chip", given->chips, "A chip profile, a name or a file; several times" )
+    app_->add_option(
+            "--chip", given->chips, "A chip profile, a name or a file; may be given several times" )
         ->type_name( "PROFILE" )
         ->allow_extra_args( false );
     app_->add_option( "--numbering",
@@ -375,7 +381,9 @@ void addExplainUdf( CLI::App& app, Command& command )
     const auto given = std::make_shared< ExplainUdfOptions >();
     CLI::App* app_ = addCommand( app, "explain-udf", explainUdfHelp, explainUdfFooter );
     addUdfKeys( app_, given );
-    app_->add_option( "--chip", given->chip, "The chip profile, a name or a file" )
+    app_->add_option( "--chip",
+                      given->chip,
+                      "The chip profile, a name or a file; not needed with --scenario" )
         ->type_name( "PROFILE" );
     app_->add_option( "--scenario",
                       given->scenario,
@@ -456,7 +464,7 @@ int runCommandLine( int argumentCount, const char* const* arguments )
     try {
         command = readCommandLine( app, argumentCount, arguments );
         if ( !command ) {
-            throw CLI::RequiredError( "A command" );
+            throw CLI::RequiredError( "a command" );
         }
     } catch ( const CLI::Success& success ) {
         // A help or the version was asked for.

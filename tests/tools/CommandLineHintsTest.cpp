@@ -76,7 +76,7 @@ TEST( CommandLineHints, Argument_IsOneTooMany_IsNamed )
 TEST( CommandLineHints, Argument_IsMissing_TheCommandsHelpIsNamed )
 {
     expectRefused( { { "decode-trace" }, "FILE is required", "pelora-tcam decode-trace --help" } );
-    expectRefused( { {}, "A command is required", "pelora-tcam --help" } );
+    expectRefused( { {}, "a command is required", "pelora-tcam --help" } );
 }
 
 } // namespace
