@@ -238,6 +238,21 @@ TEST( ExplainUdf, Run_WhatEndsTheProcess_IsToldAndEndsWithThree )
     EXPECT_EQ( with.json().at( "running" ), "--with: x" );
 }
 
+/// The first two bytes of the layer-3 header on a chip with a UDF module, and an option more.
+Arguments withOption( const std::string& option, const std::string& value )
+{
+    return { "--chip",
+             "sdk6-udf",
+             "--base",
+             "l3Header",
+             "--offset",
+             "0",
+             "--length",
+             "2",
+             option,
+             value };
+}
+
 TEST( ExplainUdf, Read_SomethingIsWrong_SaysWhatAndRunsNothing )
 {
     const std::pair< Arguments, std::string > cases[] = {
@@ -245,27 +260,9 @@ TEST( ExplainUdf, Read_SomethingIsWrong_SaysWhatAndRunsNothing )
           "pelora-tcam: --base: unknown value 'l3Heade', did you mean 'l3Header'?\n" },
         { { "--chip", "sdk6-udf", "--base", "l3Header", "--offset", "0", "--length", "256" },
           "pelora-tcam: --length: expected a whole number from 0 to 255, found '256'\n" },
-        { { "--chip",
-            "sdk6-udf",
-            "--base",
-            "l3Header",
-            "--offset",
-            "0",
-            "--length",
-            "2",
-            "--ethertype",
-            "ipv5" },
+        { withOption( "--ethertype", "ipv5" ),
           "pelora-tcam: --ethertype: unknown value 'ipv5', did you mean 'ipv4'?\n" },
-        { { "--chip",
-            "sdk6-udf",
-            "--base",
-            "l3Header",
-            "--offset",
-            "0",
-            "--length",
-            "2",
-            "--lag-mask",
-            "1,2,3,4,5" },
+        { withOption( "--lag-mask", "1,2,3,4,5" ),
           "pelora-tcam: --lag-mask: expected at most 4 mask bytes\n" },
         { { "--chip", "sdk6-udf", "--offset", "0", "--length", "2", "--base", "a\nb" },
           "pelora-tcam: --base: expected one line\n" },
@@ -274,16 +271,7 @@ TEST( ExplainUdf, Read_SomethingIsWrong_SaysWhatAndRunsNothing )
           "mean 'sdk6-udf'?\n" },
         { { "--base", "l3Header", "--offset", "0", "--length", "2" },
           "pelora-tcam: explain-udf needs --chip PROFILE or --scenario FILE\n" },
-        { { "--chip",
-            "sdk6-udf",
-            "--base",
-            "l3Header",
-            "--offset",
-            "0",
-            "--length",
-            "2",
-            "--with",
-            "{ base: l2Heder, offset: 0, length: 2 }" },
+        { withOption( "--with", "{ base: l2Heder, offset: 0, length: 2 }" ),
           "--with:1:9: unknown value 'l2Heder', did you mean 'l2Header'?\n" },
     };
     for ( const auto& [ arguments, message ] : cases ) {
