@@ -31,11 +31,10 @@ void describeTunnel( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt )
         return;
     }
     pktFmt.tunnelIs( Shim::sdk_->bcmUdfPktFormatTunnelGre() );
-    if ( udfDesc.innerEtherType() == Kvnet::EthType::ethTypeIp_ ) {
-        pktFmt.inner_ipIs( Shim::sdk_->bcmUdfPktFormatIp4() );
-    } else if ( udfDesc.innerEtherType() == Kvnet::EthType::ethTypeIp6_ ) {
-        pktFmt.inner_ipIs( Shim::sdk_->bcmUdfPktFormatIp6() );
-    }
+    // The user-defined field has been refused if it is one of another type.
+    const bool isIp4 = udfDesc.innerEtherType() == Kvnet::EthType::ethTypeIp_;
+    pktFmt.inner_ipIs( isIp4 ? Shim::sdk_->bcmUdfPktFormatIp4()
+                             : Shim::sdk_->bcmUdfPktFormatIp6() );
 }
 
 void describeHeaders( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt )
