@@ -2,6 +2,7 @@
 
 #include "agent/base/Assert.h"
 #include "agent/tcam/FlexctrServices.h"
+#include "agent/tcam/SdkFlexctrManager.h"
 #include "sdk/SdkCall.h"
 
 #include <utility>
@@ -17,21 +18,6 @@ using PeloraTcam::TcamEntryId;
 namespace {
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
-
-/// The packets that an HSDK counter of a packet type counts.
-bcm_flexctr_color_t colorOf( CounterType packetType )
-{
-    switch ( packetType ) {
-    case CounterType::greenPackets:
-        return Shim::sdk_->bcmFlexctrColorGreen();
-    case CounterType::yellowPackets:
-        return Shim::sdk_->bcmFlexctrColorYellow();
-    case CounterType::redPackets:
-        return Shim::sdk_->bcmFlexctrColorRed();
-    default:
-        return Shim::sdk_->bcmFlexctrColorAny();
-    }
-}
 
 } // namespace
 
@@ -151,7 +137,8 @@ void CounterManager::verifyFlexCounters( const CounterInfo& info ) const
     const int unit = static_cast< int >( helper_->unit() );
     const auto entry = static_cast< bcm_field_entry_t >( info.entryId );
     for ( const auto& [ type, wanted ] : info.counterSet ) {
-        const bcm_flexctr_color_t color = colorOf( PeloraTcam::packetTypeOfPair( type ) );
+        const bcm_flexctr_color_t color =
+            PeloraTcam::flexctrColorOf( PeloraTcam::packetTypeOfPair( type ) );
         const Agent::S32 recorded = helper_->getCounterHwIdx( info.entryId, type, info.stage );
         Agent::U32 object = 0;
         Agent::U32 index = 0;

@@ -79,11 +79,11 @@ using TcamGroupPriority = Agent::U32;
 /// The counters of one entry. The default stands for none.
 struct CounterInfo
 {
-    Agent::U32 counterId = 0;             ///< the SDK's id of the counter; 0 for none
+    Agent::U32 counterId = 0;             ///< the helper's number of the counter; 0 for none
     StageType stage = StageType::invalid; ///< of the entry's group
     CounterSet counterSet;                ///< what is counted
     LogicalGroupId logicalGroupId = 0;    ///< the agent's id of the entry's group
-    Agent::U32 statId = 0;                ///< the SDK's id of the statistic; 0 for none
+    Agent::U32 statId = 0;                ///< the statistic's, on HSDK the entry's; 0 for none
     TcamEntryId entryId = 0;              ///< the SDK's id of the entry
 
     friend bool operator==( const CounterInfo&, const CounterInfo& ) = default;

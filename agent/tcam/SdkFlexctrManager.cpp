@@ -12,21 +12,6 @@ namespace {
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 
-/// The packets that the flex counter of a packet type counts.
-bcm_flexctr_color_t colorOf( CounterType packetType )
-{
-    switch ( packetType ) {
-    case CounterType::greenPackets:
-        return Shim::sdk_->bcmFlexctrColorGreen();
-    case CounterType::yellowPackets:
-        return Shim::sdk_->bcmFlexctrColorYellow();
-    case CounterType::redPackets:
-        return Shim::sdk_->bcmFlexctrColorRed();
-    default:
-        return Shim::sdk_->bcmFlexctrColorAny();
-    }
-}
-
 /// The packet types of the pairs in a set; empty if a type is of no pair.
 CounterSet packetTypesOf( const CounterSet& counterSet )
 {
@@ -46,11 +31,25 @@ bcm_field_flexctr_config_t configOf( CounterType packetType, const FlexctrCounte
     Shim::sdk_->bcm_field_flexctr_config_t_init( &config );
     config.flexctr_action_id = counter.object();
     config.counter_index = counter.index();
-    config.color = colorOf( packetType );
+    config.color = flexctrColorOf( packetType );
     return config;
 }
 
 } // namespace
+
+bcm_flexctr_color_t flexctrColorOf( CounterType packetType )
+{
+    switch ( packetType ) {
+    case CounterType::greenPackets:
+        return Shim::sdk_->bcmFlexctrColorGreen();
+    case CounterType::yellowPackets:
+        return Shim::sdk_->bcmFlexctrColorYellow();
+    case CounterType::redPackets:
+        return Shim::sdk_->bcmFlexctrColorRed();
+    default:
+        return Shim::sdk_->bcmFlexctrColorAny();
+    }
+}
 
 SdkFlexctrManager::SdkFlexctrManager( SdkCounterObjectManager& objects, unsigned counterBits )
     : objects_( objects )

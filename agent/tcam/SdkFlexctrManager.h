@@ -15,12 +15,17 @@
 #include "agent/base/Ptr.h"
 #include "agent/tcam/FlexctrCounter.h"
 #include "agent/tcam/SdkCounterObjectManager.h"
+#include "sdk/SdkEnumerations.h"
 
 #include <cstddef>
 #include <map>
 #include <tuple>
 
 namespace PeloraTcam {
+
+/// The SDK's colour of the packets that the flex counter of a packet type counts: all of them for
+/// `packets` and for whatever is no packet type. Asks the access object.
+[[nodiscard]] AGENT_EXPORT bcm_flexctr_color_t flexctrColorOf( CounterType packetType );
 
 /// Attaches entries to counters with the SDK; see the top of this header.
 class AGENT_EXPORT SdkFlexctrManager final : public FlexctrManager,

@@ -89,6 +89,15 @@ using SdkFlexctrManagerDeathTest = SdkFlexctrManagerTest;
 
 // ---- Attaching -------------------------------------------------------------------------------
 
+TEST_F( SdkFlexctrManagerTest, Color_OfEachType_IsTheSdksForItsPackets )
+{
+    EXPECT_EQ( flexctrColorOf( CounterType::greenPackets ), sdk.bcmFlexctrColorGreen() );
+    EXPECT_EQ( flexctrColorOf( CounterType::yellowPackets ), sdk.bcmFlexctrColorYellow() );
+    EXPECT_EQ( flexctrColorOf( CounterType::redPackets ), sdk.bcmFlexctrColorRed() );
+    EXPECT_EQ( flexctrColorOf( CounterType::packets ), sdk.bcmFlexctrColorAny() );
+    EXPECT_EQ( flexctrColorOf( CounterType::greenBytes ), sdk.bcmFlexctrColorAny() );
+}
+
 TEST_F( SdkFlexctrManagerTest, Attach_APair_TakesOneIndexAndClearsItFirst )
 {
     const TcamEntryId entry = attachedEntry( both );
