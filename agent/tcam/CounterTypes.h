@@ -83,7 +83,7 @@ struct CounterInfo
     StageType stage = StageType::invalid; ///< of the entry's group
     CounterSet counterSet;                ///< what is counted
     LogicalGroupId logicalGroupId = 0;    ///< the agent's id of the entry's group
-    Agent::U32 statId = 0;                ///< the statistic's, on HSDK the entry's; 0 for none
+    Agent::U32 statId = 0;                ///< id of the statistic, on HSDK of the entry; 0 for none
     TcamEntryId entryId = 0;              ///< the SDK's id of the entry
 
     friend bool operator==( const CounterInfo&, const CounterInfo& ) = default;
