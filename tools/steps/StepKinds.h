@@ -4,7 +4,7 @@
 ///
 /// To add a kind: a source file beside this header with a class derived from `Tool::Step` and a
 /// function that reads it; the function's declaration here; a row in `StepKinds.cpp`; a section in
-/// `docs/scenarios.md`.
+/// `docs/scenarios.md`, and in `docs/json.md` if its object has members of its own.
 
 #include "sim/YamlDocument.h"
 #include "tools/ReadContext.h"
