@@ -37,7 +37,7 @@ void OwnedLock::releaseAs( std::thread::id self )
     mutex_.unlock();
 }
 
-// Flattened: both contain the steps, and do not call them.
+// Flattened, so that taking or releasing a lock by hand is one call and not two.
 [[gnu::flatten]] void OwnedLock::take()
 {
     takeAs( std::this_thread::get_id() );

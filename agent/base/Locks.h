@@ -76,7 +76,7 @@ class AGENT_EXPORT OwnedLock
     [[nodiscard]] const char* name() const noexcept { return name_; }
 
   private:
-    // The releasers ask once which thread they run on, and say it at each step.
+    // Each releaser asks once which thread it runs on, and says it at each step.
     friend class UnlockAnchor;
     friend class MaybeGilUnlockAnchor;
 
@@ -120,7 +120,8 @@ class LockAnchor
     OwnedLock& lock_;
 };
 
-/// Releases a lock that the calling thread holds for its own lifetime.
+/// Releases a lock that the calling thread holds, for its own lifetime, which must end on that
+/// thread.
 class UnlockAnchor
 {
   public:
@@ -142,7 +143,8 @@ class UnlockAnchor
     const std::thread::id self_;
 };
 
-/// Releases the interpreter lock for its own lifetime if the calling thread holds it.
+/// Releases the interpreter lock, if the calling thread holds it, for its own lifetime, which must
+/// end on that thread.
 class MaybeGilUnlockAnchor
 {
   public:

@@ -90,6 +90,16 @@ TEST( LocksTest, UnlockAnchor_LockNotHeld_IsAnAssertionFailure )
                   "\"lock is not held by this thread\"' failed" );
 }
 
+TEST( LocksTest, UnlockAnchor_LockTakenMeanwhileByItsThread_IsAnAssertionFailure )
+{
+    const auto takeMeanwhile = [] {
+        const LockAnchor held( activityLock() );
+        const UnlockAnchor released( activityLock() );
+        activityLock().take();
+    };
+    EXPECT_DEATH( takeMeanwhile(), "\"lock is held by this thread already\"' failed" );
+}
+
 TEST( LocksTest, AgentsLocks_AskedForAgain_AreTheSame )
 {
     EXPECT_EQ( &activityLock(), &activityLock() );
