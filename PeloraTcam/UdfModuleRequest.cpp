@@ -31,7 +31,7 @@ void describeTunnel( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt )
         return;
     }
     pktFmt.tunnelIs( Shim::sdk_->bcmUdfPktFormatTunnelGre() );
-    // The user-defined field has been refused if it is one of another type.
+    // A user-defined field with another inner EtherType has been refused.
     const bool isIp4 = udfDesc.innerEtherType() == Kvnet::EthType::ethTypeIp_;
     pktFmt.inner_ipIs( isIp4 ? Shim::sdk_->bcmUdfPktFormatIp4()
                              : Shim::sdk_->bcmUdfPktFormatIp6() );

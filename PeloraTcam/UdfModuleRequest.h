@@ -15,7 +15,7 @@ namespace PeloraTcam {
 /// The UDF: start, width and layer.
 void describeUdf( const UdfDesc& udfDesc, bcm_udf_t& udf );
 
-/// The tunnel of the packets, and what it carries.
+/// The tunnel of the packets, and what it carries: the inner EtherType is 0, IPv4's or IPv6's.
 void describeTunnel( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt );
 
 /// The outer headers of the packets, whose EtherType is not 0, and their protocol; the priority.
