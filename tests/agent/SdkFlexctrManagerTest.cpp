@@ -87,7 +87,7 @@ class SdkFlexctrManagerTest : public AgentTest::FlexctrScene
 
 using SdkFlexctrManagerDeathTest = SdkFlexctrManagerTest;
 
-// ---- Attaching -------------------------------------------------------------------------------
+// ---- Colours ---------------------------------------------------------------------------------
 
 TEST_F( SdkFlexctrManagerTest, Color_OfEachType_IsTheSdksForItsPackets )
 {
@@ -97,6 +97,8 @@ TEST_F( SdkFlexctrManagerTest, Color_OfEachType_IsTheSdksForItsPackets )
     EXPECT_EQ( flexctrColorOf( CounterType::packets ), sdk.bcmFlexctrColorAny() );
     EXPECT_EQ( flexctrColorOf( CounterType::greenBytes ), sdk.bcmFlexctrColorAny() );
 }
+
+// ---- Attaching -------------------------------------------------------------------------------
 
 TEST_F( SdkFlexctrManagerTest, Attach_APair_TakesOneIndexAndClearsItFirst )
 {
