@@ -15,7 +15,8 @@
 ///     rc = sdkCall();
 ///     // activity lock retaken, then the interpreter lock
 ///
-/// Lock order is therefore: interpreter lock released first and retaken last.
+/// The interpreter lock is released first and retaken last. A thread that takes both must therefore
+/// take the activity lock first, or the two may wait for each other.
 
 #include "agent/base/Export.h"
 

@@ -110,8 +110,8 @@ TEST( LocksTest, AgentsLocks_AskedForAgain_AreTheSame )
 
 TEST( LocksTest, Anchors_InTheOrderOfAnSdkCall_ReleaseAndRetakeInReverse )
 {
-    const LockAnchor interpreterHeld( interpreterLock() );
     const LockAnchor activityHeld( activityLock() );
+    const LockAnchor interpreterHeld( interpreterLock() );
     const TestSupport::LockRecorder locks;
     {
         const MaybeGilUnlockAnchor interpreterReleased;
@@ -131,8 +131,8 @@ TEST( LocksTest, Anchors_InTheOrderOfAnSdkCall_ReleaseAndRetakeInReverse )
 
 TEST( LocksTest, Anchors_LeftByAnException_RetakeInReverseToo )
 {
-    const LockAnchor interpreterHeld( interpreterLock() );
     const LockAnchor activityHeld( activityLock() );
+    const LockAnchor interpreterHeld( interpreterLock() );
     const TestSupport::LockRecorder locks;
     const auto fail = [] {
         const MaybeGilUnlockAnchor interpreterReleased;

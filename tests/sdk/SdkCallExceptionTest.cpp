@@ -23,14 +23,14 @@ class SdkCallExceptionTest : public ::testing::Test
     {
         Agent::traceLevelsIs( Shim::apiTraceFacility, 1U << Shim::apiTraceLevel );
         Shim::sdk_ = &sdk_;
-        Agent::interpreterLock().take();
         Agent::activityLock().take();
+        Agent::interpreterLock().take();
     }
 
     ~SdkCallExceptionTest() override
     {
-        Agent::activityLock().release();
         Agent::interpreterLock().release();
+        Agent::activityLock().release();
         Shim::sdk_ = nullptr;
         Agent::traceLevelsIs( Shim::apiTraceFacility, 0 );
         Agent::traceSinkIs( std::move( previous_ ) );

@@ -112,12 +112,7 @@ class SdkCallTest : public ::testing::Test
 class SdkCallFromScriptTest : public SdkCallTest
 {
   protected:
-    SdkCallFromScriptTest()
-    {
-        Agent::activityLock().release();
-        Agent::interpreterLock().take();
-        Agent::activityLock().take();
-    }
+    SdkCallFromScriptTest() { Agent::interpreterLock().take(); }
 
     ~SdkCallFromScriptTest() override { Agent::interpreterLock().release(); }
 
@@ -253,8 +248,8 @@ TEST_F( SdkCallFromScriptTest, Operation_OfEitherCall_RunsWithNeitherLockHeld )
         EXPECT_FALSE( Agent::interpreterLock().held() );
         // Another thread gets its turn meanwhile.
         std::thread( [ &othersTurns ] {
-            const Agent::LockAnchor interpreterHeld( Agent::interpreterLock() );
             const Agent::LockAnchor activityHeld( Agent::activityLock() );
+            const Agent::LockAnchor interpreterHeld( Agent::interpreterLock() );
             ++othersTurns;
         } ).join();
         return 0;
