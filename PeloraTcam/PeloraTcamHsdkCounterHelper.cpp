@@ -136,7 +136,7 @@ CounterInfo PeloraTcamHsdkCounterHelper::allocateCounter( StageType stage,
     // DIFFERS: SDK-6 learns from the SDK's refusal that there is no room.
     const FlexctrObjectId object =
         getCounterObjectManager()->getCounterObject( unit(), stage, pipeId(), priority );
-    if ( object == Shim::sdk_->BCM_FLEXCTR_INVALID_OBJECT() ) {
+    if ( object == Shim::sdk().BCM_FLEXCTR_INVALID_OBJECT() ) {
         Agent::trace( _defaultTraceHandle(),
                       1,
                       "allocateCounter",

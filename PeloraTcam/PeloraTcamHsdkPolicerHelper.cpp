@@ -76,8 +76,11 @@ PolicerId PeloraTcamHsdkPolicerHelper::getPolicer( const Policer& policer, Stage
     // DIFFERS: the SDK-6 helper makes a checked call, and asserts that the id is not 0.
     const int rc =
         SDK_TRACED_CALL_AS( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId )",
-                            bcm_policer_create( unit, &conf, ( bcm_policer_t* )&policerId ) );
-    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
+                            bcm_policer_create,
+                            unit,
+                            &conf,
+                            ( bcm_policer_t* )&policerId );
+    if ( rc != Shim::sdk().BCM_E_NONE() ) {
         // KEPT: the error line, and the trace line of a positive code, name "rc" and not the call.
         // DIFFERS: to the SDK-6 helper a positive code is success.
         Shim::checkReturnCode( apiTraceHandle_, SDK_CALL_SITE( "rc" ), rc );
@@ -94,7 +97,10 @@ void PeloraTcamHsdkPolicerHelper::releasePolicer( PolicerId policerId, StageType
     Agent::trace(
         _defaultTraceHandle(), 9, "releasePolicer", " Stage: ", stage, " policer ID: ", policerId );
     const int unit = sdkUnit( fapId() );
-    SDK_CHECKED_CALL( bcm_policer_destroy( unit, ( bcm_policer_t )policerId ) );
+    SDK_CHECKED_CALL_AS( "bcm_policer_destroy( unit, ( bcm_policer_t )policerId )",
+                         bcm_policer_destroy,
+                         unit,
+                         ( bcm_policer_t )policerId );
     getGeneralIdManager().freeId( FeatureIdType::policer, stage, policerId );
 }
 

@@ -31,7 +31,7 @@ void traceUdf( Agent::TraceLevel level, Pieces&&... pieces )
 /// Named as the SDK's macro: its name stands in the texts of assertions.
 bool BCM_UDF_CBMP_CHUNK_TEST( const bcm_udf_cbmp_t& cbmp, U32 chunk )
 {
-    return Shim::sdk_->BCM_UDF_CBMP_CHUNK_TEST( cbmp, static_cast< int >( chunk ) );
+    return Shim::sdk().BCM_UDF_CBMP_CHUNK_TEST( cbmp, static_cast< int >( chunk ) );
 }
 
 /// The chunks of an SDK chunk bitmap, as an agent's.
@@ -50,16 +50,24 @@ Agent::Bitmap::Ptr getBitmapfromUdfCbmp( bcm_udf_cbmp_t& cbmp )
 bcm_udf_multi_abstract_pkt_format_info_t readFormat( int unit, bcm_udf_abstract_pkt_format_t apf )
 {
     bcm_udf_multi_abstract_pkt_format_info_t pfi;
-    Shim::sdk_->bcm_udf_multi_abstract_pkt_format_info_t_init( &pfi );
-    SDK_CHECKED_CALL( bcm_udf_multi_abstract_pkt_format_info_get( unit, apf, &pfi ) );
+    Shim::sdk().bcm_udf_multi_abstract_pkt_format_info_t_init( &pfi );
+    SDK_CHECKED_CALL_AS( "bcm_udf_multi_abstract_pkt_format_info_get( unit, apf, &pfi )",
+                         bcm_udf_multi_abstract_pkt_format_info_get,
+                         unit,
+                         apf,
+                         &pfi );
     return pfi;
 }
 
 bcm_udf_multi_chunk_info_t readChunks( int unit, bcm_udf_id_t udfId )
 {
     bcm_udf_multi_chunk_info_t chunkInfo;
-    Shim::sdk_->bcm_udf_multi_chunk_info_t_init( &chunkInfo );
-    SDK_CHECKED_CALL( bcm_udf_multi_chunk_info_get( unit, udfId, &chunkInfo ) );
+    Shim::sdk().bcm_udf_multi_chunk_info_t_init( &chunkInfo );
+    SDK_CHECKED_CALL_AS( "bcm_udf_multi_chunk_info_get( unit, udfId, &chunkInfo )",
+                         bcm_udf_multi_chunk_info_get,
+                         unit,
+                         udfId,
+                         &chunkInfo );
     return chunkInfo;
 }
 
@@ -79,10 +87,10 @@ const std::set< bcm_udf_abstract_pkt_format_t >& udfAbstractPktFmtHsdk()
 {
     // DIFFERS: SDK-6 has IPv4 without options only, and known non-IP in the place of ARP.
     static const std::set< bcm_udf_abstract_pkt_format_t > formats = {
-        Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4(),
-        Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6(),
-        Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3(),
-        Shim::sdk_->bcmUdfAbstractPktFormatArp(),
+        Shim::sdk().bcmUdfAbstractPktFormatL3Ipv4(),
+        Shim::sdk().bcmUdfAbstractPktFormatL3Ipv6(),
+        Shim::sdk().bcmUdfAbstractPktFormatUnknownL3(),
+        Shim::sdk().bcmUdfAbstractPktFormatArp(),
     };
     return formats;
 }
@@ -137,7 +145,7 @@ void addChunks( const Agent::Bitmap::Ptr& chunkBmap,
         // DIFFERS: with SDK-6 a chunk must be unused, but need not be free.
         AGENT_ASSERT( BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), bit ) );
         // DIFFERS: the record of SDK-6 has a number.
-        Shim::sdk_->BCM_UDF_CBMP_CHUNK_ADD( chunkInfo.two_byte_chunk_bmap(),
+        Shim::sdk().BCM_UDF_CBMP_CHUNK_ADD( chunkInfo.two_byte_chunk_bmap(),
                                             static_cast< int >( bit ) );
     }
 }
@@ -162,7 +170,7 @@ QualIdList createUdfQualifierFlexParserHsdk( U32 moduleUnit,
                                              const UdfDesc& udfDesc,
                                              bcm_udf_abstract_pkt_format_t apf )
 {
-    int rc = Shim::sdk_->BCM_E_NONE();
+    int rc = Shim::sdk().BCM_E_NONE();
     QualIdList qualIds;
     UdfHwProgrammingFootprint hwFootprint;
     // clang-format off
@@ -188,7 +196,7 @@ QualIdList createUdfQualifierFlexParserHsdk( U32 moduleUnit,
 
     const Agent::Bitmap::Ptr chunkBmap = chosenChunks( free, requested );
     program_abstract_pkt_type_hsdk( moduleUnit, udfDesc, apf, chunkBmap, rc, qualIds, hwFootprint );
-    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
+    if ( rc != Shim::sdk().BCM_E_NONE() ) {
         cleanupUdfFlexParserFootprintHsdk( unit, hwFootprint, apf );
         qualIds.clear();
     }
@@ -211,17 +219,20 @@ void program_abstract_pkt_type_hsdk( U32 moduleUnit,
     const int unit = static_cast< int >( moduleUnit );
     const auto pfi = readFormat( unit, apf );
     bcm_udf_multi_chunk_info_t chunkInfo;
-    Shim::sdk_->bcm_udf_multi_chunk_info_t_init( &chunkInfo );
+    Shim::sdk().bcm_udf_multi_chunk_info_t_init( &chunkInfo );
     chunkInfo.offsetIs( udfDesc.offset() * chunkBitsPerByte );
     // DIFFERS: SDK-6 is given the width; here the extent lies in the chunks alone.
     addChunks( chunkBmap, pfi, chunkInfo );
     chunkInfo.abstract_pkt_formatIs( apf );
 
     bcm_udf_id_t createdUdfId = 0;
-    rc = SDK_TRACED_CALL_AS(
-        "bcm_udf_multi_chunk_create( unit, NULL, &chunkInfo, &udfId )",
-        bcm_udf_multi_chunk_create( unit, nullptr, &chunkInfo, &createdUdfId ) );
-    if ( rc == Shim::sdk_->BCM_E_RESOURCE() ) {
+    rc = SDK_TRACED_CALL_AS( "bcm_udf_multi_chunk_create( unit, NULL, &chunkInfo, &udfId )",
+                             bcm_udf_multi_chunk_create,
+                             unit,
+                             nullptr,
+                             &chunkInfo,
+                             &createdUdfId );
+    if ( rc == Shim::sdk().BCM_E_RESOURCE() ) {
         // DIFFERS: SDK-6 neither traces this nor raises the log message.
         // clang-format off
         traceUdf( 1, "mod : ", moduleUnit, "Out of hw resources to create UDF. apf=", apf,
@@ -229,13 +240,13 @@ void program_abstract_pkt_type_hsdk( U32 moduleUnit,
         // clang-format on
         logHandles_.full.raise();
     }
-    if ( rc == Shim::sdk_->BCM_E_NONE() ) {
+    if ( rc == Shim::sdk().BCM_E_NONE() ) {
         const U32 udfId = static_cast< U32 >( createdUdfId );
         AGENT_ASSERT( !hwFootprint.udfIds.qualIdHas( udfId ) );
         hwFootprint.udfIds.qualIdIs( udfId );
         qualIds.qualIdIs( udfId );
     } else {
-        const char* const error = Shim::sdk_->sdkErrorText( rc );
+        const char* const error = Shim::sdk().sdkErrorText( rc );
         // DIFFERS: SDK-6 has "rc:" before the code.
         traceUdf( 1, " bcm_udf_multi_chunk_create failed ", rc, " ", error );
     }
@@ -267,7 +278,7 @@ void destroyUdfQualifierFlexParserHsdk( U32 moduleUnit,
         }
         progChunkBmap = chunkBmap;
         // DIFFERS: SDK-6 traces the UDF's format.
-        SDK_CHECKED_CALL( bcm_udf_destroy( unit, udfId ) );
+        SDK_CHECKED_CALL_AS( "bcm_udf_destroy( unit, udfId )", bcm_udf_destroy, unit, udfId );
     }
     // DIFFERS: SDK-6 checks that the chunks were reserved.
     if ( progChunkBmap ) {
@@ -294,10 +305,10 @@ namespace {
 /// Checks that the format of a programmed UDF is one of those that the library programs.
 void assertAllowedFormat( bcm_udf_abstract_pkt_format_t apf )
 {
-    const auto bcmUdfAbstractPktFormatArp = Shim::sdk_->bcmUdfAbstractPktFormatArp();
-    const auto bcmUdfAbstractPktFormatL3Ipv4 = Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4();
-    const auto bcmUdfAbstractPktFormatL3Ipv6 = Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
-    const auto bcmUdfAbstractPktFormatUnknownL3 = Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3();
+    const auto bcmUdfAbstractPktFormatArp = Shim::sdk().bcmUdfAbstractPktFormatArp();
+    const auto bcmUdfAbstractPktFormatL3Ipv4 = Shim::sdk().bcmUdfAbstractPktFormatL3Ipv4();
+    const auto bcmUdfAbstractPktFormatL3Ipv6 = Shim::sdk().bcmUdfAbstractPktFormatL3Ipv6();
+    const auto bcmUdfAbstractPktFormatUnknownL3 = Shim::sdk().bcmUdfAbstractPktFormatUnknownL3();
     // DIFFERS: SDK-6 allows known non-IP and IPv4 without options instead of ARP and all of IPv4.
     AGENT_ASSERT( apf == bcmUdfAbstractPktFormatArp || apf == bcmUdfAbstractPktFormatL3Ipv4 ||
                   apf == bcmUdfAbstractPktFormatL3Ipv6 || apf == bcmUdfAbstractPktFormatUnknownL3 );

@@ -44,36 +44,72 @@ const Agent::TraceHandle& _defaultTraceHandle()
 bcm_field_entry_t etherTypeEntry( int unit, const CompressionData& compressionData )
 {
     bcm_field_entry_t entry = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_create( unit, compressionGroupEtherType(), &entry ) );
-    SDK_CHECKED_CALL( bcm_field_qualify_EtherType(
-        unit, entry, ( U16 )compressionData.key().getU32Key(), 0xFFFF ) );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupEtherType(), &entry )",
+                         bcm_field_entry_create,
+                         unit,
+                         compressionGroupEtherType(),
+                         &entry );
+    SDK_CHECKED_CALL_AS( "bcm_field_qualify_EtherType( unit, entry, ( U16 "
+                         ")compressionData.key().getU32Key(), 0xFFFF )",
+                         bcm_field_qualify_EtherType,
+                         unit,
+                         entry,
+                         ( U16 )compressionData.key().getU32Key(),
+                         0xFFFF );
     return entry;
 }
 
 bcm_field_entry_t ipProtoEntry( int unit, const CompressionData& compressionData )
 {
     bcm_field_entry_t entry = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_create( unit, compressionGroupIpProto(), &entry ) );
-    SDK_CHECKED_CALL( bcm_field_qualify_IpProtocol(
-        unit, entry, ( U8 )compressionData.key().getU32Key(), 0xFF ) );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupIpProto(), &entry )",
+                         bcm_field_entry_create,
+                         unit,
+                         compressionGroupIpProto(),
+                         &entry );
+    SDK_CHECKED_CALL_AS( "bcm_field_qualify_IpProtocol( unit, entry, ( U8 "
+                         ")compressionData.key().getU32Key(), 0xFF )",
+                         bcm_field_qualify_IpProtocol,
+                         unit,
+                         entry,
+                         ( U8 )compressionData.key().getU32Key(),
+                         0xFF );
     return entry;
 }
 
 bcm_field_entry_t l4SrcPortEntry( int unit, const CompressionData& compressionData )
 {
     bcm_field_entry_t entry = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_create( unit, compressionGroupL4SrcPort(), &entry ) );
-    SDK_CHECKED_CALL( bcm_field_qualify_L4SrcPort(
-        unit, entry, ( U16 )compressionData.key().getU32Key(), 0xFFFF ) );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupL4SrcPort(), &entry )",
+                         bcm_field_entry_create,
+                         unit,
+                         compressionGroupL4SrcPort(),
+                         &entry );
+    SDK_CHECKED_CALL_AS( "bcm_field_qualify_L4SrcPort( unit, entry, ( U16 "
+                         ")compressionData.key().getU32Key(), 0xFFFF )",
+                         bcm_field_qualify_L4SrcPort,
+                         unit,
+                         entry,
+                         ( U16 )compressionData.key().getU32Key(),
+                         0xFFFF );
     return entry;
 }
 
 bcm_field_entry_t l4DstPortEntry( int unit, const CompressionData& compressionData )
 {
     bcm_field_entry_t entry = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_create( unit, compressionGroupL4DstPort(), &entry ) );
-    SDK_CHECKED_CALL( bcm_field_qualify_L4DstPort(
-        unit, entry, ( U16 )compressionData.key().getU32Key(), 0xFFFF ) );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupL4DstPort(), &entry )",
+                         bcm_field_entry_create,
+                         unit,
+                         compressionGroupL4DstPort(),
+                         &entry );
+    SDK_CHECKED_CALL_AS( "bcm_field_qualify_L4DstPort( unit, entry, ( U16 "
+                         ")compressionData.key().getU32Key(), 0xFFFF )",
+                         bcm_field_qualify_L4DstPort,
+                         unit,
+                         entry,
+                         ( U16 )compressionData.key().getU32Key(),
+                         0xFFFF );
     return entry;
 }
 
@@ -93,16 +129,30 @@ struct Ip6Prefix
 bcm_field_entry_t srcIpEntry( int unit, const CompressionData& compressionData )
 {
     bcm_field_entry_t entry = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_create( unit, compressionGroupSrcIp(), &entry ) );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupSrcIp(), &entry )",
+                         bcm_field_entry_create,
+                         unit,
+                         compressionGroupSrcIp(),
+                         &entry );
     if ( compressionData.key().getIpAddress().isV6() ) {
         const Ip6Prefix prefix( compressionData.key() );
         const auto& ip6Addr = prefix.address;
         const auto& ip6Mask = prefix.mask;
-        SDK_CHECKED_CALL( bcm_field_qualify_SrcIp6( unit, entry, ip6Addr, ip6Mask ) );
+        SDK_CHECKED_CALL_AS( "bcm_field_qualify_SrcIp6( unit, entry, ip6Addr, ip6Mask )",
+                             bcm_field_qualify_SrcIp6,
+                             unit,
+                             entry,
+                             ip6Addr,
+                             ip6Mask );
     } else {
         const U32 fullMask = ip4PrefixMask( compressionData.key().prefixLength() );
-        SDK_CHECKED_CALL( bcm_field_qualify_SrcIp(
-            unit, entry, compressionData.key().getIpAddress().value(), fullMask ) );
+        SDK_CHECKED_CALL_AS( "bcm_field_qualify_SrcIp( unit, entry, "
+                             "compressionData.key().getIpAddress().value(), fullMask )",
+                             bcm_field_qualify_SrcIp,
+                             unit,
+                             entry,
+                             compressionData.key().getIpAddress().value(),
+                             fullMask );
     }
     return entry;
 }
@@ -110,16 +160,30 @@ bcm_field_entry_t srcIpEntry( int unit, const CompressionData& compressionData )
 bcm_field_entry_t dstIpEntry( int unit, const CompressionData& compressionData )
 {
     bcm_field_entry_t entry = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_create( unit, compressionGroupDstIp(), &entry ) );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupDstIp(), &entry )",
+                         bcm_field_entry_create,
+                         unit,
+                         compressionGroupDstIp(),
+                         &entry );
     if ( compressionData.key().getIpAddress().isV6() ) {
         const Ip6Prefix prefix( compressionData.key() );
         const auto& ip6Addr = prefix.address;
         const auto& ip6Mask = prefix.mask;
-        SDK_CHECKED_CALL( bcm_field_qualify_DstIp6( unit, entry, ip6Addr, ip6Mask ) );
+        SDK_CHECKED_CALL_AS( "bcm_field_qualify_DstIp6( unit, entry, ip6Addr, ip6Mask )",
+                             bcm_field_qualify_DstIp6,
+                             unit,
+                             entry,
+                             ip6Addr,
+                             ip6Mask );
     } else {
         const U32 fullMask = ip4PrefixMask( compressionData.key().prefixLength() );
-        SDK_CHECKED_CALL( bcm_field_qualify_DstIp(
-            unit, entry, compressionData.key().getIpAddress().value(), fullMask ) );
+        SDK_CHECKED_CALL_AS( "bcm_field_qualify_DstIp( unit, entry, "
+                             "compressionData.key().getIpAddress().value(), fullMask )",
+                             bcm_field_qualify_DstIp,
+                             unit,
+                             entry,
+                             compressionData.key().getIpAddress().value(),
+                             fullMask );
     }
     return entry;
 }
@@ -192,13 +256,18 @@ U64 PeloraTcamSdk6CompressionHelper::getFieldCompressionEntry(
                   tableType );
 
     bcm_field_class_info_t class_info;
-    class_info.action = Shim::sdk_->bcmFieldActionClassSet();
+    class_info.action = Shim::sdk().bcmFieldActionClassSet();
     class_info.class_id = static_cast< U32 >( classId );
 
     const int unit = sdkUnit( fapId() );
     const bcm_field_entry_t entry = qualifiedEntry( unit, compressionData, tableType );
-    SDK_CHECKED_CALL( bcm_field_action_class_add( unit, entry, &class_info ) );
-    SDK_CHECKED_CALL( bcm_field_entry_install( unit, entry ) );
+    SDK_CHECKED_CALL_AS( "bcm_field_action_class_add( unit, entry, &class_info )",
+                         bcm_field_action_class_add,
+                         unit,
+                         entry,
+                         &class_info );
+    SDK_CHECKED_CALL_AS(
+        "bcm_field_entry_install( unit, entry )", bcm_field_entry_install, unit, entry );
     return static_cast< U64 >( std::int64_t{ entry } );
 }
 
@@ -215,9 +284,10 @@ void PeloraTcamSdk6CompressionHelper::releaseFieldCompressionEntry(
                   id,
                   " tableType ",
                   tableType );
-    SDK_CHECKED_CALL_AS(
-        "bcm_field_entry_remove( fapId().value(), id )",
-        bcm_field_entry_remove( sdkUnit( fapId() ), static_cast< bcm_field_entry_t >( id ) ) );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_remove( fapId().value(), id )",
+                         bcm_field_entry_remove,
+                         sdkUnit( fapId() ),
+                         static_cast< bcm_field_entry_t >( id ) );
 }
 
 void PeloraTcamSdk6CompressionHelper::handleInitialized()

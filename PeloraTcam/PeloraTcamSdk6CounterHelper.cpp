@@ -109,7 +109,7 @@ template< bool ( *isWanted )( CounterType ), FieldStatGet fieldStatGet >
         eviction = nullptr;
         // KEPT: a counter that cannot be read is left out without a word, though verifyCounters
         // dies of it.
-        sum += rc == Shim::sdk_->BCM_E_NONE() ? stats : 0;
+        sum += rc == Shim::sdk().BCM_E_NONE() ? stats : 0;
     }
     return sum;
 }
@@ -191,23 +191,23 @@ bcm_field_stat_t translateStatType( const CounterType& counterType )
         AGENT_ASSERT( false && "invalid counter type requested" );
         break;
     case CounterType::bytes:
-        return Shim::sdk_->bcmFieldStatBytes();
+        return Shim::sdk().bcmFieldStatBytes();
     case CounterType::packets:
-        return Shim::sdk_->bcmFieldStatPackets();
+        return Shim::sdk().bcmFieldStatPackets();
     case CounterType::redBytes:
-        return Shim::sdk_->bcmFieldStatRedBytes();
+        return Shim::sdk().bcmFieldStatRedBytes();
     case CounterType::redPackets:
-        return Shim::sdk_->bcmFieldStatRedPackets();
+        return Shim::sdk().bcmFieldStatRedPackets();
     case CounterType::greenBytes:
-        return Shim::sdk_->bcmFieldStatGreenBytes();
+        return Shim::sdk().bcmFieldStatGreenBytes();
     case CounterType::greenPackets:
-        return Shim::sdk_->bcmFieldStatGreenPackets();
+        return Shim::sdk().bcmFieldStatGreenPackets();
     case CounterType::yellowBytes:
-        return Shim::sdk_->bcmFieldStatYellowBytes();
+        return Shim::sdk().bcmFieldStatYellowBytes();
     case CounterType::yellowPackets:
-        return Shim::sdk_->bcmFieldStatYellowPackets();
+        return Shim::sdk().bcmFieldStatYellowPackets();
     }
-    return Shim::sdk_->bcmFieldStatDefault();
+    return Shim::sdk().bcmFieldStatDefault();
 }
 
 CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
@@ -243,16 +243,22 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
     int sdkStatId = 0;
     const int rc = SDK_TRACED_CALL_AS(
         "bcm_field_stat_create( unit(), hardwareGroupId, statCount, statTypesList, &sdkStatId )",
-        bcm_field_stat_create(
-            sdkUnit, hardwareGroupId, statCount, statTypesList.data(), &sdkStatId ) );
+        bcm_field_stat_create,
+        sdkUnit,
+        hardwareGroupId,
+        statCount,
+        statTypesList.data(),
+        &sdkStatId );
     // DIFFERS: HSDK asks beforehand whether there is anything to allocate from.
-    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
+    if ( rc != Shim::sdk().BCM_E_NONE() ) {
         allocated.counterSet.clear();
         return allocated;
     }
     SDK_CHECKED_CALL_AS( "bcm_field_entry_stat_attach( unit(), entryId, sdkStatId )",
-                         bcm_field_entry_stat_attach(
-                             sdkUnit, static_cast< bcm_field_entry_t >( entryId ), sdkStatId ) );
+                         bcm_field_entry_stat_attach,
+                         sdkUnit,
+                         static_cast< bcm_field_entry_t >( entryId ),
+                         sdkStatId );
     allocated.counterId = counterIdInc();
     allocated.stage = stage;
     allocated.logicalGroupId = logicalGroupId;
@@ -282,9 +288,12 @@ bool PeloraTcamSdk6CounterHelper::freeCounter( StageType,
     const int statId = static_cast< int >( counterInfo.statId );
     const auto entry = static_cast< bcm_field_entry_t >( entryId );
     SDK_CHECKED_CALL_AS( "bcm_field_entry_stat_detach( unit(), entryId, statId )",
-                         bcm_field_entry_stat_detach( sdkUnit, entry, statId ) );
-    SDK_CHECKED_CALL_AS( "bcm_field_stat_destroy( unit(), statId )",
-                         bcm_field_stat_destroy( sdkUnit, statId ) );
+                         bcm_field_entry_stat_detach,
+                         sdkUnit,
+                         entry,
+                         statId );
+    SDK_CHECKED_CALL_AS(
+        "bcm_field_stat_destroy( unit(), statId )", bcm_field_stat_destroy, sdkUnit, statId );
     return true;
 }
 
@@ -360,7 +369,7 @@ S32 PeloraTcamSdk6CounterHelper::getCounterHwIdx( unsigned statId,
 {
     Agent::trace(
         _defaultTraceHandle(), 9, "getCounterHwIdx", " statId  ", statId, " Type : ", counterType );
-    const S32 invalidIndex = Shim::sdk_->BCM_FIELD_STAT_INVALID_INDEX();
+    const S32 invalidIndex = Shim::sdk().BCM_FIELD_STAT_INVALID_INDEX();
     if ( !evictionHelper()->poolIndicesAvailable() ) {
         return invalidIndex;
     }
@@ -374,16 +383,17 @@ S32 PeloraTcamSdk6CounterHelper::getCounterHwIdx( unsigned statId,
     const int rc = SDK_TRACED_CALL_AS(
         "korvel_bcm_esw_field_stat_pool_index_get( unit(), statId, ( bcm_field_stat_t )bcmField, "
         "&poolId, &poolType, &indices[ 0 ], &indices[ 1 ], &indices[ 2 ], &bcmpipe )",
-        korvel_bcm_esw_field_stat_pool_index_get( sdkUnit,
-                                                  static_cast< int >( statId ),
-                                                  bcmField,
-                                                  &poolId,
-                                                  &poolType,
-                                                  &indices[ 0 ],
-                                                  &indices[ 1 ],
-                                                  &indices[ 2 ],
-                                                  &bcmpipe ) );
-    const int BCM_E_NONE = Shim::sdk_->BCM_E_NONE();
+        korvel_bcm_esw_field_stat_pool_index_get,
+        sdkUnit,
+        static_cast< int >( statId ),
+        bcmField,
+        &poolId,
+        &poolType,
+        &indices[ 0 ],
+        &indices[ 1 ],
+        &indices[ 2 ],
+        &bcmpipe );
+    const int BCM_E_NONE = Shim::sdk().BCM_E_NONE();
     AGENT_ASSERT( BCM_E_NONE == rc );
 
     Agent::trace( _defaultTraceHandle(),
@@ -428,7 +438,11 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
         const bcm_field_stat_t statType = translateStatType( type );
         SDK_CHECKED_CALL_AS(
             "bcm_field_stat_set( unit(), statId, translateStatType( counterIter.key() ), 0 )",
-            bcm_field_stat_set( sdkUnit, static_cast< int >( statId ), statType, 0 ) );
+            bcm_field_stat_set,
+            sdkUnit,
+            static_cast< int >( statId ),
+            statType,
+            0 );
         evictionHelper()->clearEvictionCounter(
             unit(), statId, statType, statPacketClear, statByteClear );
     }
@@ -438,7 +452,7 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
 bool PeloraTcamSdk6CounterHelper::isStatIdInstalledInHardware( unsigned statId )
 {
     Agent::trace( _defaultTraceHandle(), 9, "isStatIdInstalledInHardware", " StatId: ", statId );
-    return Shim::sdk_->korvel_bcm_field_stat_installed_in_hw( static_cast< int >( unit() ),
+    return Shim::sdk().korvel_bcm_field_stat_installed_in_hw( static_cast< int >( unit() ),
                                                               static_cast< int >( statId ) );
 }
 

@@ -67,7 +67,7 @@ const Agent::TraceHandle& _defaultTraceHandle()
         };                                                                                         \
         static constexpr Translations::Row< AgentType, SdkType > rows[] = {
 #define TRANSLATION( agentEnumerator, accessor )                                                   \
-            { AgentType::agentEnumerator, []() -> SdkType { return Shim::sdk_->accessor(); } },
+            { AgentType::agentEnumerator, []() -> SdkType { return Shim::sdk().accessor(); } },
 #define TRANSLATION_END( forwardMap )                                                              \
         };                                                                                         \
         build( rows );                                                                             \
@@ -119,7 +119,7 @@ void initializeBcmQualifierMap()
 {
     static constexpr Translations::Row< QualifierType, bcm_field_qualify_t > rows[] = {
 #define QUALIFIER( qualifierType, accessor )                                                       \
-    { QualifierType::qualifierType, [] { return Shim::sdk_->accessor(); } },
+    { QualifierType::qualifierType, [] { return Shim::sdk().accessor(); } },
 #include "PeloraTcam/Qualifiers.def"
     };
     Translations::build( qualifierMap, qualifierReverseMap, rows );
@@ -129,7 +129,7 @@ void initializeBcmActionMap()
 {
     static constexpr Translations::Row< ActionType, bcm_field_action_t > rows[] = {
 #define ACTION( actionType, accessor )                                                             \
-    { ActionType::actionType, [] { return Shim::sdk_->accessor(); } },
+    { ActionType::actionType, [] { return Shim::sdk().accessor(); } },
 #include "PeloraTcam/Actions.def"
     };
     Translations::build( actionMap, actionReverseMap, rows );
@@ -177,14 +177,14 @@ ActionType getBcmAction( bcm_field_action_t action )
 bcm_field_qset_t getBcmQualifierSet( QualifierSet set )
 {
     bcm_field_qset_t qset;
-    Shim::sdk_->BCM_FIELD_QSET_INIT( &qset );
+    Shim::sdk().BCM_FIELD_QSET_INIT( &qset );
     for ( const QualifierType type : set ) {
         const auto found = qualifierMap.find( type );
         if ( found == qualifierMap.end() ) {
             std::cerr << "Unsupported qualifier " << type << std::endl;
             AGENT_ASSERT( "false" == nullptr );
         }
-        Shim::sdk_->BCM_FIELD_QSET_ADD( &qset, found->second );
+        Shim::sdk().BCM_FIELD_QSET_ADD( &qset, found->second );
     }
     return qset;
 }
@@ -193,9 +193,9 @@ QualifierSet getBcmQualifierSet( bcm_field_qset_t* qset )
 {
     QualifierSet set;
     const auto stage = qualifierMap.find( QualifierType::stage );
-    for ( U32 number = 0; number < Shim::sdk_->BCM_FIELD_QUALIFY_COUNT(); ++number ) {
+    for ( U32 number = 0; number < Shim::sdk().BCM_FIELD_QUALIFY_COUNT(); ++number ) {
         const auto qualifier = static_cast< bcm_field_qualify_t >( number );
-        if ( !Shim::sdk_->BCM_FIELD_QSET_TEST( qset, qualifier ) ) {
+        if ( !Shim::sdk().BCM_FIELD_QSET_TEST( qset, qualifier ) ) {
             continue;
         }
         // KEPT: the stage is never reported. It is no field of the key: the SDK takes the group's
@@ -214,11 +214,11 @@ QualifierSet getBcmQualifierSet( bcm_field_qset_t* qset )
 bcm_field_aset_t getBcmActionSet( ActionSet set )
 {
     bcm_field_aset_t aset;
-    Shim::sdk_->BCM_FIELD_ASET_INIT( &aset );
+    Shim::sdk().BCM_FIELD_ASET_INIT( &aset );
     for ( const ActionType type : set ) {
         const auto found = actionMap.find( type );
         if ( found != actionMap.end() ) {
-            Shim::sdk_->BCM_FIELD_ASET_ADD( &aset, found->second );
+            Shim::sdk().BCM_FIELD_ASET_ADD( &aset, found->second );
         } else if ( type != ActionType::noAction ) {
             std::cerr << " Unsupported action: " << type << std::endl;
             AGENT_ASSERT( "false" == nullptr );
@@ -263,18 +263,18 @@ groupModeOfKeySize( TcamKeySize::TcamKeySizeValue keySize, StageType stage, bool
 {
     switch ( keySize ) {
     case TcamKeySize::automatic:
-        return Shim::sdk_->bcmFieldGroupModeAuto();
+        return Shim::sdk().bcmFieldGroupModeAuto();
     case TcamKeySize::single:
-        return stage == stageIfp() && narrowWide ? Shim::sdk_->bcmFieldGroupModeSingleASetNarrow()
-                                                 : Shim::sdk_->bcmFieldGroupModeSingle();
+        return stage == stageIfp() && narrowWide ? Shim::sdk().bcmFieldGroupModeSingleASetNarrow()
+                                                 : Shim::sdk().bcmFieldGroupModeSingle();
     case TcamKeySize::doubleWide:
-        return Shim::sdk_->bcmFieldGroupModeDouble();
+        return Shim::sdk().bcmFieldGroupModeDouble();
     case TcamKeySize::tripleWide:
         AGENT_ASSERT( stage == stageIfp() );
-        return Shim::sdk_->bcmFieldGroupModeTriple();
+        return Shim::sdk().bcmFieldGroupModeTriple();
     case TcamKeySize::quadWide:
         AGENT_ASSERT( stage == stageVfp() );
-        return Shim::sdk_->bcmFieldGroupModeQuad();
+        return Shim::sdk().bcmFieldGroupModeQuad();
     }
     AGENT_ASSERT( 0 && "Invalid vexa tcam key size" );
     return {};
@@ -340,14 +340,14 @@ U32 generateSdk6GroupIdFormat( LogicalGroupId groupId, U8 subId )
 _shr_pbmp getPbmp( Agent::Ptr< const Agent::Bitmap > ports )
 {
     _shr_pbmp pbmp;
-    Shim::sdk_->BCM_PBMP_CLEAR( &pbmp );
+    Shim::sdk().BCM_PBMP_CLEAR( &pbmp );
     if ( !ports || ports->empty() ) {
         return pbmp;
     }
     const U32 lastPort = ports->size() - 1;
     for ( auto port = ports->firstSetBit( 0, lastPort ); port;
           port = ports->firstSetBit( *port + 1, lastPort ) ) {
-        Shim::sdk_->BCM_PBMP_PORT_ADD( &pbmp, static_cast< int >( *port ) );
+        Shim::sdk().BCM_PBMP_PORT_ADD( &pbmp, static_cast< int >( *port ) );
     }
     return pbmp;
 }
@@ -356,10 +356,10 @@ std::string pbmpToStr( const _shr_pbmp& pbmp )
 {
     // The SDK alone knows how long the text is, so the buffer is sized at run time. It stands on
     // the stack: the only allocation is the result's.
-    const std::size_t length = Shim::sdk_->SHR_PBMP_FMT_LEN( &pbmp );
+    const std::size_t length = Shim::sdk().SHR_PBMP_FMT_LEN( &pbmp );
     const std::size_t roundedUp = ( length + 15 ) / 16 * 16;
     char* text = static_cast< char* >( __builtin_alloca( roundedUp ) );
-    Shim::sdk_->SHR_PBMP_FMT( &pbmp, text );
+    Shim::sdk().SHR_PBMP_FMT( &pbmp, text );
     return text;
 }
 
@@ -457,7 +457,7 @@ void setPreselectQualifier( U32 unit,
                                              classMask };
     // DIFFERS: the qualifier is the SDK's number, and the SDK is asked for its own, row by row.
     const auto isAsked = [ qualifier ]( QualifierAccessor name ) {
-        return ( Shim::sdk_->*name )() == qualifier;
+        return ( Shim::sdk().*name )() == qualifier;
     };
     PreselectorSteps::runFirstStep< QualifierAccessor >( legacyPreselectorRows, isAsked, request );
 }

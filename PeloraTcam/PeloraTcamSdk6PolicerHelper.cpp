@@ -44,11 +44,11 @@ bcm_policer_mode_t sdkMode( PolicerMode mode )
 {
     switch ( mode ) {
     case PolicerMode::committed:
-        return Shim::sdk_->bcmPolicerModeCommitted();
+        return Shim::sdk().bcmPolicerModeCommitted();
     case PolicerMode::trTcm:
-        return Shim::sdk_->bcmPolicerModeTrTcm();
+        return Shim::sdk().bcmPolicerModeTrTcm();
     case PolicerMode::srTcm:
-        return Shim::sdk_->bcmPolicerModeSrTcm();
+        return Shim::sdk().bcmPolicerModeSrTcm();
     }
     AGENT_ASSERT( 0 && "Invalid policer mode" );
     return {};
@@ -58,7 +58,7 @@ bcm_policer_mode_t sdkMode( PolicerMode mode )
 inline bcm_policer_config_t sdkPolicer( const Policer& policer )
 {
     bcm_policer_config_t conf;
-    Shim::sdk_->bcm_policer_config_t_init( &conf );
+    Shim::sdk().bcm_policer_config_t_init( &conf );
     conf.mode = sdkMode( policer.mode );
     conf.flags |= policer.colorAware ? colorAwareFlags : colorBlindFlags;
     conf.ckbits_sec = policer.committedRate;
@@ -73,10 +73,10 @@ inline bcm_policer_config_t sdkPolicer( const Policer& policer )
 // KEPT: any mode of the SDK that is neither of the first two counts as srTcm, also an unknown one.
 PolicerMode agentMode( bcm_policer_mode_t mode )
 {
-    if ( mode == Shim::sdk_->bcmPolicerModeCommitted() ) {
+    if ( mode == Shim::sdk().bcmPolicerModeCommitted() ) {
         return PolicerMode::committed;
     }
-    if ( mode == Shim::sdk_->bcmPolicerModeTrTcm() ) {
+    if ( mode == Shim::sdk().bcmPolicerModeTrTcm() ) {
         return PolicerMode::trTcm;
     }
     return PolicerMode::srTcm;
@@ -129,7 +129,10 @@ PolicerId PeloraTcamSdk6PolicerHelper::getPolicer( const Policer& policer, Stage
     bcm_policer_config_t conf = sdkPolicer( policer );
     PolicerId policerId = invalidPolicerId;
     SDK_CHECKED_CALL_AS( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId )",
-                         bcm_policer_create( unit, &conf, ( bcm_policer_t* )&policerId ) );
+                         bcm_policer_create,
+                         unit,
+                         &conf,
+                         ( bcm_policer_t* )&policerId );
     AGENT_ASSERT( policerId && "Failed to allocate Policer" );
 
     Agent::trace( _defaultTraceHandle(), 4, "getPolicer", "Created policer id : ", policerId );
@@ -140,7 +143,10 @@ PolicerId PeloraTcamSdk6PolicerHelper::getPolicer( const Policer& policer, Stage
 void PeloraTcamSdk6PolicerHelper::releasePolicer( PolicerId policerId, StageType )
 {
     const int unit = sdkUnit( fapId() );
-    SDK_CHECKED_CALL( bcm_policer_destroy( unit, ( bcm_policer_t )policerId ) );
+    SDK_CHECKED_CALL_AS( "bcm_policer_destroy( unit, ( bcm_policer_t )policerId )",
+                         bcm_policer_destroy,
+                         unit,
+                         ( bcm_policer_t )policerId );
 }
 
 void PeloraTcamSdk6PolicerHelper::verifyTcamSanity(
@@ -156,10 +162,12 @@ void PeloraTcamSdk6PolicerHelper::verifyTcamSanity(
 
     const int unit = sdkUnit( fapId() );
     bcm_policer_config_t conf;
-    Shim::sdk_->bcm_policer_config_t_init( &conf );
-    SDK_CHECKED_CALL_AS(
-        "bcm_policer_get( unit, policerData->policerId(), &conf )",
-        bcm_policer_get( unit, static_cast< bcm_policer_t >( policerData->policerId() ), &conf ) );
+    Shim::sdk().bcm_policer_config_t_init( &conf );
+    SDK_CHECKED_CALL_AS( "bcm_policer_get( unit, policerData->policerId(), &conf )",
+                         bcm_policer_get,
+                         unit,
+                         static_cast< bcm_policer_t >( policerData->policerId() ),
+                         &conf );
 
     const Policer policerCfg = agentPolicer( conf, policerData->policerCfg() );
     AGENT_ASSERT( ( policerCfg == policerData->policerCfg() ) &&

@@ -47,11 +47,11 @@ bcm_range_type_t sdkRangeType( RangeType type )
 {
     switch ( type ) {
     case RangeType::l4DstPort:
-        return Shim::sdk_->bcmRangeTypeL4DstPort();
+        return Shim::sdk().bcmRangeTypeL4DstPort();
     case RangeType::l4SrcPort:
-        return Shim::sdk_->bcmRangeTypeL4SrcPort();
+        return Shim::sdk().bcmRangeTypeL4SrcPort();
     case RangeType::packetLength:
-        return Shim::sdk_->bcmRangeTypePacketLength();
+        return Shim::sdk().bcmRangeTypePacketLength();
     case RangeType::invalid:
         break;
     }
@@ -62,13 +62,13 @@ bcm_range_type_t sdkRangeType( RangeType type )
 /// The agent's range type for an SDK's.
 RangeType agentRangeType( bcm_range_type_t type )
 {
-    if ( type == Shim::sdk_->bcmRangeTypeL4DstPort() ) {
+    if ( type == Shim::sdk().bcmRangeTypeL4DstPort() ) {
         return RangeType::l4DstPort;
     }
-    if ( type == Shim::sdk_->bcmRangeTypeL4SrcPort() ) {
+    if ( type == Shim::sdk().bcmRangeTypeL4SrcPort() ) {
         return RangeType::l4SrcPort;
     }
-    if ( type == Shim::sdk_->bcmRangeTypePacketLength() ) {
+    if ( type == Shim::sdk().bcmRangeTypePacketLength() ) {
         return RangeType::packetLength;
     }
     AGENT_ASSERT( 0 && "unexpected rangetype" );
@@ -108,14 +108,15 @@ RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeChe
                   desc.type );
 
     bcm_range_config_t conf;
-    Shim::sdk_->bcm_range_config_t_init( &conf );
+    Shim::sdk().bcm_range_config_t_init( &conf );
     conf.min = desc.low;
     conf.max = desc.high;
     conf.instance = pipeId();
     conf.rtype = sdkRangeType( desc.type );
 
-    const int rc = SDK_TRACED_CALL( bcm_range_create( unit, 0, &conf ) );
-    if ( rc == Shim::sdk_->BCM_E_NONE() ) {
+    const int rc = SDK_TRACED_CALL_AS(
+        "bcm_range_create( unit, 0, &conf )", bcm_range_create, unit, 0, &conf );
+    if ( rc == Shim::sdk().BCM_E_NONE() ) {
         return conf.rid;
     }
     if ( _defaultTraceHandle().enabled( 0 ) ) {
@@ -124,7 +125,7 @@ RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeChe
                       "Failed to allocate range checker! due to rc: ",
                       rc,
                       " ",
-                      Shim::sdk_->sdkErrorText( rc ) );
+                      Shim::sdk().sdkErrorText( rc ) );
     }
     return invalidRangeCheckerId;
 }
@@ -139,7 +140,8 @@ void PeloraTcamSdk6RangeCheckerHelper::releaseRangeChecker( RangeCheckerId range
                   unit,
                   " rangeCheckerId:",
                   Agent::hex( rangeCheckerId ) );
-    SDK_CHECKED_CALL( bcm_range_destroy( unit, rangeCheckerId ) );
+    SDK_CHECKED_CALL_AS(
+        "bcm_range_destroy( unit, rangeCheckerId )", bcm_range_destroy, unit, rangeCheckerId );
 }
 
 void PeloraTcamSdk6RangeCheckerHelper::verifyTcamSanity(
@@ -155,9 +157,9 @@ void PeloraTcamSdk6RangeCheckerHelper::verifyTcamSanity(
                   rangeCheckerData->rangeCheckerId() );
 
     bcm_range_config_t conf;
-    Shim::sdk_->bcm_range_config_t_init( &conf );
+    Shim::sdk().bcm_range_config_t_init( &conf );
     conf.rid = rangeCheckerData->rangeCheckerId();
-    SDK_CHECKED_CALL( bcm_range_get( unit, &conf ) );
+    SDK_CHECKED_CALL_AS( "bcm_range_get( unit, &conf )", bcm_range_get, unit, &conf );
 
     const RangeCheckerDesc desc{ conf.min, conf.max, agentRangeType( conf.rtype ) };
     AGENT_ASSERT( ( desc == rangeCheckerData->checkerDesc() ) &&

@@ -60,18 +60,18 @@ bcm_udf_layer_t getUdfLayer( UdfOffsetBase base )
 {
     switch ( base ) {
     case UdfBaseL2Header_:
-        return Shim::sdk_->bcmUdfLayerL2Header();
+        return Shim::sdk().bcmUdfLayerL2Header();
     case UdfBaseL3Header_:
     case UdfBaseL3OuterHeader_:
     case UdfBaseL3OuterPayload_:
-        return Shim::sdk_->bcmUdfLayerL3OuterHeader();
+        return Shim::sdk().bcmUdfLayerL3OuterHeader();
     case UdfBaseL3InnerHeader_:
-        return Shim::sdk_->bcmUdfLayerL3InnerHeader();
+        return Shim::sdk().bcmUdfLayerL3InnerHeader();
     case UdfBaseL4InnerHeader_:
-        return Shim::sdk_->bcmUdfLayerL4InnerHeader();
+        return Shim::sdk().bcmUdfLayerL4InnerHeader();
     case UdfBaseL4OuterHeader_:
     case UdfBaseL4OuterPayload_:
-        return Shim::sdk_->bcmUdfLayerL4OuterHeader();
+        return Shim::sdk().bcmUdfLayerL4OuterHeader();
     case UdfBasePacketStart_:
         break;
     }
@@ -95,11 +95,11 @@ class UdfModuleCreation
         , udfDesc_( udfDesc )
         , pktFmtIdToUdfId_( pktFmtIdToUdfId )
     {
-        Shim::sdk_->bcm_udf_t_init( &udf );
-        Shim::sdk_->bcm_udf_pkt_format_info_t_init( &pktFmt );
-        Shim::sdk_->bcm_udf_alloc_hints_t_init( &hints );
-        Shim::sdk_->BCM_FIELD_QSET_INIT( &qset_ );
-        options = Shim::sdk_->BCM_UDF_PKT_FORMAT_CREATE_O_NONE();
+        Shim::sdk().bcm_udf_t_init( &udf );
+        Shim::sdk().bcm_udf_pkt_format_info_t_init( &pktFmt );
+        Shim::sdk().bcm_udf_alloc_hints_t_init( &hints );
+        Shim::sdk().BCM_FIELD_QSET_INIT( &qset_ );
+        options = Shim::sdk().BCM_UDF_PKT_FORMAT_CREATE_O_NONE();
     }
 
     [[nodiscard]] bool describe();
@@ -160,11 +160,16 @@ bool UdfModuleCreation::describe()
 
 bool UdfModuleCreation::createUdf()
 {
-    const int rc = SDK_TRACED_CALL( bcm_udf_create( unit, &hints, &udf, &udfId ) );
-    if ( rc == Shim::sdk_->BCM_E_RESOURCE() ) {
+    const int rc = SDK_TRACED_CALL_AS( "bcm_udf_create( unit, &hints, &udf, &udfId )",
+                                       bcm_udf_create,
+                                       unit,
+                                       &hints,
+                                       &udf,
+                                       &udfId );
+    if ( rc == Shim::sdk().BCM_E_RESOURCE() ) {
         reportFull( 1, "Out of hw resources to create UDF. udf: base=", udfDesc_ );
     }
-    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
+    if ( rc != Shim::sdk().BCM_E_NONE() ) {
         traceUdf( 1, " bcm_udf_create failed ", rc );
         return false;
     }
@@ -195,10 +200,13 @@ void UdfModuleCreation::findPktFmtToShare()
         const Agent::U64 changes = pktFmtIdToUdfId_.changes();
         traceUdf( 8, " Looking at pkt fmt id: ", key );
         bcm_udf_pkt_format_info_t tmpFmt;
-        Shim::sdk_->bcm_udf_pkt_format_info_t_init( &tmpFmt );
+        Shim::sdk().bcm_udf_pkt_format_info_t_init( &tmpFmt );
         const bcm_udf_pkt_format_id_t stored = getBcmUdfPktFmtId( key );
         SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_info_get( unit, iter.key().value(), &tmpFmt )",
-                             bcm_udf_pkt_format_info_get( unit, stored, &tmpFmt ) );
+                             bcm_udf_pkt_format_info_get,
+                             unit,
+                             stored,
+                             &tmpFmt );
         traceFields( tmpFmt );
         if ( pktFmt == tmpFmt ) {
             pktFmtId = stored;
@@ -215,11 +223,16 @@ bool UdfModuleCreation::createPktFmt()
 {
     traceUdf( 8, " Creating new pkt format object" );
     const int rc =
-        SDK_TRACED_CALL( bcm_udf_pkt_format_create( unit, options, &pktFmt, &pktFmtId ) );
-    if ( rc == Shim::sdk_->BCM_E_RESOURCE() ) {
+        SDK_TRACED_CALL_AS( "bcm_udf_pkt_format_create( unit, options, &pktFmt, &pktFmtId )",
+                            bcm_udf_pkt_format_create,
+                            unit,
+                            options,
+                            &pktFmt,
+                            &pktFmtId );
+    if ( rc == Shim::sdk().BCM_E_RESOURCE() ) {
         reportFull( 1, " No hw resources to program UDF udf:base=", udfDesc_ );
     }
-    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
+    if ( rc != Shim::sdk().BCM_E_NONE() ) {
         traceUdf( 1, " bcm_udf_pkt_format_create failed", rc );
         return false;
     }
@@ -238,9 +251,13 @@ bool UdfModuleCreation::chooseOrCreatePktFmt()
 
 bool UdfModuleCreation::attach()
 {
-    const int rc = SDK_TRACED_CALL( bcm_udf_pkt_format_add( unit, udfId, pktFmtId ) );
-    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
-        traceUdf( 1, " bcm_udf_pkt_format_add failed rc: ", Shim::sdk_->sdkErrorText( rc ) );
+    const int rc = SDK_TRACED_CALL_AS( "bcm_udf_pkt_format_add( unit, udfId, pktFmtId )",
+                                       bcm_udf_pkt_format_add,
+                                       unit,
+                                       udfId,
+                                       pktFmtId );
+    if ( rc != Shim::sdk().BCM_E_NONE() ) {
+        traceUdf( 1, " bcm_udf_pkt_format_add failed rc: ", Shim::sdk().sdkErrorText( rc ) );
         return false;
     }
     return true;
@@ -302,9 +319,19 @@ void destroyUdfQualifierUdfModule( U32 moduleUnit,
 
     bcm_udf_pkt_format_id_t pktFmtId = 0;
     int actual = 0;
-    SDK_CHECKED_CALL( bcm_udf_pkt_format_get_all( unit, udfId, 1, &pktFmtId, &actual ) );
+    SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_get_all( unit, udfId, 1, &pktFmtId, &actual )",
+                         bcm_udf_pkt_format_get_all,
+                         unit,
+                         udfId,
+                         1,
+                         &pktFmtId,
+                         &actual );
     AGENT_ASSERT( actual == 1 );
-    SDK_CHECKED_CALL( bcm_udf_pkt_format_delete( unit, udfId, pktFmtId ) );
+    SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_delete( unit, udfId, pktFmtId )",
+                         bcm_udf_pkt_format_delete,
+                         unit,
+                         udfId,
+                         pktFmtId );
 
     const UdfId id( udfId );
     const UdfIdList& udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( PktFmtId( pktFmtId ) );
@@ -313,14 +340,17 @@ void destroyUdfQualifierUdfModule( U32 moduleUnit,
     AGENT_ASSERT( udfs.udfIdHas( id ) );
     if ( udfs.udfIds() == 1 ) {
         pktFmtIdToUdfId->pktFmtIdToUdfIdDel( PktFmtId( pktFmtId ) );
-        SDK_CHECKED_CALL( bcm_udf_pkt_format_destroy( unit, pktFmtId ) );
+        SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_destroy( unit, pktFmtId )",
+                             bcm_udf_pkt_format_destroy,
+                             unit,
+                             pktFmtId );
     } else {
         UdfIdList others = udfs;
         others.udfIdDel( id );
         pktFmtIdToUdfId->pktFmtIdToUdfIdIs( PktFmtId( pktFmtId ), std::move( others ) );
     }
 
-    SDK_CHECKED_CALL( bcm_udf_destroy( unit, udfId ) );
+    SDK_CHECKED_CALL_AS( "bcm_udf_destroy( unit, udfId )", bcm_udf_destroy, unit, udfId );
 }
 
 QualIdList cleanupUdfModuleFootprint( int unit,
@@ -337,17 +367,25 @@ QualIdList cleanupUdfModuleFootprint( int unit,
 
     if ( hwFootprint.pktFmtId != PktFmtId() ) {
         const bcm_udf_pkt_format_id_t pktFmtIdToCleanup = getBcmUdfPktFmtId( hwFootprint.pktFmtId );
-        const int rc =
-            SDK_TRACED_CALL( bcm_udf_pkt_format_delete( unit, udfIdToCleanup, pktFmtIdToCleanup ) );
+        const int rc = SDK_TRACED_CALL_AS(
+            "bcm_udf_pkt_format_delete( unit, udfIdToCleanup, pktFmtIdToCleanup )",
+            bcm_udf_pkt_format_delete,
+            unit,
+            udfIdToCleanup,
+            pktFmtIdToCleanup );
         // KEPT: the detach is expected to fail. Only a failed attach leads here, so a UDF that
         // can be detached was attached behind the agent's back.
-        const int BCM_E_NONE = Shim::sdk_->BCM_E_NONE();
+        const int BCM_E_NONE = Shim::sdk().BCM_E_NONE();
         AGENT_ASSERT( rc != BCM_E_NONE );
         if ( !pktFmtIdToUdfId->pktFmtIdToUdfIdHas( hwFootprint.pktFmtId ) ) {
-            SDK_CHECKED_CALL( bcm_udf_pkt_format_destroy( unit, pktFmtIdToCleanup ) );
+            SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_destroy( unit, pktFmtIdToCleanup )",
+                                 bcm_udf_pkt_format_destroy,
+                                 unit,
+                                 pktFmtIdToCleanup );
         }
     }
-    SDK_CHECKED_CALL( bcm_udf_destroy( unit, udfIdToCleanup ) );
+    SDK_CHECKED_CALL_AS(
+        "bcm_udf_destroy( unit, udfIdToCleanup )", bcm_udf_destroy, unit, udfIdToCleanup );
     return {};
 }
 
@@ -364,9 +402,10 @@ void udfQualProgrammedInHwUdfModule( U32 moduleUnit,
     traceUdf( 4, "udfQualProgrammedInHwUdfModule", " mod: ", moduleUnit );
 
     bcm_udf_t udf;
-    Shim::sdk_->bcm_udf_t_init( &udf );
-    const int rc = SDK_TRACED_CALL( bcm_udf_get( unit, udfId, &udf ) );
-    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
+    Shim::sdk().bcm_udf_t_init( &udf );
+    const int rc =
+        SDK_TRACED_CALL_AS( "bcm_udf_get( unit, udfId, &udf )", bcm_udf_get, unit, udfId, &udf );
+    if ( rc != Shim::sdk().BCM_E_NONE() ) {
         traceUdf(
             8, "udfQualProgrammedInHwUdfModule UDF Qual id: ", udfId, " not programmed in hw!" );
         AGENT_ASSERT( 0 );
@@ -377,11 +416,11 @@ void udfQualProgrammedInHwUdfModule( U32 moduleUnit,
     // counts from behind a header is not expected to pass this audit.
     AGENT_ASSERT( udf.start() == ( offset * 8 ) );
 
-    const bcm_udf_layer_t bcmUdfLayerL3OuterHeader = Shim::sdk_->bcmUdfLayerL3OuterHeader();
-    const bcm_udf_layer_t bcmUdfLayerL2Header = Shim::sdk_->bcmUdfLayerL2Header();
-    const bcm_udf_layer_t bcmUdfLayerL3InnerHeader = Shim::sdk_->bcmUdfLayerL3InnerHeader();
-    const bcm_udf_layer_t bcmUdfLayerL4InnerHeader = Shim::sdk_->bcmUdfLayerL4InnerHeader();
-    const bcm_udf_layer_t bcmUdfLayerL4OuterHeader = Shim::sdk_->bcmUdfLayerL4OuterHeader();
+    const bcm_udf_layer_t bcmUdfLayerL3OuterHeader = Shim::sdk().bcmUdfLayerL3OuterHeader();
+    const bcm_udf_layer_t bcmUdfLayerL2Header = Shim::sdk().bcmUdfLayerL2Header();
+    const bcm_udf_layer_t bcmUdfLayerL3InnerHeader = Shim::sdk().bcmUdfLayerL3InnerHeader();
+    const bcm_udf_layer_t bcmUdfLayerL4InnerHeader = Shim::sdk().bcmUdfLayerL4InnerHeader();
+    const bcm_udf_layer_t bcmUdfLayerL4OuterHeader = Shim::sdk().bcmUdfLayerL4OuterHeader();
     // KEPT: any of the layers will do, not only that of the base, as the layer cannot change by
     // itself; and one stands twice, as in the texts of the crashes that have been reported.
     AGENT_ASSERT( udf.layer() == bcmUdfLayerL3OuterHeader || udf.layer() == bcmUdfLayerL2Header ||
@@ -392,7 +431,13 @@ void udfQualProgrammedInHwUdfModule( U32 moduleUnit,
     // Room for two, so that a UDF that is attached to more than one is caught.
     bcm_udf_pkt_format_id_t pktFmtId[ 2 ] = {};
     int actual = 0;
-    SDK_CHECKED_CALL( bcm_udf_pkt_format_get_all( unit, udfId, 2, pktFmtId, &actual ) );
+    SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_get_all( unit, udfId, 2, pktFmtId, &actual )",
+                         bcm_udf_pkt_format_get_all,
+                         unit,
+                         udfId,
+                         2,
+                         pktFmtId,
+                         &actual );
     AGENT_ASSERT( actual == 1 );
     AGENT_ASSERT( pktFmtId[ 0 ] );
 
@@ -410,7 +455,12 @@ UdfIdList getAllProgrammedUdfIdsUdfModule( U32 moduleUnit )
     constexpr int max = 128;
     bcm_udf_id_t udfIds[ max ] = {};
     int numUdfs = 0;
-    SDK_CHECKED_CALL( bcm_udf_get_all( unit, max, udfIds, &numUdfs ) );
+    SDK_CHECKED_CALL_AS( "bcm_udf_get_all( unit, max, udfIds, &numUdfs )",
+                         bcm_udf_get_all,
+                         unit,
+                         max,
+                         udfIds,
+                         &numUdfs );
     traceUdf( 8, " retrieve ", numUdfs, " UDFs from HW" );
     UdfIdList list;
     for ( int i = 0; i < std::min( numUdfs, max ); ++i ) {
@@ -426,8 +476,9 @@ UdfChunkPosList getUdfChunkPosModule( U32 moduleUnit, const QualIdList& quals )
     for ( const U32 qualId : quals ) {
         const bcm_udf_id_t udfId = static_cast< bcm_udf_id_t >( qualId );
         bcm_udf_t udfInfo;
-        Shim::sdk_->bcm_udf_t_init( &udfInfo );
-        SDK_CHECKED_CALL( bcm_udf_get( unit, udfId, &udfInfo ) );
+        Shim::sdk().bcm_udf_t_init( &udfInfo );
+        SDK_CHECKED_CALL_AS(
+            "bcm_udf_get( unit, udfId, &udfInfo )", bcm_udf_get, unit, udfId, &udfInfo );
         for ( UdfChunkPos i = 0; i < hardwareChunks; ++i ) {
             if ( ( udfInfo.hw_bmap() >> i & 1U ) != 0 ) {
                 AGENT_ASSERT( !udfChunkPosList.udfChunkPosHas( i ) );
@@ -445,10 +496,14 @@ void createUdfLagHashingModule( U32 moduleUnit, bcm_udf_id_t udfId, const UdfDes
     const int unit = static_cast< int >( moduleUnit );
     traceUdf( 4, "createUdfLagHashingModule", " unit ", moduleUnit, " udfId ", udfId );
     bcm_udf_hash_config_t hash_config;
-    Shim::sdk_->bcm_udf_hash_config_t_init( &hash_config );
+    Shim::sdk().bcm_udf_hash_config_t_init( &hash_config );
     describeHash( udfDesc, udfId, hash_config );
-    const U32 BCM_UDF_HASH_ADD_O_NONE = Shim::sdk_->BCM_UDF_HASH_ADD_O_NONE();
-    SDK_CHECKED_CALL( bcm_udf_hash_config_add( unit, BCM_UDF_HASH_ADD_O_NONE, &hash_config ) );
+    const U32 BCM_UDF_HASH_ADD_O_NONE = Shim::sdk().BCM_UDF_HASH_ADD_O_NONE();
+    SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_add( unit, BCM_UDF_HASH_ADD_O_NONE, &hash_config )",
+                         bcm_udf_hash_config_add,
+                         unit,
+                         BCM_UDF_HASH_ADD_O_NONE,
+                         &hash_config );
     traceUdf( 4, " Added lag hashing config for Udf Id: ", udfId );
 }
 
@@ -457,9 +512,12 @@ void destroyUdfLagHashingModule( U32 moduleUnit, bcm_udf_id_t udfId )
     const int unit = static_cast< int >( moduleUnit );
     traceUdf( 4, "destroyUdfLagHashingModule", " unit ", moduleUnit, " udfId ", udfId );
     bcm_udf_hash_config_t hash_config;
-    Shim::sdk_->bcm_udf_hash_config_t_init( &hash_config );
+    Shim::sdk().bcm_udf_hash_config_t_init( &hash_config );
     hash_config.udf_idIs( udfId );
-    SDK_CHECKED_CALL( bcm_udf_hash_config_delete( unit, &hash_config ) );
+    SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_delete( unit, &hash_config )",
+                         bcm_udf_hash_config_delete,
+                         unit,
+                         &hash_config );
     traceUdf( 4, "Removed lag hashing config for Udf Id: ", udfId );
 }
 
@@ -468,13 +526,22 @@ UdfIdList getAllProgrammedLagHashingUdfIdsUdfModule( U32 moduleUnit )
     const int unit = static_cast< int >( moduleUnit );
     int numUdfs = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get_all( unit, 0, NULL, &numUdfs )",
-                         bcm_udf_hash_config_get_all( unit, 0, nullptr, &numUdfs ) );
+                         bcm_udf_hash_config_get_all,
+                         unit,
+                         0,
+                         nullptr,
+                         &numUdfs );
     std::vector< bcm_udf_hash_config_t > configs( static_cast< std::size_t >( numUdfs ) );
     for ( bcm_udf_hash_config_t& config : configs ) {
-        Shim::sdk_->bcm_udf_hash_config_t_init( &config );
+        Shim::sdk().bcm_udf_hash_config_t_init( &config );
     }
     bcm_udf_hash_config_t* const hashConfigs = configs.data();
-    SDK_CHECKED_CALL( bcm_udf_hash_config_get_all( unit, numUdfs, hashConfigs, &numUdfs ) );
+    SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get_all( unit, numUdfs, hashConfigs, &numUdfs )",
+                         bcm_udf_hash_config_get_all,
+                         unit,
+                         numUdfs,
+                         hashConfigs,
+                         &numUdfs );
     configs.resize( std::min( configs.size(), static_cast< std::size_t >( numUdfs ) ) );
     traceUdf( 8, " retrieve ", numUdfs, " UDFs from HW" );
     UdfIdList list;
@@ -492,9 +559,12 @@ void udfLagHashingProgrammedInModule( U32 moduleUnit,
     const int unit = static_cast< int >( moduleUnit );
     const bcm_udf_id_t udfId = firstUdfId( quals );
     bcm_udf_hash_config_t hash_config;
-    Shim::sdk_->bcm_udf_hash_config_t_init( &hash_config );
+    Shim::sdk().bcm_udf_hash_config_t_init( &hash_config );
     hash_config.udf_idIs( udfId );
-    SDK_CHECKED_CALL( bcm_udf_hash_config_get( unit, &hash_config ) );
+    SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get( unit, &hash_config )",
+                         bcm_udf_hash_config_get,
+                         unit,
+                         &hash_config );
 
     const U32 hash_mask = packedHashMask( hash_config );
     const U32 lagHashingMask = udfDesc.packedLagHashingMask();
@@ -516,16 +586,24 @@ namespace {
 bcm_udf_abstract_pkt_format_info_t readFormat( int unit, bcm_udf_abstract_pkt_format_t apf )
 {
     bcm_udf_abstract_pkt_format_info_t pfi;
-    Shim::sdk_->bcm_udf_abstract_pkt_format_info_t_init( &pfi );
-    SDK_CHECKED_CALL( bcm_udf_abstract_pkt_format_info_get( unit, apf, &pfi ) );
+    Shim::sdk().bcm_udf_abstract_pkt_format_info_t_init( &pfi );
+    SDK_CHECKED_CALL_AS( "bcm_udf_abstract_pkt_format_info_get( unit, apf, &pfi )",
+                         bcm_udf_abstract_pkt_format_info_get,
+                         unit,
+                         apf,
+                         &pfi );
     return pfi;
 }
 
 bcm_udf_chunk_info_t readChunks( int unit, bcm_udf_id_t udfId )
 {
     bcm_udf_chunk_info_t chunkInfo;
-    Shim::sdk_->bcm_udf_chunk_info_t_init( &chunkInfo );
-    SDK_CHECKED_CALL( bcm_udf_chunk_info_get( unit, udfId, &chunkInfo ) );
+    Shim::sdk().bcm_udf_chunk_info_t_init( &chunkInfo );
+    SDK_CHECKED_CALL_AS( "bcm_udf_chunk_info_get( unit, udfId, &chunkInfo )",
+                         bcm_udf_chunk_info_get,
+                         unit,
+                         udfId,
+                         &chunkInfo );
     return chunkInfo;
 }
 
@@ -535,10 +613,10 @@ const std::set< bcm_udf_abstract_pkt_format_t >& udfAbstractPktFmt()
 {
     // DIFFERS: HSDK has IPv4 with options too, and ARP in the place of known non-IP.
     static const std::set< bcm_udf_abstract_pkt_format_t > formats = {
-        Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4WithoutOptions(),
-        Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6(),
-        Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3(),
-        Shim::sdk_->bcmUdfAbstractPktFormatKnownNonIp(),
+        Shim::sdk().bcmUdfAbstractPktFormatL3Ipv4WithoutOptions(),
+        Shim::sdk().bcmUdfAbstractPktFormatL3Ipv6(),
+        Shim::sdk().bcmUdfAbstractPktFormatUnknownL3(),
+        Shim::sdk().bcmUdfAbstractPktFormatKnownNonIp(),
     };
     return formats;
 }
@@ -635,7 +713,7 @@ void assertChunksWereReserved( U32 progChunkBmap, const Agent::Bitmap::Ptr& udfB
 QualIdList
 createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract_pkt_format_t apf )
 {
-    int rc = Shim::sdk_->BCM_E_NONE();
+    int rc = Shim::sdk().BCM_E_NONE();
     QualIdList qualIds;
     UdfHwProgrammingFootprint hwFootprint;
     // clang-format off
@@ -658,7 +736,7 @@ createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract
 
     const U32 chunkBmap = chosenChunks( reserved, requested );
     program_abstract_pkt_type( unit, udfDesc, apf, chunkBmap, rc, qualIds, hwFootprint );
-    if ( rc != Shim::sdk_->BCM_E_NONE() ) {
+    if ( rc != Shim::sdk().BCM_E_NONE() ) {
         cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
         qualIds.clear();
     }
@@ -682,7 +760,7 @@ void program_abstract_pkt_type( U32 moduleUnit,
     AGENT_ASSERT( !( chunkBmap & pfi.chunk_bmap_used() ) );
 
     bcm_udf_chunk_info_t chunkInfo;
-    Shim::sdk_->bcm_udf_chunk_info_t_init( &chunkInfo );
+    Shim::sdk().bcm_udf_chunk_info_t_init( &chunkInfo );
     chunkInfo.offsetIs( udfDesc.offset() * chunkBitsPerByte );
     // DIFFERS: HSDK is given no width.
     chunkInfo.widthIs( udfDesc.length() * chunkBitsPerByte );
@@ -692,15 +770,19 @@ void program_abstract_pkt_type( U32 moduleUnit,
 
     bcm_udf_id_t createdUdfId = 0;
     rc = SDK_TRACED_CALL_AS( "bcm_udf_chunk_create( unit, NULL, &chunkInfo, &udfId )",
-                             bcm_udf_chunk_create( unit, nullptr, &chunkInfo, &createdUdfId ) );
+                             bcm_udf_chunk_create,
+                             unit,
+                             nullptr,
+                             &chunkInfo,
+                             &createdUdfId );
     // DIFFERS: HSDK traces and raises the log message when the SDK is out of resources.
-    if ( rc == Shim::sdk_->BCM_E_NONE() ) {
+    if ( rc == Shim::sdk().BCM_E_NONE() ) {
         const U32 udfId = static_cast< U32 >( createdUdfId );
         AGENT_ASSERT( !hwFootprint.udfIds.qualIdHas( udfId ) );
         hwFootprint.udfIds.qualIdIs( udfId );
         qualIds.qualIdIs( udfId );
     } else {
-        const char* const error = Shim::sdk_->sdkErrorText( rc );
+        const char* const error = Shim::sdk().sdkErrorText( rc );
         // DIFFERS: HSDK has no "rc:".
         traceUdf( 1, " bcm_udf_chunk_create failed rc: ", rc, " ", error );
     }
@@ -730,7 +812,7 @@ void destroyUdfQualifierFlexParser( U32 moduleUnit,
         // DIFFERS: HSDK does not trace the UDF's format.
         traceUdf(
             8, " mod: ", moduleUnit, " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
-        SDK_CHECKED_CALL( bcm_udf_destroy( unit, udfId ) );
+        SDK_CHECKED_CALL_AS( "bcm_udf_destroy( unit, udfId )", bcm_udf_destroy, unit, udfId );
     }
     // DIFFERS: HSDK checks that the chunks were not free.
     assertChunksWereReserved( progChunkBmap, bitmapOf( start ) );
@@ -755,11 +837,11 @@ namespace {
 /// Checks that the format of a programmed UDF is one of those that the library programs.
 void assertAllowedFormat( bcm_udf_abstract_pkt_format_t apf )
 {
-    const auto bcmUdfAbstractPktFormatKnownNonIp = Shim::sdk_->bcmUdfAbstractPktFormatKnownNonIp();
+    const auto bcmUdfAbstractPktFormatKnownNonIp = Shim::sdk().bcmUdfAbstractPktFormatKnownNonIp();
     const auto bcmUdfAbstractPktFormatL3Ipv4WithoutOptions =
-        Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4WithoutOptions();
-    const auto bcmUdfAbstractPktFormatL3Ipv6 = Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
-    const auto bcmUdfAbstractPktFormatUnknownL3 = Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3();
+        Shim::sdk().bcmUdfAbstractPktFormatL3Ipv4WithoutOptions();
+    const auto bcmUdfAbstractPktFormatL3Ipv6 = Shim::sdk().bcmUdfAbstractPktFormatL3Ipv6();
+    const auto bcmUdfAbstractPktFormatUnknownL3 = Shim::sdk().bcmUdfAbstractPktFormatUnknownL3();
     // DIFFERS: HSDK allows ARP and all of IPv4 instead of known non-IP and IPv4 without options.
     AGENT_ASSERT( apf == bcmUdfAbstractPktFormatKnownNonIp ||
                   apf == bcmUdfAbstractPktFormatL3Ipv4WithoutOptions ||

@@ -49,16 +49,16 @@ bcm_udf_abstract_pkt_format_t getPktFmt( const UdfDesc& udfDesc )
     switch ( abstractPktKind( udfDesc, { __FILE__, __LINE__, __PRETTY_FUNCTION__ } ) ) {
     case AbstractPktKind::ipv4:
         // DIFFERS: SDK-6 has IPv4 without options only.
-        return Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4();
+        return Shim::sdk().bcmUdfAbstractPktFormatL3Ipv4();
     case AbstractPktKind::ipv6:
-        return Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
+        return Shim::sdk().bcmUdfAbstractPktFormatL3Ipv6();
     case AbstractPktKind::arp:
         // DIFFERS: SDK-6 programs ARP in the format of known non-IP.
-        return Shim::sdk_->bcmUdfAbstractPktFormatArp();
+        return Shim::sdk().bcmUdfAbstractPktFormatArp();
     case AbstractPktKind::unknownL3:
         break;
     }
-    return Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3();
+    return Shim::sdk().bcmUdfAbstractPktFormatUnknownL3();
 }
 
 /// Writes the entry of an operation to both traces.

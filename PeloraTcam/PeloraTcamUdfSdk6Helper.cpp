@@ -72,16 +72,16 @@ bcm_udf_abstract_pkt_format_t getPktFmt( const UdfDesc& udfDesc )
     switch ( abstractPktKind( udfDesc, { __FILE__, __LINE__, __PRETTY_FUNCTION__ } ) ) {
     case AbstractPktKind::ipv4:
         // DIFFERS: HSDK has all of IPv4.
-        return Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv4WithoutOptions();
+        return Shim::sdk().bcmUdfAbstractPktFormatL3Ipv4WithoutOptions();
     case AbstractPktKind::ipv6:
-        return Shim::sdk_->bcmUdfAbstractPktFormatL3Ipv6();
+        return Shim::sdk().bcmUdfAbstractPktFormatL3Ipv6();
     case AbstractPktKind::arp:
         // DIFFERS: HSDK has a format for ARP.
-        return Shim::sdk_->bcmUdfAbstractPktFormatKnownNonIp();
+        return Shim::sdk().bcmUdfAbstractPktFormatKnownNonIp();
     case AbstractPktKind::unknownL3:
         break;
     }
-    return Shim::sdk_->bcmUdfAbstractPktFormatUnknownL3();
+    return Shim::sdk().bcmUdfAbstractPktFormatUnknownL3();
 }
 
 } // namespace

@@ -89,7 +89,7 @@ int qualify( int ( Shim::SdkAccess::*function )( int, bcm_field_entry_t, Value )
              const Request& request,
              U32 data )
 {
-    return ( Shim::sdk_->*function )(
+    return ( Shim::sdk().*function )(
         static_cast< int >( request.unit ), request.preselector(), static_cast< Value >( data ) );
 }
 
@@ -98,7 +98,7 @@ int qualify( int ( Shim::SdkAccess::*function )( int, bcm_field_entry_t, Value, 
              const Request& request,
              U32 data )
 {
-    return ( Shim::sdk_->*function )( static_cast< int >( request.unit ),
+    return ( Shim::sdk().*function )( static_cast< int >( request.unit ),
                                       request.preselector(),
                                       static_cast< Value >( data ),
                                       static_cast< Value >( request.mask ) );

@@ -114,10 +114,10 @@ UdfsOfFormat readUdfsOfFormat( const Agent::TraceHandle& apiTraceHandle,
     const int unit = static_cast< int >( moduleUnit );
     UdfsOfFormat udfs;
     const int rc = Shim::callWithLocksReleased( [ & ] {
-        return Shim::sdk_->bcm_udf_abstract_pkt_format_object_list_get(
+        return Shim::sdk().bcm_udf_abstract_pkt_format_object_list_get(
             unit, absPktFmt, UdfsOfFormat::most, udfs.ids, &udfs.count );
     } );
-    if ( rc < 0 && rc != Shim::sdk_->BCM_E_NOT_FOUND() ) {
+    if ( rc < 0 && rc != Shim::sdk().BCM_E_NOT_FOUND() ) {
         Shim::writeApiError( site, rc );
     } else {
         Shim::maybeTraceCall( apiTraceHandle, site, rc );

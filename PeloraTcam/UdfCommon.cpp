@@ -48,7 +48,7 @@ int setUdfDataAndMask( int unit,
                        unsigned char* mask,
                        unsigned short length )
 {
-    return Shim::sdk_->bcm_field_qualify_udf( unit, entry, udfId, length, data, mask );
+    return Shim::sdk().bcm_field_qualify_udf( unit, entry, udfId, length, data, mask );
 }
 
 int getUdfDataAndMask( int unit,
@@ -61,7 +61,7 @@ int getUdfDataAndMask( int unit,
 {
     int length = 0;
     const int rc =
-        Shim::sdk_->bcm_field_qualify_udf_get( unit, entry, udfId, maxLength, data, mask, &length );
+        Shim::sdk().bcm_field_qualify_udf_get( unit, entry, udfId, maxLength, data, mask, &length );
     *actualLength = static_cast< unsigned short >( length );
     return rc;
 }

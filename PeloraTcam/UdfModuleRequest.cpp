@@ -27,14 +27,14 @@ void describeUdf( const UdfDesc& udfDesc, bcm_udf_t& udf )
 void describeTunnel( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt )
 {
     if ( udfDesc.innerEtherType() == 0 ) {
-        pktFmt.tunnelIs( Shim::sdk_->bcmUdfPktFormatTunnelNone() );
+        pktFmt.tunnelIs( Shim::sdk().bcmUdfPktFormatTunnelNone() );
         return;
     }
-    pktFmt.tunnelIs( Shim::sdk_->bcmUdfPktFormatTunnelGre() );
+    pktFmt.tunnelIs( Shim::sdk().bcmUdfPktFormatTunnelGre() );
     // A user-defined field with another inner EtherType has been refused.
     const bool isIp4 = udfDesc.innerEtherType() == Kvnet::EthType::ethTypeIp_;
-    pktFmt.inner_ipIs( isIp4 ? Shim::sdk_->bcmUdfPktFormatIp4()
-                             : Shim::sdk_->bcmUdfPktFormatIp6() );
+    pktFmt.inner_ipIs( isIp4 ? Shim::sdk().bcmUdfPktFormatIp4()
+                             : Shim::sdk().bcmUdfPktFormatIp6() );
 }
 
 void describeHeaders( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt )
@@ -42,13 +42,13 @@ void describeHeaders( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt 
     pktFmt.ethertypeIs( udfDesc.ethType() );
     pktFmt.ethertype_maskIs( 0xFFFF );
     if ( udfDesc.ethType() == Kvnet::EthType::ethTypeIp_ ) {
-        pktFmt.outer_ipIs( Shim::sdk_->bcmUdfPktFormatIp4() );
+        pktFmt.outer_ipIs( Shim::sdk().bcmUdfPktFormatIp4() );
     } else if ( udfDesc.ethType() == Kvnet::EthType::ethTypeIp6_ ) {
-        pktFmt.outer_ipIs( Shim::sdk_->bcmUdfPktFormatIp6() );
+        pktFmt.outer_ipIs( Shim::sdk().bcmUdfPktFormatIp6() );
     } else {
-        pktFmt.l2Is( Shim::sdk_->bcmUdfPktFormatL2EthII() );
+        pktFmt.l2Is( Shim::sdk().bcmUdfPktFormatL2EthII() );
     }
-    pktFmt.vlan_tagIs( Shim::sdk_->bcmUdfPktFormatVlanTagAny() );
+    pktFmt.vlan_tagIs( Shim::sdk().bcmUdfPktFormatVlanTagAny() );
     if ( udfDesc.ipProto() != 0 ) {
         pktFmt.ip_protocolIs( udfDesc.ipProto() );
         pktFmt.ip_protocol_maskIs( 0xFF );
@@ -61,9 +61,9 @@ void describeHeaders( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt 
 void describeHints( const UdfDesc& udfDesc, bcm_udf_alloc_hints_t& hints, bcm_field_qset_t& qset )
 {
     if ( udfDesc.lagHashing() ) {
-        const U32 udfHash = Shim::sdk_->BCM_UDF_CREATE_O_UDFHASH();
+        const U32 udfHash = Shim::sdk().BCM_UDF_CREATE_O_UDFHASH();
         hints.flagsIs( udfHash );
-        Shim::sdk_->BCM_FIELD_QSET_ADD( &qset, static_cast< bcm_field_qualify_t >( udfHash ) );
+        Shim::sdk().BCM_FIELD_QSET_ADD( &qset, static_cast< bcm_field_qualify_t >( udfHash ) );
         hints.qsetIs( qset );
     }
 }
@@ -72,7 +72,7 @@ void describeHash( const UdfDesc& udfDesc, bcm_udf_id_t udfId, bcm_udf_hash_conf
 {
     config.udf_idIs( udfId );
     config.mask_lengthIs( udfDesc.length() );
-    for ( unsigned i = 0; i < Shim::sdk_->BCM_UDF_MAX_HASH_MASK_LENGTH(); ++i ) {
+    for ( unsigned i = 0; i < Shim::sdk().BCM_UDF_MAX_HASH_MASK_LENGTH(); ++i ) {
         config.hash_maskIs( i, udfDesc.lagHashingMaskByte( static_cast< U8 >( i ) ) );
     }
 }

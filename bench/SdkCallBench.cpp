@@ -21,12 +21,12 @@ constexpr bcm_range_t floorId = 3;
 
 void checked()
 {
-    benchmark::DoNotOptimize( SDK_CHECKED_CALL( bcm_range_destroy( unit, checkedId ) ) );
+    benchmark::DoNotOptimize( SDK_CHECKED_CALL( bcm_range_destroy, unit, checkedId ) );
 }
 
 void traced()
 {
-    benchmark::DoNotOptimize( SDK_TRACED_CALL( bcm_range_destroy( unit, tracedId ) ) );
+    benchmark::DoNotOptimize( SDK_TRACED_CALL( bcm_range_destroy, unit, tracedId ) );
 }
 
 void byHand()

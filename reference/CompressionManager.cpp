@@ -153,7 +153,7 @@ bool CompressionManager::release( Table table, const Key& key )
         helper_->releaseFieldCompressionEntry( record.entryId, table );
         records_.at( { table, value } ).takenOut = true;
     }
-    SDK_CHECKED_CALL( bcm_field_entry_destroy( unit(), entry ) );
+    SDK_CHECKED_CALL( bcm_field_entry_destroy, unit(), entry );
     records_.erase( { table, value } );
     TableState& state = tables_.at( table );
     state.classIds.free( record.classId );
@@ -240,12 +240,12 @@ void CompressionManager::verify( Table table, const Key& key, const Record& reco
 {
     const auto entry = static_cast< bcm_field_entry_t >( record.entryId );
     int installed = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_installed_get( unit(), entry, &installed ) );
+    SDK_CHECKED_CALL( bcm_field_entry_installed_get, unit(), entry, &installed );
     AGENT_ASSERT( installed && "the entry is not in the hardware" );
     const bcm_field_action_t action = Shim::sdk_->bcmFieldActionClassSet();
     Agent::U32 classId = 0;
     Agent::U32 unused = 0;
-    SDK_CHECKED_CALL( bcm_field_action_get( unit(), entry, action, &classId, &unused ) );
+    SDK_CHECKED_CALL( bcm_field_action_get, unit(), entry, action, &classId, &unused );
     AGENT_ASSERT( classId == record.classId );
     verifyValue( table, key, entry );
 }

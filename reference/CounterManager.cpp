@@ -127,7 +127,7 @@ void CounterManager::verifyStatistic( const CounterInfo& info ) const
     const int unit = static_cast< int >( helper_->unit() );
     const auto entry = static_cast< bcm_field_entry_t >( info.entryId );
     int statId = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_stat_get( unit, entry, &statId ) );
+    SDK_CHECKED_CALL( bcm_field_entry_stat_get, unit, entry, &statId );
     AGENT_ASSERT( statId == static_cast< int >( info.statId ) );
 }
 
@@ -142,7 +142,7 @@ void CounterManager::verifyFlexCounters( const CounterInfo& info ) const
         const Agent::S32 recorded = helper_->getCounterHwIdx( info.entryId, type, info.stage );
         Agent::U32 object = 0;
         Agent::U32 index = 0;
-        SDK_CHECKED_CALL( bcm_field_entry_flexctr_get( unit, entry, color, &object, &index ) );
+        SDK_CHECKED_CALL( bcm_field_entry_flexctr_get, unit, entry, color, &object, &index );
         AGENT_ASSERT( index == static_cast< Agent::U32 >( recorded ) );
     }
 }

@@ -39,7 +39,7 @@ bool EntryManager::accepted( std::string_view function, int rc )
 std::optional< EntryManager::EntryId > EntryManager::create( const EntryDesc& desc )
 {
     bcm_field_entry_t entry = 0;
-    const int rc = SDK_TRACED_CALL( bcm_field_entry_create( unit_, desc.group, &entry ) );
+    const int rc = SDK_TRACED_CALL( bcm_field_entry_create, unit_, desc.group, &entry );
     if ( !accepted( "bcm_field_entry_create", rc ) ) {
         return std::nullopt;
     }
@@ -73,7 +73,7 @@ bool EntryManager::program( EntryId entryId, Record& record )
         return false;
     }
     const int priority = record.desc.priority;
-    const int rc = SDK_TRACED_CALL( bcm_field_entry_prio_set( unit_, entry, priority ) );
+    const int rc = SDK_TRACED_CALL( bcm_field_entry_prio_set, unit_, entry, priority );
     return accepted( "bcm_field_entry_prio_set", rc ) && addActions( entryId, record.desc.actions );
 }
 
@@ -81,8 +81,12 @@ bool EntryManager::addActions( EntryId entryId, const std::vector< EntryAction >
 {
     for ( const EntryAction& wanted : actions ) {
         const bcm_field_action_t action = PeloraTcam::getBcmAction( wanted.type );
-        const int rc = SDK_TRACED_CALL( bcm_field_action_add(
-            unit_, sdkEntry( entryId ), action, wanted.param0, wanted.param1 ) );
+        const int rc = SDK_TRACED_CALL( bcm_field_action_add,
+                                        unit_,
+                                        sdkEntry( entryId ),
+                                        action,
+                                        wanted.param0,
+                                        wanted.param1 );
         if ( !accepted( "bcm_field_action_add", rc ) ) {
             return false;
         }
@@ -95,7 +99,7 @@ bool EntryManager::addActions( EntryId entryId, const std::vector< EntryAction >
 bool EntryManager::install( EntryId entryId )
 {
     AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
-    const int rc = SDK_TRACED_CALL( bcm_field_entry_install( unit_, sdkEntry( entryId ) ) );
+    const int rc = SDK_TRACED_CALL( bcm_field_entry_install, unit_, sdkEntry( entryId ) );
     if ( !accepted( "bcm_field_entry_install", rc ) ) {
         return false;
     }
@@ -108,7 +112,7 @@ bool EntryManager::remove( EntryId entryId )
     if ( !isInstalled( entryId ) ) {
         return false;
     }
-    SDK_CHECKED_CALL( bcm_field_entry_remove( unit_, sdkEntry( entryId ) ) );
+    SDK_CHECKED_CALL( bcm_field_entry_remove, unit_, sdkEntry( entryId ) );
     records_.at( entryId ).installed = false;
     return true;
 }
@@ -125,7 +129,7 @@ bool EntryManager::destroy( EntryId entryId )
     remove( entryId );
     detachStatistic( entryId );
     detachPolicer( entryId );
-    SDK_CHECKED_CALL( bcm_field_entry_destroy( unit_, sdkEntry( entryId ) ) );
+    SDK_CHECKED_CALL( bcm_field_entry_destroy, unit_, sdkEntry( entryId ) );
     records_.erase( entryId );
     if ( --entriesByGroup_.at( group ) == 0 ) {
         entriesByGroup_.erase( group );
@@ -137,7 +141,7 @@ bool EntryManager::destroy( EntryId entryId )
 void EntryManager::writeAgain( EntryId entryId )
 {
     if ( isInstalled( entryId ) ) {
-        SDK_CHECKED_CALL( bcm_field_entry_install( unit_, sdkEntry( entryId ) ) );
+        SDK_CHECKED_CALL( bcm_field_entry_install, unit_, sdkEntry( entryId ) );
     }
 }
 
@@ -148,7 +152,7 @@ bool EntryManager::attachPolicer( EntryId entryId, PolicerId policerId )
     AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
     const auto policer = static_cast< bcm_policer_t >( policerId );
     const int rc = SDK_TRACED_CALL(
-        bcm_field_entry_policer_attach( unit_, sdkEntry( entryId ), policerLevel, policer ) );
+        bcm_field_entry_policer_attach, unit_, sdkEntry( entryId ), policerLevel, policer );
     if ( !accepted( "bcm_field_entry_policer_attach", rc ) ) {
         return false;
     }
@@ -163,7 +167,7 @@ bool EntryManager::detachPolicer( EntryId entryId )
     if ( found == records_.end() || !found->second.desc.policer ) {
         return false;
     }
-    SDK_CHECKED_CALL( bcm_field_entry_policer_detach( unit_, sdkEntry( entryId ), policerLevel ) );
+    SDK_CHECKED_CALL( bcm_field_entry_policer_detach, unit_, sdkEntry( entryId ), policerLevel );
     records_.at( entryId ).desc.policer.reset();
     writeAgain( entryId );
     return true;
@@ -173,7 +177,7 @@ bool EntryManager::attachStatistic( EntryId entryId, int statId )
 {
     AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
     const int rc =
-        SDK_TRACED_CALL( bcm_field_entry_stat_attach( unit_, sdkEntry( entryId ), statId ) );
+        SDK_TRACED_CALL( bcm_field_entry_stat_attach, unit_, sdkEntry( entryId ), statId );
     if ( !accepted( "bcm_field_entry_stat_attach", rc ) ) {
         return false;
     }
@@ -188,7 +192,7 @@ bool EntryManager::detachStatistic( EntryId entryId )
         return false;
     }
     const int statId = *found->second.statistic;
-    SDK_CHECKED_CALL( bcm_field_entry_stat_detach( unit_, sdkEntry( entryId ), statId ) );
+    SDK_CHECKED_CALL( bcm_field_entry_stat_detach, unit_, sdkEntry( entryId ), statId );
     records_.at( entryId ).statistic.reset();
     return true;
 }
@@ -229,11 +233,11 @@ void EntryManager::verify( EntryId entryId, const Record& record ) const
 {
     const bcm_field_entry_t entry = sdkEntry( entryId );
     int installed = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_installed_get( unit_, entry, &installed ) );
+    SDK_CHECKED_CALL( bcm_field_entry_installed_get, unit_, entry, &installed );
     AGENT_ASSERT( ( installed != 0 ) == record.installed );
     verifyQualifiers( unit_, entry, record.desc.qualifiers );
     int priority = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_prio_get( unit_, entry, &priority ) );
+    SDK_CHECKED_CALL( bcm_field_entry_prio_get, unit_, entry, &priority );
     AGENT_ASSERT( priority == record.desc.priority );
     verifyActions( entry, record.desc.actions );
     verifyAttachments( entry, record );
@@ -246,7 +250,7 @@ void EntryManager::verifyActions( bcm_field_entry_t entry,
         const bcm_field_action_t action = PeloraTcam::getBcmAction( wanted.type );
         EntryAction inHardware{ wanted.type, 0, 0 };
         SDK_CHECKED_CALL(
-            bcm_field_action_get( unit_, entry, action, &inHardware.param0, &inHardware.param1 ) );
+            bcm_field_action_get, unit_, entry, action, &inHardware.param0, &inHardware.param1 );
         AGENT_ASSERT( inHardware == wanted );
     }
 }
@@ -255,12 +259,12 @@ void EntryManager::verifyAttachments( bcm_field_entry_t entry, const Record& rec
 {
     if ( record.desc.policer ) {
         bcm_policer_t policer = 0;
-        SDK_CHECKED_CALL( bcm_field_entry_policer_get( unit_, entry, policerLevel, &policer ) );
+        SDK_CHECKED_CALL( bcm_field_entry_policer_get, unit_, entry, policerLevel, &policer );
         AGENT_ASSERT( static_cast< PolicerId >( policer ) == *record.desc.policer );
     }
     if ( record.statistic ) {
         int statId = 0;
-        SDK_CHECKED_CALL( bcm_field_entry_stat_get( unit_, entry, &statId ) );
+        SDK_CHECKED_CALL( bcm_field_entry_stat_get, unit_, entry, &statId );
         AGENT_ASSERT( statId == *record.statistic );
     }
 }

@@ -84,12 +84,11 @@ class QualifierWriter
         if ( prefix.address.isV6() ) {
             const Ip6Value ip6( prefix );
             const int rc =
-                SDK_TRACED_CALL( bcm_field_qualify_SrcIp6( unit_, entry_, ip6.data, ip6.mask ) );
+                SDK_TRACED_CALL( bcm_field_qualify_SrcIp6, unit_, entry_, ip6.data, ip6.mask );
             return note( "bcm_field_qualify_SrcIp6", rc );
         }
         const Masked< bcm_ip_t > ip = ip4Value( prefix );
-        const int rc =
-            SDK_TRACED_CALL( bcm_field_qualify_SrcIp( unit_, entry_, ip.value, ip.mask ) );
+        const int rc = SDK_TRACED_CALL( bcm_field_qualify_SrcIp, unit_, entry_, ip.value, ip.mask );
         note( "bcm_field_qualify_SrcIp", rc );
     }
 
@@ -98,47 +97,46 @@ class QualifierWriter
         if ( prefix.address.isV6() ) {
             const Ip6Value ip6( prefix );
             const int rc =
-                SDK_TRACED_CALL( bcm_field_qualify_DstIp6( unit_, entry_, ip6.data, ip6.mask ) );
+                SDK_TRACED_CALL( bcm_field_qualify_DstIp6, unit_, entry_, ip6.data, ip6.mask );
             return note( "bcm_field_qualify_DstIp6", rc );
         }
         const Masked< bcm_ip_t > ip = ip4Value( prefix );
-        const int rc =
-            SDK_TRACED_CALL( bcm_field_qualify_DstIp( unit_, entry_, ip.value, ip.mask ) );
+        const int rc = SDK_TRACED_CALL( bcm_field_qualify_DstIp, unit_, entry_, ip.value, ip.mask );
         note( "bcm_field_qualify_DstIp", rc );
     }
 
     void etherType( Masked< Agent::U16 > type )
     {
         const int rc =
-            SDK_TRACED_CALL( bcm_field_qualify_EtherType( unit_, entry_, type.value, type.mask ) );
+            SDK_TRACED_CALL( bcm_field_qualify_EtherType, unit_, entry_, type.value, type.mask );
         note( "bcm_field_qualify_EtherType", rc );
     }
 
     void protocol( Masked< Agent::U8 > protocol )
     {
         const int rc = SDK_TRACED_CALL(
-            bcm_field_qualify_IpProtocol( unit_, entry_, protocol.value, protocol.mask ) );
+            bcm_field_qualify_IpProtocol, unit_, entry_, protocol.value, protocol.mask );
         note( "bcm_field_qualify_IpProtocol", rc );
     }
 
     void sourcePort( Masked< Agent::U16 > port )
     {
         const int rc =
-            SDK_TRACED_CALL( bcm_field_qualify_L4SrcPort( unit_, entry_, port.value, port.mask ) );
+            SDK_TRACED_CALL( bcm_field_qualify_L4SrcPort, unit_, entry_, port.value, port.mask );
         note( "bcm_field_qualify_L4SrcPort", rc );
     }
 
     void destinationPort( Masked< Agent::U16 > port )
     {
         const int rc =
-            SDK_TRACED_CALL( bcm_field_qualify_L4DstPort( unit_, entry_, port.value, port.mask ) );
+            SDK_TRACED_CALL( bcm_field_qualify_L4DstPort, unit_, entry_, port.value, port.mask );
         note( "bcm_field_qualify_L4DstPort", rc );
     }
 
     void range( const EntryRange& range )
     {
         const int rc = SDK_TRACED_CALL(
-            bcm_field_qualify_RangeCheck( unit_, entry_, range.id, range.outside ? 1 : 0 ) );
+            bcm_field_qualify_RangeCheck, unit_, entry_, range.id, range.outside ? 1 : 0 );
         note( "bcm_field_qualify_RangeCheck", rc );
     }
 
@@ -146,7 +144,7 @@ class QualifierWriter
     {
         ClassRecords records( classes );
         const int rc = SDK_TRACED_CALL(
-            bcm_field_qualify_SrcClass( unit_, entry_, &records.data, &records.mask ) );
+            bcm_field_qualify_SrcClass, unit_, entry_, &records.data, &records.mask );
         note( "bcm_field_qualify_SrcClass", rc );
     }
 
@@ -205,8 +203,8 @@ void verifyRanges( int unit, bcm_field_entry_t entry, const std::vector< EntryRa
     std::array< Agent::U32, most > ids{};
     std::array< int, most > inverts{};
     int actual = 0;
-    SDK_CHECKED_CALL( bcm_field_qualify_RangeCheck_get(
-        unit, entry, most, ids.data(), inverts.data(), &actual ) );
+    SDK_CHECKED_CALL(
+        bcm_field_qualify_RangeCheck_get, unit, entry, most, ids.data(), inverts.data(), &actual );
     std::set< EntryRange > inHardware;
     for ( int i = 0; i < std::min( actual, most ); ++i ) {
         const auto position = static_cast< std::size_t >( i );
@@ -223,7 +221,7 @@ void verifyClasses( int unit,
     const ClassRecords wanted( expected );
     bcm_field_src_class_t data;
     bcm_field_src_class_t mask;
-    SDK_CHECKED_CALL( bcm_field_qualify_SrcClass_get( unit, entry, &data, &mask ) );
+    SDK_CHECKED_CALL( bcm_field_qualify_SrcClass_get, unit, entry, &data, &mask );
     AGENT_ASSERT( isSame( data, wanted.data ) && isSame( mask, wanted.mask ) );
 }
 

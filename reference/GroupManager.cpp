@@ -56,7 +56,7 @@ GroupManager::GroupManager( Agent::U32 unit, bool narrowWideTcamWidthSupport )
 std::optional< bcm_field_group_t > GroupManager::create( const GroupDesc& desc )
 {
     bcm_field_group_config_t config = configOf( desc );
-    const int rc = SDK_TRACED_CALL( bcm_field_group_config_create( unit_, &config ) );
+    const int rc = SDK_TRACED_CALL( bcm_field_group_config_create, unit_, &config );
     if ( rc < 0 ) {
         return std::nullopt;
     }
@@ -95,7 +95,7 @@ void GroupManager::verify( bcm_field_group_t group, const QualifierSet& qualifie
 {
     bcm_field_qset_t qset;
     Shim::sdk_->BCM_FIELD_QSET_INIT( &qset );
-    SDK_CHECKED_CALL( bcm_field_group_get( unit_, group, &qset ) );
+    SDK_CHECKED_CALL( bcm_field_group_get, unit_, group, &qset );
     const QualifierSet inHardware = PeloraTcam::getBcmQualifierSet( &qset );
     AGENT_ASSERT( inHardware == qualifiers );
 }
@@ -107,7 +107,7 @@ bool GroupManager::destroy( bcm_field_group_t group )
         return false;
     }
     // Forgotten only once the chip has let go of it: an exception leaves the record as it was.
-    SDK_CHECKED_CALL( bcm_field_group_destroy( unit_, group ) );
+    SDK_CHECKED_CALL( bcm_field_group_destroy, unit_, group );
     qualifiersByGroup_.erase( found );
     return true;
 }

@@ -39,7 +39,7 @@ PreselectorManager::create( const std::vector< PreselectorQualifier >& qualifier
 {
     const auto unit = static_cast< int >( unit_ );
     bcm_field_presel_t presel = 0;
-    const int rc = SDK_TRACED_CALL( bcm_field_presel_create( unit, &presel ) );
+    const int rc = SDK_TRACED_CALL( bcm_field_presel_create, unit, &presel );
     if ( rc < 0 ) {
         return std::nullopt;
     }
@@ -81,8 +81,7 @@ void PreselectorManager::program( bcm_field_presel_t presel,
     if ( !classes.empty() ) {
         const auto unit = static_cast< int >( unit_ );
         const bcm_field_entry_t flagged = presel | preselectorFlag;
-        SDK_CHECKED_CALL(
-            bcm_field_qualify_SrcClass( unit, flagged, &classes.data, &classes.mask ) );
+        SDK_CHECKED_CALL( bcm_field_qualify_SrcClass, unit, flagged, &classes.data, &classes.mask );
     }
 }
 
@@ -93,7 +92,7 @@ bool PreselectorManager::destroy( bcm_field_presel_t presel )
     }
     // Forgotten only once the chip has let go of it: an exception leaves the record as it was.
     const auto unit = static_cast< int >( unit_ );
-    SDK_CHECKED_CALL( bcm_field_presel_destroy( unit, presel ) );
+    SDK_CHECKED_CALL( bcm_field_presel_destroy, unit, presel );
     preselectors_.erase( presel );
     return true;
 }

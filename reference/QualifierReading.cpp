@@ -33,7 +33,7 @@ void verifyEtherType( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > ex
 {
     Masked< Agent::U16 > inHardware;
     SDK_CHECKED_CALL(
-        bcm_field_qualify_EtherType_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+        bcm_field_qualify_EtherType_get, unit, entry, &inHardware.value, &inHardware.mask );
     AGENT_ASSERT( inHardware == expected );
 }
 
@@ -41,7 +41,7 @@ void verifyProtocol( int unit, bcm_field_entry_t entry, Masked< Agent::U8 > expe
 {
     Masked< Agent::U8 > inHardware;
     SDK_CHECKED_CALL(
-        bcm_field_qualify_IpProtocol_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+        bcm_field_qualify_IpProtocol_get, unit, entry, &inHardware.value, &inHardware.mask );
     AGENT_ASSERT( inHardware == expected );
 }
 
@@ -49,7 +49,7 @@ void verifySourcePort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > e
 {
     Masked< Agent::U16 > inHardware;
     SDK_CHECKED_CALL(
-        bcm_field_qualify_L4SrcPort_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+        bcm_field_qualify_L4SrcPort_get, unit, entry, &inHardware.value, &inHardware.mask );
     AGENT_ASSERT( inHardware == expected );
 }
 
@@ -57,7 +57,7 @@ void verifyDestinationPort( int unit, bcm_field_entry_t entry, Masked< Agent::U1
 {
     Masked< Agent::U16 > inHardware;
     SDK_CHECKED_CALL(
-        bcm_field_qualify_L4DstPort_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+        bcm_field_qualify_L4DstPort_get, unit, entry, &inHardware.value, &inHardware.mask );
     AGENT_ASSERT( inHardware == expected );
 }
 
@@ -66,13 +66,13 @@ void verifySource( int unit, bcm_field_entry_t entry, const IpPrefix& expected )
     if ( expected.address.isV6() ) {
         bcm_ip6_t data;
         bcm_ip6_t mask;
-        SDK_CHECKED_CALL( bcm_field_qualify_SrcIp6_get( unit, entry, data, mask ) );
+        SDK_CHECKED_CALL( bcm_field_qualify_SrcIp6_get, unit, entry, data, mask );
         AGENT_ASSERT( isSame( Ip6Value( expected ), data, mask ) );
         return;
     }
     Masked< bcm_ip_t > inHardware;
     SDK_CHECKED_CALL(
-        bcm_field_qualify_SrcIp_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+        bcm_field_qualify_SrcIp_get, unit, entry, &inHardware.value, &inHardware.mask );
     AGENT_ASSERT( inHardware == ip4Value( expected ) );
 }
 
@@ -81,13 +81,13 @@ void verifyDestination( int unit, bcm_field_entry_t entry, const IpPrefix& expec
     if ( expected.address.isV6() ) {
         bcm_ip6_t data;
         bcm_ip6_t mask;
-        SDK_CHECKED_CALL( bcm_field_qualify_DstIp6_get( unit, entry, data, mask ) );
+        SDK_CHECKED_CALL( bcm_field_qualify_DstIp6_get, unit, entry, data, mask );
         AGENT_ASSERT( isSame( Ip6Value( expected ), data, mask ) );
         return;
     }
     Masked< bcm_ip_t > inHardware;
     SDK_CHECKED_CALL(
-        bcm_field_qualify_DstIp_get( unit, entry, &inHardware.value, &inHardware.mask ) );
+        bcm_field_qualify_DstIp_get, unit, entry, &inHardware.value, &inHardware.mask );
     AGENT_ASSERT( inHardware == ip4Value( expected ) );
 }
 

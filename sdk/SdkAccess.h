@@ -51,4 +51,21 @@ class AGENT_EXPORT SdkAccess
 /// The access object in use; null until the agent sets it. The library never changes it.
 extern AGENT_EXPORT SdkAccess* sdk_;
 
+/// Ends the process: the SDK is used before the agent has set `sdk_`.
+[[noreturn, gnu::cold]] AGENT_EXPORT void
+sdkIsNotSet( const char* file, unsigned line, const char* function );
+
+/// The access object in use. While there is none it is a failed assertion at the place that asks:
+/// its path, its line (from 1) and its function, which are never given.
+[[gnu::always_inline]] inline SdkAccess& sdk( const char* file = __builtin_FILE(),
+                                              unsigned line = __builtin_LINE(),
+                                              const char* function = __builtin_FUNCTION() )
+{
+    SdkAccess* const access = sdk_;
+    if ( access == nullptr ) [[unlikely]] {
+        sdkIsNotSet( file, line, function );
+    }
+    return *access;
+}
+
 } // namespace Shim

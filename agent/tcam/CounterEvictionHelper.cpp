@@ -37,7 +37,7 @@ int PeloraTcamSdk6CounterEvictionHelper::read( const Key& key,
     const auto& [ unit, statId, statType ] = key;
     const std::lock_guard lock( mutex_ );
     Agent::U64 reading = 0;
-    const int rc = Shim::sdk_->bcm_field_stat_get(
+    const int rc = Shim::sdk().bcm_field_stat_get(
         static_cast< int >( unit ), static_cast< int >( statId ), statType, &reading );
     if ( rc >= 0 ) {
         *value = ( sums_[ key ].*sum ).readingIs( reading, counterMask_ );

@@ -7,7 +7,7 @@ namespace PeloraTcam {
 int FlexctrCounter::readGuarded( int unit, U64 mask )
 {
     bcm_flexctr_counter_value_t value;
-    const int rc = Shim::sdk_->bcm_flexctr_stat_get( unit, object_, index_, &value );
+    const int rc = Shim::sdk().bcm_flexctr_stat_get( unit, object_, index_, &value );
     if ( rc >= 0 ) {
         packets_.readingIs( value.packets, mask );
         bytes_.readingIs( value.bytes, mask );
@@ -28,7 +28,7 @@ int FlexctrCounter::clear( int unit )
 {
     const std::lock_guard lock( mutex_ );
     bcm_flexctr_counter_value_t zero;
-    const int rc = Shim::sdk_->bcm_flexctr_stat_set( unit, object_, index_, &zero );
+    const int rc = Shim::sdk().bcm_flexctr_stat_set( unit, object_, index_, &zero );
     if ( rc >= 0 ) {
         packets_.clear();
         bytes_.clear();

@@ -19,18 +19,18 @@ int SdkCounterObjectManager::counterObjectIs(
     const std::tuple key( unit, stage, pipe, priority );
     AGENT_ASSERT( !objects_.contains( key ) && "there is a counter object" );
     bcm_flexctr_action_t action;
-    Shim::sdk_->bcm_flexctr_action_t_init( &action );
+    Shim::sdk().bcm_flexctr_action_t_init( &action );
     action.index_num = firstIndex + counters;
     FlexctrObjectId object = 0;
     const int rc = SDK_TRACED_CALL(
-        bcm_flexctr_action_create( static_cast< int >( unit ), 0, &action, &object ) );
+        bcm_flexctr_action_create, static_cast< int >( unit ), 0, &action, &object );
     if ( rc < 0 ) {
         return rc;
     }
     if ( !objects_.try_emplace( key, object ).second ) {
         // Somebody else made one while the locks were released.
-        SDK_CHECKED_CALL( bcm_flexctr_action_destroy( static_cast< int >( unit ), object ) );
-        return Shim::sdk_->BCM_E_EXISTS();
+        SDK_CHECKED_CALL( bcm_flexctr_action_destroy, static_cast< int >( unit ), object );
+        return Shim::sdk().BCM_E_EXISTS();
     }
     indices_[ { unit, object } ] = IdPool( firstIndex, counters );
     return rc;
@@ -49,7 +49,7 @@ void SdkCounterObjectManager::counterObjectDel( U32 unit,
     AGENT_ASSERT( indices( unit, object ).allocated() == 0 && "counter object is in use" );
     objects_.erase( found );
     indices_.erase( { unit, object } );
-    SDK_CHECKED_CALL( bcm_flexctr_action_destroy( static_cast< int >( unit ), object ) );
+    SDK_CHECKED_CALL( bcm_flexctr_action_destroy, static_cast< int >( unit ), object );
 }
 
 FlexctrObjectId SdkCounterObjectManager::getCounterObject( U32 unit,
@@ -58,7 +58,7 @@ FlexctrObjectId SdkCounterObjectManager::getCounterObject( U32 unit,
                                                            TcamGroupPriority priority )
 {
     const auto found = objects_.find( { unit, stage, pipe, priority } );
-    return found == objects_.end() ? Shim::sdk_->BCM_FLEXCTR_INVALID_OBJECT() : found->second;
+    return found == objects_.end() ? Shim::sdk().BCM_FLEXCTR_INVALID_OBJECT() : found->second;
 }
 
 IdPool& SdkCounterObjectManager::indices( U32 unit, FlexctrObjectId object )

@@ -28,7 +28,7 @@ CounterSet packetTypesOf( const CounterSet& counterSet )
 bcm_field_flexctr_config_t configOf( CounterType packetType, const FlexctrCounter& counter )
 {
     bcm_field_flexctr_config_t config;
-    Shim::sdk_->bcm_field_flexctr_config_t_init( &config );
+    Shim::sdk().bcm_field_flexctr_config_t_init( &config );
     config.flexctr_action_id = counter.object();
     config.counter_index = counter.index();
     config.color = flexctrColorOf( packetType );
@@ -41,13 +41,13 @@ bcm_flexctr_color_t flexctrColorOf( CounterType packetType )
 {
     switch ( packetType ) {
     case CounterType::greenPackets:
-        return Shim::sdk_->bcmFlexctrColorGreen();
+        return Shim::sdk().bcmFlexctrColorGreen();
     case CounterType::yellowPackets:
-        return Shim::sdk_->bcmFlexctrColorYellow();
+        return Shim::sdk().bcmFlexctrColorYellow();
     case CounterType::redPackets:
-        return Shim::sdk_->bcmFlexctrColorRed();
+        return Shim::sdk().bcmFlexctrColorRed();
     default:
-        return Shim::sdk_->bcmFlexctrColorAny();
+        return Shim::sdk().bcmFlexctrColorAny();
     }
 }
 
@@ -94,7 +94,7 @@ FlexctrAttachment SdkFlexctrManager::attachFlexctr( U32 unit,
     }
     Record record;
     record.object = objects_.getCounterObject( unit, stage, pipe, priority );
-    if ( record.object == Shim::sdk_->BCM_FLEXCTR_INVALID_OBJECT() ||
+    if ( record.object == Shim::sdk().BCM_FLEXCTR_INVALID_OBJECT() ||
          !takeIndices( unit, record, packetTypes ) ) {
         return { FlexctrAttachState::noFreeIndex };
     }
@@ -146,7 +146,7 @@ bool SdkFlexctrManager::attachAll( int unit, TcamEntryId entryId, const Record& 
                            SDK_CALL_SITE( "bcm_flexctr_stat_set( unit, object, index, &zero )" ),
                            [ &, &cleared = *counter ] { return cleared.clear( unit ); } );
         bcm_field_flexctr_config_t config = configOf( type, *counter );
-        const int rc = SDK_TRACED_CALL( bcm_field_entry_flexctr_attach( unit, entry, &config ) );
+        const int rc = SDK_TRACED_CALL( bcm_field_entry_flexctr_attach, unit, entry, &config );
         if ( rc < 0 ) {
             detachAll( unit, entryId, record, attached );
             return false;
@@ -167,7 +167,7 @@ void SdkFlexctrManager::detachAll( int unit,
     while ( next != record.counters.begin() ) {
         --next;
         bcm_field_flexctr_config_t config = configOf( next->first, *next->second );
-        SDK_CHECKED_CALL( bcm_field_entry_flexctr_detach( unit, entry, &config ) );
+        SDK_CHECKED_CALL( bcm_field_entry_flexctr_detach, unit, entry, &config );
     }
 }
 

@@ -93,7 +93,7 @@ bcm_field_group_t createGroup()
     Shim::sdk_->BCM_FIELD_QSET_ADD( &config.qset, Shim::sdk_->bcmFieldQualifyStageIngress() );
     config.aset = getBcmActionSet( { ActionType::drop } );
     config.mode = getBcmTcamKeySize( TcamKeySize::doubleWide, stageIfp(), false );
-    SDK_CHECKED_CALL( bcm_field_group_config_create( unit, &config ) );
+    SDK_CHECKED_CALL( bcm_field_group_config_create, unit, &config );
     return config.group;
 }
 
@@ -118,11 +118,11 @@ void useGroup()
     initializeBcmActionMap();
     const bcm_field_group_t group = createGroup();
     bcm_field_entry_t entry = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_create( unit, group, &entry ) );
+    SDK_CHECKED_CALL( bcm_field_entry_create, unit, group, &entry );
     std::cout << "group " << group << ", entry " << entry << '\n';
     useCounter( static_cast< TcamEntryId >( entry ) );
-    SDK_CHECKED_CALL( bcm_field_entry_destroy( unit, entry ) );
-    SDK_CHECKED_CALL( bcm_field_group_destroy( unit, group ) );
+    SDK_CHECKED_CALL( bcm_field_entry_destroy, unit, entry );
+    SDK_CHECKED_CALL( bcm_field_group_destroy, unit, group );
 }
 
 } // namespace

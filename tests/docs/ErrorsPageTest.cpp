@@ -23,13 +23,14 @@ const std::string& page()
     return text;
 }
 
-/// The sources of the library with that ending.
+/// The sources of the library, and of the calls compiled into it, with that ending.
 std::vector< std::string > sourcesOfTheLibrary( std::string_view ending )
 {
     std::vector< std::string > sources;
     const Layering::SourceTree tree( PELORA_SOURCE_DIR );
     for ( const std::string& file : tree.files() ) {
-        if ( file.starts_with( "PeloraTcam/" ) && file.ends_with( ending ) ) {
+        const bool isOurs = file.starts_with( "PeloraTcam/" ) || file.starts_with( "sdk/" );
+        if ( isOurs && file.ends_with( ending ) ) {
             sources.push_back( file );
         }
     }

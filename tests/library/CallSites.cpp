@@ -123,15 +123,18 @@ std::string textOfSite( const std::string& macro,
     if ( macro == "PRESELECTOR_CALL" ) {
         return valueOf( arguments.back(), source );
     }
-    const bool isGiven = macro.ends_with( "_AS" ) || macro == "SDK_CALL_SITE";
-    return isGiven ? valueOf( arguments.front(), source ) : stringised( arguments );
+    if ( macro.ends_with( "_AS" ) || macro == "SDK_CALL_SITE" ) {
+        return valueOf( arguments.front(), source );
+    }
+    const std::vector< std::string > passed( arguments.begin() + 1, arguments.end() );
+    return stringised( { arguments.front() } ) + "( " + stringised( passed ) + " )";
 }
 
 /// The SDK functions that are called past the macros, and are no initialisers; a call whose site
 /// stands beside it is that site's.
 void addBareCalls( const std::string& source, std::vector< std::string >& texts )
 {
-    static const std::regex call( "sdk_->\\s*((bcm|korvel)_\\w+)\\s*\\(" );
+    static const std::regex call( "\\bsdk\\(\\)\\.((bcm|korvel)_\\w+)\\s*\\(" );
     const std::size_t sites = texts.size();
     for ( std::sregex_iterator it( source.begin(), source.end(), call ), end; it != end; ++it ) {
         const std::string function = ( *it )[ 1 ];

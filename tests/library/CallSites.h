@@ -8,7 +8,7 @@
 /// what it writes on standard error or into the trace, or, for a bare call, which writes nothing,
 /// the function's name.
 ///
-///     SDK_CHECKED_CALL( bcm_range_get( unit, &conf ) );      // "bcm_range_get( unit, &conf )"
+///     SDK_CHECKED_CALL( bcm_range_get, unit, &conf );      // "bcm_range_get( unit, &conf )"
 ///     SDK_CALL_SITE( getBytesText )                          // what that constant holds
 ///     return Shim::sdk_->bcm_field_qualify_udf( unit, ... ); // "bcm_field_qualify_udf"
 

@@ -155,15 +155,15 @@ TEST_F( CallSitesTest, List_EachTest_NamesTheCallInItsFileOrScene )
 
 TEST( CallSitesOfTest, Macros_AsWritten_AreStringised )
 {
-    EXPECT_THAT( callSitesOf( "SDK_CHECKED_CALL( bcm_a( unit, &conf ) );\n"
-                              "rc = SDK_TRACED_CALL(\n    bcm_b( unit,\n           0 ) );\n" ),
-                 ElementsAre( "bcm_a( unit, &conf )", "bcm_b( unit, 0 )" ) );
+    EXPECT_THAT( callSitesOf( "SDK_CHECKED_CALL( bcm_a, unit, &conf );\n"
+                              "rc = SDK_TRACED_CALL(\n    bcm_b,\n    f( unit,\n       0 ) );\n" ),
+                 ElementsAre( "bcm_a( unit, &conf )", "bcm_b( f( unit, 0 ) )" ) );
 }
 
 TEST( CallSitesOfTest, Macros_WithATextOrAConstant_HaveThat )
 {
     EXPECT_THAT( callSitesOf( "constexpr const char* text =\n    \"bcm_c( \"\n    \"x )\";\n"
-                              "SDK_CHECKED_CALL_AS( \"bcm_a( 1, \"\n \"2 )\", bcm_a( 1, 2 ) );\n"
+                              "SDK_CHECKED_CALL_AS( \"bcm_a( 1, \"\n \"2 )\", bcm_a, 1, 2 );\n"
                               "f( SDK_CALL_SITE( text ), SDK_CALL_SITE( \"a \\\"b\\\"\" ) );\n" ),
                  ElementsAre( "bcm_a( 1, 2 )", "bcm_c( x )", "a \"b\"" ) );
 }
@@ -179,12 +179,12 @@ TEST( CallSitesOfTest, Rows_OfATable_HaveTheirLastColumn )
 
 TEST( CallSitesOfTest, BareCalls_OfFunctions_AreSitesUnlessTheyHaveOne )
 {
-    EXPECT_THAT( callSitesOf( "return Shim::sdk_->bcm_a( unit );\n"
-                              "Shim::sdk_->bcm_b_t_init( &b );\n"
-                              "Shim::sdk_->bcmFieldDrop();\n"
+    EXPECT_THAT( callSitesOf( "return Shim::sdk().bcm_a( unit );\n"
+                              "Shim::sdk().bcm_b_t_init( &b );\n"
+                              "Shim::sdk().bcmFieldDrop();\n"
                               "site = SDK_CALL_SITE( \"bcm_c( unit )\" );\n"
-                              "f( [ & ] { return Shim::sdk_->bcm_c( unit ); } );\n"
-                              "// Shim::sdk_->bcm_d( unit );\n" ),
+                              "f( [ & ] { return Shim::sdk().bcm_c( unit ); } );\n"
+                              "// Shim::sdk().bcm_d( unit );\n" ),
                  ElementsAre( "bcm_c( unit )", "bcm_a" ) );
 }
 

@@ -53,13 +53,13 @@ class SdkCallExceptionTest : public ::testing::Test
 
 TEST_F( SdkCallExceptionTest, CheckedCall_SinkThrows_GoesOnToTheCallerWithBothLocksHeld )
 {
-    EXPECT_THROW( SDK_CHECKED_CALL( bcm_range_destroy( 0, 7 ) ), std::runtime_error );
+    EXPECT_THROW( SDK_CHECKED_CALL( bcm_range_destroy, 0, 7 ), std::runtime_error );
     expectOneCallAndBothLocksHeld();
 }
 
 TEST_F( SdkCallExceptionTest, TracedCall_SinkThrows_GoesOnToTheCallerWithBothLocksHeld )
 {
-    EXPECT_THROW( SDK_TRACED_CALL( bcm_range_destroy( 0, 7 ) ), std::runtime_error );
+    EXPECT_THROW( SDK_TRACED_CALL( bcm_range_destroy, 0, 7 ), std::runtime_error );
     expectOneCallAndBothLocksHeld();
 }
 

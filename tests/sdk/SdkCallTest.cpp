@@ -35,35 +35,37 @@ constexpr int checkedLine = __LINE__ + 4;
 
 int destroyChecked( int unit, bcm_range_t rangeId )
 {
-    return SDK_CHECKED_CALL( bcm_range_destroy( unit, rangeId ) );
+    return SDK_CHECKED_CALL( bcm_range_destroy, unit, rangeId );
 }
 
 constexpr int tracedLine = __LINE__ + 4;
 
 int destroyTraced( int unit, bcm_range_t rangeId )
 {
-    return SDK_TRACED_CALL( bcm_range_destroy( unit, rangeId ) );
+    return SDK_TRACED_CALL( bcm_range_destroy, unit, rangeId );
 }
 
 constexpr int givenTextLine = __LINE__ + 4;
 
 int destroyWithTextGiven( int unit, bcm_range_t id )
 {
-    return SDK_CHECKED_CALL_AS( "bcm_range_destroy( u, ( R )id )", bcm_range_destroy( unit, id ) );
+    return SDK_CHECKED_CALL_AS( "bcm_range_destroy( u, ( R )id )", bcm_range_destroy, unit, id );
 }
 
 constexpr int tracedGivenTextLine = __LINE__ + 4;
 
 int destroyTracedWithTextGiven( int unit, bcm_range_t id )
 {
-    return SDK_TRACED_CALL_AS( "bcm_range_destroy( u, ( R )id )", bcm_range_destroy( unit, id ) );
+    return SDK_TRACED_CALL_AS( "bcm_range_destroy( u, ( R )id )", bcm_range_destroy, unit, id );
 }
 
 /// A call too long for one line.
 int attachChecked( int unitOfTheChip, bcm_field_entry_t entryThatIsToBeCounted, int statisticId )
 {
-    return SDK_CHECKED_CALL( bcm_field_entry_stat_attach(
-        unitOfTheChip, entryThatIsToBeCounted, statisticId + statisticId ) );
+    return SDK_CHECKED_CALL( bcm_field_entry_stat_attach,
+                             unitOfTheChip,
+                             entryThatIsToBeCounted,
+                             statisticId + statisticId );
 }
 
 namespace {

@@ -175,7 +175,7 @@ void Lamp::handleInitialized()
 /// Makes an SDK call, and raises both messages.
 void Bell::handleInitialized()
 {
-    SDK_CHECKED_CALL( bcm_range_destroy( 0, 1 ) );
+    SDK_CHECKED_CALL( bcm_range_destroy, 0, 1 );
     lampBrokenLog.raise();
     lampMendedLog.raise();
 }

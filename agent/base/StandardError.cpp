@@ -1,0 +1,24 @@
+#include "agent/base/StandardError.h"
+
+#include <cstdio>
+#include <iostream>
+
+namespace Agent {
+
+void writeErrorLine( std::string line ) noexcept
+try {
+    line += '\n';
+    // Past the stream itself, which writes nothing while one of its error flags is set.
+    if ( std::streambuf* const buffer = std::cerr.rdbuf() ) {
+        buffer->sputn( line.data(), static_cast< std::streamsize >( line.size() ) );
+        buffer->pubsync();
+    } else {
+        std::fwrite( line.data(), 1, line.size(), stderr );
+        std::fflush( stderr );
+    }
+
+} catch ( ... ) {
+    // There is nobody left to tell.
+}
+
+} // namespace Agent
