@@ -10,6 +10,12 @@
 ///
 ///     agent: PeloraTcam/X.cpp:12: void f(int, int): Assertion `low <= high && "range is upside
 ///     down"' failed.
+///
+/// Where a certain text is required it is given with the condition, so that names in the code are
+/// free. A place that must not be reached fails with a text alone:
+///
+///     AGENT_ASSERT_AS( "low <= high && \"range is upside down\"", range.low() <= range.high() );
+///     AGENT_FAIL( "0 && \"Invalid range\"" );
 
 #include "agent/base/Export.h"
 
@@ -21,9 +27,14 @@ assertionFailed( const char* expression, const char* file, unsigned line, const 
 
 } // namespace Agent
 
-/// Ends the process with the C library's assertion line unless the expression is true. The
-/// expression is evaluated exactly once; its text, as written, is part of the line.
-#define AGENT_ASSERT( ... )                                                                        \
-    ( ( __VA_ARGS__ )                                                                              \
-          ? static_cast< void >( 0 )                                                               \
-          : ::Agent::assertionFailed( #__VA_ARGS__, __FILE__, __LINE__, __PRETTY_FUNCTION__ ) )
+/// Ends the process with the C library's assertion line at this place, with that text, a string
+/// literal.
+#define AGENT_FAIL( text ) ::Agent::assertionFailed( text, __FILE__, __LINE__, __PRETTY_FUNCTION__ )
+
+/// Ends the process with the C library's assertion line unless the condition is true. The condition
+/// is evaluated exactly once; the line has `text`, a string literal, in its place.
+#define AGENT_ASSERT_AS( text, ... )                                                               \
+    ( ( __VA_ARGS__ ) ? static_cast< void >( 0 ) : AGENT_FAIL( text ) )
+
+/// The same; the text is the condition as written.
+#define AGENT_ASSERT( ... ) AGENT_ASSERT_AS( #__VA_ARGS__, __VA_ARGS__ )

@@ -38,6 +38,27 @@ void checkList()
     AGENT_ASSERT( isSame< int, long >() );
 }
 
+constexpr int givenTextLine = __LINE__ + 4;
+
+void checkPort( unsigned port )
+{
+    AGENT_ASSERT_AS( "low <= high && \"range is upside down\"", port == 80U );
+}
+
+constexpr int failLine = __LINE__ + 4;
+
+int failAlways()
+{
+    AGENT_FAIL( "0 && \"Invalid port\"" ); // It needs no result behind it: it never returns.
+}
+
+#define NAME_THAT_IS_A_MACRO 1
+
+void checkMacro()
+{
+    AGENT_ASSERT( NAME_THAT_IS_A_MACRO == 2 );
+}
+
 std::string program()
 {
     return program_invocation_short_name;
@@ -61,6 +82,47 @@ TEST( AssertTest, Assert_ExpressionWithACommaOfItsOwn_IsTakenWhole )
                              "`isSame< int, long >()' failed.\n";
 
     EXPECT_EXIT( checkList(), KilledBySignal( SIGABRT ), StrEq( line ) );
+}
+
+TEST( AssertTest, Assert_ExpressionWithAMacro_WritesItsName )
+{
+    EXPECT_DEATH( checkMacro(), "Assertion `NAME_THAT_IS_A_MACRO == 2' failed" );
+}
+
+TEST( AssertTest, AssertAs_ThatIsFalse_WritesTheGivenText )
+{
+    const std::string line = program() +
+                             ": tests/agent/AssertTest.cpp:" + std::to_string( givenTextLine ) +
+                             ": void AssertTesting::checkPort(unsigned int): Assertion "
+                             "`low <= high && \"range is upside down\"' failed.\n";
+
+    EXPECT_EXIT( checkPort( 81 ), KilledBySignal( SIGABRT ), StrEq( line ) );
+}
+
+TEST( AssertTest, AssertAs_ConditionWithACommaOfItsOwn_IsTakenWhole )
+{
+    AGENT_ASSERT_AS( "same", isSame< int, int >() );
+
+    EXPECT_DEATH( AGENT_ASSERT_AS( "same", isSame< int, long >() ), "Assertion `same' failed" );
+}
+
+TEST( AssertTest, AssertAs_ThatIsTrue_EvaluatesTheConditionOnce )
+{
+    int evaluations = 0;
+
+    AGENT_ASSERT_AS( "evaluated", ++evaluations > 0 );
+
+    EXPECT_EQ( evaluations, 1 );
+}
+
+TEST( AssertTest, Fail_WritesTheTextAndAborts )
+{
+    const std::string line = program() +
+                             ": tests/agent/AssertTest.cpp:" + std::to_string( failLine ) +
+                             ": int AssertTesting::failAlways(): Assertion "
+                             "`0 && \"Invalid port\"' failed.\n";
+
+    EXPECT_EXIT( failAlways(), KilledBySignal( SIGABRT ), StrEq( line ) );
 }
 
 TEST( AssertTest, Assert_ThatIsTrue_EvaluatesTheExpressionOnce )

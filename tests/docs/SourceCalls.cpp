@@ -179,11 +179,14 @@ bool isLiteral( std::string_view argument )
 std::string literalOf( std::string_view argument )
 {
     std::string text;
-    for ( std::size_t i = 1; i + 1 < argument.size(); ++i ) {
-        if ( argument[ i ] == '\\' ) {
-            ++i;
+    bool isInside = false;
+    for ( std::size_t i = 0; i < argument.size(); ++i ) {
+        if ( argument[ i ] == '"' ) {
+            isInside = !isInside;
+        } else if ( isInside ) {
+            i += argument[ i ] == '\\' ? 1 : 0;
+            text += argument[ i ];
         }
-        text += argument[ i ];
     }
     return text;
 }
@@ -198,6 +201,8 @@ std::set< std::string > assertionTextsOfSource( std::string_view source )
         }
         texts.insert( text );
     }
+    addFirstLiterals( source, "AGENT_ASSERT_AS", texts );
+    addFirstLiterals( source, "AGENT_FAIL", texts );
     addFirstLiterals( source, "assertionFailed", texts );
     addFirstLiterals( source, "lookUp", texts );
     addFirstLiterals( source, ".fail", texts );

@@ -20,10 +20,10 @@ struct SourceCall
 /// The calls of a function or macro, in their order. `name` is what stands before the parenthesis.
 [[nodiscard]] std::vector< SourceCall > callsOf( std::string_view source, std::string_view name );
 
-/// Whether an argument is a string literal.
+/// Whether an argument is a string literal, or several that follow each other.
 [[nodiscard]] bool isLiteral( std::string_view argument );
 
-/// What a string literal holds.
+/// What a string literal holds, or several that follow each other.
 [[nodiscard]] std::string literalOf( std::string_view argument );
 
 /// The texts with which a source of the library (.cpp, .h) fails assertions.

@@ -29,17 +29,30 @@ TEST( SourceCallsTest, Literal_WithEscapes_IsWhatItStandsFor )
     EXPECT_EQ( literalOf( "\"say \\\"a\\\"\"" ), "say \"a\"" );
 }
 
-TEST( SourceCallsTest, AssertionTexts_OfASource_AreOfAllFourKinds )
+TEST( SourceCallsTest, Literals_ThatFollowEachOther_AreOne )
+{
+    EXPECT_TRUE( isLiteral( "\"a \" \"b\"" ) );
+    EXPECT_EQ( literalOf( "\"a \" \"b\"" ), "a b" );
+}
+
+TEST( SourceCallsTest, AssertionTexts_OfASource_AreOfAllKinds )
 {
     const char* source = "AGENT_ASSERT( ( a ==\n    b ) && \"c d\" );\n"
                          "AGENT_ASSERT( f( a, b ) );\n"
+                         "AGENT_ASSERT_AS( \"h && \\\"i\\\"\", x( \"y\" ) );\n"
+                         "AGENT_FAIL( \"j \"\n    \"k\" );\n"
                          "Agent::assertionFailed( \"e\", __FILE__ );\n"
                          "Agent::assertionFailed( variable, __FILE__ );\n"
                          "Translations::lookUp( map, key, \"m.find( k )\", HERE );\n"
                          "request.fail( \"0 && \\\"g\\\"\" );\n";
     EXPECT_THAT( assertionTextsOfSource( source ),
-                 UnorderedElementsAre(
-                     "( a == b ) && \"c d\"", "f( a, b )", "e", "m.find( k )", "0 && \"g\"" ) );
+                 UnorderedElementsAre( "( a == b ) && \"c d\"",
+                                       "f( a, b )",
+                                       "h && \"i\"",
+                                       "j k",
+                                       "e",
+                                       "m.find( k )",
+                                       "0 && \"g\"" ) );
 }
 
 TEST( SourceCallsTest, AssertionTexts_OfATable_AreNotItsLabels )
