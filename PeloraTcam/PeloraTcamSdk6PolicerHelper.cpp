@@ -50,24 +50,7 @@ bcm_policer_mode_t sdkMode( PolicerMode mode )
     case PolicerMode::srTcm:
         return Shim::sdk().bcmPolicerModeSrTcm();
     }
-    AGENT_ASSERT( 0 && "Invalid policer mode" );
-    return {};
-}
-
-/// What the SDK is asked for.
-inline bcm_policer_config_t sdkPolicer( const Policer& policer )
-{
-    bcm_policer_config_t conf;
-    Shim::sdk().bcm_policer_config_t_init( &conf );
-    conf.mode = sdkMode( policer.mode );
-    conf.flags |= policer.colorAware ? colorAwareFlags : colorBlindFlags;
-    conf.ckbits_sec = policer.committedRate;
-    conf.ckbits_burst = policer.committedBurst;
-    if ( policer.mode == PolicerMode::trTcm ) {
-        conf.pkbits_sec = policer.peakRate;
-        conf.pkbits_burst = policer.peakBurst;
-    }
-    return conf;
+    AGENT_FAIL( "0 && \"Invalid policer mode\"" );
 }
 
 // KEPT: any mode of the SDK that is neither of the first two counts as srTcm, also an unknown one.
@@ -116,7 +99,17 @@ const Agent::ModuleRecord& PeloraTcamSdk6PolicerHelper::typeData() const
 bcm_policer_config_t
 PeloraTcamSdk6PolicerHelper::getBcmPolicerConfig( const Policer& policer ) const
 {
-    return sdkPolicer( policer );
+    bcm_policer_config_t conf;
+    Shim::sdk().bcm_policer_config_t_init( &conf );
+    conf.mode = sdkMode( policer.mode );
+    conf.flags |= policer.colorAware ? colorAwareFlags : colorBlindFlags;
+    conf.ckbits_sec = policer.committedRate;
+    conf.ckbits_burst = policer.committedBurst;
+    if ( policer.mode == PolicerMode::trTcm ) {
+        conf.pkbits_sec = policer.peakRate;
+        conf.pkbits_burst = policer.peakBurst;
+    }
+    return conf;
 }
 
 // DIFFERS: the HSDK helper chooses the id itself, adds flags, and judges the return code on its
@@ -126,7 +119,7 @@ PolicerId PeloraTcamSdk6PolicerHelper::getPolicer( const Policer& policer, Stage
     Agent::trace( _defaultTraceHandle(), 9, "getPolicer", "Policer config: ", policer );
 
     const int unit = sdkUnit( fapId() );
-    bcm_policer_config_t conf = sdkPolicer( policer );
+    bcm_policer_config_t conf = getBcmPolicerConfig( policer );
     PolicerId policerId = invalidPolicerId;
     SDK_CHECKED_CALL_AS( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId )",
                          bcm_policer_create,
@@ -152,27 +145,29 @@ void PeloraTcamSdk6PolicerHelper::releasePolicer( PolicerId policerId, StageType
 void PeloraTcamSdk6PolicerHelper::verifyTcamSanity(
     const Agent::Ptr< const PolicerData >& policerData )
 {
+    // A reference of its own: the caller's may go while the locks are released.
+    const Agent::Ptr< const PolicerData > record = policerData;
     Agent::trace( _defaultTraceHandle(),
                   9,
                   "verifyTcamSanity",
                   " Policer: ",
-                  policerData->policerCfg(),
+                  record->policerCfg(),
                   " PolicerId: ",
-                  policerData->policerId() );
+                  record->policerId() );
 
-    const int unit = sdkUnit( fapId() );
     bcm_policer_config_t conf;
     Shim::sdk().bcm_policer_config_t_init( &conf );
     SDK_CHECKED_CALL_AS( "bcm_policer_get( unit, policerData->policerId(), &conf )",
                          bcm_policer_get,
-                         unit,
-                         static_cast< bcm_policer_t >( policerData->policerId() ),
+                         sdkUnit( fapId() ),
+                         static_cast< bcm_policer_t >( record->policerId() ),
                          &conf );
 
-    const Policer policerCfg = agentPolicer( conf, policerData->policerCfg() );
-    AGENT_ASSERT( ( policerCfg == policerData->policerCfg() ) &&
-                  "PolicerManager::policerData sw collection is out of sync" &&
-                  "with HW policer table" );
+    const Policer inHardware = agentPolicer( conf, record->policerCfg() );
+    AGENT_ASSERT_AS( "( policerCfg == policerData->policerCfg() ) && "
+                     "\"PolicerManager::policerData sw collection is out of sync\" && "
+                     "\"with HW policer table\"",
+                     inHardware == record->policerCfg() );
 }
 
 void PeloraTcamSdk6PolicerHelper::handleInitialized()

@@ -55,8 +55,7 @@ bcm_range_type_t sdkRangeType( RangeType type )
     case RangeType::invalid:
         break;
     }
-    AGENT_ASSERT( false && "RangeType not supported" );
-    return {};
+    AGENT_FAIL( "false && \"RangeType not supported\"" );
 }
 
 /// The agent's range type for an SDK's.
@@ -71,8 +70,7 @@ RangeType agentRangeType( bcm_range_type_t type )
     if ( type == Shim::sdk().bcmRangeTypePacketLength() ) {
         return RangeType::packetLength;
     }
-    AGENT_ASSERT( 0 && "unexpected rangetype" );
-    return RangeType::invalid;
+    AGENT_FAIL( "0 && \"unexpected rangetype\"" );
 }
 
 } // namespace
@@ -94,12 +92,12 @@ const Agent::ModuleRecord& PeloraTcamSdk6RangeCheckerHelper::typeData() const
 
 RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeCheckerDesc& desc )
 {
-    const int unit = sdkUnit( fapId() );
+    const FapId fap = fapId();
     Agent::trace( _defaultTraceHandle(),
                   9,
                   "getRangeChecker",
                   "unit: ",
-                  unit,
+                  fap.value(),
                   " high:",
                   desc.high,
                   " low:",
@@ -115,7 +113,7 @@ RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeChe
     conf.rtype = sdkRangeType( desc.type );
 
     const int rc = SDK_TRACED_CALL_AS(
-        "bcm_range_create( unit, 0, &conf )", bcm_range_create, unit, 0, &conf );
+        "bcm_range_create( unit, 0, &conf )", bcm_range_create, sdkUnit( fap ), 0, &conf );
     if ( rc == Shim::sdk().BCM_E_NONE() ) {
         return conf.rid;
     }
@@ -132,39 +130,43 @@ RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeChe
 
 void PeloraTcamSdk6RangeCheckerHelper::releaseRangeChecker( RangeCheckerId rangeCheckerId )
 {
-    const int unit = sdkUnit( fapId() );
+    const FapId fap = fapId();
     Agent::trace( _defaultTraceHandle(),
                   9,
                   "releaseRangeChecker",
                   "unit:",
-                  unit,
+                  fap.value(),
                   " rangeCheckerId:",
                   Agent::hex( rangeCheckerId ) );
-    SDK_CHECKED_CALL_AS(
-        "bcm_range_destroy( unit, rangeCheckerId )", bcm_range_destroy, unit, rangeCheckerId );
+    SDK_CHECKED_CALL_AS( "bcm_range_destroy( unit, rangeCheckerId )",
+                         bcm_range_destroy,
+                         sdkUnit( fap ),
+                         rangeCheckerId );
 }
 
 void PeloraTcamSdk6RangeCheckerHelper::verifyTcamSanity(
     const Agent::Ptr< const RangeCheckerData >& rangeCheckerData ) const
 {
-    const int unit = sdkUnit( fapId() );
+    // A reference of its own: the caller's may go while the locks are released.
+    const Agent::Ptr< const RangeCheckerData > record = rangeCheckerData;
     Agent::trace( _defaultTraceHandle(),
                   8,
                   "verifyTcamSanity",
                   " RangeCheckerDesc: ",
-                  rangeCheckerData->checkerDesc(),
+                  record->checkerDesc(),
                   " RangeCheckerId: ",
-                  rangeCheckerData->rangeCheckerId() );
+                  record->rangeCheckerId() );
 
     bcm_range_config_t conf;
     Shim::sdk().bcm_range_config_t_init( &conf );
-    conf.rid = rangeCheckerData->rangeCheckerId();
-    SDK_CHECKED_CALL_AS( "bcm_range_get( unit, &conf )", bcm_range_get, unit, &conf );
+    conf.rid = record->rangeCheckerId();
+    SDK_CHECKED_CALL_AS( "bcm_range_get( unit, &conf )", bcm_range_get, sdkUnit( fapId() ), &conf );
 
-    const RangeCheckerDesc desc{ conf.min, conf.max, agentRangeType( conf.rtype ) };
-    AGENT_ASSERT( ( desc == rangeCheckerData->checkerDesc() ) &&
-                  "RangeCheckerManager::rangeCheckerData sw collection is out of sync" &&
-                  "with HW rangeChecker table" );
+    const RangeCheckerDesc inHardware{ conf.min, conf.max, agentRangeType( conf.rtype ) };
+    AGENT_ASSERT_AS( "( desc == rangeCheckerData->checkerDesc() ) && "
+                     "\"RangeCheckerManager::rangeCheckerData sw collection is out of sync\" && "
+                     "\"with HW rangeChecker table\"",
+                     inHardware == record->checkerDesc() );
 }
 
 void PeloraTcamSdk6RangeCheckerHelper::handleInitialized()

@@ -332,6 +332,21 @@ TEST_F( Sdk6PolicerTest, Release_DestructionWasDropped_IsNotNoticed )
     sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
 }
 
+/// The caller's reference is the last one, and another thread drops it meanwhile.
+TEST_F( Sdk6PolicerTest, Verify_RecordIsReplacedDuringTheCall_AuditsTheOneItWasGiven )
+{
+    const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
+    auto record = recordOf( twoRates, id );
+    sdk.on.bcm_policer_get = [ & ]( int unit, bcm_policer_t policer, bcm_policer_config_t* conf ) {
+        record = nullptr;
+        // In the memory of the old one, if that has gone.
+        record = recordOf( policerOf( PolicerMode::committed, true ), id + 1 );
+        return faulty.bcm_policer_get( unit, policer, conf );
+    };
+    sdk6->verifyTcamSanity( record );
+    EXPECT_EQ( record->policerId(), id + 1 );
+}
+
 TEST_F( Sdk6PolicerTest, Verify_EachFailure_Dies )
 {
     expectEveryFailureFatal(

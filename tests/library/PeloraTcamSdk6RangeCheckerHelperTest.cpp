@@ -397,6 +397,21 @@ TEST_F( RangeCheckerHelperTest, Verify_ReleasedId_Dies )
             assertionLine( source, ".*verifyTcamSanity.*", "0" ) ) );
 }
 
+/// The caller's reference is the last one, and another thread drops it meanwhile.
+TEST_F( RangeCheckerHelperTest, Verify_RecordIsReplacedDuringTheCall_AuditsTheOneItWasGiven )
+{
+    const RangeCheckerId id = helper->getRangeChecker( ports );
+    auto record = recordOf( ports, id );
+    sdk.on.bcm_range_get = [ & ]( int ofUnit, bcm_range_config_t* conf ) {
+        record = nullptr;
+        // In the memory of the old one, if that has gone.
+        record = recordOf( { 1, 2, RangeType::packetLength }, id + 1 );
+        return faulty.bcm_range_get( ofUnit, conf );
+    };
+    helper->verifyTcamSanity( record );
+    EXPECT_EQ( record->rangeCheckerId(), id + 1 );
+}
+
 TEST_F( RangeCheckerHelperTest, Verify_PositiveReturnCode_IsSuccess )
 {
     const RangeCheckerId id = helper->getRangeChecker( ports );

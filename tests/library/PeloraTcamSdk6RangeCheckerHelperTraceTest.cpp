@@ -119,6 +119,21 @@ TEST_F( RangeCheckerTraceTest, Release_Level9_TracesTheIdInHexadecimal )
     } );
 }
 
+TEST_F( RangeCheckerTraceTest, GetAndRelease_UnitAbove31Bits_IsTracedUnsigned )
+{
+    sdk.on.bcm_range_create = returns( 0 );
+    sdk.on.bcm_range_destroy = returns( 0 );
+    const Agent::Ptr< PeloraTcam::PeloraTcamSdk6RangeCheckerHelper > ofGreatUnit(
+        new PeloraTcam::PeloraTcamSdk6RangeCheckerHelper(
+            pipeId, PeloraTcam::FapId( 0x80000001 ), { "model" } ) );
+    expectLine( 9, "getRangeCheckerunit: 2147483649 high:2000 low:1024 type:l4SrcPort", [ & ] {
+        ofGreatUnit->getRangeChecker( ports );
+    } );
+    expectLine( 9, "releaseRangeCheckerunit:2147483649 rangeCheckerId:1f", [ & ] {
+        ofGreatUnit->releaseRangeChecker( 31 );
+    } );
+}
+
 TEST_F( RangeCheckerTraceTest, Verify_Level8_TracesTheRecord )
 {
     const RangeCheckerId id = helper->getRangeChecker( ports );
