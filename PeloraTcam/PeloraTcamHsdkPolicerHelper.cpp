@@ -81,7 +81,8 @@ PolicerId PeloraTcamHsdkPolicerHelper::getPolicer( const Policer& policer, Stage
                             &conf,
                             ( bcm_policer_t* )&policerId );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
-        // KEPT: the error line, and the trace line of a positive code, name "rc" and not the call.
+        // KEPT: required: the error line, and the trace line of a positive code, name "rc" and not
+        // the call.
         // DIFFERS: to the SDK-6 helper a positive code is success.
         Shim::checkReturnCode( apiTraceHandle_, SDK_CALL_SITE( "rc" ), rc );
         return policerId;

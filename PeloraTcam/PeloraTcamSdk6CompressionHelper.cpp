@@ -271,8 +271,8 @@ U64 PeloraTcamSdk6CompressionHelper::getFieldCompressionEntry(
     return static_cast< U64 >( std::int64_t{ entry } );
 }
 
-// KEPT: the entry is taken out of the hardware and not destroyed, and the table does not matter;
-// callers rely on the entry's staying allocated.
+// KEPT: required: the entry is taken out of the hardware and not destroyed, and the table serves
+// only the trace.
 void PeloraTcamSdk6CompressionHelper::releaseFieldCompressionEntry(
     U64 id, PeloraCompressionTableType tableType )
 {

@@ -53,7 +53,8 @@ bcm_policer_mode_t sdkMode( PolicerMode mode )
     AGENT_FAIL( "0 && \"Invalid policer mode\"" );
 }
 
-// KEPT: any mode of the SDK that is neither of the first two counts as srTcm, also an unknown one.
+// KEPT: required: any mode of the SDK that is neither of the first two counts as srTcm, also an
+// unknown one.
 PolicerMode agentMode( bcm_policer_mode_t mode )
 {
     if ( mode == Shim::sdk().bcmPolicerModeCommitted() ) {
