@@ -337,12 +337,13 @@ TEST_F( Sdk6PolicerTest, Verify_RecordIsReplacedDuringTheCall_AuditsTheOneItWasG
 {
     const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
     auto record = recordOf( twoRates, id );
-    sdk.on.bcm_policer_get = [ & ]( int unit, bcm_policer_t policer, bcm_policer_config_t* conf ) {
-        record = nullptr;
-        // In the memory of the old one, if that has gone.
-        record = recordOf( policerOf( PolicerMode::committed, true ), id + 1 );
-        return faulty.bcm_policer_get( unit, policer, conf );
-    };
+    sdk.on.bcm_policer_get =
+        [ & ]( int ofUnit, bcm_policer_t policer, bcm_policer_config_t* conf ) {
+            record = nullptr;
+            // In the memory of the old one, if that has gone.
+            record = recordOf( policerOf( PolicerMode::committed, true ), id + 1 );
+            return faulty.bcm_policer_get( ofUnit, policer, conf );
+        };
     sdk6->verifyTcamSanity( record );
     EXPECT_EQ( record->policerId(), id + 1 );
 }
