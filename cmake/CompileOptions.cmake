@@ -26,7 +26,9 @@ if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
 endif()
 
 if( CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT PELORA_SANITIZE )
-   target_compile_options( pelora_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 )
+   # Its checks are made by the optimiser, so a target that is not optimised has none.
+   target_compile_options( pelora_options INTERFACE -U_FORTIFY_SOURCE
+      $<$<NOT:$<BOOL:$<TARGET_PROPERTY:PELORA_UNOPTIMISED>>>:-D_FORTIFY_SOURCE=2> )
    target_link_options( pelora_options INTERFACE -Wl,-z,relro,-z,now )
 endif()
 
