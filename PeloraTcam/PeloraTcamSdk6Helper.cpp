@@ -6,7 +6,6 @@
 #include "agent/base/Trace.h"
 #include "sdk/SdkCall.h"
 
-#include <array>
 #include <iostream>
 
 namespace PeloraTcam {
@@ -313,32 +312,130 @@ U32 getBcmActionParamCosMapNew( U32 trafficClass, const PeloraCentral::ChipInfo&
 
 namespace {
 
-using PreselectorSteps::asGiven;
-using PreselectorSteps::translated;
+using namespace PreselectorSteps;
 
-using PreselectorRow = PreselectorSteps::Row< QualifierType >;
+using Sdk = Shim::SdkAccess;
+using ClassRecord = bcm_field_src_class_t;
 
-constexpr auto preselectorRows = std::to_array< PreselectorRow >( {
-#define PRESELECTOR_CALL( name, ... ) { QualifierType::name, PRESELECTOR_CALL_STEP( __VA_ARGS__ ) },
-#define PRESELECTOR_CLASS( name, ... )                                                             \
-    { QualifierType::name, PRESELECTOR_CLASS_STEP( __VA_ARGS__ ) },
-#include "PeloraTcam/PreselectorQualifiers.def"
-} );
+// clang-format off
+// DIFFERS: the table of the older function, below, is keyed by the SDK's qualifiers, translates the
+// packet type only, and replaces most class fields.
+
+/// The qualifiers of a preselector, by the agent's name.
+constexpr Row< QualifierType > preselectorRows[] = {
+    callRow< &Sdk::bcm_field_qualify_PktType >( QualifierType::pktType, " Setting PktType data: 0x",
+      "bcm_field_qualify_PktType( unit, entry, pktType )", translated< getBcmPktType > ),
+    callRow< &Sdk::bcm_field_qualify_Drop >( QualifierType::drop, " Setting Drop data: 0x",
+      "bcm_field_qualify_Drop( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_DropReason >( QualifierType::dropReason, " Setting DropReason data: 0x",
+      "bcm_field_qualify_DropReason( unit, entry, static_cast< bcm_field_drop_reason_t >( data ) )",
+      asGiven, MaskUse::onlyTraced ),
+    callRow< &Sdk::bcm_field_qualify_ForwardingStatus >( QualifierType::forwardingStatus, " Setting ForwardingStatus data: 0x",
+      "bcm_field_qualify_ForwardingStatus( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_FrontPanelPkt >( QualifierType::frontPanelPkt, " Setting front panel pkt data: 0x",
+      "bcm_field_qualify_FrontPanelPkt( unit, entry, data, mask )" ),
+    // KEPT: the labels of the two opaque control ids are the same.
+    callRow< &Sdk::bcm_field_qualify_IngressL2InterfaceOpaqueCtrlId >( QualifierType::ingressL2InterfaceOpaqueCtrlId,
+      " Setting opaque ctrl id data: 0x", "bcm_field_qualify_IngressL2InterfaceOpaqueCtrlId( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_IngressStpState >( QualifierType::ingressStpState, " Setting IngressStpState data: 0x",
+      "bcm_field_qualify_IngressStpState( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_IpInfo >( QualifierType::ipInfo, " Setting IpInfo data: 0x",
+      "bcm_field_qualify_IpInfo( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_IpType >( QualifierType::ipType, " Setting IpType data: 0x",
+      "bcm_field_qualify_IpType( unit, entry, iptype )", translated< getBcmIpType > ),
+    callRow< &Sdk::bcm_field_qualify_L2InterfaceMatch >( QualifierType::l2InterfaceMatch, " Setting L2InterfaceMatch data: 0x",
+      "bcm_field_qualify_L2InterfaceMatch( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_L2PktType >( QualifierType::l2PktType, " Setting L2 pkt type data: 0x",
+      "bcm_field_qualify_L2PktType( unit, entry, l2PktType )", translated< getBcmL2PktType > ),
+    callRow< &Sdk::bcm_field_qualify_L2SrcHit >( QualifierType::l2SrcHit, " Setting L2SrcHit data: 0x",
+      "bcm_field_qualify_L2SrcHit( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_L2SrcStatic >( QualifierType::l2SrcStatic, " Setting L2SrcStatic data: 0x",
+      "bcm_field_qualify_L2SrcStatic( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_MirrorPktType >( QualifierType::mirrorPktType, " Setting MirrorPktType data: 0x",
+      "bcm_field_qualify_MirrorPktType( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_OverlayL2PktType >( QualifierType::overlayL2PktType, " Setting Overlay l2 pkt type data: 0x",
+      "bcm_field_qualify_OverlayL2PktType( unit, entry, l2PktType )", translated< getBcmL2PktType > ),
+    callRow< &Sdk::bcm_field_qualify_OverlayPktType >( QualifierType::overlayPktType, " Setting OverlayPktType data: 0x",
+      "bcm_field_qualify_OverlayPktType( unit, entry, pktType )", translated< getBcmPktType > ),
+    callRow< &Sdk::bcm_field_qualify_PktFwdType >( QualifierType::pktFwdType, " Setting PktFwType data: 0x",
+      "bcm_field_qualify_PktFwdType( unit, entry, static_cast< bcm_field_PktFwdType_t >( data ) )",
+      translated< getBcmPktFwdType >, MaskUse::onlyTraced ),
+    callRow< &Sdk::bcm_field_qualify_PortGroupClassId >( QualifierType::portGroupClassId, " Setting PortGroupClassId data: 0x",
+      "bcm_field_qualify_PortGroupClassId( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_ProtocolPktOpaqueCtrlId >( QualifierType::protocolPktOpaqueCtrlId,
+      " Setting opaque ctrl id data: 0x", "bcm_field_qualify_ProtocolPktOpaqueCtrlId( unit, entry, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_TunnelType >( QualifierType::tnlType, " Setting TunnelType data: 0x",
+      "bcm_field_qualify_TunnelType( unit, entry, tnlType )", translated< getBcmTunnelType > ),
+    callRow< &Sdk::bcm_field_qualify_TunnelTerminated >( QualifierType::tunnelTerminated, " Setting tunnel terminated data: 0x",
+      "bcm_field_qualify_TunnelTerminated( unit, entry, data, mask )" ),
+    // DIFFERS: the older function refuses data of more than 16 bits for the first two, replaces
+    // all but the port class, and prints a blank before the port class too.
+    classRow( QualifierType::dstClassField, " Setting DstClassField data: 0x ",
+      &ClassRecord::dst_class_field, ClassUpdate::accumulate, 0xFFFF ),
+    classRow( QualifierType::srcClassField, " Setting SrcClassField data: 0x ",
+      &ClassRecord::src_class_field, ClassUpdate::accumulate, 0xFFFF ),
+    classRow( QualifierType::interfaceClassL2, " Setting InterfaceClassL2 data: 0x ",
+      &ClassRecord::intf_class_l2, ClassUpdate::accumulate, 0xFFFFFFFF ),
+    classRow( QualifierType::interfaceClassPort, " Setting InterfaceClassPort data: 0x",
+      &ClassRecord::intf_class_port, ClassUpdate::accumulate, 0xFFFFFFFF ),
+};
 
 /// The access object's accessor of a qualifier.
-using QualifierAccessor = bcm_field_qualify_t ( Shim::SdkAccess::* )() const;
+using QualifierAccessor = bcm_field_qualify_t ( Sdk::* )() const;
 
-using LegacyPreselectorRow = PreselectorSteps::Row< QualifierAccessor >;
+/// The qualifiers of the older function, by the accessor, in the order of comparison.
+constexpr Row< QualifierAccessor > legacyPreselectorRows[] = {
+    callRow< &Sdk::bcm_field_qualify_ForwardingStatus >( &Sdk::bcmFieldQualifyForwardingStatus,
+      " Setting ForwardingStatus data: 0x",
+      "bcm_field_qualify_ForwardingStatus( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_PktType >( &Sdk::bcmFieldQualifyPktType, " Setting PktType data: 0x ",
+      "bcm_field_qualify_PktType( unit, entry | BCM_FIELD_QUALIFY_PRESEL, pktType )", translated< getBcmPktType > ),
+    // DIFFERS: the newer function programs the overlay packet type.
+    refusalRow( &Sdk::bcmFieldQualifyOverlayPktType,
+      "false && \"In old version OverlayPktType is unsupported preselect qualifier\"" ),
+    callRow< &Sdk::bcm_field_qualify_IpType >( &Sdk::bcmFieldQualifyIpType, " Setting IpType data: 0x ",
+      "bcm_field_qualify_IpType( unit, entry | BCM_FIELD_QUALIFY_PRESEL, static_cast< bcm_field_IpType_t >( data ) )" ),
+    callRow< &Sdk::bcm_field_qualify_IpInfo >( &Sdk::bcmFieldQualifyIpInfo, " Setting IpInfo data: 0x ",
+      "bcm_field_qualify_IpInfo( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_TunnelType >( &Sdk::bcmFieldQualifyTunnelType, " Setting TunnelType data: 0x ",
+      "bcm_field_qualify_TunnelType( unit, entry | BCM_FIELD_QUALIFY_PRESEL, static_cast< bcm_field_TunnelType_t >( data ) )" ),
+    classRow( &Sdk::bcmFieldQualifyInterfaceClassPort, " Setting InterfaceClassPort data: 0x ",
+      &ClassRecord::intf_class_port, ClassUpdate::accumulate, 0xFFFFFFFF ),
+    classRow( &Sdk::bcmFieldQualifyInterfaceClassVPort, " Setting InterfaceClassVPort data: 0x ",
+      &ClassRecord::intf_class_vport, ClassUpdate::replace, 0xFFFFFFFF ),
+    classRow( &Sdk::bcmFieldQualifyInterfaceClassL2, " Setting InterfaceClassL2 data: 0x ",
+      &ClassRecord::intf_class_l2, ClassUpdate::replace, 0xFFFFFFFF ),
+    callRow< &Sdk::bcm_field_qualify_IngressStpState >( &Sdk::bcmFieldQualifyIngressStpState, " Setting IngressStpState data: 0x",
+      "bcm_field_qualify_IngressStpState( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+    classRow( &Sdk::bcmFieldQualifyDstClassField, " Setting DstClassField data: 0x ",
+      &ClassRecord::dst_class_field, ClassUpdate::replace, 0xFFFF,
+      "!( data & 0xFFFF0000 ) && \" DstClassField value is greater than 16 bit\"" ),
+    classRow( &Sdk::bcmFieldQualifySrcClassField, " Setting SrcClassField data: 0x ",
+      &ClassRecord::src_class_field, ClassUpdate::replace, 0xFFFF,
+      "!( data & 0xFFFF0000 ) && \" SrcClassField value is greater than 16 bit\"" ),
+    callRow< &Sdk::bcm_field_qualify_ForwardingType >( &Sdk::bcmFieldQualifyForwardingType, " Setting ForwardingType data: 0x ",
+      "bcm_field_qualify_ForwardingType( unit, entry | BCM_FIELD_QUALIFY_PRESEL, "
+      "static_cast<bcm_field_ForwardingType_t>( data ) )" ),
+    callRow< &Sdk::bcm_field_qualify_L2SrcStatic >( &Sdk::bcmFieldQualifyL2SrcStatic, " Setting L2SrcStatic data: 0x",
+      "bcm_field_qualify_L2SrcStatic( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_L2SrcHit >( &Sdk::bcmFieldQualifyL2SrcHit, " Setting L2SrcHit data: 0x",
+      "bcm_field_qualify_L2SrcHit( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_L2StationMove >( &Sdk::bcmFieldQualifyL2StationMove, " Setting L2StationMove data: 0x",
+      "bcm_field_qualify_L2StationMove( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_L2InterfaceMatch >( &Sdk::bcmFieldQualifyL2InterfaceMatch,
+      " Setting L2InterfaceMatch data: 0x",
+      "bcm_field_qualify_L2InterfaceMatch( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_MirrorPktType >( &Sdk::bcmFieldQualifyMirrorPktType, " Setting MirrorPktType data: 0x",
+      "bcm_field_qualify_MirrorPktType( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+    callRow< &Sdk::bcm_field_qualify_PktFwdType >( &Sdk::bcmFieldQualifyPktFwdType, " Setting PktFwType data: 0x",
+      "bcm_field_qualify_PktFwdType( unit, entry | BCM_FIELD_QUALIFY_PRESEL, static_cast<bcm_field_PktFwdType_t>( data ) )",
+      asGiven, MaskUse::onlyTraced ),
+    callRow< &Sdk::bcm_field_qualify_PortGroupClassId >( &Sdk::bcmFieldQualifyPortGroupClassId,
+      " Setting PortGroupClassId data: 0x",
+      "bcm_field_qualify_PortGroupClassId( unit, entry | BCM_FIELD_QUALIFY_PRESEL, data, mask )" ),
+};
 
-constexpr auto legacyPreselectorRows = std::to_array< LegacyPreselectorRow >( {
-#define PRESELECTOR_CALL( name, ... )                                                              \
-    { &Shim::SdkAccess::name, PRESELECTOR_CALL_STEP( __VA_ARGS__ ) },
-#define PRESELECTOR_CLASS( name, ... )                                                             \
-    { &Shim::SdkAccess::name, PRESELECTOR_CLASS_STEP( __VA_ARGS__ ) },
-#define PRESELECTOR_REFUSED( name, ... )                                                           \
-    { &Shim::SdkAccess::name, PRESELECTOR_REFUSAL_STEP( __VA_ARGS__ ) },
-#include "PeloraTcam/LegacyPreselectorQualifiers.def"
-} );
+// clang-format on
 
 } // namespace
 
@@ -350,20 +447,20 @@ void setPeloraTcamPreselectQualifier( U32 unit,
                                       bcm_field_src_class_t* classData,
                                       bcm_field_src_class_t* classMask )
 {
-    const PreselectorSteps::Request request{ "setPeloraTcamPreselectQualifier",
-                                             { __FILE__, __LINE__, __PRETTY_FUNCTION__ },
-                                             _defaultTraceHandle(),
-                                             apiTraceHandle_,
-                                             unit,
-                                             entry,
-                                             data,
-                                             mask,
-                                             classData,
-                                             classMask };
+    Request request{ "setPeloraTcamPreselectQualifier",
+                     { __FILE__, __LINE__, __PRETTY_FUNCTION__ },
+                     _defaultTraceHandle(),
+                     apiTraceHandle_,
+                     unit,
+                     entry,
+                     data,
+                     mask,
+                     classData,
+                     classMask };
     const auto isAsked = [ qualifier ]( QualifierType name ) {
         return static_cast< U32 >( name ) == qualifier;
     };
-    PreselectorSteps::runFirstStep< QualifierType >( preselectorRows, isAsked, request );
+    runFirstStep( preselectorRows, isAsked, request );
 }
 
 void setPreselectQualifier( U32 unit,
@@ -374,21 +471,22 @@ void setPreselectQualifier( U32 unit,
                             bcm_field_src_class_t* classData,
                             bcm_field_src_class_t* classMask )
 {
-    const PreselectorSteps::Request request{ "setPreselectQualifier",
-                                             { __FILE__, __LINE__, __PRETTY_FUNCTION__ },
-                                             _defaultTraceHandle(),
-                                             apiTraceHandle_,
-                                             unit,
-                                             entry,
-                                             data,
-                                             mask,
-                                             classData,
-                                             classMask };
+    Request request{ "setPreselectQualifier",
+                     { __FILE__, __LINE__, __PRETTY_FUNCTION__ },
+                     _defaultTraceHandle(),
+                     apiTraceHandle_,
+                     unit,
+                     entry,
+                     data,
+                     mask,
+                     classData,
+                     classMask };
     // DIFFERS: the qualifier is the SDK's number, and the SDK is asked for its own, row by row.
-    const auto isAsked = [ qualifier ]( QualifierAccessor name ) {
-        return ( Shim::sdk().*name )() == qualifier;
+    const Sdk& sdk = Shim::sdk();
+    const auto isAsked = [ &sdk, qualifier ]( QualifierAccessor name ) {
+        return ( sdk.*name )() == qualifier;
     };
-    PreselectorSteps::runFirstStep< QualifierAccessor >( legacyPreselectorRows, isAsked, request );
+    runFirstStep( legacyPreselectorRows, isAsked, request );
 }
 
 } // namespace PeloraTcam

@@ -2,18 +2,26 @@
 
 /// What the two functions that program preselectors share; private to the library.
 ///
-/// Each has a table with a row for a qualifier, made from a `.def` file: how the qualifier is
-/// named, the label of its trace line, and the step that is taken for it. There are three kinds of
-/// step: the SDK is called, the caller's class records are updated, the qualifier is refused. The
-/// tables hold what differs between the two functions; tracing, class records and the way to the
-/// SDK are here, once.
+/// Each has a table with a row for a qualifier: how the qualifier is named, the label of its trace
+/// line, and the step that is taken for it. There are three kinds of step: the SDK is called, the
+/// caller's class records are updated, the qualifier is refused. The tables hold what differs
+/// between the two functions; tracing, class records and the way to the SDK are here, once.
+///
+/// A row knows the line on which it begins. That is the line that the row's traces, error lines
+/// and failed assertions give; their file is that of the table, their function the one that is
+/// programming.
+///
+///     constexpr PreselectorSteps::Row< QualifierType > rows[] = {
+///         callRow< &Shim::SdkAccess::bcm_field_qualify_Drop >( QualifierType::drop, ... ),
+///         classRow( QualifierType::dstClassField, ... ),
+///     };
 
 #include "agent/base/Assert.h"
 #include "agent/base/Trace.h"
 #include "agent/tcam/TcamTypes.h"
 #include "sdk/SdkCall.h"
 
-#include <span>
+#include <cstddef>
 #include <variant>
 
 namespace PeloraTcam::PreselectorSteps {
@@ -25,7 +33,7 @@ inline constexpr U32 BCM_FIELD_QUALIFY_PRESEL = 0x40000000;
 struct Request
 {
     const char* operation;
-    /// Of the operation, for all its calls and assertions: their texts tell the rows apart.
+    /// The place of the operation; from when its row is found, that of the row.
     Agent::CallLocation location;
     const Agent::TraceHandle& traceHandle;
     const Agent::TraceHandle& apiTraceHandle;
@@ -35,6 +43,8 @@ struct Request
     U32 mask;
     bcm_field_src_class_t* classData;
     bcm_field_src_class_t* classMask;
+
+    [[nodiscard]] int sdkUnit() const { return static_cast< int >( unit ); }
 
     [[nodiscard]] bcm_field_entry_t preselector() const
     {
@@ -57,13 +67,31 @@ struct Request
 
 // ---- The SDK is called -----------------------------------------------------------------------
 
+/// A qualify function that takes the data alone, and one that takes data and mask.
+template< class Value >
+using QualifyFunction = int ( Shim::SdkAccess::* )( int, bcm_field_entry_t, Value );
+template< class Value >
+using MaskedQualifyFunction = int ( Shim::SdkAccess::* )( int, bcm_field_entry_t, Value, Value );
+
 /// What becomes of the caller's mask.
 enum class MaskUse
 {
-    noMask,
-    maskOnlyTraced,
-    masked,
+    none,
+    onlyTraced,
+    passed,
 };
+
+template< class Value >
+constexpr MaskUse maskUseOf( QualifyFunction< Value > )
+{
+    return MaskUse::none;
+}
+
+template< class Value >
+constexpr MaskUse maskUseOf( MaskedQualifyFunction< Value > )
+{
+    return MaskUse::passed;
+}
 
 /// The translation of data that is the SDK's already.
 inline U32 asGiven( U32 data )
@@ -84,53 +112,59 @@ U32 translated( U32 data )
     return lookUp( lookup, data );
 }
 
+/// Calls a qualify function, checked, with the data and, if it takes one, the mask, each cut to
+/// its width.
 template< class Value >
-int qualify( int ( Shim::SdkAccess::*function )( int, bcm_field_entry_t, Value ),
-             const Request& request,
-             U32 data )
+[[gnu::always_inline]] inline void
+qualify( QualifyFunction< Value > function, const Request& request, const char* callText, U32 data )
 {
-    return ( Shim::sdk().*function )(
-        static_cast< int >( request.unit ), request.preselector(), static_cast< Value >( data ) );
+    Shim::checkedCall( request.apiTraceHandle,
+                       { callText, request.location },
+                       function,
+                       request.sdkUnit(),
+                       request.preselector(),
+                       static_cast< Value >( data ) );
 }
 
 template< class Value >
-int qualify( int ( Shim::SdkAccess::*function )( int, bcm_field_entry_t, Value, Value ),
-             const Request& request,
-             U32 data )
+[[gnu::always_inline]] inline void qualify( MaskedQualifyFunction< Value > function,
+                                            const Request& request,
+                                            const char* callText,
+                                            U32 data )
 {
-    return ( Shim::sdk().*function )( static_cast< int >( request.unit ),
-                                      request.preselector(),
-                                      static_cast< Value >( data ),
-                                      static_cast< Value >( request.mask ) );
+    Shim::checkedCall( request.apiTraceHandle,
+                       { callText, request.location },
+                       function,
+                       request.sdkUnit(),
+                       request.preselector(),
+                       static_cast< Value >( data ),
+                       static_cast< Value >( request.mask ) );
 }
 
-/// Calls a qualify function with the data and, if it takes one, the mask, cut to its width.
 template< auto function >
-int qualifyWith( const Request& request, U32 data )
+void qualifyWith( const Request& request, const char* callText, U32 data )
 {
-    return qualify( function, request, data );
+    qualify( function, request, callText, data );
 }
 
 struct CallStep
 {
-    MaskUse maskUse;
-    U32 ( *translate )( U32 data );
-    int ( *call )( const Request& request, U32 data );
+    void ( *call )( const Request& request, const char* callText, U32 data );
     const char* callText;
+    U32 ( *translate )( U32 data );
+    MaskUse maskUse;
 
     void run( const Request& request, const char* label ) const
     {
         const U32 data = translate( request.data );
         traceRequest( request, label );
-        Shim::checkedCall( request.apiTraceHandle, { callText, request.location }, [ & ] {
-            return call( request, data );
-        } );
+        call( request, callText, data );
     }
 
     void traceRequest( const Request& request, const char* label ) const
     {
         const Agent::Hex data = Agent::hex( request.data );
-        if ( maskUse == MaskUse::noMask ) {
+        if ( maskUse == MaskUse::none ) {
             request.trace( label, data );
         } else {
             request.trace( label, data, " mask: 0x", Agent::hex( request.mask ) );
@@ -189,16 +223,57 @@ template< class Name >
 struct Row
 {
     Name qualifier;
+    U32 line; ///< on which it begins
     const char* label;
     std::variant< CallStep, ClassStep, RefusalStep > step;
 };
 
-/// Takes the step of the first row whose name `matches`; it is a failed assertion if none does.
-template< class Name, class Matches >
-void runFirstStep( std::span< const Row< Name > > rows, Matches matches, const Request& request )
+// The last argument of each is the row's line, which is never given.
+
+/// A qualifier of which the SDK is told with that function. `label`: of the request's trace;
+/// `callText`: the call's; `translate`: what the data goes through first.
+template< auto function, class Name >
+constexpr Row< Name > callRow( Name qualifier,
+                               const char* label,
+                               const char* callText,
+                               U32 ( *translate )( U32 data ) = asGiven,
+                               MaskUse maskUse = maskUseOf( function ),
+                               U32 line = __builtin_LINE() )
+{
+    return {
+        qualifier, line, label, CallStep{ qualifyWith< function >, callText, translate, maskUse } };
+}
+
+/// A qualifier that goes into a field of the class records, of which `storedBits` are kept. Data
+/// that is wider fails the assertion `tooWide`, or is cut silently where there is none.
+template< class Name >
+constexpr Row< Name > classRow( Name qualifier,
+                                const char* label,
+                                U32 bcm_field_src_class_t::*field,
+                                ClassUpdate update,
+                                U32 storedBits,
+                                const char* tooWide = nullptr,
+                                U32 line = __builtin_LINE() )
+{
+    return { qualifier, line, label, ClassStep{ field, update, storedBits, tooWide } };
+}
+
+/// A qualifier that always fails that assertion.
+template< class Name >
+constexpr Row< Name >
+refusalRow( Name qualifier, const char* assertion, U32 line = __builtin_LINE() )
+{
+    return { qualifier, line, "", RefusalStep{ assertion } };
+}
+
+/// Takes the step of the first row whose name `isAsked`, with the place of the row; it is a failed
+/// assertion if none is.
+template< class Name, std::size_t count, class IsAsked >
+void runFirstStep( const Row< Name > ( &rows )[ count ], IsAsked isAsked, Request& request )
 {
     for ( const Row< Name >& row : rows ) {
-        if ( matches( row.qualifier ) ) {
+        if ( isAsked( row.qualifier ) ) {
+            request.location.line = row.line;
             std::visit( [ & ]( const auto& step ) { step.run( request, row.label ); }, row.step );
             return;
         }
@@ -207,23 +282,3 @@ void runFirstStep( std::span< const Row< Name > > rows, Matches matches, const R
 }
 
 } // namespace PeloraTcam::PreselectorSteps
-
-// What follows the qualifier's name in a row, from the columns of the tables.
-
-#define PRESELECTOR_CALL_STEP( label, mask, translation, function, text )                          \
-    label, ::PeloraTcam::PreselectorSteps::CallStep                                                \
-    {                                                                                              \
-        ::PeloraTcam::PreselectorSteps::MaskUse::mask, &translation,                               \
-            &::PeloraTcam::PreselectorSteps::qualifyWith< &::Shim::SdkAccess::function >, text     \
-    }
-#define PRESELECTOR_CLASS_STEP( label, field, update, storedBits, tooWide )                        \
-    label, ::PeloraTcam::PreselectorSteps::ClassStep                                               \
-    {                                                                                              \
-        &bcm_field_src_class_t::field, ::PeloraTcam::PreselectorSteps::ClassUpdate::update,        \
-            storedBits, tooWide                                                                    \
-    }
-#define PRESELECTOR_REFUSAL_STEP( assertion )                                                      \
-    "", ::PeloraTcam::PreselectorSteps::RefusalStep                                                \
-    {                                                                                              \
-        assertion                                                                                  \
-    }

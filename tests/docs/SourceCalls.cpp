@@ -109,12 +109,12 @@ void addFirstLiterals( std::string_view source,
 }
 
 /// All literals among the arguments of each row, from a position on.
-void addLiteralsOfRows( std::string_view table,
+void addLiteralsOfRows( std::string_view source,
                         std::string_view row,
                         std::size_t first,
                         std::set< std::string >& texts )
 {
-    for ( const SourceCall& call : callsOf( table, row ) ) {
+    for ( const SourceCall& call : callsOf( source, row ) ) {
         for ( std::size_t i = first; i < call.arguments.size(); ++i ) {
             if ( isLiteral( call.arguments[ i ] ) ) {
                 texts.insert( literalOf( call.arguments[ i ] ) );
@@ -206,6 +206,9 @@ std::set< std::string > assertionTextsOfSource( std::string_view source )
     addFirstLiterals( source, "assertionFailed", texts );
     addFirstLiterals( source, "lookUp", texts );
     addFirstLiterals( source, ".fail", texts );
+    addLiteralsOfRows( source, "refusalRow", 0, texts );
+    // The second argument is the label of a trace.
+    addLiteralsOfRows( source, "classRow", 2, texts );
     return texts;
 }
 
@@ -215,9 +218,6 @@ std::set< std::string > assertionTextsOfTable( std::string_view table )
     std::set< std::string > texts;
     addLiteralsOfRows( table, "TRANSLATION_BOTH_WAYS", 0, texts );
     addLiteralsOfRows( table, "TRANSLATION_ONE_WAY", 0, texts );
-    addLiteralsOfRows( table, "PRESELECTOR_REFUSED", 0, texts );
-    // The second argument is the label of a trace.
-    addLiteralsOfRows( table, "PRESELECTOR_CLASS", 2, texts );
     return texts;
 }
 

@@ -35,7 +35,7 @@ TEST( SourceCallsTest, Literals_ThatFollowEachOther_AreOne )
     EXPECT_EQ( literalOf( "\"a \" \"b\"" ), "a b" );
 }
 
-TEST( SourceCallsTest, AssertionTexts_OfASource_AreOfAllKinds )
+TEST( SourceCallsTest, AssertionTexts_OfASource_AreOfAllKindsAndNoLabels )
 {
     const char* source = "AGENT_ASSERT( ( a ==\n    b ) && \"c d\" );\n"
                          "AGENT_ASSERT( f( a, b ) );\n"
@@ -44,7 +44,10 @@ TEST( SourceCallsTest, AssertionTexts_OfASource_AreOfAllKinds )
                          "Agent::assertionFailed( \"e\", __FILE__ );\n"
                          "Agent::assertionFailed( variable, __FILE__ );\n"
                          "Translations::lookUp( map, key, \"m.find( k )\", HERE );\n"
-                         "request.fail( \"0 && \\\"g\\\"\" );\n";
+                         "request.fail( \"0 && \\\"g\\\"\" );\n"
+                         "classRow( name, \" label\", field, replace, 0xFFFF,\n \"x\" ),\n"
+                         "classRow( name, \" label\", field, replace, 0xFFFF ),\n"
+                         "refusalRow( name, \"y\" ),\n";
     EXPECT_THAT( assertionTextsOfSource( source ),
                  UnorderedElementsAre( "( a == b ) && \"c d\"",
                                        "f( a, b )",
@@ -52,17 +55,19 @@ TEST( SourceCallsTest, AssertionTexts_OfASource_AreOfAllKinds )
                                        "j k",
                                        "e",
                                        "m.find( k )",
-                                       "0 && \"g\"" ) );
+                                       "0 && \"g\"",
+                                       "x",
+                                       "y" ) );
 }
 
-TEST( SourceCallsTest, AssertionTexts_OfATable_AreNotItsLabels )
+TEST( SourceCallsTest, AssertionTexts_OfATable_AreTheLiteralsOfItsRows )
 {
-    const char* table = "#define TRANSLATION_ONE_WAY( map, assertion )\n"
-                        "TRANSLATION_ONE_WAY( map, \"m.find( k )\" )\n"
-                        "PRESELECTOR_CLASS( name, \" label\", field, replace, 0xFFFF, \"x\" )\n"
-                        "PRESELECTOR_CLASS( name, \" label\", field, replace, 0xFFFF, nullptr )\n"
-                        "PRESELECTOR_REFUSED( name, \"y\" )\n";
-    EXPECT_THAT( assertionTextsOfTable( table ), UnorderedElementsAre( "m.find( k )", "x", "y" ) );
+    const char* table =
+        "#define TRANSLATION_ONE_WAY( map, assertion )\n"
+        "TRANSLATION_ONE_WAY( map, \"m.find( k )\" )\n"
+        "TRANSLATION_BOTH_WAYS( map, back, \"n.find( k )\", \"it != back.end()\" )\n";
+    EXPECT_THAT( assertionTextsOfTable( table ),
+                 UnorderedElementsAre( "m.find( k )", "n.find( k )", "it != back.end()" ) );
 }
 
 TEST( SourceCallsTest, ShortageTraces_OfASource_AreThoseOfLevels0And1 )

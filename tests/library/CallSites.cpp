@@ -120,8 +120,8 @@ std::string textOfSite( const std::string& macro,
                         const std::vector< std::string >& arguments,
                         const std::string& source )
 {
-    if ( macro == "PRESELECTOR_CALL" ) {
-        return valueOf( arguments.back(), source );
+    if ( macro.starts_with( "callRow" ) ) {
+        return valueOf( arguments.at( 2 ), source );
     }
     if ( macro.ends_with( "_AS" ) || macro == "SDK_CALL_SITE" ) {
         return valueOf( arguments.front(), source );
@@ -152,8 +152,9 @@ void addBareCalls( const std::string& source, std::vector< std::string >& texts 
 
 std::vector< std::string > callSitesOf( std::string_view original )
 {
-    static const std::regex macro( "\\b(SDK_CHECKED_CALL|SDK_CHECKED_CALL_AS|SDK_TRACED_CALL|"
-                                   "SDK_TRACED_CALL_AS|SDK_CALL_SITE|PRESELECTOR_CALL)\\s*\\(" );
+    static const std::regex macro(
+        "\\b(SDK_CHECKED_CALL|SDK_CHECKED_CALL_AS|SDK_TRACED_CALL|"
+        "SDK_TRACED_CALL_AS|SDK_CALL_SITE|callRow< &Sdk::\\w+ >)\\s*\\(" );
     const std::string source = withoutDirectives( withoutComments( original ) );
     std::vector< std::string > texts;
     for ( std::sregex_iterator it( source.begin(), source.end(), macro ), end; it != end; ++it ) {

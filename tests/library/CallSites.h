@@ -3,10 +3,10 @@
 /// Where the library calls the SDK, read from its sources; and the list of these places with the
 /// tests that make each of them fail, read from `call-sites.txt`.
 ///
-/// A call site is a call macro of `sdk/SdkCall.h`, a row of a table of preselector calls, or a bare
-/// call of an SDK function that is no initialiser. It is known by its source file and its text:
-/// what it writes on standard error or into the trace, or, for a bare call, which writes nothing,
-/// the function's name.
+/// A call site is a call macro of `sdk/SdkCall.h`, a row of a table of preselector calls
+/// (`callRow`), or a bare call of an SDK function that is no initialiser. It is known by its source
+/// file and its text: what it writes on standard error or into the trace, or, for a bare call,
+/// which writes nothing, the function's name.
 ///
 ///     SDK_CHECKED_CALL( bcm_range_get, unit, &conf );      // "bcm_range_get( unit, &conf )"
 ///     SDK_CALL_SITE( getBytesText )                          // what that constant holds

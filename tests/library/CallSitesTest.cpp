@@ -168,13 +168,15 @@ TEST( CallSitesOfTest, Macros_WithATextOrAConstant_HaveThat )
                  ElementsAre( "bcm_a( 1, 2 )", "bcm_c( x )", "a \"b\"" ) );
 }
 
-TEST( CallSitesOfTest, Rows_OfATable_HaveTheirLastColumn )
+TEST( CallSitesOfTest, Rows_OfATable_HaveTheirThirdArgument )
 {
     EXPECT_THAT(
-        callSitesOf( "#define PRESELECTOR_CALL( a, b ) \\\n    f( a, b )\n"
-                     "//   PRESELECTOR_CALL( qualifier, text )\n"
-                     "PRESELECTOR_CALL( drop, \"data, 0x\", bcm_d, \"bcm_d( unit, 1 )\" )" ),
-        ElementsAre( "bcm_d( unit, 1 )" ) );
+        callSitesOf(
+            "constexpr Row< Name > callRow( Name name, const char* label );\n"
+            "//   callRow< &Sdk::bcm_a >( name, label, text )\n"
+            "callRow< &Sdk::bcm_d >( drop, \"data, 0x\",\n  \"bcm_d( unit, \"\n  \"1 )\" ),\n"
+            "callRow< &Sdk::bcm_e >( e, \"0x\", \"bcm_e( unit )\", translated< f > )," ),
+        ElementsAre( "bcm_d( unit, 1 )", "bcm_e( unit )" ) );
 }
 
 TEST( CallSitesOfTest, BareCalls_OfFunctions_AreSitesUnlessTheyHaveOne )

@@ -12,9 +12,11 @@
 namespace LibraryTest {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 constexpr const char* functionName = "setPreselectQualifier";
 constexpr const char* overlayRefused =
@@ -314,6 +316,27 @@ TEST_F( LegacyPreselectorTest, SetClasses_TracingOn_TraceTheNewValues )
             "setPreselectQualifier Setting SrcClassField data: 0x 200  mask: 0x300" ) );
 }
 
+TEST_F( LegacyPreselectorTest, SetClasses_TracingOn_TraceTheLinesOfTheirRows )
+{
+    TestSupport::TraceRecorder traces( PreselectorScene::facility, PreselectorScene::level4 );
+    std::vector< std::string > rows;
+    for ( const Accessor qualifier : { &Sdk::bcmFieldQualifyInterfaceClassPort,
+                                       &Sdk::bcmFieldQualifyInterfaceClassVPort,
+                                       &Sdk::bcmFieldQualifyInterfaceClassL2,
+                                       &Sdk::bcmFieldQualifyDstClassField,
+                                       &Sdk::bcmFieldQualifySrcClassField } ) {
+        set( qualifier, 1, 1 );
+        EXPECT_EQ( traces.lines().back().file, preselectorSource );
+        rows.push_back( sourceLine( traces.lines().back().line ) );
+    }
+    EXPECT_THAT( rows,
+                 ElementsAre( StartsWith( "classRow( &Sdk::bcmFieldQualifyInterfaceClassPort," ),
+                              StartsWith( "classRow( &Sdk::bcmFieldQualifyInterfaceClassVPort," ),
+                              StartsWith( "classRow( &Sdk::bcmFieldQualifyInterfaceClassL2," ),
+                              StartsWith( "classRow( &Sdk::bcmFieldQualifyDstClassField," ),
+                              StartsWith( "classRow( &Sdk::bcmFieldQualifySrcClassField," ) ) );
+}
+
 TEST_F( LegacyPreselectorTest, SetDstAndSrcClass_WideMask_IsTracedBeforeItIsCut )
 {
     TestSupport::TraceRecorder traces( PreselectorScene::facility, PreselectorScene::level4 );
@@ -373,6 +396,7 @@ class SharedRecords
 struct WideClassCase
 {
     Accessor qualifier;
+    const char* row; ///< in the helper's source
     const char* trace;
     const char* assertion;
 };
@@ -381,10 +405,12 @@ TEST_F( LegacyPreselectorDeathTest, SetDstAndSrcClass_MoreThan16Bits_FailAndWrit
 {
     const WideClassCase rows[] = {
         { &Sdk::bcmFieldQualifyDstClassField,
+          "classRow( &Sdk::bcmFieldQualifyDstClassField,",
           "setPreselectQualifier Setting DstClassField data: 0x 10000  mask: 0xff\n",
           "Assertion `!( data & 0xFFFF0000 ) && \" DstClassField value is greater than 16 bit\"' "
           "failed." },
         { &Sdk::bcmFieldQualifySrcClassField,
+          "classRow( &Sdk::bcmFieldQualifySrcClassField,",
           "setPreselectQualifier Setting SrcClassField data: 0x 10000  mask: 0xff\n",
           "Assertion `!( data & 0xFFFF0000 ) && \" SrcClassField value is greater than 16 bit\"' "
           "failed." },
@@ -400,6 +426,7 @@ TEST_F( LegacyPreselectorDeathTest, SetDstAndSrcClass_MoreThan16Bits_FailAndWrit
         EXPECT_TRUE( run.aborted );
         EXPECT_THAT( run.errors, HasSubstr( row.trace ) );
         EXPECT_THAT( run.errors, HasSubstr( row.assertion ) );
+        EXPECT_THAT( sourceLinesOf( run.errors ), Each( StartsWith( row.row ) ) );
         EXPECT_THAT( fieldsOf( records.data() ), ElementsAre( 1, 2, 3, 4, 5, 6 ) );
         EXPECT_THAT( fieldsOf( records.mask() ), ElementsAre( 7, 8, 9, 10, 11, 12 ) );
     }
@@ -424,6 +451,8 @@ TEST_F( LegacyPreselectorDeathTest, Set_OverlayPktType_FailsWithItsOwnAssertionA
     } );
     EXPECT_TRUE( run.aborted );
     EXPECT_THAT( run.errors, HasSubstr( overlayRefused ) );
+    EXPECT_THAT( sourceLinesOf( run.errors ),
+                 ElementsAre( StartsWith( "refusalRow( &Sdk::bcmFieldQualifyOverlayPktType," ) ) );
     EXPECT_THAT( run.errors, ::testing::Not( HasSubstr( "Setting" ) ) );
 }
 

@@ -2,7 +2,7 @@
 
 /// What the tests of the two preselector functions share: an SDK that does nothing under the
 /// numbering of the environment, the locks as the agent holds them, the caller's class records,
-/// and the checks of a qualifier that leads to an SDK call.
+/// the checks of a qualifier that leads to an SDK call, and what stands where its lines lead.
 
 #include "PeloraTcam/PeloraTcamSdk6Helper.h"
 #include "agent/base/Locks.h"
@@ -14,7 +14,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <ostream>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -48,6 +50,30 @@ struct CallCase
 inline void PrintTo( const CallCase& callCase, std::ostream* stream )
 {
     *stream << callCase.name;
+}
+
+/// The helper's source, as traces and error lines name it.
+inline const std::string preselectorSource = "PeloraTcam/PeloraTcamSdk6Helper.cpp";
+
+/// What stands on that line of the helper's source, without the blanks before it.
+inline std::string sourceLine( U32 number )
+{
+    std::ifstream source( PELORA_SOURCE_DIR "/" + preselectorSource );
+    std::string line;
+    for ( U32 i = 0; i < number && std::getline( source, line ); ++i ) {
+    }
+    return source ? line.substr( std::min( line.find_first_not_of( ' ' ), line.size() ) ) : "";
+}
+
+/// What stands on the lines of the helper's source to which these lines of standard error lead.
+inline std::vector< std::string > sourceLinesOf( const std::string& errors )
+{
+    static const std::regex place( preselectorSource + ":(\\d+)" );
+    std::vector< std::string > lines;
+    for ( std::sregex_iterator it( errors.begin(), errors.end(), place ), end; it != end; ++it ) {
+        lines.push_back( sourceLine( static_cast< U32 >( std::stoul( ( *it )[ 1 ] ) ) ) );
+    }
+    return lines;
 }
 
 /// Both functions are one: unit, entry, qualifier, data, mask, and the class records.
@@ -100,7 +126,8 @@ class PreselectorScene
         const TestSupport::RecordedLine api = traces.lines()[ 1 ];
         EXPECT_EQ( api.facility, apiFacility );
         EXPECT_EQ( api.level, 4U );
-        EXPECT_EQ( api.file, "PeloraTcam/PeloraTcamSdk6Helper.cpp" );
+        EXPECT_EQ( api.file, preselectorSource );
+        EXPECT_THAT( sourceLine( api.line ), isRowOf( functionName, expected ) );
         EXPECT_THAT( api.function, ::testing::StartsWith( "void PeloraTcam::" + functionName ) );
         EXPECT_EQ( request.file, api.file );
         EXPECT_EQ( request.line, api.line );
@@ -128,11 +155,15 @@ class PreselectorScene
         chip.rc = sdk.BCM_E_FULL();
         EXPECT_DEATH(
             call( function, qualifier, expected.data, expected.mask ),
-            ::testing::AllOf( ::testing::StartsWith( "PeloraTcam/PeloraTcamSdk6Helper.cpp:" ),
+            ::testing::AllOf( ::testing::StartsWith( preselectorSource + ":" ),
                               ::testing::HasSubstr( std::string( " " ) + expected.callText +
                                                     " API ERROR:Table full (-6)\n" ),
                               ::testing::HasSubstr( "void PeloraTcam::" + functionName + "(" ),
-                              ::testing::HasSubstr( ": Assertion `0' failed." ) ) );
+                              ::testing::HasSubstr( ": Assertion `0' failed." ),
+                              ::testing::ResultOf(
+                                  sourceLinesOf,
+                                  ::testing::ElementsAre( isRowOf( functionName, expected ),
+                                                          isRowOf( functionName, expected ) ) ) ) );
     }
 
     AnsweringSdk chip{ TestSupport::environmentNumbering() };
@@ -141,6 +172,16 @@ class PreselectorScene
     bcm_field_src_class_t classMask;
 
   private:
+    /// The beginning of the qualifier's row in the function's own table.
+    static ::testing::Matcher< std::string > isRowOf( const std::string& functionName,
+                                                      const CallCase& expected )
+    {
+        const std::string text = expected.callText;
+        const bool isOlder = functionName == "setPreselectQualifier";
+        return ::testing::StartsWith( "callRow< &Sdk::" + text.substr( 0, text.find( '(' ) ) +
+                                      " >( " + ( isOlder ? "&Sdk::" : "QualifierType::" ) );
+    }
+
     Agent::LockAnchor activity_{ Agent::activityLock() };
 };
 

@@ -9,6 +9,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 constexpr const char* functionName = "setPeloraTcamPreselectQualifier";
 
@@ -272,6 +273,22 @@ TEST_F( PreselectorTest, SetClasses_TracingOn_TraceTheNewValues )
                      "setPeloraTcamPreselectQualifier Setting InterfaceClassPort data: 0x20001  "
                      "mask: 0x30010" ) );
     EXPECT_EQ( traces.lines()[ 0 ].level, 4U );
+}
+
+TEST_F( PreselectorTest, SetClasses_TracingOn_TraceTheLinesOfTheirRows )
+{
+    TestSupport::TraceRecorder traces( PreselectorScene::facility, PreselectorScene::level4 );
+    std::vector< std::string > rows;
+    for ( const U32 qualifier : { 8U, 137U, 73U, 75U } ) {
+        set( qualifier, 1, 1 );
+        EXPECT_EQ( traces.lines().back().file, preselectorSource );
+        rows.push_back( sourceLine( traces.lines().back().line ) );
+    }
+    EXPECT_THAT( rows,
+                 ElementsAre( StartsWith( "classRow( QualifierType::dstClassField," ),
+                              StartsWith( "classRow( QualifierType::srcClassField," ),
+                              StartsWith( "classRow( QualifierType::interfaceClassL2," ),
+                              StartsWith( "classRow( QualifierType::interfaceClassPort," ) ) );
 }
 
 TEST_F( PreselectorTest, SetDstClass_WiderThan16Bits_TracesTheValueBeforeItIsCut )
