@@ -25,49 +25,34 @@ const Agent::TraceHandle& _defaultTraceHandle()
 // ---- Translation maps ------------------------------------------------------------------------
 
 // The maps, empty until their builders run.
-#define TRANSLATION_BOTH_WAYS( forwardMap,                                                         \
-                               reverseMap,                                                         \
-                               builder,                                                            \
-                               agentType,                                                          \
-                               sdkType,                                                            \
-                               forwardLookup,                                                      \
-                               reverseLookup,                                                      \
-                               forwardAssertion,                                                   \
-                               reverseAssertion )                                                  \
+#define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, ... )          \
     std::map< agentType, sdkType > forwardMap;                                                     \
     std::map< sdkType, agentType > reverseMap;
-#define TRANSLATION_ONE_WAY(                                                                       \
-    forwardMap, builder, agentType, sdkType, forwardLookup, forwardAssertion )                     \
+#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, ... )                        \
     std::map< agentType, sdkType > forwardMap;
 #include "PeloraTcam/TranslationMaps.def"
 
-// The builders: each opens with its concept, goes on with its rows, and ends by building.
+// The builders.
 // clang-format off
-#define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
-                               reverseLookup, forwardAssertion, reverseAssertion )                 \
-    void builder()                                                                                 \
-    {                                                                                              \
-        using AgentType = agentType;                                                               \
-        using SdkType = sdkType;                                                                   \
-        constexpr auto build = []( const auto& rows ) {                                            \
-            Translations::build( forwardMap, reverseMap, rows );                                   \
-        };                                                                                         \
-        static constexpr Translations::Row< AgentType, SdkType > rows[] = {
-#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
-                             forwardAssertion )                                                    \
-    void builder()                                                                                 \
-    {                                                                                              \
-        using AgentType = agentType;                                                               \
-        using SdkType = sdkType;                                                                   \
-        constexpr auto build = []( const auto& rows ) {                                            \
-            Translations::build( forwardMap, rows );                                               \
-        };                                                                                         \
-        static constexpr Translations::Row< AgentType, SdkType > rows[] = {
 #define TRANSLATION( agentEnumerator, accessor )                                                   \
             { AgentType::agentEnumerator, []() -> SdkType { return Shim::sdk().accessor(); } },
-#define TRANSLATION_END( forwardMap )                                                              \
-        };                                                                                         \
-        build( rows );                                                                             \
+#define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
+                               reverseLookup, forwardAssertion, reverseAssertion, ... )            \
+    void builder()                                                                                 \
+    {                                                                                              \
+        using AgentType = agentType;                                                               \
+        using SdkType = sdkType;                                                                   \
+        static constexpr Translations::Row< AgentType, SdkType > rows[] = { __VA_ARGS__ };         \
+        Translations::build( forwardMap, reverseMap, rows );                                       \
+    }
+#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
+                             forwardAssertion, ... )                                               \
+    void builder()                                                                                 \
+    {                                                                                              \
+        using AgentType = agentType;                                                               \
+        using SdkType = sdkType;                                                                   \
+        static constexpr Translations::Row< AgentType, SdkType > rows[] = { __VA_ARGS__ };         \
+        Translations::build( forwardMap, rows );                                                   \
     }
 #include "PeloraTcam/TranslationMaps.def"
 // clang-format on
@@ -75,10 +60,11 @@ const Agent::TraceHandle& _defaultTraceHandle()
 // The lookups. A failed one is reported at this place: within the list, `__FILE__` is the list.
 constexpr const char* lookupsFile = __FILE__;
 constexpr U32 lookupsLine = __LINE__;
-#define LOOKUPS_LOCATION                                                                           \
-    ::Agent::CallLocation                                                                          \
+#define TRANSLATION_LOOKUP( fromType, toType, lookup, map, assertion )                             \
+    toType lookup( fromType value )                                                                \
     {                                                                                              \
-        lookupsFile, lookupsLine, __PRETTY_FUNCTION__                                              \
+        return Translations::lookUp(                                                               \
+            map, value, assertion, { lookupsFile, lookupsLine, __PRETTY_FUNCTION__ } );            \
     }
 #define TRANSLATION_BOTH_WAYS( forwardMap,                                                         \
                                reverseMap,                                                         \
@@ -88,22 +74,15 @@ constexpr U32 lookupsLine = __LINE__;
                                forwardLookup,                                                      \
                                reverseLookup,                                                      \
                                forwardAssertion,                                                   \
-                               reverseAssertion )                                                  \
-    sdkType forwardLookup( agentType value )                                                       \
-    {                                                                                              \
-        return Translations::lookUp( forwardMap, value, forwardAssertion, LOOKUPS_LOCATION );      \
-    }                                                                                              \
-    agentType reverseLookup( sdkType value )                                                       \
-    {                                                                                              \
-        return Translations::lookUp( reverseMap, value, reverseAssertion, LOOKUPS_LOCATION );      \
-    }
+                               reverseAssertion,                                                   \
+                               ... )                                                               \
+    TRANSLATION_LOOKUP( agentType, sdkType, forwardLookup, forwardMap, forwardAssertion )          \
+    TRANSLATION_LOOKUP( sdkType, agentType, reverseLookup, reverseMap, reverseAssertion )
 #define TRANSLATION_ONE_WAY(                                                                       \
-    forwardMap, builder, agentType, sdkType, forwardLookup, forwardAssertion )                     \
-    sdkType forwardLookup( agentType value )                                                       \
-    {                                                                                              \
-        return Translations::lookUp( forwardMap, value, forwardAssertion, LOOKUPS_LOCATION );      \
-    }
+    forwardMap, builder, agentType, sdkType, forwardLookup, forwardAssertion, ... )                \
+    TRANSLATION_LOOKUP( agentType, sdkType, forwardLookup, forwardMap, forwardAssertion )
 #include "PeloraTcam/TranslationMaps.def"
+#undef TRANSLATION_LOOKUP
 
 // ---- Qualifiers and actions ------------------------------------------------------------------
 
@@ -137,7 +116,7 @@ bcm_field_qualify_t getBcmQualifier( QualifierType qtype )
     return Translations::lookUp( qualifierMap,
                                  qtype,
                                  "qualifierMap.find( qtype ) != qualifierMap.end()",
-                                 TRANSLATION_LOCATION );
+                                 { __FILE__, __LINE__, __PRETTY_FUNCTION__ } );
 }
 
 QualifierType getBcmQualifier( bcm_field_qualify_t qual )
@@ -145,7 +124,7 @@ QualifierType getBcmQualifier( bcm_field_qualify_t qual )
     return Translations::lookUp( qualifierReverseMap,
                                  qual,
                                  "qualifierReverseMap.find( qual ) != qualifierReverseMap.end()",
-                                 TRANSLATION_LOCATION );
+                                 { __FILE__, __LINE__, __PRETTY_FUNCTION__ } );
 }
 
 bcm_field_action_t getBcmAction( ActionType actionType )

@@ -40,23 +40,15 @@ namespace PeloraTcam {
 
 /// A map from the agent's values to the SDK's, the one back, their builder, and the lookups. A
 /// lookup of a value that is not in its map ends the process.
-#define TRANSLATION_BOTH_WAYS( forwardMap,                                                         \
-                               reverseMap,                                                         \
-                               builder,                                                            \
-                               agentType,                                                          \
-                               sdkType,                                                            \
-                               forwardLookup,                                                      \
-                               reverseLookup,                                                      \
-                               forwardAssertion,                                                   \
-                               reverseAssertion )                                                  \
+#define TRANSLATION_BOTH_WAYS(                                                                     \
+    forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, reverseLookup, ... )       \
     extern PELORA_TCAM_EXPORT std::map< agentType, sdkType > forwardMap;                           \
     extern PELORA_TCAM_EXPORT std::map< sdkType, agentType > reverseMap;                           \
     PELORA_TCAM_EXPORT void builder();                                                             \
     [[nodiscard]] PELORA_TCAM_EXPORT sdkType forwardLookup( agentType value );                     \
     [[nodiscard]] PELORA_TCAM_EXPORT agentType reverseLookup( sdkType value );
 /// The same for values that are not translated back.
-#define TRANSLATION_ONE_WAY(                                                                       \
-    forwardMap, builder, agentType, sdkType, forwardLookup, forwardAssertion )                     \
+#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup, ... )         \
     extern PELORA_TCAM_EXPORT std::map< agentType, sdkType > forwardMap;                           \
     PELORA_TCAM_EXPORT void builder();                                                             \
     [[nodiscard]] PELORA_TCAM_EXPORT sdkType forwardLookup( agentType value );

@@ -60,10 +60,3 @@ typename Map::mapped_type lookUp( const Map& map,
 }
 
 } // namespace PeloraTcam::Translations
-
-/// The place of a lookup, for its failed assertion.
-#define TRANSLATION_LOCATION                                                                       \
-    ::Agent::CallLocation                                                                          \
-    {                                                                                              \
-        __FILE__, __LINE__, __PRETTY_FUNCTION__                                                    \
-    }

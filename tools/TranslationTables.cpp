@@ -123,36 +123,30 @@ TranslationTable readActions()
                     accessors );
 }
 
-/// Adds the tables of `TranslationMaps.def`. Each concept opens a block with the list of its
-/// accessors, which its end closes and reads the map with.
+/// Adds the tables of `TranslationMaps.def`.
 void readEnumerations( std::vector< TranslationTable >& tables )
 {
     using namespace PeloraTcam;
     // clang-format off
-#define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
-                               reverseLookup, forwardAssertion, reverseAssertion )                 \
-    {                                                                                              \
-        using AgentType = agentType;                                                               \
-        builder();                                                                                 \
-        const auto read = []( std::span< const Accessor > accessors ) {                            \
-            return tableOf( { #forwardMap, #agentType, #sdkType }, forwardMap, reverseMap,         \
-                            accessors );                                                           \
-        };                                                                                         \
-        static constexpr Accessor accessors[] = {
-#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
-                             forwardAssertion )                                                    \
-    {                                                                                              \
-        using AgentType = agentType;                                                               \
-        builder();                                                                                 \
-        const auto read = []( std::span< const Accessor > accessors ) {                            \
-            return tableOf( { #forwardMap, #agentType, #sdkType }, forwardMap, accessors );        \
-        };                                                                                         \
-        static constexpr Accessor accessors[] = {
 #define TRANSLATION( agentEnumerator, accessor )                                                   \
             { static_cast< uint32_t >( AgentType::agentEnumerator ), #accessor },
-#define TRANSLATION_END( forwardMap )                                                              \
-        };                                                                                         \
-        tables.push_back( read( accessors ) );                                                     \
+#define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
+                               reverseLookup, forwardAssertion, reverseAssertion, ... )            \
+    {                                                                                              \
+        using AgentType = agentType;                                                               \
+        static constexpr Accessor accessors[] = { __VA_ARGS__ };                                   \
+        builder();                                                                                 \
+        tables.push_back( tableOf( { #forwardMap, #agentType, #sdkType }, forwardMap, reverseMap,  \
+                                   accessors ) );                                                  \
+    }
+#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
+                             forwardAssertion, ... )                                               \
+    {                                                                                              \
+        using AgentType = agentType;                                                               \
+        static constexpr Accessor accessors[] = { __VA_ARGS__ };                                   \
+        builder();                                                                                 \
+        tables.push_back( tableOf( { #forwardMap, #agentType, #sdkType }, forwardMap,              \
+                                   accessors ) );                                                  \
     }
 #include "PeloraTcam/TranslationMaps.def"
     // clang-format on

@@ -61,21 +61,43 @@ size_t closingParenthesis( const std::string& line, size_t opening )
     return line.size();
 }
 
-/// Whether the line is a whole row: a macro of the table, and its arguments up to the line's end.
-bool isRow( const std::string& line, const Names& macros )
+/// Whether the text begins as a row: with a macro of the table.
+bool startsAsRow( const std::string& text, const Names& macros )
 {
-    const size_t opening = std::min( line.find( '(' ), line.size() );
-    return macros.contains( line.substr( 0, opening ) ) &&
-           closingParenthesis( line, opening ) + 1 == line.size();
+    const size_t opening = text.find( '(' );
+    return opening != std::string::npos && macros.contains( text.substr( 0, opening ) );
+}
+
+/// The position behind the row's last parenthesis; beyond the text's end if it is not closed.
+size_t endOfRow( const std::string& text )
+{
+    return closingParenthesis( text, text.find( '(' ) ) + 1;
+}
+
+/// Takes the lines of a row, from `line` on: up to its last parenthesis, a directive, or the end.
+std::string takeRow( Lines::const_iterator& line, Lines::const_iterator end )
+{
+    std::string row = line->text;
+    for ( ++line; endOfRow( row ) > row.size() && line != end && !line->text.starts_with( '#' );
+          ++line ) {
+        row += ' ' + line->text;
+    }
+    return row;
 }
 
 Offences rowsThatAreNone( const std::string& file, const Lines& lines, const Names& macros )
 {
     Offences offences;
-    for ( const Line& line : lines ) {
-        if ( !line.text.starts_with( '#' ) && !isRow( line.text, macros ) ) {
-            offences.push_back(
-                { file, line.number, "is neither a row on one line nor a comment" } );
+    for ( auto line = lines.begin(); line != lines.end(); ) {
+        const int number = line->number;
+        if ( line->text.starts_with( '#' ) ) {
+            ++line;
+            continue;
+        }
+        const bool starts = startsAsRow( line->text, macros );
+        const std::string row = starts ? takeRow( line, lines.end() ) : ( line++ )->text;
+        if ( !starts || endOfRow( row ) != row.size() ) {
+            offences.push_back( { file, number, "is neither a row nor a comment" } );
         }
     }
     return offences;

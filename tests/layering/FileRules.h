@@ -12,8 +12,9 @@ namespace Layering {
 constexpr int mostLinesOfASource = 500;
 
 /// Checks a table, a file that is included with macros defined and made into something else each
-/// time. It starts by stopping the build where none of its macros is defined, has one row a line
-/// and nothing else, and at its end undefines all macros that it names or defines.
+/// time. It starts by stopping the build where none of its macros is defined, has rows and nothing
+/// else, of which each begins on a line of its own and may go on over several, and at its end
+/// undefines all macros that it asks for or defines.
 /// Files other than `.def` have no offences.
 Offences checkTable( const std::string& file, std::string_view text );
 

@@ -60,18 +60,33 @@ TEST( FileRulesTest, CheckTable_UndefinedBeforeTheEnd_IsAnOffence )
                  ElementsAre( Offence{ "sdk/A.def", 10, "OTHER is not undefined at the end" } ) );
 }
 
-TEST( FileRulesTest, CheckTable_LineThatIsNoRow_IsAnOffence )
+TEST( FileRulesTest, CheckTable_RowOverSeveralLines_HasNoOffence )
 {
-    const std::string text = "is neither a row on one line nor a comment";
     EXPECT_THAT( checkTable( "sdk/A.def",
                              guard +
-                                 "ROW( one,\n( two ) )\nint a;\nROW( b ) ROW( c )\nNONE( d )\n" +
+                                 "ROW( one,\n    \"text) (\",\n    // why\n    PAIR( a )\n"
+                                 "    PAIR( b )\n)\nOTHER( two )\n" +
+                                 undefinitions ),
+                 IsEmpty() );
+}
+
+TEST( FileRulesTest, CheckTable_LineThatIsNoRow_IsAnOffence )
+{
+    const std::string text = "is neither a row nor a comment";
+    EXPECT_THAT( checkTable( "sdk/A.def",
+                             guard +
+                                 "ROW( one,\n( two ) ) )\nint a;\nROW( b ) ROW( c )\nNONE( d )\n" +
                                  undefinitions ),
                  ElementsAre( Offence{ "sdk/A.def", 8, text },
-                              Offence{ "sdk/A.def", 9, text },
                               Offence{ "sdk/A.def", 10, text },
                               Offence{ "sdk/A.def", 11, text },
                               Offence{ "sdk/A.def", 12, text } ) );
+}
+
+TEST( FileRulesTest, CheckTable_RowThatIsNotClosed_IsAnOffence )
+{
+    EXPECT_THAT( checkTable( "sdk/A.def", guard + "ROW( one,\nOTHER( two )\n" + undefinitions ),
+                 ElementsAre( Offence{ "sdk/A.def", 8, "is neither a row nor a comment" } ) );
 }
 
 TEST( FileRulesTest, CheckLength_AtTheLimit_HasNoOffence )

@@ -292,7 +292,7 @@ def neighbouring_lines(source):
 
 # ---- Tables -----------------------------------------------------------------------------------
 
-TABLE_ROW = re.compile(r"^(?P<macro>[A-Z][A-Z_0-9]+)\( (?P<arguments>.*) \)[ \t]*$")
+TABLE_ROW = re.compile(r"^[ \t]*(?P<macro>[A-Z][A-Z_0-9]+)\( (?P<arguments>.*) \)[ \t]*$")
 LAST_ARGUMENT = re.compile(r"(?P<last>\w+) \)[ \t]*$")
 
 

@@ -141,6 +141,11 @@ class TableTest(unittest.TestCase):
         swapped = "ACTION( copy, bcmCopy )\nACTION( drop, bcmDrop )\n"
         self.assertEqual(changed(self.rows, "swap", "PeloraTcam/A.def"), [swapped])
 
+    def test_RowsWithinARow_AreSwapped(self):
+        rows = 'MAP( types, "a",\n    PAIR( x, sdkX )\n    PAIR( y, sdkY )\n)\n'
+        swapped = 'MAP( types, "a",\n    PAIR( y, sdkY )\n    PAIR( x, sdkX )\n)\n'
+        self.assertEqual(changed(rows, "swap", "PeloraTcam/A.def"), [swapped])
+
     def test_Row_IsDropped(self):
         self.assertEqual(
             changed(self.rows, "drop", "PeloraTcam/A.def"), ["\nACTION( copy, bcmCopy )\n"]
