@@ -3,10 +3,10 @@
 #include "PeloraTcam/PreselectorSteps.h"
 #include "PeloraTcam/Translations.h"
 #include "agent/base/Assert.h"
+#include "agent/base/StandardError.h"
+#include "agent/base/TextPieces.h"
 #include "agent/base/Trace.h"
 #include "sdk/SdkCall.h"
-
-#include <iostream>
 
 namespace PeloraTcam {
 
@@ -134,7 +134,7 @@ bcm_field_action_t getBcmAction( ActionType actionType )
     if ( found != actionMap.end() ) {
         return found->second;
     }
-    std::cerr << "Unmapped actionType: " << actionType << std::endl;
+    Agent::writeErrorLine( Agent::joinPieces( "Unmapped actionType: ", actionType ) );
     AGENT_ASSERT( ( actionMap.find( actionType ) != actionMap.end() ) );
     return {};
 }
@@ -145,7 +145,7 @@ ActionType getBcmAction( bcm_field_action_t action )
     if ( found != actionReverseMap.end() ) {
         return found->second;
     }
-    std::cerr << "Unmapped action: " << action << std::endl;
+    Agent::writeErrorLine( Agent::joinPieces( "Unmapped action: ", action ) );
     AGENT_ASSERT( actionReverseMap.find( action ) != actionReverseMap.end() );
     return {};
 }
@@ -157,7 +157,7 @@ bcm_field_qset_t getBcmQualifierSet( QualifierSet set )
     for ( const QualifierType type : set ) {
         const auto found = qualifierMap.find( type );
         if ( found == qualifierMap.end() ) {
-            std::cerr << "Unsupported qualifier " << type << std::endl;
+            Agent::writeErrorLine( Agent::joinPieces( "Unsupported qualifier ", type ) );
             AGENT_ASSERT( "false" == nullptr );
         }
         Shim::sdk().BCM_FIELD_QSET_ADD( &qset, found->second );
@@ -196,7 +196,7 @@ bcm_field_aset_t getBcmActionSet( ActionSet set )
         if ( found != actionMap.end() ) {
             Shim::sdk().BCM_FIELD_ASET_ADD( &aset, found->second );
         } else if ( type != ActionType::noAction ) {
-            std::cerr << " Unsupported action: " << type << std::endl;
+            Agent::writeErrorLine( Agent::joinPieces( " Unsupported action: ", type ) );
             AGENT_ASSERT( "false" == nullptr );
         }
     }

@@ -194,6 +194,30 @@ TEST_F( ActionMapTest, GetBcmAction_BeforeTheBuilder_Dies )
     expectUnmapped( sdkAction( "bcmFieldActionDrop" ) );
 }
 
+TEST_F( ActionMapTest, GetBcmAction_StandardErrorSpoilt_ReportsInDecimalAllTheSame )
+{
+    initializeBcmActionMap();
+    const bcm_field_action_t unmapped{ 4095 };
+    expectDeath(
+        [] {
+            spoilStandardError();
+            static_cast< void >( getBcmAction( action( 255 ) ) );
+        },
+        "Unmapped actionType: ActionType(255)\n",
+        source,
+        "getBcmAction",
+        "( actionMap.find( actionType ) != actionMap.end() )" );
+    expectDeath(
+        [ & ] {
+            spoilStandardError();
+            static_cast< void >( getBcmAction( unmapped ) );
+        },
+        "Unmapped action: 4095\n",
+        source,
+        "getBcmAction",
+        "actionReverseMap.find( action ) != actionReverseMap.end()" );
+}
+
 // ---- Trace -----------------------------------------------------------------------------------
 
 TEST_F( ActionMapTest, GetBcmAction_AtLevelEight_TracesTheType )
@@ -318,6 +342,19 @@ TEST_F( ActionSetTest, Build_WithAnUnmappedAction_NamesItAndDies )
                      "getBcmActionSet",
                      "\"false\" == nullptr" );
     }
+}
+
+TEST_F( ActionSetTest, Build_StandardErrorSpoilt_NamesTheActionAllTheSame )
+{
+    expectDeath(
+        [] {
+            spoilStandardError();
+            static_cast< void >( getBcmActionSet( ActionSet{ action( 255 ) } ) );
+        },
+        " Unsupported action: ActionType(255)\n",
+        source,
+        "getBcmActionSet",
+        "\"false\" == nullptr" );
 }
 
 TEST_F( ActionSetTest, Build_BeforeTheMapIsBuilt_DiesButForNoAction )

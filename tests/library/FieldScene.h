@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iostream>
 #include <string>
 #include <string_view>
 
@@ -38,6 +39,14 @@ class FieldScene
     Sim::UnavailableSdk chip{ TestSupport::environmentNumbering() };
     FieldRecordingSdk sdk{ chip };
 };
+
+/// Leaves the standard error stream as the agent may have left it: printing numbers in hexadecimal,
+/// and with an error flag set. For a child process.
+inline void spoilStandardError()
+{
+    std::cerr << std::hex;
+    std::cerr.setstate( std::ios_base::badbit );
+}
 
 /// Expects that the function ends the process with these lines on standard error: `message`, then
 /// the failed assertion, in that source file and that function of the library.

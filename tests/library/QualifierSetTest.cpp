@@ -107,6 +107,19 @@ TEST_F( QualifierSetTest, Build_WithAnUnmappedQualifier_NamesItAndDies )
         "\"false\" == nullptr" );
 }
 
+TEST_F( QualifierSetTest, Build_StandardErrorSpoilt_NamesTheQualifierAllTheSame )
+{
+    expectDeath(
+        [] {
+            spoilStandardError();
+            static_cast< void >( getBcmQualifierSet( QualifierSet{ qualifier( 255 ) } ) );
+        },
+        "Unsupported qualifier QualifierType(255)\n",
+        source,
+        "getBcmQualifierSet",
+        "\"false\" == nullptr" );
+}
+
 TEST_F( QualifierSetTest, Build_BeforeTheMapIsBuilt_Dies )
 {
     clear();
