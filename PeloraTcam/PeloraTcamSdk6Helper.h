@@ -81,9 +81,8 @@ PELORA_TCAM_EXPORT void initializeBcmActionMap();
 /// it is a failed assertion: none is left out.
 [[nodiscard]] PELORA_TCAM_EXPORT bcm_field_qset_t getBcmQualifierSet( QualifierSet set );
 
-/// The agent's qualifiers in a set of the SDK's, which is not null. What no qualifier of
-/// the agent translates to is left out, and so is the stage, which is no field of the key. Never
-/// fails.
+/// The agent's qualifiers in a set of the SDK's, which is not null. What no qualifier of the agent
+/// translates to is left out, and so, as required, is the stage. Never fails.
 [[nodiscard]] PELORA_TCAM_EXPORT QualifierSet getBcmQualifierSet( bcm_field_qset_t* qset );
 
 /// The SDK's set of the agent's actions. `noAction` is left out; another one without an entry is
@@ -97,9 +96,9 @@ PELORA_TCAM_EXPORT void initializeBcmActionMap();
 
 /// The SDK's mode of a group whose keys have that size, in bits, on that stage.
 ///
-/// `narrowWideTcamWidthSupport`: whether the chip can hold 160-bit keys of the ingress stage in
-/// its narrow slices. 480-bit keys belong to the ingress stage, 640-bit keys to the lookup stage;
-/// another stage, or another size, is a failed assertion. Needs no map.
+/// `narrowWideTcamWidthSupport`: whether 160-bit keys of the ingress stage get the narrow mode.
+/// 480-bit keys belong to the ingress stage, 640-bit keys to the lookup stage; another stage, or
+/// another size, is a failed assertion. Needs no map.
 [[nodiscard]] PELORA_TCAM_EXPORT bcm_field_group_mode_t getBcmTcamKeySize(
     TcamKeySize::TcamKeySizeValue keySize, StageType stage, bool narrowWideTcamWidthSupport );
 
