@@ -152,30 +152,31 @@ ActionType getBcmAction( bcm_field_action_t action )
 
 bcm_field_qset_t getBcmQualifierSet( QualifierSet set )
 {
+    Shim::SdkAccess& sdk = Shim::sdk();
     bcm_field_qset_t qset;
-    Shim::sdk().BCM_FIELD_QSET_INIT( &qset );
+    sdk.BCM_FIELD_QSET_INIT( &qset );
     for ( const QualifierType type : set ) {
         const auto found = qualifierMap.find( type );
         if ( found == qualifierMap.end() ) {
             Agent::writeErrorLine( Agent::joinPieces( "Unsupported qualifier ", type ) );
             AGENT_ASSERT( "false" == nullptr );
         }
-        Shim::sdk().BCM_FIELD_QSET_ADD( &qset, found->second );
+        sdk.BCM_FIELD_QSET_ADD( &qset, found->second );
     }
     return qset;
 }
 
 QualifierSet getBcmQualifierSet( bcm_field_qset_t* qset )
 {
+    Shim::SdkAccess& sdk = Shim::sdk();
     QualifierSet set;
     const auto stage = qualifierMap.find( QualifierType::stage );
-    for ( U32 number = 0; number < Shim::sdk().BCM_FIELD_QUALIFY_COUNT(); ++number ) {
+    for ( U32 number = 0; number < sdk.BCM_FIELD_QUALIFY_COUNT(); ++number ) {
         const auto qualifier = static_cast< bcm_field_qualify_t >( number );
-        if ( !Shim::sdk().BCM_FIELD_QSET_TEST( qset, qualifier ) ) {
+        if ( !sdk.BCM_FIELD_QSET_TEST( qset, qualifier ) ) {
             continue;
         }
-        // KEPT: the stage is never reported. It is no field of the key: the SDK takes the group's
-        // stage from it, and the agent's records hold the stage beside the qualifiers.
+        // KEPT: the stage is never reported back.
         if ( stage != qualifierMap.end() && stage->second == qualifier ) {
             continue;
         }
@@ -189,12 +190,13 @@ QualifierSet getBcmQualifierSet( bcm_field_qset_t* qset )
 
 bcm_field_aset_t getBcmActionSet( ActionSet set )
 {
+    Shim::SdkAccess& sdk = Shim::sdk();
     bcm_field_aset_t aset;
-    Shim::sdk().BCM_FIELD_ASET_INIT( &aset );
+    sdk.BCM_FIELD_ASET_INIT( &aset );
     for ( const ActionType type : set ) {
         const auto found = actionMap.find( type );
         if ( found != actionMap.end() ) {
-            Shim::sdk().BCM_FIELD_ASET_ADD( &aset, found->second );
+            sdk.BCM_FIELD_ASET_ADD( &aset, found->second );
         } else if ( type != ActionType::noAction ) {
             Agent::writeErrorLine( Agent::joinPieces( " Unsupported action: ", type ) );
             AGENT_ASSERT( "false" == nullptr );
