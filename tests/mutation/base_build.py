@@ -2,7 +2,8 @@
 
 The base build is made once and never changed. A mutant is a changed copy of one file in a folder
 of its own, which stands first among the include folders; only what depends on that file is
-compiled and linked anew, into that folder, with the commands of the base build.
+compiled and linked anew, into that folder, with the commands of the base build. An object whose
+source reads the same after the preprocessor is taken from the base build.
 """
 
 import json
@@ -10,6 +11,9 @@ import os
 import re
 import shutil
 import subprocess
+import time
+
+from precompiled import Headers, PrecompiledHeaders
 
 CONFIGURATION = [
     "-G", "Ninja",
@@ -24,6 +28,10 @@ CONFIGURATION = [
 ]  # fmt: skip
 
 LEFT_OUT = re.compile(r"build.*|\..*")
+
+
+# A mutant is compiled once; nobody asks the compiler cache for it again.
+NO_CACHE = dict(os.environ, CCACHE_DISABLE="1")
 
 
 class BuildError(Exception):
@@ -136,6 +144,17 @@ class BuildGraph:
             for output, command in self.commands.items()
         }
         self.affected_by = {}
+        self.preprocessed = {}
+        self.precompiled = PrecompiledHeaders(
+            Headers(sources),
+            os.path.join(os.path.dirname(tree), "precompiled"),
+            lambda command: run(["sh", "-c", command], tree, env=NO_CACHE).returncode == 0,
+        )
+
+    def source_of(self, output):
+        """The file that an object is compiled from, by its path from the root, or None."""
+        match = re.search(r" -c (\S+)", self.commands[output])
+        return os.path.relpath(match.group(1), self.sources) if match else None
 
     def is_input(self, word, output):
         """Whether a word of the command that makes an output is something that it contains.
@@ -182,7 +201,8 @@ class Overlay:
         self.folder = folder
         self.mutant = mutant
         self.made = set()
-        self.environment = dict(os.environ, CCACHE_DISABLE="1")
+        self.unchanged = set()
+        self.seconds = {"compile": 0.0, "link": 0.0}
         path = os.path.join(folder, "src", mutant.file)
         shutil.rmtree(folder, ignore_errors=True)
         os.makedirs(os.path.dirname(path))
@@ -192,22 +212,56 @@ class Overlay:
     def make(self, target):
         """Makes a target of the base build with the mutant. Says whether that worked."""
         for output in self.graph.needed(target, self.mutant.file):
-            if output not in self.made and not self.make_one(output):
+            if output in self.made or output in self.unchanged:
+                continue
+            start = time.monotonic()
+            worked = self.make_if_changed(output)
+            self.seconds["compile" if output.endswith(".o") else "link"] += time.monotonic() - start
+            if not worked:
                 return False
-            self.made.add(output)
         return True
+
+    def make_if_changed(self, output):
+        if not self.is_changed(output):
+            self.unchanged.add(output)
+            return True
+        if not self.make_one(output):
+            return False
+        self.made.add(output)
+        return True
+
+    def is_changed(self, output):
+        """Whether the mutant makes another output of it, as far as its parts tell."""
+        if not output.endswith(".o"):
+            return any(part in self.made for part in self.graph.inputs[output])
+        if self.graph.source_of(output) == self.mutant.file:
+            return True
+        if output not in self.graph.preprocessed:
+            self.graph.preprocessed[output] = self.preprocessed(self.graph.commands[output])
+        mine = self.preprocessed(self.command_for(output))
+        return mine is None or mine != self.graph.preprocessed[output]
+
+    def preprocessed(self, command):
+        """What the compiler gets to see, without the places that it comes from, or None."""
+        without = re.sub(r" (-MD|-MT \S+|-MF \S+|-o \S+)(?= |$)", "", command)
+        result = run(["sh", "-c", without + " -E -P"], self.graph.tree, env=NO_CACHE)
+        return result.stdout if result.returncode == 0 else None
 
     def make_one(self, output, more_flags=""):
         os.makedirs(os.path.dirname(os.path.join(self.folder, output)), exist_ok=True)
         command = self.command_for(output) + more_flags
-        result = run(["sh", "-c", command], self.graph.tree, env=self.environment)
+        if output.endswith(".o") and not more_flags:
+            command += self.graph.precompiled.flag_for(
+                output, self.graph.commands[output], self.graph.source_of(output), self.mutant.file
+            )
+        result = run(["sh", "-c", command], self.graph.tree, env=NO_CACHE)
         if result.returncode == 0 and ".so" in output:
             self.link_names(output)
         return result.returncode == 0
 
     def command_for(self, output):
         """The base build's command, with what is made anew in the mutant's folder."""
-        affected = self.graph.affected(self.mutant.file)
+        own = self.graph.affected(self.mutant.file) - self.unchanged
         original = os.path.join(self.graph.sources, self.mutant.file)
         own_sources = os.path.join(self.folder, "src")
 
@@ -216,7 +270,7 @@ class Overlay:
             if word == original:
                 return os.path.join(own_sources, self.mutant.file)
             plain = word[:-2] if word.endswith(".d") else word
-            return os.path.join(self.folder, word) if plain in affected else word
+            return os.path.join(self.folder, word) if plain in own else word
 
         command = re.sub(r"\S+", moved, self.graph.commands[output])
         if output.endswith(".o"):

@@ -16,11 +16,13 @@ from base_build import BaseBuild, BuildError, Overlay
 from choice import choose
 from explained import ExplainedError, as_entry, read_explained, reason_for
 from mutations import KINDS, mutants_of
-from trials import BaselineError, Order, Trial, measure_baseline, suites_of
+from results import Results, ResultsError
+from trials import BaselineError, Order, PastKills, Trial, measure_baseline, suites_of
 
 FOLDERS = ("PeloraTcam", "sdk")
 ENDINGS = (".cpp", ".h", ".def")
 EXPLAINED = "tests/mutation/explained.txt"
+RESULTS = "build/mutate/results.jsonl"
 LEAST_CAUGHT = 0.95
 MOST_OBJECTS_COMPARED = 20
 
@@ -33,12 +35,27 @@ def parse_arguments(arguments):
         prog="scripts/mutate",
         description="Changes PeloraTcam/ and sdk/ a little, one change at a time, in a copy, and "
         "runs the tests on each changed build. Exit code: 0 if at least 95 % of the changes are "
-        "caught, 1 if not, 2 if nothing could be tried.",
+        "caught, 1 if not, 2 if nothing could be tried; with --all, 3 if changes are left to try.",
     )
     parser.add_argument("--seed", type=int, default=1, help="decides the choice (default: 1)")
     parser.add_argument("--mutants", type=int, default=60, help="how many to try (default: 60)")
     parser.add_argument(
         "--minutes", type=float, default=30, help="start none after that time (default: 30)"
+    )
+    parser.add_argument(
+        "--all",
+        action="store_true",
+        help="try every change, file by file, in as many runs as it takes: what the results file "
+        "has is not tried again",
+    )
+    parser.add_argument(
+        "--results",
+        metavar="FILE",
+        default=RESULTS,
+        help=f"where --all keeps the verdicts (default: {RESULTS})",
+    )
+    parser.add_argument(
+        "--again", action="store_true", help="with --all: try again what survived so far"
     )
     parser.add_argument("--file", action="append", help="only this file, or files (may be repeated)")
     parser.add_argument("--kind", action="append", choices=KINDS, help="only this kind")
@@ -68,13 +85,16 @@ def print_list(mutants):
 class MutationRun:
     """The trials of all chosen mutants, on several threads."""
 
-    def __init__(self, base, graph, order, sources, explained):
+    def __init__(self, base, graph, order, sources, explained, kept=None):
         self.base = base
         self.graph = graph
         self.order = order
+        self.past_kills = PastKills()
         self.sources = sources
         self.explained = explained
+        self.kept = kept
         self.results = []
+        self.seconds = collections.Counter()
         self.lock = threading.Lock()
 
     def run(self, chosen, workers, minutes):
@@ -108,28 +128,37 @@ class MutationRun:
                 self.failure = failure
 
     def try_one(self, mutant, folder):
-        """What becomes of a mutant, and who caught it."""
+        """What becomes of a mutant, who caught it, and how long what took."""
         overlay = Overlay(self.graph, folder, mutant, self.sources[mutant.file])
+        trial = Trial(overlay, self.order, self.past_kills)
         try:
-            for library in ("lib/libPeloraAgent.so.1.0.0", "lib/libPeloraTcamSdk6Helpers.so.1.0.0"):
-                if not overlay.make(library):
-                    return INVALID, "does not compile"
-            who = Trial(overlay, self.order).who_catches(mutant.file)
-            if who:
-                return CAUGHT, who
-            reason = reason_for(mutant, self.explained)
-            if reason:
-                return EXPLAINED_AWAY, reason
-            few = len(self.graph.affected(mutant.file)) <= MOST_OBJECTS_COMPARED
-            if few and overlay.same_code(" -O2"):
-                return SAME_CODE, "the optimising compiler makes the same code of it"
-            return SURVIVED, ""
+            outcome, why = self.judged(mutant, overlay, trial)
+            return outcome, why, {**overlay.seconds, "tests": trial.seconds}
         finally:
             overlay.remove()
 
-    def note(self, mutant, outcome, why):
+    def judged(self, mutant, overlay, trial):
+        for library in ("lib/libPeloraAgent.so.1.0.0", "lib/libPeloraTcamSdk6Helpers.so.1.0.0"):
+            if not overlay.make(library):
+                return INVALID, "does not compile"
+        who = trial.who_catches(mutant)
+        if who:
+            return CAUGHT, who
+        reason = reason_for(mutant, self.explained)
+        if reason:
+            return EXPLAINED_AWAY, reason
+        few = len(self.graph.affected(mutant.file)) <= MOST_OBJECTS_COMPARED
+        if few and overlay.same_code(" -O2"):
+            return SAME_CODE, "the optimising compiler makes the same code of it"
+        return SURVIVED, ""
+
+    def note(self, mutant, outcome, why, seconds):
         with self.lock:
             self.results.append((mutant, outcome, why))
+            if self.kept:
+                self.kept.add(mutant, outcome, why, seconds)
+            for name, value in seconds.items():
+                self.seconds[name] += value
             place = f"{mutant.file}:{mutant.line}"
             number = f"[{len(self.results)}/{self.total}]"
             print(f"{number} {outcome:9} {mutant.kind:10} {place}  {why}", flush=True)
@@ -226,16 +255,61 @@ def run_chosen(options, root, work, sources, mutants):
     try:
         with open(os.path.join(root, EXPLAINED), encoding="utf-8") as file:
             explained = read_explained(file.read())
+        kept = Results(options.results, sources) if options.all else None
         base = BaseBuild(root, work, workers)
         graph, suites = prepare(base)
+        run = MutationRun(base, graph, Order(suites), sources, explained, kept)
+        if options.all:
+            return run_all(options, run, mutants, workers)
         chosen = choose(mutants, options.seed, options.mutants, is_costly(graph))
         print(f"Trying {len(chosen)} of {len(mutants)} mutants, seed {options.seed}:", flush=True)
-        run = MutationRun(base, graph, Order(suites), sources, explained)
         run.run(chosen, workers, options.minutes)
-    except (BuildError, BaselineError, ExplainedError) as failure:
+    except (BuildError, BaselineError, ExplainedError, ResultsError) as failure:
         print(failure, file=sys.stderr)
         return 2
+    print_times(run)
     return judge(run.results)
+
+
+def run_all(options, run, mutants, workers):
+    """Tries what the results file does not have yet, and judges all that is known."""
+    left = []
+    for mutant in mutants:
+        known = run.kept.of(mutant)
+        if known:
+            run.past_kills.add(mutant.file, mutant.line, known["why"])
+        if not known or (options.again and known["outcome"] in (SURVIVED, EXPLAINED_AWAY)):
+            left.append(mutant)
+    left.sort(key=lambda mutant: (len(run.graph.affected(mutant.file)), mutant.file, mutant.start))
+    print(f"Trying {len(left)} of {len(mutants)} mutants; the others are known:", flush=True)
+    run.run(left, workers, options.minutes)
+    print_times(run)
+    judged = all_known(run, mutants)
+    code = judge(judged)
+    if len(judged) < len(mutants):
+        print(f"{len(mutants) - len(judged)} mutants are left to try.")
+        return 3
+    return code
+
+
+def all_known(run, mutants):
+    """The verdicts of the results file, as the list of explained mutants stands now."""
+    judged = []
+    for mutant in mutants:
+        known = run.kept.of(mutant)
+        if known:
+            outcome = known["outcome"]
+            if outcome in (SURVIVED, EXPLAINED_AWAY):
+                outcome = EXPLAINED_AWAY if reason_for(mutant, run.explained) else SURVIVED
+            judged.append((mutant, outcome, known["why"]))
+    return judged
+
+
+def print_times(run):
+    if run.results:
+        each = {name: value / len(run.results) for name, value in run.seconds.items()}
+        parts = ", ".join(f"{name} {value:.2f} s" for name, value in each.items())
+        print(f"\nA mutant took on average: {parts}.")
 
 
 if __name__ == "__main__":

@@ -126,5 +126,71 @@ class OverlayTest(unittest.TestCase):
         self.assertEqual(read(os.path.join(self.folder, "lib/libA.so")), "built")
 
 
+class ChangedTest(unittest.TestCase):
+    """Objects that a header's mutant does and does not change, with a compiler that is a script."""
+
+    def setUp(self):
+        place = tempfile.TemporaryDirectory()
+        self.addCleanup(place.cleanup)
+        self.sources = os.path.join(place.name, "src")
+        self.tree = os.path.join(place.name, "tree")
+        self.folder = os.path.join(place.name, "mut0")
+        write(self.sources, "lib/A.h", "int one; int two;")
+        os.makedirs(self.tree)
+        deps = {name: {f"{self.sources}/lib/A.h"} for name in ("a/One.o", "a/Two.o")}
+        commands = [self.compiling("One"), self.compiling("Two")]
+        commands.append({"output": "bin/test_A", "command": "cat a/One.o a/Two.o -o bin/test_A"})
+        self.graph = BuildGraph(self.sources, self.tree, commands, deps)
+
+    def compiling(self, name):
+        """A compiler whose preprocessor gives what stands of its own name in the first header."""
+        script = write(self.tree, f"compile{name}", COMPILER.replace("NAME", name.lower()))
+        source = write(self.sources, f"lib/{name}.cpp", "")
+        return {"output": f"a/{name}.o", "command": f"sh {script} -I{self.sources} -o a/{name}.o -c {source}"}
+
+    def overlay(self, old, new):
+        source = read(os.path.join(self.sources, "lib/A.h"))
+        start = source.index(old)
+        mutant = Mutant("lib/A.h", "constant", 1, start, start + len(old), new, "", "")
+        return Overlay(self.graph, self.folder, mutant, source)
+
+    def test_Object_ThatReadsTheSame_IsTakenFromTheBaseBuild(self):
+        overlay = self.overlay("one;", "one = 1;")
+        self.assertTrue(overlay.make("a/Two.o"))
+        self.assertEqual((overlay.made, overlay.unchanged), (set(), {"a/Two.o"}))
+        self.assertEqual(overlay.path_of("a/Two.o"), os.path.join(self.tree, "a/Two.o"))
+
+    def test_Object_ThatReadsOtherwise_IsMade(self):
+        overlay = self.overlay("one;", "one = 1;")
+        self.assertTrue(overlay.make("a/One.o"))
+        self.assertEqual(overlay.made, {"a/One.o"})
+
+    def test_Program_WithOneChangedPart_TakesTheOtherFromTheBaseBuild(self):
+        overlay = self.overlay("one;", "one = 1;")
+        overlay.make("a/One.o")
+        overlay.make("a/Two.o")
+        command = overlay.command_for("bin/test_A")
+        self.assertEqual(command, f"cat {self.folder}/a/One.o a/Two.o -o {self.folder}/bin/test_A")
+
+    def test_Program_WithoutAChangedPart_IsNotMade(self):
+        overlay = self.overlay("one;", "one ;")
+        self.assertTrue(overlay.make("bin/test_A"))
+        self.assertEqual(overlay.made, set())
+
+
+COMPILER = """
+include= output=
+while [ $# -gt 0 ]; do
+    case "$1" in
+    -I*) [ -f "${include}/lib/A.h" ] || include=${1#-I} ;;
+    -o) output=$2 ;;
+    esac
+    shift
+done
+text=$( sed 's/.*\\(NAME[^;]*\\);.*/\\1/' "$include/lib/A.h" | tr -d ' ' )
+if [ -n "$output" ]; then echo "$text" > "$output"; else echo "$text"; fi
+"""
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -1,12 +1,15 @@
 import contextlib
+import dataclasses
 import io
 import os
+import tempfile
 import unittest
 
 from explained import key_of, read_explained
 from mutate import CAUGHT, EXPLAINED, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED
-from mutate import MutationRun, judge, sources_of
+from mutate import MutationRun, judge, parse_arguments, run_all, sources_of
 from mutations import Mutant, mutants_of
+from results import Results
 from trials import BaselineError
 
 MUTANT = Mutant("PeloraTcam/A.cpp", "swap", 7, 0, 0, "", "a(); b();", "b(); a();")
@@ -58,7 +61,7 @@ class MadeUpRun(MutationRun):
     def try_one(self, mutant, folder):
         if isinstance(self.outcome, Exception):
             raise self.outcome
-        return self.outcome, ""
+        return self.outcome, "", {"tests": 0.5}
 
 
 class RunTest(unittest.TestCase):
@@ -77,6 +80,60 @@ class RunTest(unittest.TestCase):
     def test_Failure_OfATrial_EndsTheRun(self):
         with self.assertRaises(BaselineError):
             self.tried(BaselineError("no"), minutes=1)
+
+
+class AllTest(unittest.TestCase):
+    """Runs over all mutants, with a results file."""
+
+    MUTANTS = [dataclasses.replace(MUTANT, start=start, end=start) for start in range(5)]
+    REASONS = {("PeloraTcam/A.cpp", "swap", "*", "*"): "Why."}
+
+    class Graph:
+        def affected(self, file):
+            return {file}
+
+    def setUp(self):
+        place = tempfile.TemporaryDirectory()
+        self.addCleanup(place.cleanup)
+        self.path = os.path.join(place.name, "results.jsonl")
+
+    def run_all(self, outcome, *arguments, reasons=None):
+        """The exit code, how many were tried, and the output."""
+        run = MadeUpRun(outcome)
+        run.graph = self.Graph()
+        run.explained = reasons or {}
+        run.kept = Results(self.path, {"PeloraTcam/A.cpp": ""})
+        options = parse_arguments(["--all", *arguments])
+        output = io.StringIO()
+        with contextlib.redirect_stdout(output):
+            code = run_all(options, run, self.MUTANTS, 1)
+        return code, len(run.results), output.getvalue()
+
+    def test_Mutants_AreAllTried_AndThenKnown(self):
+        self.assertEqual(self.run_all(CAUGHT)[:2], (0, 5))
+        code, tried, output = self.run_all(SURVIVED)
+        self.assertEqual((code, tried), (0, 0))
+        self.assertIn("5 valid mutants: 5 caught", output)
+
+    def test_Time_ThatIsUp_LeavesTheOthers(self):
+        code, tried, output = self.run_all(CAUGHT, "--minutes", "0")
+        self.assertEqual((code, tried), (3, 0))
+        self.assertIn("5 mutants are left to try.", output)
+
+    def test_Survivors_AreTriedAgain_WhenAsked(self):
+        self.assertEqual(self.run_all(SURVIVED)[:2], (1, 5))
+        self.assertEqual(self.run_all(CAUGHT)[:2], (1, 0))
+        self.assertEqual(self.run_all(CAUGHT, "--again")[:2], (0, 5))
+
+    def test_Survivor_ThatIsExplainedByNow_Counts_AsExplained(self):
+        self.run_all(SURVIVED)
+        output = self.run_all(CAUGHT, reasons=self.REASONS)[2]
+        self.assertRegex(output, r"swap +0 +5 +0 ")
+
+    def test_Explained_WhoseReasonIsGone_CountsAsASurvivor(self):
+        self.run_all(EXPLAINED_AWAY, reasons=self.REASONS)
+        output = self.run_all(CAUGHT)[2]
+        self.assertIn("5 valid mutants: 0 caught, 0 explained, 5 survived.", output)
 
 
 class ExplainedListTest(unittest.TestCase):

@@ -3,7 +3,9 @@ import os
 import tempfile
 import unittest
 
-from trials import STAGES, BaselineError, Order, Suite, patched, run_suite, suites_of, times_by_test
+from mutations import Mutant
+from trials import STAGES, BaselineError, Kill, Order, PastKills, Suite, Trial, grouped
+from trials import patched, run_suite, suites_of, times_by_test
 
 
 class SuitesTest(unittest.TestCase):
@@ -34,6 +36,106 @@ class OrderTest(unittest.TestCase):
         self.order.caught("PeloraTcam/UdfChunks.cpp", self.far)
         self.assertEqual(self.order.of("PeloraTcam/UdfChunks.cpp"), [self.far, self.near])
         self.assertEqual(self.order.of("PeloraTcam/UdfOther.cpp"), [self.near, self.far])
+
+
+class PastKillsTest(unittest.TestCase):
+    def setUp(self):
+        self.kills = PastKills()
+        self.kills.add("a.cpp", 10, "library.A: A.F_x_y")
+        self.kills.add("a.cpp", 90, "library.B: B.F_x_y exit code -6")
+        self.kills.add("a.cpp", 12, "library.A: A.G_x_y (shuffled:1)")
+
+    def near(self, file, line, count=6):
+        return [kill.key() for kill in self.kills.near(file, line, count)]
+
+    def test_Kills_OfNearLines_ComeFirst(self):
+        a, g = ("library.A", "A.F_x_y", "default"), ("library.A", "A.G_x_y", "shuffled:1")
+        b = ("library.B", "B.F_x_y", "default")
+        self.assertEqual(self.near("a.cpp", 10), [a, g, b])
+        self.assertEqual(self.near("a.cpp", 80), [b, g, a])
+
+    def test_Kills_OfTheSameTest_AreOne(self):
+        self.kills.add("a.cpp", 11, "library.A: A.F_x_y")
+        self.assertEqual(len(self.near("a.cpp", 10)), 3)
+
+    def test_Kills_BeyondTheCount_AreNotGiven(self):
+        self.assertEqual(len(self.near("a.cpp", 10, count=2)), 2)
+
+    def test_Kills_OfAnotherFile_AreNotGiven(self):
+        self.assertEqual(self.near("b.cpp", 10), [])
+
+    def test_Verdict_ThatNamesNoTest_IsNoKill(self):
+        for why in ("library.A: does not compile", "library.A: exit code 1", "", "does not compile"):
+            self.assertIsNone(Kill.told_by(why), why)
+
+    def test_Kills_OfOneSuite_AreOneRun(self):
+        kills = [Kill("A", "A.f", "default"), Kill("B", "B.f", "default"), Kill("A", "A.g", "default")]
+        runs = [("A", "default", ["A.f", "A.g"]), ("B", "default", ["B.f"])]
+        self.assertEqual(grouped(kills), runs)
+
+
+class MadeUpOverlay:
+    """A mutant whose suites are shell scripts."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.made = set()
+
+    def make(self, target):
+        return target != "bin/test_library_Broken"
+
+    def path_of(self, target):
+        return os.path.join(self.folder, target)
+
+
+class TrialTest(unittest.TestCase):
+    MUTANT = Mutant("a.cpp", "swap", 7, 0, 0, "", "", "")
+
+    def setUp(self):
+        place = tempfile.TemporaryDirectory()
+        self.addCleanup(place.cleanup)
+        self.folder = place.name
+        os.mkdir(os.path.join(self.folder, "bin"))
+        self.kills = PastKills()
+
+    def suite(self, name, script):
+        suite = Suite(name, False, [])
+        path = os.path.join(self.folder, suite.target)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\necho " + name + " $GTEST_FILTER >> ../asked\n" + script + "\n")
+        os.chmod(path, 0o755)
+        return suite
+
+    def who_catches(self, *suites):
+        trial = Trial(MadeUpOverlay(self.folder), Order(list(suites)), self.kills)
+        return trial.who_catches(self.MUTANT)
+
+    def asked(self):
+        with open(os.path.join(self.folder, "asked"), encoding="utf-8") as file:
+            return file.read().split("\n")[:-1]
+
+    FAILS = "echo '[  FAILED  ] A.F_x_y (3 ms)'; exit 1"
+
+    def test_Mutant_ThatNobodyCatches_IsAskedOfAll(self):
+        self.assertIsNone(self.who_catches(self.suite("l.A", ""), self.suite("l.B", "")))
+        self.assertEqual(self.asked(), ["l.A *", "l.B *"])
+
+    def test_Mutant_ThatIsCaught_IsAskedOfNoOther(self):
+        why = self.who_catches(self.suite("l.A", self.FAILS), self.suite("l.B", ""))
+        self.assertEqual((why, self.asked()), ("l.A: A.F_x_y", ["l.A *"]))
+
+    def test_Test_ThatCaughtANeighbour_IsAskedFirstAndAlone(self):
+        self.kills.add("a.cpp", 9, "l.B: A.F_x_y")
+        why = self.who_catches(self.suite("l.A", ""), self.suite("l.B", self.FAILS))
+        self.assertEqual((why, self.asked()), ("l.B: A.F_x_y", ["l.B A.F_x_y"]))
+
+    def test_Test_ThatCatches_IsRemembered(self):
+        self.who_catches(self.suite("l.A", self.FAILS))
+        self.assertEqual([kill.test for kill in self.kills.near("a.cpp", 7)], ["A.F_x_y"])
+
+    def test_Suite_ThatDoesNotCompile_Catches(self):
+        why = self.who_catches(self.suite("library.Broken", ""))
+        self.assertEqual(why, "library.Broken: does not compile")
 
 
 class StageTest(unittest.TestCase):
@@ -67,6 +169,10 @@ class RunTest(unittest.TestCase):
 
     def test_Run_ThatCrashes_Catches(self):
         self.assertEqual(self.outcome("kill -ABRT $$"), "exit code -6")
+
+    def test_Run_ThatCrashes_TellsTheTestThatWasRunning(self):
+        script = "echo '[ RUN      ] A.F_x_y'; echo '[ RUN      ] A.G_x_y'; kill -ABRT $$"
+        self.assertEqual(self.outcome(script), "A.G_x_y exit code -6")
 
     def test_Run_ThatDoesNotEnd_IsEnded(self):
         self.assertEqual(self.outcome("sleep 60", seconds=0.2), "does not end")

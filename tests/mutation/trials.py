@@ -6,6 +6,7 @@ import re
 import signal
 import subprocess
 import threading
+import time
 
 # The tests that are asked. Those that read the sources themselves are not: a change of the text
 # that they notice proves nothing about what the program does.
@@ -15,6 +16,8 @@ READ_SOURCES = {"library.CallSites", "library.TwinsDocument"}
 LOAD_BY_PATH = {"library.BuiltLibrary", "library.LoadOrder", "library.UdfLogMessages"}
 OTHER_NUMBERING = "shuffled:1"
 SLOW_TEST_SECONDS = 0.25
+# So many tests that caught mutants of the nearest lines are asked before all others.
+NEAR_TESTS = 6
 LIBRARY = "lib/libPeloraTcamSdk6Helpers.so"
 
 
@@ -77,6 +80,62 @@ class Order:
             order.insert(0, suite)
 
 
+class Kill:
+    """A test that caught a mutant, and under which numbering."""
+
+    FORM = re.compile(r"(?P<suite>[\w.]+): (?P<test>\w+(?:/\w+)?\.[\w/]+)(?P<how>.*)")
+
+    def __init__(self, suite, test, numbering):
+        self.suite = suite
+        self.test = test
+        self.numbering = numbering
+
+    @staticmethod
+    def told_by(why):
+        """The kill that a verdict tells of, or None if it names no test."""
+        match = Kill.FORM.match(why)
+        if not match:
+            return None
+        numbering = OTHER_NUMBERING if OTHER_NUMBERING in match.group("how") else "default"
+        return Kill(match.group("suite"), match.group("test"), numbering)
+
+    def key(self):
+        return (self.suite, self.test, self.numbering)
+
+
+class PastKills:
+    """Which tests caught the mutants of which line: likely those that catch its other mutants."""
+
+    def __init__(self):
+        self.by_file = {}
+        self.lock = threading.Lock()
+
+    def add(self, file, line, why):
+        kill = Kill.told_by(why)
+        if kill:
+            with self.lock:
+                self.by_file.setdefault(file, []).append((line, kill))
+
+    def near(self, file, line, count=NEAR_TESTS):
+        """The tests that caught mutants of the nearest lines, the latest first of the same line."""
+        with self.lock:
+            kills = list(reversed(self.by_file.get(file, [])))
+        kills.sort(key=lambda entry: abs(entry[0] - line))
+        found = {}
+        for _, kill in kills:
+            if len(found) < count:
+                found.setdefault(kill.key(), kill)
+        return list(found.values())
+
+
+def grouped(kills):
+    """The same kills as runs of one suite: (suite, numbering, tests)."""
+    groups = {}
+    for kill in kills:
+        groups.setdefault((kill.suite, kill.numbering), []).append(kill.test)
+    return [(suite, numbering, tests) for (suite, numbering), tests in groups.items()]
+
+
 def run_suite(command, folder, environment, seconds):
     """Runs a test binary. Gives None if it passed, else why it did not."""
     process = subprocess.Popen(
@@ -94,12 +153,20 @@ def run_suite(command, folder, environment, seconds):
         output, _ = process.communicate(timeout=seconds)
     except subprocess.TimeoutExpired:
         os.killpg(process.pid, signal.SIGKILL)
-        process.communicate()
-        return "does not end"
+        output, _ = process.communicate()
+        return failure_in(output, "does not end")
     if process.returncode == 0:
         return None
+    return failure_in(output, f"exit code {process.returncode}")
+
+
+def failure_in(output, what_else):
+    """Which test failed, as the output tells; or the one that was running, and what became of it."""
     failed = re.search(r"\[  FAILED  \] ([\w./]+)", output)
-    return failed.group(1) if failed else f"exit code {process.returncode}"
+    if failed:
+        return failed.group(1)
+    started = re.findall(r"\[ RUN      \] ([\w./]+)", output)
+    return f"{started[-1]} {what_else}" if started else what_else
 
 
 def environment_for(folder, library_folder, numbering, chosen):
@@ -166,33 +233,54 @@ STAGES = [Stage("default", slow=False), Stage("default", slow=True), Stage(OTHER
 class Trial:
     """One mutant against all suites."""
 
-    def __init__(self, overlay, order):
+    def __init__(self, overlay, order, past_kills):
         self.overlay = overlay
         self.order = order
+        self.past_kills = past_kills
         self.folder = os.path.join(overlay.folder, "run")
+        self.seconds = 0.0
         os.makedirs(self.folder, exist_ok=True)
 
-    def who_catches(self, file):
+    def who_catches(self, mutant):
         """The test that catches the mutant, or None."""
+        why = self.ask_near(mutant) or self.ask_all(mutant.file)
+        if why:
+            self.past_kills.add(mutant.file, mutant.line, why)
+        return why
+
+    def ask_near(self, mutant):
+        """Asks single tests that caught mutants of the lines around it."""
+        by_name = {suite.name: suite for suite in self.order.of(mutant.file)}
+        for name, numbering, tests in grouped(self.past_kills.near(mutant.file, mutant.line)):
+            if name in by_name:
+                why = self.ask(by_name[name], numbering, ":".join(tests))
+                if why:
+                    return why
+        return None
+
+    def ask_all(self, file):
         for stage in STAGES:
             for suite in self.order.of(file):
                 if stage.applies_to(suite):
-                    why = self.ask(suite, stage)
+                    why = self.ask(suite, stage.numbering, stage.filter_for(suite))
                     if why:
                         self.order.caught(file, suite)
-                        return f"{suite.name}: {why}"
+                        return why
         return None
 
-    def ask(self, suite, stage):
+    def ask(self, suite, numbering, chosen):
+        """Why a suite's chosen tests catch the mutant, or None."""
         if not self.overlay.make(suite.target):
-            return "does not compile"
-        environment = environment_for(
-            self.folder,
-            os.path.join(self.overlay.folder, "lib"),
-            stage.numbering,
-            stage.filter_for(suite),
-        )
-        return run_suite([self.binary(suite)], self.folder, environment, 30 + 10 * suite.seconds)
+            return f"{suite.name}: does not compile"
+        start = time.monotonic()
+        library_folder = os.path.join(self.overlay.folder, "lib")
+        environment = environment_for(self.folder, library_folder, numbering, chosen)
+        limit = 15 + 10 * suite.seconds
+        why = run_suite([self.binary(suite)], self.folder, environment, limit)
+        self.seconds += time.monotonic() - start
+        if not why:
+            return None
+        return f"{suite.name}: {why}" + (f" ({numbering})" if numbering != "default" else "")
 
     def binary(self, suite):
         path = self.overlay.path_of(suite.target)
