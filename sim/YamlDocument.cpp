@@ -1,6 +1,7 @@
 #include "sim/YamlDocument.h"
 
 #include "sim/NameHints.h"
+#include "sim/YamlPlaces.h"
 #include "sim/YamlTreeBuilder.h"
 
 #include <yaml-cpp/exceptions.h>
@@ -55,21 +56,17 @@ bool isControl( char letter )
 
 /// Refuses what YAML has no place for. The parser would take some of it for the end of the text,
 /// and zeros for a sign of letters of two or four bytes, and then be wrong about the rest.
-void refuseControls( const std::string& file, const std::string& text )
+void refuseControls( const std::string& file, const std::string& text, const YamlPlaces& places )
 {
     const auto found = std::ranges::find_if( text, isControl );
     if ( found == text.end() ) {
         return;
     }
-    const std::string before( text.begin(), found );
-    const std::size_t lineEnd = before.rfind( '\n' ); // Plus one is 0 if there is none.
-    const auto continues = []( char letter ) { return ( letter & 0xC0 ) == 0x80; };
-    const auto first = before.begin() + static_cast< std::ptrdiff_t >( lineEnd + 1 );
-    const auto letters = before.end() - first - std::count_if( first, before.end(), continues );
     constexpr std::string_view digits = "0123456789abcdef";
+    const auto place = places.ofByte( static_cast< std::size_t >( found - text.begin() ) );
     throw InputError( file,
-                      1 + static_cast< int >( std::ranges::count( before, '\n' ) ),
-                      1 + static_cast< int >( letters ),
+                      place.line,
+                      place.column,
                       std::string( "not YAML: the control character 0x" ) +
                           digits[ static_cast< std::size_t >( *found >> 4 ) ] +
                           digits[ static_cast< std::size_t >( *found & 0xF ) ] );
@@ -220,18 +217,17 @@ YamlDocument::YamlDocument( YamlNode root )
 
 YamlDocument YamlDocument::fromText( const std::string& file, const std::string& text )
 {
-    refuseControls( file, text );
-    YamlTreeBuilder builder( file );
+    const YamlPlaces places( text );
+    refuseControls( file, text, places );
+    YamlTreeBuilder builder( file, places );
     try {
         std::istringstream stream( text );
         YAML::Parser parser( stream );
         while ( parser.HandleNextDocument( builder ) ) {
         }
     } catch ( const YAML::Exception& error ) {
-        throw InputError( file,
-                          std::max( error.mark.line, 0 ) + 1,
-                          std::max( error.mark.column, 0 ) + 1,
-                          "not YAML: " + reasonOf( error, text ) );
+        const auto [ line, column ] = places.of( error.mark );
+        throw InputError( file, line, column, "not YAML: " + reasonOf( error, text ) );
     }
     return YamlDocument( builder.takeRoot() );
 }

@@ -13,8 +13,9 @@ constexpr YAML::anchor_t noAnchor = 0;
 
 } // namespace
 
-YamlTreeBuilder::YamlTreeBuilder( const std::string& file )
+YamlTreeBuilder::YamlTreeBuilder( const std::string& file, const YamlPlaces& places )
     : file_( std::make_shared< const std::string >( file ) )
+    , places_( places )
 {}
 
 YamlNode YamlTreeBuilder::takeRoot()
@@ -82,7 +83,8 @@ void YamlTreeBuilder::OnMapEnd()
 YamlNode
 YamlTreeBuilder::nodeAt( const YAML::Mark& mark, YAML::anchor_t anchor, YamlNode::Kind kind ) const
 {
-    YamlNode node( file_, kind, mark.line + 1, mark.column + 1 );
+    const auto [ line, column ] = places_.of( mark );
+    YamlNode node( file_, kind, line, column );
     if ( anchor != noAnchor ) {
         node.fail( "anchors are not accepted here" );
     }

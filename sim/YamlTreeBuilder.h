@@ -4,6 +4,7 @@
 /// Internal to `YamlDocument`.
 
 #include "sim/YamlDocument.h"
+#include "sim/YamlPlaces.h"
 
 #include <yaml-cpp/eventhandler.h>
 
@@ -12,7 +13,8 @@ namespace Sim {
 class YamlTreeBuilder : public YAML::EventHandler
 {
   public:
-    explicit YamlTreeBuilder( const std::string& file );
+    /// The places must outlive the builder.
+    YamlTreeBuilder( const std::string& file, const YamlPlaces& places );
 
     /// The tree of the document; a node of kind `nothing` if there was none.
     [[nodiscard]] YamlNode takeRoot();
@@ -46,6 +48,7 @@ class YamlTreeBuilder : public YAML::EventHandler
     static void addKey( YamlNode& mapping, YamlNode key );
 
     std::shared_ptr< const std::string > file_;
+    const YamlPlaces& places_;
     std::vector< YamlNode > open_; // The lists and mappings around the current place.
     std::optional< YamlNode > root_;
     bool hasDocument_ = false;

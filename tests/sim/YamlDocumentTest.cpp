@@ -7,6 +7,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <random>
 
 namespace Sim {
 
@@ -310,6 +312,74 @@ TEST( YamlDocumentTest, FromText_ControlCharacters_AreRefusedWithPosition )
     EXPECT_EQ( parseError( "\x01" ), "f:1:1: not YAML: the control character 0x01" );
     EXPECT_EQ( parseError( "\u00e9\u20ac\x02" ), "f:1:3: not YAML: the control character 0x02" );
     EXPECT_EQ( parseError( "a: x\ty # \u00e9\r\nb: 2\r\n" ), "no error" );
+}
+
+TEST( YamlDocumentTest, FromText_ErrorAtTheEndOfTheText_StandsRightBehindIt )
+{
+    EXPECT_THAT( parseError( "\"(##\\" ), testing::StartsWith( "f:1:6: not YAML: " ) );
+    EXPECT_THAT( parseError( "a: 1\nb: \"x\\" ), testing::StartsWith( "f:2:7: not YAML: " ) );
+}
+
+TEST( YamlDocumentTest, FromText_ErrorBehindLettersOfSeveralBytes_CountsLetters )
+{
+    EXPECT_EQ( parseError( "a: 1\n\u00e9\u20ac: c: d\n" ), "f:2:6: not YAML: illegal map value" );
+    EXPECT_EQ( parseError( "\u00e9: &x 1\n" ), "f:1:4: anchors are not accepted here" );
+}
+
+TEST( YamlDocumentTest, FromText_ErrorBehindAByteOrderMark_DoesNotCountIt )
+{
+    EXPECT_EQ( parseError( "\uFEFFb: c: d\n" ), "f:1:5: not YAML: illegal map value" );
+    EXPECT_EQ( parseError( "\uFEFFb: \x01" ), "f:1:4: not YAML: the control character 0x01" );
+}
+
+/// How many letters the line of a text has, counted from 1; none that the text does not have.
+std::optional< int > lettersOfLine( const std::string& text, int line )
+{
+    std::size_t start = 0;
+    for ( int before = 1; before < line; ++before ) {
+        start = text.find( '\n', start ) + 1;
+        if ( start == 0 ) {
+            return std::nullopt;
+        }
+    }
+    int letters = 0;
+    for ( std::size_t i = start; i < text.size() && text[ i ] != '\n'; ++i ) {
+        letters += ( text[ i ] & 0xC0 ) != 0x80 ? 1 : 0;
+    }
+    return letters;
+}
+
+/// Signs that mean something in YAML, and any bytes.
+std::string anyText( std::mt19937& random )
+{
+    constexpr std::string_view signs = "\"'(#\\\n\r\t -:,[]{}&*!|>%@?~ab1\xC3\xA9";
+    std::string text( 1 + random() % 12, ' ' );
+    for ( char& byte : text ) {
+        byte =
+            random() % 16 == 0 ? static_cast< char >( random() ) : signs[ random() % signs.size() ];
+    }
+    return text;
+}
+
+TEST( YamlDocumentTest, FromText_AnyBytes_AreReadOrRefusedWithAPlaceInTheText )
+{
+    std::mt19937 random( 1 );
+    int refused = 0;
+    for ( int i = 0; i < 40000; ++i ) {
+        const std::string text = anyText( random );
+        try {
+            static_cast< void >( YamlDocument::fromText( "f", text ) );
+        } catch ( const InputError& error ) {
+            ++refused;
+            const std::optional< int > letters = lettersOfLine( text, error.line() );
+            ASSERT_TRUE( letters ) << error.what() << " in " << testing::PrintToString( text );
+            ASSERT_GE( error.column(), 1 ) << testing::PrintToString( text );
+            ASSERT_LE( error.column(), *letters + 1 )
+                << error.what() << " in " << testing::PrintToString( text );
+        }
+    }
+    EXPECT_GT( refused, 10000 );
+    EXPECT_LT( refused, 39000 );
 }
 
 TEST( YamlDocumentTest, FromText_VeryDeepNesting_IsRefused )
