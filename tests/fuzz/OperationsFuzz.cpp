@@ -4,70 +4,18 @@
 // before.
 
 #include "tests/fuzz/FuzzTarget.h"
+#include "tests/fuzz/TightChips.h"
 #include "tests/soak/MixedSteps.h"
-
-#include <array>
 
 namespace Fuzz {
 namespace {
 
-/// The bytes as decisions; zeros when there are no more.
-class ByteChoices : public Soak::Choices
-{
-  public:
-    ByteChoices( const std::uint8_t* data, std::size_t size )
-        : data_( data )
-        , size_( size )
-    {}
+// More would only make an input slow that a shorter one says as well.
+constexpr std::uint64_t mostOperations = 64;
 
-    [[nodiscard]] bool areThereMore() const { return at_ < size_; }
-
-    /// One byte for a small count, and as many as it takes for a greater one.
-    [[nodiscard]] unsigned below( unsigned count ) override
-    {
-        unsigned value = next();
-        for ( unsigned rest = ( count - 1 ) >> 8; rest != 0; rest >>= 8 ) {
-            value = value << 8 | next();
-        }
-        return value % count;
-    }
-
-  private:
-    unsigned next() { return at_ < size_ ? data_[ at_++ ] : 0; }
-
-    const std::uint8_t* data_;
-    std::size_t size_;
-    std::size_t at_ = 0;
-};
-
-/// A chip of which everything runs out soon, and whose counters wrap.
-Sim::ChipProfile tightProfile( const char* name )
-{
-    Sim::ChipProfile profile = Sim::builtInProfile( name );
-    profile.rangeCheckers.capacity = 3;
-    profile.field.groups = 5;
-    profile.field.entriesPerGroup = 4;
-    profile.field.preselectors = profile.field.preselectors == 0 ? 0 : 2;
-    profile.field.compressionEntries = profile.field.compressionEntries == 0 ? 0 : 3;
-    profile.policers.capacity = 5;
-    profile.udfModule.udfs = 4;
-    profile.udfModule.chunks = 6;
-    profile.udfModule.pktFormats = 2;
-    profile.udfModule.udfsPerPktFormat = 2;
-    profile.flexParser.udfs = 6;
-    profile.statistics = { 3, 16 };
-    profile.flexCounters = { 2, 8, 16 };
-    return profile;
-}
-
-const Sim::ChipProfile& anyProfile( Soak::Choices& choices )
-{
-    static const std::array< Sim::ChipProfile, 3 > profiles = {
-        tightProfile( "sdk6-udf" ), tightProfile( "sdk6-flex" ), tightProfile( "hsdk" ) };
-    return profiles[ choices.below( profiles.size() ) ];
-}
-
-constexpr std::uint64_t mostOperations = 400;
+/// The chip is compared before and after one operation in sixteen: that takes longer than most
+/// operations. An input can choose each.
+constexpr Soak::MixedSteps::Rates rates{ { .faultOneIn = 4, .watchOneIn = 16 }, 32 };
 
 } // namespace
 } // namespace Fuzz
@@ -76,9 +24,8 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* data, std::size_t siz
 {
     Fuzz::ByteChoices choices( data, size );
     Soak::Tally tally;
-    const Soak::MixedSteps::Rates rates{ { .faultOneIn = 4, .watchOneIn = 1 }, 32 };
     {
-        Soak::MixedSteps steps( Fuzz::anyProfile( choices ), choices, tally, rates );
+        Soak::MixedSteps steps( Fuzz::anyProfile( choices ), choices, tally, Fuzz::rates );
         while ( choices.areThereMore() && tally.operations < Fuzz::mostOperations ) {
             steps.step();
         }

@@ -178,11 +178,7 @@ void AgentOnChip::shutDown()
     const Agent::U32 ids = PeloraTcam::getGeneralIdManager().allocatedIds( FeatureIdType::policer,
                                                                            PeloraTcam::stageIfp() );
     require( ids == 0, "no policer's id is taken" );
-    const Sim::ChipSnapshot now = chip().snapshot();
-    for ( const std::string& line : Sim::difference( atStart_, now ) ) {
-        std::cerr << line << '\n';
-    }
-    require( now == atStart_, "the chip is as at the start" );
+    requireSame( atStart_, chip().snapshot(), "the chip is as at the start" );
 }
 
 AgentOnChip::~AgentOnChip()
@@ -190,6 +186,19 @@ AgentOnChip::~AgentOnChip()
     PeloraTcam::getGeneralIdManager().clear();
     Shim::sdk_ = nullptr;
     Agent::logSinkIs( earlierLogSink_ );
+}
+
+void requireSame( const Sim::ChipSnapshot& before,
+                  const Sim::ChipSnapshot& now,
+                  const std::string& what )
+{
+    if ( now == before ) {
+        return;
+    }
+    for ( const std::string& line : Sim::difference( before, now ) ) {
+        std::cerr << line << '\n';
+    }
+    require( false, what );
 }
 
 void requireNoHelpers()

@@ -26,6 +26,7 @@
 
 #include <array>
 #include <memory>
+#include <string>
 
 namespace Soak {
 
@@ -95,6 +96,11 @@ class AgentOnChip
     Reference::RuleSetProgrammer ruleSets;
     std::array< Group, 2 > entryGroups;
 };
+
+/// Requires that a chip holds what it held before; prints what has changed if it does not.
+void requireSame( const Sim::ChipSnapshot& before,
+                  const Sim::ChipSnapshot& now,
+                  const std::string& what );
 
 /// Requires that no helper is left, once the agents are gone.
 void requireNoHelpers();

@@ -1,8 +1,8 @@
 #include "tests/soak/TroubleMaker.h"
 
 #include "agent/base/Locks.h"
+#include "tests/soak/AgentOnChip.h"
 
-#include <iostream>
 #include <utility>
 
 namespace Soak {
@@ -107,10 +107,7 @@ void TroubleMaker::end( const Trouble& trouble, Outcome outcome )
         outcome == Outcome::refused || ( outcome == Outcome::thrown && trouble.undone );
     if ( before_ && isAsBefore ) {
         ++tally_.comparisons;
-        for ( const std::string& line : Sim::difference( *before_, snapshot() ) ) {
-            std::cerr << line << '\n';
-        }
-        require( *before_ == snapshot(), "what was not done has changed nothing" );
+        requireSame( *before_, snapshot(), "what was not done has changed nothing" );
     }
 }
 
