@@ -128,6 +128,7 @@ TEST( RunReport, Run_AsTextAndLibraryEnds_SaysSoOnBoth )
 TEST( RunReport, Run_IntoAFile_HasNoColours )
 {
     const ToolResult result = ToolFolder().runScenario( tiny + web );
+    EXPECT_THAT( result.output, HasSubstr( "ok" ) );
     EXPECT_THAT( result.output, Not( HasSubstr( "\033" ) ) );
     EXPECT_THAT( result.errors, Not( HasSubstr( "\033" ) ) );
 }
@@ -155,8 +156,10 @@ TEST( RunReport, Run_OnATerminalThatIsDumb_HasNoColours )
     ToolFolder folder;
     folder.environmentIs( "TERM", "dumb" );
     folder.write( "scenario.yaml", tiny + web );
-    EXPECT_THAT( folder.runOnTerminal( { "run", "scenario.yaml" } ).output,
-                 Not( HasSubstr( "\033" ) ) );
+    const ToolResult result = folder.runOnTerminal( { "run", "scenario.yaml" } );
+    EXPECT_EQ( result.exitCode, 0 );
+    EXPECT_THAT( result.output, HasSubstr( "ok" ) );
+    EXPECT_THAT( result.output, Not( HasSubstr( "\033" ) ) );
 }
 
 /// An import of two rules with three ranges, each of which takes 60 ms on this chip.

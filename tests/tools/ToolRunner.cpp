@@ -1,5 +1,7 @@
 #include "tests/tools/ToolRunner.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -9,6 +11,7 @@
 #include <stdexcept>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace ToolTest {
@@ -17,21 +20,48 @@ namespace {
 
 constexpr const char* tool = PELORA_BINARY_DIR "/bin/pelora-tcam";
 
+// No exit code of the tool's own: what the child ends with when it could not become the tool.
+constexpr int notStarted = 127;
+
+/// Fails the test that is running: what it would look at did not happen.
+[[noreturn]] void failFrom( const std::string& call )
+{
+    throw std::system_error( errno, std::generic_category(), call );
+}
+
+/// For the child, which has no test to fail: says on its standard error what went wrong.
+[[noreturn]] void giveUp( const char* call )
+{
+    std::perror( call );
+    ::_exit( notStarted );
+}
+
 void sendTo( const std::string& path, int descriptor )
 {
     const int file = ::open( path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644 );
-    ::dup2( file, descriptor );
+    if ( file < 0 || ::dup2( file, descriptor ) < 0 ) {
+        giveUp( path.c_str() );
+    }
     ::close( file );
 }
 
 ToolResult endOf( pid_t process )
 {
     int status = 0;
-    ::waitpid( process, &status, 0 );
+    if ( ::waitpid( process, &status, 0 ) != process ) {
+        failFrom( "waitpid" );
+    }
     ToolResult result;
     result.exitCode = WIFEXITED( status ) ? WEXITSTATUS( status ) : -1;
     result.signal = WIFSIGNALED( status ) ? WTERMSIG( status ) : 0;
     return result;
+}
+
+void requireStarted( const ToolResult& result )
+{
+    if ( result.exitCode == notStarted ) {
+        throw std::runtime_error( "the tool was not run: " + result.output + result.errors );
+    }
 }
 
 std::string contentOf( const std::string& path )
@@ -39,7 +69,25 @@ std::string contentOf( const std::string& path )
     std::ifstream file( path, std::ios::binary );
     std::ostringstream content;
     content << file.rdbuf();
+    if ( !file.is_open() || file.bad() ) {
+        failFrom( "reading " + path );
+    }
     return content.str();
+}
+
+/// What a terminal gets until its last user has gone, which is an error of its own to read from.
+std::string contentOfTerminal( int terminal )
+{
+    std::string output;
+    char bytes[ 4096 ];
+    ssize_t size = 0;
+    while ( ( size = ::read( terminal, bytes, sizeof( bytes ) ) ) > 0 ) {
+        output.append( bytes, static_cast< std::size_t >( size ) );
+    }
+    if ( size < 0 && errno != EIO ) {
+        failFrom( "reading the terminal" );
+    }
+    return output;
 }
 
 } // namespace
@@ -64,7 +112,11 @@ std::string ToolFolder::write( const std::string& name, const std::string& text 
 {
     const std::string whole = path_ + "/" + name;
     std::filesystem::create_directories( std::filesystem::path( whole ).parent_path() );
-    std::ofstream( whole, std::ios::binary ) << text;
+    std::ofstream file( whole, std::ios::binary );
+    file << text << std::flush;
+    if ( !file ) {
+        failFrom( "writing " + whole );
+    }
     return whole;
 }
 
@@ -88,6 +140,9 @@ ToolResult ToolFolder::run( const std::vector< std::string >& arguments ) const
     const std::string output = path_ + "/.output";
     const std::string errors = path_ + "/.errors";
     const pid_t process = ::fork();
+    if ( process < 0 ) {
+        failFrom( "fork" );
+    }
     if ( process == 0 ) {
         sendTo( output, STDOUT_FILENO );
         sendTo( errors, STDERR_FILENO );
@@ -96,6 +151,7 @@ ToolResult ToolFolder::run( const std::vector< std::string >& arguments ) const
     ToolResult result = endOf( process );
     result.output = contentOf( output );
     result.errors = contentOf( errors );
+    requireStarted( result );
     return result;
 }
 
@@ -115,19 +171,17 @@ ToolResult ToolFolder::runOnTerminal( const std::vector< std::string >& argument
     winsize window{};
     window.ws_col = columns;
     const pid_t process = ::forkpty( &terminal, nullptr, nullptr, &window );
+    if ( process < 0 ) {
+        failFrom( "forkpty" );
+    }
     if ( process == 0 ) {
         runTool( arguments );
     }
-    std::string output;
-    char bytes[ 4096 ];
-    // A terminal whose last user has gone is an error to read from.
-    for ( ssize_t size = ::read( terminal, bytes, sizeof( bytes ) ); size > 0;
-          size = ::read( terminal, bytes, sizeof( bytes ) ) ) {
-        output.append( bytes, static_cast< std::size_t >( size ) );
-    }
+    const std::string output = contentOfTerminal( terminal );
     ToolResult result = endOf( process );
     ::close( terminal );
     result.output = output;
+    requireStarted( result );
     return result;
 }
 
@@ -141,10 +195,11 @@ void ToolFolder::runTool( const std::vector< std::string >& arguments ) const
     for ( const auto& [ name, value ] : environment_ ) {
         value.empty() ? ::unsetenv( name.c_str() ) : ::setenv( name.c_str(), value.c_str(), 1 );
     }
-    if ( ::chdir( path_.c_str() ) == 0 ) {
-        ::execv( tool, words.data() );
+    if ( ::chdir( path_.c_str() ) != 0 ) {
+        giveUp( path_.c_str() );
     }
-    ::_exit( 127 );
+    ::execv( tool, words.data() );
+    giveUp( tool );
 }
 
 std::string testDataFolder()

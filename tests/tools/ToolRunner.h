@@ -1,6 +1,9 @@
 #pragma once
 
 /// Runs the built tool as a user does, in a folder of its own.
+///
+/// A run that does not take place - no process, no terminal, no tool - is an exception that tells
+/// the call and its reason, which fails the test: there is nothing that it could look at.
 
 #include <map>
 #include <nlohmann/json.hpp>
