@@ -256,7 +256,7 @@ class Overlay:
             )
         result = run(["sh", "-c", command], self.graph.tree, env=NO_CACHE)
         if result.returncode == 0 and ".so" in output:
-            self.link_names(output)
+            link_names(os.path.join(self.folder, output))
         return result.returncode == 0
 
     def command_for(self, output):
@@ -277,16 +277,6 @@ class Overlay:
             command = command.replace(" -I", f" -I{own_sources} -I", 1)
             command += f" -fmacro-prefix-map={own_sources}/="
         return command
-
-    def link_names(self, output):
-        """Gives a shared library its shorter names: libX.so.1 and libX.so."""
-        path = os.path.join(self.folder, output)
-        name = os.path.basename(path)
-        while not name.endswith(".so"):
-            name = name.rpartition(".")[0]
-            link = os.path.join(os.path.dirname(path), name)
-            if not os.path.lexists(link):
-                os.symlink(path, link)
 
     def path_of(self, output):
         """Where an output of the base build is for this mutant."""
@@ -314,6 +304,16 @@ class Overlay:
 
     def remove(self):
         shutil.rmtree(self.folder, ignore_errors=True)
+
+
+def link_names(path):
+    """Gives a shared library its shorter names: libX.so.1 and libX.so."""
+    name = os.path.basename(path)
+    while not name.endswith(".so"):
+        name = name.rpartition(".")[0]
+        link = os.path.join(os.path.dirname(path), name)
+        if not os.path.lexists(link):
+            os.symlink(path, link)
 
 
 def read_bytes(path):

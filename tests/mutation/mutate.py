@@ -16,6 +16,7 @@ from base_build import BaseBuild, BuildError, Overlay
 from choice import choose
 from explained import ExplainedError, as_entry, read_explained, reason_for
 from mutations import KINDS, mutants_of
+from reach import measure_reach
 from results import Results, ResultsError
 from trials import BaselineError, Order, PastKills, Trial, measure_baseline, suites_of
 
@@ -215,7 +216,9 @@ def prepare(base):
     suites = suites_of(listing, graph.inputs)
     print("Running the tests on them ...", flush=True)
     measure_baseline(suites, base.tree, os.path.join(base.work, "baseline"))
-    return graph, suites
+    print("Finding out which suites reach which source ...", flush=True)
+    reach = measure_reach(graph, suites, os.path.join(base.work, "reach"), base.must)
+    return graph, Order(suites, reach.may_notice)
 
 
 def is_costly(graph):
@@ -257,8 +260,8 @@ def run_chosen(options, root, work, sources, mutants):
             explained = read_explained(file.read())
         kept = Results(options.results, sources) if options.all else None
         base = BaseBuild(root, work, workers)
-        graph, suites = prepare(base)
-        run = MutationRun(base, graph, Order(suites), sources, explained, kept)
+        graph, order = prepare(base)
+        run = MutationRun(base, graph, order, sources, explained, kept)
         if options.all:
             return run_all(options, run, mutants, workers)
         chosen = choose(mutants, options.seed, options.mutants, is_costly(graph))

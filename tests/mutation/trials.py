@@ -61,8 +61,9 @@ def suites_of(ctest_json, inputs):
 class Order:
     """In which order the suites are asked about a file: those that caught most lately first."""
 
-    def __init__(self, suites):
+    def __init__(self, suites, may_notice=lambda suite, file: True):
         self.suites = suites
+        self.may_notice = may_notice
         self.by_file = {}
         self.lock = threading.Lock()
 
@@ -70,7 +71,8 @@ class Order:
         with self.lock:
             if file not in self.by_file:
                 by_name = lambda suite: (-suite.similarity(file), suite.seconds)
-                self.by_file[file] = sorted(self.suites, key=by_name)
+                asked = [suite for suite in self.suites if self.may_notice(suite, file)]
+                self.by_file[file] = sorted(asked, key=by_name)
             return list(self.by_file[file])
 
     def caught(self, file, suite):
