@@ -128,7 +128,9 @@ TEST( ScenariosPageTest, Keys_OfAllReaders_AreFound )
 
 TEST( ScenariosPageTest, Keys_OfEachKindOfStep_AreThoseThatItsReaderTakes )
 {
-    for ( const std::string& kind : kinds() ) {
+    const Keys all = kinds();
+    ASSERT_GT( all.size(), 10U );
+    for ( const std::string& kind : all ) {
         // The keys of a fault stand once for the step and the list.
         const std::string heading = kind == "inject-fault" ? "## Faults" : "### " + kind;
         Keys keys = documented( sectionOf( page(), heading ) );

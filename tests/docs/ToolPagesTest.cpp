@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <regex>
 #include <set>
+#include <stdexcept>
 
 namespace DocsTest {
 namespace {
@@ -19,7 +20,11 @@ using testing::Contains;
 std::string helpOf( std::vector< std::string > arguments )
 {
     arguments.emplace_back( "--help" );
-    return ToolTest::ToolFolder().run( arguments ).output;
+    const ToolTest::ToolResult result = ToolTest::ToolFolder().run( arguments );
+    if ( result.exitCode != 0 || result.output.empty() ) {
+        throw std::runtime_error( "no help: " + result.errors );
+    }
+    return result.output;
 }
 
 std::vector< std::string > matchesOf( const std::string& text, const std::string& expression )
@@ -33,19 +38,28 @@ std::vector< std::string > matchesOf( const std::string& text, const std::string
     return matches;
 }
 
+/// The same where there must be some.
+std::vector< std::string > atLeastOne( std::vector< std::string > matches )
+{
+    if ( matches.empty() ) {
+        throw std::runtime_error( "nothing was found" );
+    }
+    return matches;
+}
+
 /// The sub-commands, from the tool's help.
 std::vector< std::string > commands()
 {
     const std::string help = helpOf( {} );
     const std::size_t list = help.find( "Subcommands:\n" );
     const std::size_t end = help.find( "\n\n", list );
-    return matchesOf( help.substr( list, end - list ), "\n  ([a-z][a-z-]+) " );
+    return atLeastOne( matchesOf( help.substr( list, end - list ), "\n  ([a-z][a-z-]+) " ) );
 }
 
 /// The long options of a sub-command, or of the tool itself, from its help.
 std::vector< std::string > optionsOf( const std::vector< std::string >& command )
 {
-    return matchesOf( helpOf( command ), "\n  (?:-h,)?(--[a-z-]+)" );
+    return atLeastOne( matchesOf( helpOf( command ), "\n  (?:-h,)?(--[a-z-]+)" ) );
 }
 
 TEST( ToolPagesTest, Commands_OfTheTool_AreKnown )
@@ -118,7 +132,8 @@ TEST( ToolPagesTest, CommandsAndOptions_OfTheTool_AreInTheManualPage )
 TEST( ToolPagesTest, CommandsAndOptions_OfTheManualPage_AreTheTools )
 {
     const auto all = commands();
-    for ( const std::string& command : matchesOf( manualPage(), "\n\\.SS ([a-z-]+)\n" ) ) {
+    for ( const std::string& command :
+          atLeastOne( matchesOf( manualPage(), "\n\\.SS ([a-z-]+)\n" ) ) ) {
         EXPECT_THAT( all, Contains( command ) );
         const auto options = optionsOf( { command } );
         for ( const std::string& option :

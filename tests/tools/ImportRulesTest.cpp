@@ -224,6 +224,7 @@ TEST( RemoveRules, Run_OnEitherVariant_LeavesNothing )
                    "removed; 0 packets, 0 bytes counted" );
         EXPECT_EQ( result.json().at( "steps" ).at( 2 ).at( "audited" ), 0 );
         const auto occupancies = result.json().at( "chip" );
+        ASSERT_FALSE( occupancies.empty() );
         for ( const auto& [ resource, occupancy ] : occupancies.items() ) {
             EXPECT_EQ( occupancy.at( "used" ), 0 ) << chip << " " << resource;
         }
