@@ -130,7 +130,9 @@ TEST( BuiltLibraryTest, AssertionText_OfWhatCannotHappen_StandsInTheFile )
 // One such symbol, and the loader never lets the library go.
 TEST( BuiltLibraryTest, Exports_OfTheFile_AreNotUniqueInTheProcess )
 {
-    for ( const ElfFile::Symbol& symbol : ElfFile( libraryPath ).exportedSymbols() ) {
+    const auto symbols = ElfFile( libraryPath ).exportedSymbols();
+    ASSERT_FALSE( symbols.empty() );
+    for ( const ElfFile::Symbol& symbol : symbols ) {
         EXPECT_NE( symbol.binding, static_cast< unsigned >( STB_GNU_UNIQUE ) ) << symbol.name;
     }
 }

@@ -146,6 +146,7 @@ TEST( SdkEnumeratorsTest, ReturnCodes_ButSuccess_AreNegativeAndHaveATextOfTheirO
     EXPECT_TRUE( ( value ) < 0 || std::string( #name ) == "BCM_E_NONE" ) << #name;
 #include "sdk/SdkEnumerators.def"
 
+    EXPECT_GT( texts.size(), 10U );
     EXPECT_THAT( repeated( texts ), IsEmpty() );
     EXPECT_THAT( repeated( values ), IsEmpty() );
     EXPECT_THAT( texts, ::testing::Each( ::testing::Not( IsEmpty() ) ) );
