@@ -8,9 +8,12 @@
 ///     EXPECT_THAT( run.errors, HasSubstr( "Assertion" ) );
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <functional>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -27,18 +30,24 @@ struct ChildRun
 /// What the child does: the function, with standard error going into the pipe.
 [[noreturn]] inline void beChild( const std::function< void() >& function, int errors )
 {
-    dup2( errors, STDERR_FILENO );
+    if ( dup2( errors, STDERR_FILENO ) < 0 ) {
+        _exit( 1 );
+    }
     function();
     _exit( 0 );
 }
 
+/// Throws, which fails the test, if there is no child, or if it ends in neither of the two ways.
 inline ChildRun runInChild( const std::function< void() >& function )
 {
     std::array< int, 2 > ends{};
     if ( pipe( ends.data() ) != 0 ) {
-        return {};
+        throw std::system_error( errno, std::generic_category(), "pipe" );
     }
     const pid_t child = fork();
+    if ( child < 0 ) {
+        throw std::system_error( errno, std::generic_category(), "fork" );
+    }
     if ( child == 0 ) {
         beChild( function, ends[ 1 ] );
     }
@@ -51,9 +60,13 @@ inline ChildRun runInChild( const std::function< void() >& function )
     }
     close( ends[ 0 ] );
     int status = 0;
-    if ( child > 0 && waitpid( child, &status, 0 ) == child ) {
-        run.aborted = WIFSIGNALED( status ) && WTERMSIG( status ) == SIGABRT;
-        run.returned = WIFEXITED( status ) && WEXITSTATUS( status ) == 0;
+    if ( waitpid( child, &status, 0 ) != child ) {
+        throw std::system_error( errno, std::generic_category(), "waitpid" );
+    }
+    run.aborted = WIFSIGNALED( status ) && WTERMSIG( status ) == SIGABRT;
+    run.returned = WIFEXITED( status ) && WEXITSTATUS( status ) == 0;
+    if ( !run.aborted && !run.returned ) {
+        throw std::runtime_error( "the child ended otherwise: " + run.errors );
     }
     return run;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 namespace Tool {
 
@@ -22,7 +23,11 @@ class TranslationTablesTest : public testing::Test
 
     [[nodiscard]] const TranslationTable& table( const std::string& name ) const
     {
-        return *std::ranges::find( tables, name, &TranslationTable::name );
+        const auto found = std::ranges::find( tables, name, &TranslationTable::name );
+        if ( found == tables.end() ) {
+            throw std::out_of_range( "no table " + name );
+        }
+        return *found;
     }
 
     Sim::SimulatedSdk sdk{ Sim::SdkNumbering::shuffled( 5 ) };
@@ -45,7 +50,9 @@ TEST_F( TranslationTablesTest, Rows_OfEveryMap_HaveNamesAndTheSdksValues )
 
 TEST_F( TranslationTablesTest, Rows_AnyMap_StandByRisingNumber )
 {
+    ASSERT_FALSE( tables.empty() );
     for ( const TranslationTable& each : tables ) {
+        EXPECT_FALSE( each.rows.empty() ) << each.name;
         EXPECT_TRUE( std::ranges::is_sorted( each.rows, {}, &TranslationRow::number ) )
             << each.name;
     }
@@ -53,7 +60,9 @@ TEST_F( TranslationTablesTest, Rows_AnyMap_StandByRisingNumber )
 
 TEST_F( TranslationTablesTest, ManyToOne_OfActions_IsTheOneGroup )
 {
-    for ( const TranslationRow& row : table( "actionMap" ).rows ) {
+    const auto& rows = table( "actionMap" ).rows;
+    EXPECT_EQ( std::ranges::count( rows, true, &TranslationRow::manyToOne ), 2 );
+    for ( const TranslationRow& row : rows ) {
         EXPECT_EQ( row.manyToOne, row.number == 70 || row.number == 71 ) << row.number;
     }
 }
