@@ -5,6 +5,7 @@
 
 #include <iomanip>
 #include <optional>
+#include <sstream>
 #include <type_traits>
 
 namespace Agent {

@@ -57,10 +57,27 @@ bool forEachPart( std::string_view text, char separator, Take take )
     }
 }
 
+void appendLine( TextBuffer& text, const TraceLine& line )
+{
+    text.append( line.facility );
+    text.append( " " );
+    text.appendUnsigned( line.level );
+    text.append( " " );
+    text.append( line.location.file );
+    text.append( ":" );
+    text.appendUnsigned( line.location.line );
+    text.append( " " );
+    text.append( line.location.function );
+    text.append( ": " );
+    text.append( line.text );
+}
+
 void writeToStandardError( const TraceLine& line )
 {
-    const std::string text = traceLineText( line ) + "\n";
-    std::fwrite( text.data(), 1, text.size(), stderr );
+    TextBuffer text;
+    appendLine( text, line );
+    text.append( "\n" );
+    std::fwrite( text.view().data(), 1, text.view().size(), stderr );
 }
 
 } // namespace
@@ -207,17 +224,9 @@ TraceSink traceSinkIs( TraceSink sink )
 
 std::string traceLineText( const TraceLine& line )
 {
-    return joinPieces( line.facility,
-                       " ",
-                       line.level,
-                       " ",
-                       line.location.file,
-                       ":",
-                       line.location.line,
-                       " ",
-                       line.location.function,
-                       ": ",
-                       line.text );
+    TextBuffer text;
+    appendLine( text, line );
+    return std::string( text.view() );
 }
 
 void writeTraceLine( const TraceHandle& handle,

@@ -127,7 +127,9 @@ template< class... Pieces >
                                                    const char* function,
                                                    Pieces... pieces )
 {
-    writeTraceLine( handle, level, { file, line, function }, joinPieces( pieces... ) );
+    TextBuffer text;
+    ( appendPiece( text, pieces ), ... );
+    writeTraceLine( handle, level, { file, line, function }, text.view() );
 }
 
 } // namespace Detail

@@ -223,27 +223,6 @@ TEST( TraceTest, Trace_WithoutASink_WritesTheLineToStandardError )
     traceSinkIs( previous );
 }
 
-TEST( TextPiecesTest, JoinPieces_OneByteIntegers_PrintAsNumbers )
-{
-    EXPECT_EQ( joinPieces( U8{ 65 }, " ", static_cast< signed char >( -3 ), " ", 'A' ), "65 -3 A" );
-}
-
-TEST( TextPiecesTest, JoinPieces_ManyKinds_StandsAsAStreamPrintsThem )
-{
-    EXPECT_EQ(
-        joinPieces( "unit: ", 0U, " rc:", -14, ' ', true, std::string( " s" ), U64{ 1 } << 40 ),
-        "unit: 0 rc:-14 1 s1099511627776" );
-    EXPECT_EQ( joinPieces(), "" );
-}
-
-TEST( TextPiecesTest, Hex_OfANumber_PrintsLowerCaseDigitsWithoutPrefix )
-{
-    EXPECT_EQ( joinPieces( hex( 0xABCDEFU ), " ", hex( U8{ 200 } ), " ", hex( 0 ) ),
-               "abcdef c8 0" );
-    // A negative number as wide as its type; the next number is in decimal again.
-    EXPECT_EQ( joinPieces( hex( S32{ -1 } ), " ", 10 ), "ffffffff 10" );
-}
-
 /// Prints the masks of the facilities A and B of a process with that environment, and ends it.
 [[noreturn]] void printMasks()
 {
