@@ -2,6 +2,7 @@
 
 #include "agent/base/Assert.h"
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 
@@ -46,11 +47,54 @@ U64 nowInNanoseconds()
     return static_cast< U64 >( std::chrono::nanoseconds( now ).count() );
 }
 
+/// Ticks for which a reading of the clock is good: at first, and at most, some tenth of a second.
+constexpr U64 shortestLifetime = 1U << 10;
+constexpr U64 longestLifetime = 1U << 28;
+
+/// A reading of the clock and of the counter of ticks.
+struct Reading
+{
+    U64 nanoseconds;
+    U64 ticks;
+};
+
+/// Reads both together: again, but not for ever, when something came between the two.
+Reading readBoth()
+{
+    constexpr U64 together = 1U << 12;
+    Reading reading{};
+    for ( int attempts = 4; attempts > 0; --attempts ) {
+        const U64 before = tickCount();
+        reading.nanoseconds = nowInNanoseconds();
+        reading.ticks = tickCount();
+        if ( reading.ticks - before <= together ) {
+            break;
+        }
+    }
+    return reading;
+}
+
 } // namespace
 
-RingTrace::RingTrace( U32 recordBytes, U32 descriptionRoom )
+namespace Detail {
+
+constinit std::atomic< RingTrace* > agentRing_{ nullptr };
+
+RingTrace& makeAgentRing()
+{
+    static RingTrace& instance = *new RingTrace( recordRoomOfAgent, descriptionRoomOfAgent );
+    agentRing_.store( &instance, std::memory_order_release );
+    return instance;
+}
+
+} // namespace Detail
+
+RingTrace::RingTrace( U32 recordBytes, U32 descriptionRoom, bool countsTicks )
     : size_( sizeof( RingHeader ) + roundUp( descriptionRoom ) + roundUp( recordBytes ) )
     , block_( std::make_unique< std::byte[] >( size_ ) )
+    , records_( block_.get() + sizeof( RingHeader ) + roundUp( descriptionRoom ) )
+    , recordsSize_( roundUp( recordBytes ) )
+    , room_( recordsSize_ )
 {
     AGENT_ASSERT( recordBytes >= 2048 && descriptionRoom >= 16 );
     new ( block_.get() ) RingHeader{ ringMagic,
@@ -60,7 +104,15 @@ RingTrace::RingTrace( U32 recordBytes, U32 descriptionRoom )
                                      roundUp( recordBytes ),
                                      0,
                                      0,
+                                     0,
+                                     0,
                                      0 };
+    if ( countsTicks ) {
+        const Reading first = readBoth();
+        readingTime_ = first.nanoseconds;
+        readingTicks_ = first.ticks;
+        readingLifetime_ = shortestLifetime;
+    }
     // Offset 0: the statement that stands for those there is no room to describe.
     static_cast< void >( describe( { "?", 0, "?" }, {} ) );
 }
@@ -92,56 +144,40 @@ U32 RingTrace::describe( const CallLocation& location, RingPieces pieces )
 void RingTrace::record( U32 description, std::span< const std::byte > arguments ) noexcept
 {
     AGENT_ASSERT( arguments.size() <= RingPacker::room );
-    RingHeader& ring = header();
-    const U32 size = roundUp( sizeof( RingRecord ) + arguments.size() );
-    if ( nextPlace_ + size > ring.recordsSize ) {
-        pad();
-    }
-    dropOldestUntil( ring.next + size );
-    const RingRecord start{
-        size, description, nowInNanoseconds(), static_cast< U32 >( arguments.size() ), 0 };
-    std::byte* place = recordAt( nextPlace_ );
-    std::memcpy( place, &start, sizeof( start ) );
-    if ( !arguments.empty() ) {
-        std::memcpy( place + sizeof( start ), arguments.data(), arguments.size() );
-    }
-    nextPlace_ = placeAfter( nextPlace_, size );
-    ring.next += size;
-    ++ring.count;
+    record( description, arguments.size(), [ arguments ]( std::byte* place ) {
+        std::ranges::copy( arguments, place );
+    } );
 }
 
 void RingTrace::pad() noexcept
 {
-    RingHeader& ring = header();
-    const U32 size = ring.recordsSize - nextPlace_;
-    dropOldestUntil( ring.next + size );
+    const U32 size = recordsSize_ - nextPlace_;
+    makeRoomFor( size );
     // Only the first two members: there may be room for no more than 8 bytes.
     const std::array< U32, 2 > start = { size, ringPadding };
-    std::memcpy( recordAt( nextPlace_ ), start.data(), sizeof( start ) );
-    nextPlace_ = 0;
-    ring.next += size;
+    std::memcpy( records_ + nextPlace_, start.data(), sizeof( start ) );
+    added( size );
 }
 
-void RingTrace::dropOldestUntil( U64 position ) noexcept
+void RingTrace::readClock() noexcept
 {
-    RingHeader& ring = header();
-    while ( position - ring.oldest > ring.recordsSize ) {
-        U32 size = 0;
-        std::memcpy( &size, recordAt( oldestPlace_ ), sizeof( size ) );
-        oldestPlace_ = placeAfter( oldestPlace_, size );
-        ring.oldest += size;
+    if ( readingLifetime_ == 0 ) {
+        readingTime_ = nowInNanoseconds();
+        return;
     }
+    const Reading reading = readBoth();
+    RingHeader& ring = header();
+    ring.ticks = reading.ticks - readingTicks_;
+    ring.nanoseconds = reading.nanoseconds - readingTime_;
+    // No longer than twice what was measured: what is measured badly would be far off in the end.
+    readingLifetime_ = std::clamp( 2 * ring.ticks, shortestLifetime, longestLifetime );
+    readingTime_ = reading.nanoseconds;
+    readingTicks_ = reading.ticks;
 }
 
 std::span< const std::byte > RingTrace::image() const noexcept
 {
     return { block_.get(), size_ };
-}
-
-RingTrace& ringTrace()
-{
-    static RingTrace& instance = *new RingTrace( recordRoomOfAgent, descriptionRoomOfAgent );
-    return instance;
 }
 
 } // namespace Agent

@@ -7,180 +7,36 @@
 /// of which are overwritten. A record is the number of its description, a time stamp and the
 /// raw bytes of its arguments; recording formats nothing and allocates nothing. Because the block
 /// holds no pointers, its image can be decoded by another program, from a dump file or from a core
-/// (`RingTraceDecoder.h`).
+/// (`RingTraceDecoder.h`). `docs/tracing.md` has its format.
+///
+/// The time is the monotonic clock's. Where the processor has a steady counter of ticks, which is
+/// read sooner, a record has the last reading of the clock and the ticks since then; the clock is
+/// read again about ten times a second.
 ///
 /// One thread writes: the one that holds the agent's activity lock.
 ///
 ///     Agent::traceBoth( handle, 4, "createUdf", " mod:", unit );   // into the ring, and to text
 ///
-/// Arguments may be integers, enumerations, characters, bool, double, `Hex`, and strings. A type of
-/// one's own says how it is packed by a function in its namespace, which packs its values one by
-/// one; they stand together, with blanks between, at the place of the piece:
-///
-///     void packForRing( Agent::RingPacker& packer, const Range& range )
-///     {
-///         packForRing( packer, range.low );
-///         packForRing( packer, range.high );
-///     }
+/// What an argument may be, and how a type of one's own becomes one, is told in `RingPacker.h`.
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
+#include "agent/base/RingPacker.h"
+#include "agent/base/TickCounter.h"
 #include "agent/base/Trace.h"
 
 #include <array>
 #include <atomic>
 #include <concepts>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <span>
 #include <string_view>
 #include <type_traits>
 
 namespace Agent {
-
-/// What a packed argument is: one byte before its bytes.
-enum class RingKind : U8
-{
-    unsigned8 = 1,
-    unsigned16,
-    unsigned32,
-    unsigned64,
-    signed64,
-    hexadecimal,
-    boolean,
-    real,
-    text,  ///< one byte of length, then the characters
-    group, ///< two bytes of length, then the values of one piece, none of them a group
-};
-
-/// Collects the packed arguments of one record. From the first value that does not fit on, all
-/// are cut off, so that none stands in the place of another.
-class RingPacker
-{
-  public:
-    /// The most bytes that the arguments of one record take.
-    static constexpr std::size_t room = 1024;
-
-    /// Packs a value of that kind, of so many bytes.
-    void pack( RingKind kind, const void* bytes, std::size_t size ) noexcept
-    {
-        if ( hasRoomFor( 1 + size ) ) {
-            append( &kind, sizeof( kind ) );
-            append( bytes, size );
-        }
-    }
-
-    /// Packs the first 255 characters.
-    void packText( std::string_view text ) noexcept
-    {
-        const U8 length = static_cast< U8 >( text.size() < 0xFF ? text.size() : 0xFF );
-        if ( hasRoomFor( 2 + length ) ) {
-            constexpr RingKind kind = RingKind::text;
-            append( &kind, sizeof( kind ) );
-            append( &length, sizeof( length ) );
-            append( text.data(), length );
-        }
-    }
-
-    /// Makes one piece of the values that `packValues()` packs. Groups do not nest.
-    template< class PackValues >
-    void packGroup( PackValues packValues )
-    {
-        U16 length = 0;
-        pack( RingKind::group, &length, sizeof( length ) );
-        if ( cutOff_ ) {
-            return;
-        }
-        const std::size_t start = size_;
-        packValues();
-        length = static_cast< U16 >( size_ - start );
-        std::memcpy( &bytes_[ start - sizeof( length ) ], &length, sizeof( length ) );
-    }
-
-    /// What has been packed.
-    [[nodiscard]] std::span< const std::byte > bytes() const { return { bytes_.data(), size_ }; }
-
-  private:
-    [[nodiscard]] bool hasRoomFor( std::size_t size ) noexcept
-    {
-        cutOff_ = cutOff_ || size_ + size > room;
-        return !cutOff_;
-    }
-
-    void append( const void* bytes, std::size_t size ) noexcept
-    {
-        if ( size != 0 ) {
-            std::memcpy( &bytes_[ size_ ], bytes, size );
-            size_ += size;
-        }
-    }
-
-    std::array< std::byte, room > bytes_;
-    std::size_t size_ = 0;
-    bool cutOff_ = false;
-};
-
-// Only bool itself: a pointer, which converts to it, is packed as the string it points to.
-/// Packs a truth value.
-template< std::same_as< bool > Boolean >
-void packForRing( RingPacker& packer, Boolean value ) noexcept
-{
-    packer.pack( RingKind::boolean, &value, sizeof( value ) );
-}
-
-/// Packs a character as a text.
-inline void packForRing( RingPacker& packer, char character ) noexcept
-{
-    packer.packText( { &character, 1 } );
-}
-
-/// Packs a number with a fraction.
-inline void packForRing( RingPacker& packer, double value ) noexcept
-{
-    packer.pack( RingKind::real, &value, sizeof( value ) );
-}
-
-/// Packs an integer that is to be read in hexadecimal.
-inline void packForRing( RingPacker& packer, Hex value ) noexcept
-{
-    packer.pack( RingKind::hexadecimal, &value.value, sizeof( value.value ) );
-}
-
-/// Packs the first 255 characters.
-inline void packForRing( RingPacker& packer, std::string_view text ) noexcept
-{
-    packer.packText( text );
-}
-
-/// Packs an integer in its own width.
-template< std::unsigned_integral Integer >
-
-requires( !std::same_as< Integer, bool > ) void packForRing( RingPacker& packer,
-                                                             Integer value ) noexcept
-{
-    constexpr RingKind kind = sizeof( Integer ) == 1   ? RingKind::unsigned8
-                              : sizeof( Integer ) == 2 ? RingKind::unsigned16
-                              : sizeof( Integer ) == 4 ? RingKind::unsigned32
-                                                       : RingKind::unsigned64;
-    packer.pack( kind, &value, sizeof( value ) );
-}
-
-/// Packs an integer.
-template< std::signed_integral Integer >
-void packForRing( RingPacker& packer, Integer value ) noexcept
-{
-    const std::int64_t wide = value;
-    packer.pack( RingKind::signed64, &wide, sizeof( wide ) );
-}
-
-template< class Enumeration >
-/// Packs the number of an enumerator.
-requires std::is_enum_v< Enumeration >
-
-void packForRing( RingPacker& packer, Enumeration value ) noexcept
-{
-    packForRing( packer, static_cast< std::underlying_type_t< Enumeration > >( value ) );
-}
 
 /// A statement's literal pieces; a null piece stands for an argument.
 using RingPieces = std::span< const char* const >;
@@ -196,11 +52,13 @@ struct RingHeader
     U64 oldest;                   ///< position of the oldest record, counted since the start
     U64 next;                     ///< position of the next record, counted since the start
     U64 count;                    ///< records ever written
+    U64 ticks;                    ///< between two readings of the clock; 0: none counted yet
+    U64 nanoseconds;              ///< between the same two readings
 };
 
 /// What a block begins with.
 inline constexpr std::array< char, 16 > ringMagic = {
-    'P', 'E', 'L', 'O', 'R', 'A', '-', 'R', 'I', 'N', 'G', '-', 'V', '1', '\n', '\0' };
+    'P', 'E', 'L', 'O', 'R', 'A', '-', 'R', 'I', 'N', 'G', '-', 'V', '2', '\n', '\0' };
 
 /// The start of a record; the packed arguments follow. Records start at multiples of 8 bytes and
 /// do not wrap: a record with description `ringPadding` fills the end of the room.
@@ -208,9 +66,9 @@ struct RingRecord
 {
     U32 size;          ///< bytes of the whole record, a multiple of 8
     U32 description;   ///< offset of its description
-    U64 nanoseconds;   ///< of the monotonic clock
+    U64 nanoseconds;   ///< of the monotonic clock when it was last read
     U32 argumentsSize; ///< of the packed arguments
-    U32 reserved;      ///< always 0
+    U32 ticks;         ///< since the clock was read
 };
 
 /// The description of a record that only fills the room up to its end.
@@ -221,8 +79,9 @@ class AGENT_EXPORT RingTrace
 {
   public:
     /// A ring with room for that many bytes of records (at least 2048) and of descriptions (at
-    /// least 16), both rounded up to a multiple of 8.
-    RingTrace( U32 recordBytes, U32 descriptionBytes );
+    /// least 16), both rounded up to a multiple of 8. Without counting ticks, the clock is read for
+    /// each record.
+    RingTrace( U32 recordBytes, U32 descriptionBytes, bool countsTicks = tickCounterIsSteady() );
     RingTrace( const RingTrace& ) = delete;
     RingTrace& operator=( const RingTrace& ) = delete;
     ~RingTrace();
@@ -235,6 +94,27 @@ class AGENT_EXPORT RingTrace
     /// Appends a record, overwriting the oldest ones if need be. More than `RingPacker::room`
     /// bytes of arguments are an assertion failure.
     void record( U32 description, std::span< const std::byte > arguments ) noexcept;
+
+    /// The same for arguments that `put( place )` writes to their place in the ring. They are of so
+    /// many bytes, at most `RingPacker::room`.
+    template< class Put >
+    void record( U32 description, std::size_t argumentsSize, Put put ) noexcept
+    {
+        const U32 size = sizeWith( argumentsSize );
+        if ( size > recordsSize_ - nextPlace_ ) [[unlikely]] {
+            pad();
+        }
+        makeRoomFor( size );
+        const U32 ticks = ticksSinceReading();
+        std::byte* place = records_ + nextPlace_;
+        // The ring is larger than the nearest cache: the lines of the next records are fetched now.
+        __builtin_prefetch( place + prefetchDistance, 1 );
+        new ( place ) RingRecord{
+            size, description, readingTime_, static_cast< U32 >( argumentsSize ), ticks };
+        put( place + sizeof( RingRecord ) );
+        added( size );
+        ++header().count;
+    }
 
     /// Records ever written.
     [[nodiscard]] U64 count() const noexcept { return header().count; }
@@ -254,41 +134,88 @@ class AGENT_EXPORT RingTrace
         return *reinterpret_cast< const RingHeader* >( block_.get() );
     }
 
-    /// `place`: bytes from the start of the room for records.
-    [[nodiscard]] std::byte* recordAt( U32 place ) noexcept
+    /// Some records further on. Behind the end of the room it fetches in vain, and does no harm.
+    static constexpr std::size_t prefetchDistance = 256;
+
+    /// Bytes of a record with arguments of that size.
+    static constexpr U32 sizeWith( std::size_t argumentsSize )
     {
-        return block_.get() + sizeof( RingHeader ) + header().descriptionsSize + place;
+        constexpr std::size_t alignment = 8;
+        const std::size_t size = sizeof( RingRecord ) + argumentsSize;
+        return static_cast< U32 >( ( size + alignment - 1 ) / alignment * alignment );
     }
 
     /// The place of what follows a record of that size.
     [[nodiscard]] U32 placeAfter( U32 place, U32 size ) const noexcept
     {
-        return place + size == header().recordsSize ? 0 : place + size;
+        return place + size == recordsSize_ ? 0 : place + size;
     }
 
-    void dropOldestUntil( U64 position ) noexcept;
+    /// Drops the oldest records until there is room for one of that size.
+    void makeRoomFor( U32 size ) noexcept
+    {
+        while ( room_ < size ) {
+            U32 oldest = 0;
+            std::memcpy( &oldest, records_ + oldestPlace_, sizeof( oldest ) );
+            oldestPlace_ = placeAfter( oldestPlace_, oldest );
+            room_ += oldest;
+            header().oldest += oldest;
+        }
+    }
+
+    /// What was written to the next place counts from now on.
+    void added( U32 size ) noexcept
+    {
+        nextPlace_ = placeAfter( nextPlace_, size );
+        room_ -= size;
+        header().next += size;
+    }
+
+    /// The ticks since the last reading of the clock, which is read again when that is long ago.
+    [[nodiscard]] U32 ticksSinceReading() noexcept
+    {
+        const U64 ticks = readingLifetime_ == 0 ? 0 : tickCount() - readingTicks_;
+        // A counter that went back counts as one that went far ahead.
+        if ( ticks >= readingLifetime_ ) [[unlikely]] {
+            readClock();
+            return 0;
+        }
+        return static_cast< U32 >( ticks );
+    }
+
     void pad() noexcept;
+    void readClock() noexcept;
 
     std::size_t size_;
     std::unique_ptr< std::byte[] > block_;
+    std::byte* records_; ///< the room for records, in the block
+    U32 recordsSize_;    ///< its size in bytes
+    U32 room_;           ///< bytes of it that hold no record
     // Where the positions of the header are in the room: kept, as finding out takes a division.
     U32 oldestPlace_ = 0;
     U32 nextPlace_ = 0;
+    U64 readingTime_ = 0;     ///< nanoseconds of the clock when it was last read
+    U64 readingTicks_ = 0;    ///< ticks at that time
+    U64 readingLifetime_ = 0; ///< ticks for which a reading is good; 0: ticks are not counted
 };
-
-/// The agent's ring-buffer trace.
-[[nodiscard]] AGENT_EXPORT RingTrace& ringTrace();
 
 namespace Detail {
 
-/// An array of constant characters; one that can change is an argument like any other string.
-template< class Piece >
-concept LiteralPiece = std::is_array_v< Piece > && std::is_const_v< Piece >;
+/// The agent's ring-buffer trace, once there is one.
+AGENT_EXPORT extern std::atomic< RingTrace* > agentRing_;
 
-/// A type of several values: one that says itself how it is packed.
-template< class Piece >
-concept GroupPiece = std::is_class_v< Piece > && !std::convertible_to< Piece, std::string_view > &&
-                     !std::same_as< std::remove_cv_t< Piece >, Hex >;
+[[nodiscard]] AGENT_EXPORT RingTrace& makeAgentRing();
+
+} // namespace Detail
+
+/// The agent's ring-buffer trace, which is made at first use.
+[[nodiscard]] inline RingTrace& ringTrace()
+{
+    RingTrace* ring = Detail::agentRing_.load( std::memory_order_acquire );
+    return ring != nullptr ? *ring : Detail::makeAgentRing();
+}
+
+namespace Detail {
 
 template< class Piece >
 constexpr const char* literalOf( Piece& piece )
@@ -300,15 +227,39 @@ constexpr const char* literalOf( Piece& piece )
     }
 }
 
-template< class Piece >
-void packPiece( RingPacker& packer, Piece& piece )
+/// Records the arguments straight into the ring, if they fit.
+template< class... Arguments >
+[[nodiscard]] bool recordArguments( U32 description, const Arguments&... arguments ) noexcept
 {
-    // A literal stands in the description.
-    if constexpr ( GroupPiece< Piece > ) {
-        packer.packGroup( [ & ] { packForRing( packer, piece ); } );
-    } else if constexpr ( !LiteralPiece< Piece > ) {
-        packForRing( packer, piece );
+    const std::size_t size = ( std::size_t{ 0 } + ... + arguments.size );
+    if ( size > RingPacker::room ) {
+        return false;
     }
+    ringTrace().record( description, size, [ & ]( [[maybe_unused]] std::byte* place ) {
+        ( ( place = arguments.putTo( place ) ), ... );
+    } );
+    return true;
+}
+
+/// Records pieces of any kind, those that do not fit cut off.
+template< class... Pieces >
+void recordPacked( U32 description, Pieces&... pieces )
+{
+    RingPacker packer;
+    ( packPiece( packer, pieces ), ... );
+    ringTrace().record( description, packer.bytes() );
+}
+
+/// Records the pieces of a statement.
+template< class... Pieces >
+void recordPieces( U32 description, Pieces&... pieces )
+{
+    if constexpr ( ( DirectPiece< Pieces > && ... ) ) {
+        if ( recordArguments( description, argumentOf( pieces )... ) ) [[likely]] {
+            return;
+        }
+    }
+    recordPacked( description, pieces... );
 }
 
 } // namespace Detail
@@ -327,9 +278,7 @@ void traceBoth( const TraceHandle& handle, TraceLevel level, Pieces&&... pieces 
         offset = ringTrace().describe( level.location, literals );
         description.store( offset, std::memory_order_relaxed );
     }
-    RingPacker packer;
-    ( Detail::packPiece( packer, pieces ), ... );
-    ringTrace().record( offset, packer.bytes() );
+    Detail::recordPieces( offset, pieces... );
     trace( handle, level, pieces... );
 }
 

@@ -3,6 +3,9 @@
 #include "agent/base/RingTrace.h"
 #include "agent/base/TextPieces.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <iomanip>
 #include <optional>
 #include <sstream>
@@ -13,6 +16,33 @@ namespace Agent {
 namespace {
 
 constexpr std::string_view argumentPiece = "\1";
+
+/// A block's magic is a start, one digit, and an end. The digit is the version of its format.
+constexpr std::size_t versionPlace = 13;
+constexpr std::string_view magic( ringMagic.data(), ringMagic.size() );
+constexpr std::string_view magicStart = magic.substr( 0, versionPlace );
+constexpr std::string_view magicEnd = magic.substr( versionPlace + 1 );
+
+/// What there may be in front of a block: `ringMagic` with any version.
+bool isMagic( std::string_view bytes )
+{
+    return bytes.size() >= magic.size() && bytes[ versionPlace ] >= '0' &&
+           bytes[ versionPlace ] <= '9' && bytes.substr( versionPlace + 1 ).starts_with( magicEnd );
+}
+
+/// The header's size in bytes, 0 for an unknown version. A header of version 1 ends before the
+/// ticks, and the records of such a block have none: the clock was read for each.
+std::size_t headerSizeOf( char version )
+{
+    switch ( version ) {
+    case '1':
+        return offsetof( RingHeader, ticks );
+    case '2':
+        return sizeof( RingHeader );
+    default:
+        return 0;
+    }
+}
 
 /// Takes values from the front of bytes; nothing once they have run out.
 class Reader
@@ -176,16 +206,19 @@ class RingReader
   private:
     bool readHeader()
     {
-        const auto header = Reader( bytes_ ).takeValue< RingHeader >();
+        const std::size_t headerSize = headerSizeOf( bytes_[ versionPlace ] );
+        if ( headerSize == 0 ) {
+            return fail( "its format is of an unknown version" );
+        }
+        const auto header = Reader( bytes_ ).take( headerSize );
         if ( !header ) {
             return fail( "the header is cut off" );
         }
-        header_ = *header;
+        std::memcpy( &header_, header->data(), headerSize );
         ring_.written = header_.count;
         const U64 size = U64{ header_.headerSize } + header_.descriptionsSize + header_.recordsSize;
-        if ( header_.headerSize != sizeof( RingHeader ) || size > bytes_.size() ||
-             header_.recordsSize == 0 || header_.descriptionsUsed > header_.descriptionsSize ||
-             header_.next < header_.oldest ||
+        if ( header_.headerSize != headerSize || size > bytes_.size() || header_.recordsSize == 0 ||
+             header_.descriptionsUsed > header_.descriptionsSize || header_.next < header_.oldest ||
              header_.next - header_.oldest > header_.recordsSize ) {
             return fail( "the header is damaged" );
         }
@@ -223,10 +256,27 @@ class RingReader
             return;
         }
         DecodedRecord decoded;
-        decoded.nanoseconds = start->nanoseconds;
+        decoded.nanoseconds = timeOf( *start );
         if ( describe( start->description, *arguments, decoded ) ) {
             ring_.records.push_back( std::move( decoded ) );
         }
+    }
+
+    /// When the record was written, in nanoseconds of the monotonic clock.
+    U64 timeOf( const RingRecord& record )
+    {
+        // The counter of a block that is not damaged makes more than one tick a microsecond.
+        constexpr double mostNanoseconds = 1000;
+        const double ofOneTick = header_.ticks == 0 ? 1
+                                                    : static_cast< double >( header_.nanoseconds ) /
+                                                          static_cast< double >( header_.ticks );
+        const double since = record.ticks * std::min( ofOneTick, mostNanoseconds );
+        const U64 time = record.nanoseconds + static_cast< U64 >( since );
+        // What is calculated may be a little more than what the clock then showed.
+        constexpr U64 inexactness = 1'000'000;
+        const bool wentBack = time < lastTime_ && lastTime_ - time < inexactness;
+        lastTime_ = wentBack ? lastTime_ : time;
+        return lastTime_;
     }
 
     bool describe( U32 offset, std::string_view arguments, DecodedRecord& decoded )
@@ -284,6 +334,7 @@ class RingReader
     std::string_view descriptions_;
     std::string_view records_;
     RingHeader header_{};
+    U64 lastTime_ = 0;
     DecodedRing ring_;
 };
 
@@ -291,11 +342,14 @@ class RingReader
 
 std::vector< DecodedRing > decodeRings( std::string_view bytes )
 {
-    const std::string_view magic( ringMagic.data(), ringMagic.size() );
     std::vector< DecodedRing > rings;
-    for ( std::size_t at = bytes.find( magic ); at != std::string_view::npos;
-          at = bytes.find( magic, at + magic.size() ) ) {
-        rings.push_back( RingReader( bytes.substr( at ) ).read() );
+    std::size_t at = bytes.find( magicStart );
+    while ( at != std::string_view::npos ) {
+        const bool isBlock = isMagic( bytes.substr( at ) );
+        if ( isBlock ) {
+            rings.push_back( RingReader( bytes.substr( at ) ).read() );
+        }
+        at = bytes.find( magicStart, at + ( isBlock ? magic : magicStart ).size() );
     }
     return rings;
 }

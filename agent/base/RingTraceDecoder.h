@@ -2,7 +2,8 @@
 
 /// Reads ring-buffer traces back, from a dump file or from any file that contains one, such as a
 /// core: the block is found by its magic. The bytes are not trusted: a damaged block gives the
-/// records that can be read and says what is wrong.
+/// records that can be read and says what is wrong, and so does one of a version that is not known.
+/// Known are versions 1 and 2, of which the ring-buffer trace writes the last.
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"

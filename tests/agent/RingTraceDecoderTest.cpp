@@ -10,6 +10,7 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Agent {
@@ -246,17 +247,104 @@ TEST( RingTraceDecoderTest, DecodeRings_AnyByteChanged_EndsWithWhatCanBeRead )
             const std::string damaged =
                 patched( image, offset, static_cast< char >( image[ offset ] ^ flip ) );
             const std::vector< DecodedRing > rings = decodeRings( damaged );
-            ASSERT_EQ( rings.size(), offset < ringMagic.size() ? 0U : 1U ) << offset;
+            const bool isMagic = offset >= ringMagic.size() || damaged[ offset ] == '3';
+            ASSERT_EQ( rings.size(), isMagic ? 1U : 0U ) << offset;
             if ( !rings.empty() ) {
                 EXPECT_LE( rings[ 0 ].records.size(), mostRecords );
                 EXPECT_THAT( rings[ 0 ].problem,
                              AnyOf( "",
+                                    "its format is of an unknown version",
                                     "the header is damaged",
                                     "a record is damaged",
                                     "a record has no description",
                                     "a description is damaged" ) );
             }
         }
+    }
+}
+
+/// Where the digit of the version stands in a magic.
+constexpr std::size_t versionPlace = 13;
+/// What a header of version 1 has not.
+constexpr std::size_t versionOneHeader = offsetof( RingHeader, ticks );
+
+/// The same image in version 1, all records at that time.
+std::string inVersionOne( std::string image, U64 nanoseconds )
+{
+    RingHeader header{};
+    std::memcpy( &header, image.data(), sizeof( header ) );
+    for ( std::size_t at = recordsStart; at < recordsStart + header.next; at += numberRecord ) {
+        image = patched( image, at + offsetof( RingRecord, nanoseconds ), nanoseconds );
+        image = patched( image, at + offsetof( RingRecord, ticks ), U32{ 0 } );
+    }
+    image = patched( image, versionPlace, '1' );
+    image = patched( image, offsetof( RingHeader, headerSize ), U32{ versionOneHeader } );
+    return image.erase( versionOneHeader, sizeof( RingHeader ) - versionOneHeader );
+}
+
+/// The decoded time of each record of a ring whose records were so many ticks after that time.
+std::vector< U64 >
+timesOf( U64 ticks, U64 nanoseconds, const std::vector< std::pair< U64, U32 > >& records )
+{
+    std::string image = imageOf( static_cast< U32 >( records.size() ) );
+    image = patched( image, offsetof( RingHeader, ticks ), ticks );
+    image = patched( image, offsetof( RingHeader, nanoseconds ), nanoseconds );
+    std::size_t at = recordsStart;
+    for ( const auto& [ reading, since ] : records ) {
+        image = patched( image, at + offsetof( RingRecord, nanoseconds ), reading );
+        image = patched( image, at + offsetof( RingRecord, ticks ), since );
+        at += numberRecord;
+    }
+    std::vector< U64 > times;
+    for ( const DecodedRecord& record : decodedOne( image ).records ) {
+        times.push_back( record.nanoseconds );
+    }
+    return times;
+}
+
+TEST( RingTraceDecoderTest, DecodeRings_TicksSinceAReading_AreAddedToItsTime )
+{
+    // Five ticks are two nanoseconds.
+    EXPECT_THAT( timesOf( 1'000'000, 400'000, { { 7000, 0 }, { 7000, 5 }, { 7000, 5000 } } ),
+                 ElementsAre( 7000U, 7002U, 9000U ) );
+    // As long as nothing has been measured, a tick is a nanosecond.
+    EXPECT_THAT( timesOf( 0, 0, { { 7000, 100 } } ), ElementsAre( 7100U ) );
+    // Of a damaged header the times are wrong, and no worse.
+    EXPECT_THAT( timesOf( 1, ~U64{ 0 }, { { 7000, 3 } } ), ElementsAre( 10000U ) );
+}
+
+TEST( RingTraceDecoderTest, DecodeRings_TimeALittleLessThanTheOneBefore_StandsStill )
+{
+    EXPECT_THAT( timesOf( 1000, 1000, { { 7000, 500 }, { 7450, 0 }, { 7450, 100 } } ),
+                 ElementsAre( 7500U, 7500U, 7550U ) );
+    // So much less is none of the conversion's doing: a record is damaged.
+    EXPECT_THAT( timesOf( 1000, 1000, { { 9'000'000, 0 }, { 7000, 0 }, { 7000, 1 } } ),
+                 ElementsAre( 9'000'000U, 7000U, 7001U ) );
+}
+
+TEST( RingTraceDecoderTest, DecodeRings_ImageOfVersionOne_IsReadToo )
+{
+    const std::string image = inVersionOne( imageOf( 3 ), 5'000'000'123 );
+
+    const DecodedRing ring = decodedOne( image );
+
+    EXPECT_EQ( ring.problem, "" );
+    EXPECT_EQ( ring.written, 3U );
+    EXPECT_THAT( textsOf( ring ), ElementsAre( "n:0|", "n:1|", "n:2|" ) );
+    EXPECT_EQ( ring.records[ 2 ].nanoseconds, 5'000'000'123U );
+    EXPECT_EQ( decodedOne( image.substr( 0, versionOneHeader - 1 ) ).problem,
+               "the header is cut off" );
+    EXPECT_EQ( decodedOne( patched( imageOf( 3 ), versionPlace, '1' ) ).problem,
+               "the header is damaged" );
+}
+
+TEST( RingTraceDecoderTest, DecodeRings_ImageOfAnUnknownVersion_SaysSo )
+{
+    for ( const char version : { '0', '3', '9' } ) {
+        const DecodedRing ring = decodedOne( patched( imageOf( 3 ), versionPlace, version ) );
+
+        EXPECT_EQ( ring.problem, "its format is of an unknown version" );
+        EXPECT_THAT( ring.records, SizeIs( 0 ) );
     }
 }
 

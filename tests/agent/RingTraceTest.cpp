@@ -9,9 +9,12 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <span>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace RingTraceTesting {
@@ -168,6 +171,51 @@ TEST( RingTraceTest, Record_OfAStatement_HasPlaceTextAndTime )
     EXPECT_EQ( ring.records[ 1 ].text, "n:2" );
     EXPECT_LE( ring.records[ 0 ].nanoseconds, ring.records[ 1 ].nanoseconds );
     EXPECT_GT( ring.records[ 0 ].nanoseconds, 0U );
+}
+
+U64 clockNow()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast< U64 >( std::chrono::nanoseconds( now ).count() );
+}
+
+/// Records for some readings of the clock and expects each record between the times around it. A
+/// clock that is being set may be off by 500 millionths of what is counted, a tenth of a second.
+void expectTimesOfTheClock( RingTrace& ring )
+{
+    constexpr U64 inexactness = 100'000;
+    constexpr U64 duration = 350'000'000;
+    std::vector< std::pair< U64, U64 > > around;
+    const U64 start = clockNow();
+    for ( U64 before = start; before - start < duration; ) {
+        before = clockNow();
+        ring.record( 0, {} );
+        around.emplace_back( before, clockNow() );
+        std::this_thread::sleep_for( std::chrono::microseconds( 100 ) );
+    }
+    const std::vector< DecodedRecord > records = decoded( ring ).records;
+    ASSERT_EQ( records.size(), around.size() );
+    for ( std::size_t i = 0; i < records.size(); ++i ) {
+        ASSERT_GE( records[ i ].nanoseconds + inexactness, around[ i ].first ) << i;
+        ASSERT_LE( records[ i ].nanoseconds, around[ i ].second + inexactness ) << i;
+        ASSERT_GE( records[ i ].nanoseconds, i == 0 ? 0 : records[ i - 1 ].nanoseconds ) << i;
+    }
+}
+
+TEST( RingTraceTest, Record_TicksCounted_HasTheTimeOfTheMonotonicClock )
+{
+    RingTrace ring( 1U << 20, 256 );
+    expectTimesOfTheClock( ring );
+}
+
+TEST( RingTraceTest, Record_NoTicksCounted_HasTheTimeOfTheMonotonicClock )
+{
+    RingTrace ring( 1U << 20, 256, false );
+    expectTimesOfTheClock( ring );
+
+    RingHeader header{};
+    std::memcpy( &header, ring.image().data(), sizeof( header ) );
+    EXPECT_EQ( header.ticks, 0U );
 }
 
 TEST( RingTraceTest, Record_RingFull_OverwritesTheOldest )
