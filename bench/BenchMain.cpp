@@ -99,6 +99,7 @@ int main( int argc, char** argv )
     Bench::registerCounterBenchmarks();
     Bench::registerEntryBenchmarks();
     Bench::registerRingTraceBenchmarks();
+    Bench::registerTraceLineBenchmarks();
     Bench::registerTranslationBenchmarks();
 
     FastestReporter reporter;

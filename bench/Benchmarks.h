@@ -12,6 +12,7 @@ void registerUdfBenchmarks();
 void registerCounterBenchmarks();
 void registerEntryBenchmarks();
 void registerRingTraceBenchmarks();
+void registerTraceLineBenchmarks();
 void registerTranslationBenchmarks();
 
 } // namespace Bench

@@ -15,6 +15,7 @@ struct Scene
     bool interpreterLockHeld = false;
     bool tracing = false;           ///< all levels of all facilities on; the lines are dropped
     Shim::SdkAccess* sdk = nullptr; ///< in the place of the constant one; it must stay
+    Agent::TraceSink traceSink = nullptr; ///< in the place of the one that drops the lines
 };
 
 /// Sets a scene for its own lifetime. The activity lock is held, as a helper expects it.
@@ -31,6 +32,9 @@ class SceneAnchor
         if ( scene.sdk != nullptr ) {
             Shim::sdk_ = scene.sdk;
         }
+        if ( scene.traceSink ) {
+            previousSink_ = Agent::traceSinkIs( scene.traceSink );
+        }
     }
 
     SceneAnchor( const SceneAnchor& ) = delete;
@@ -40,6 +44,9 @@ class SceneAnchor
     {
         Agent::traceLevelsIs( "*", 0 );
         Shim::sdk_ = previousSdk_;
+        if ( previousSink_ ) {
+            Agent::traceSinkIs( previousSink_ );
+        }
     }
 
   private:
@@ -48,6 +55,7 @@ class SceneAnchor
     Agent::LockAnchor activityHeld_;
     std::optional< Agent::LockAnchor > interpreterHeld_;
     Shim::SdkAccess* previousSdk_ = Shim::sdk_;
+    Agent::TraceSink previousSink_;
 };
 
 } // namespace Bench
