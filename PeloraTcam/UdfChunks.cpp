@@ -30,16 +30,6 @@ constexpr auto quarters = [] {
     return all;
 }();
 
-ChunkCharacters charactersOf( ChunkText text )
-{
-    ChunkCharacters characters;
-    for ( Agent::U32 i = 0; i < chunksOfFormat; i += chunksOfQuarter ) {
-        const QuarterCharacters& quarter = quarters[ text.chunks >> i & ( quarters.size() - 1 ) ];
-        std::ranges::copy( quarter, characters.end() - chunksOfQuarter - i );
-    }
-    return characters;
-}
-
 std::string_view viewOf( const ChunkCharacters& characters )
 {
     return { characters.data(), characters.size() };
@@ -64,15 +54,25 @@ AbstractPktKind kindOfMacAcl( Agent::U16 ethType, const Agent::CallLocation& loc
 
 } // namespace
 
+ChunkCharacters ringText( ChunkText text )
+{
+    ChunkCharacters characters;
+    for ( Agent::U32 i = 0; i < chunksOfFormat; i += chunksOfQuarter ) {
+        const QuarterCharacters& quarter = quarters[ text.chunks >> i & ( quarters.size() - 1 ) ];
+        std::ranges::copy( quarter, characters.end() - chunksOfQuarter - i );
+    }
+    return characters;
+}
+
 std::ostream& operator<<( std::ostream& stream, ChunkText text )
 {
-    const ChunkCharacters characters = charactersOf( text );
+    const ChunkCharacters characters = ringText( text );
     return stream << viewOf( characters );
 }
 
 void packForRing( Agent::RingPacker& packer, ChunkText text )
 {
-    const ChunkCharacters characters = charactersOf( text );
+    const ChunkCharacters characters = ringText( text );
     packer.packText( viewOf( characters ) );
 }
 

@@ -11,6 +11,7 @@
 #include "sdk/SdkCall.h"
 #include "sdk/SdkTypes.h"
 
+#include <array>
 #include <bit>
 #include <ostream>
 #include <string>
@@ -34,6 +35,7 @@ struct ChunkText
 
 std::ostream& operator<<( std::ostream& stream, ChunkText text );
 void packForRing( Agent::RingPacker& packer, ChunkText text );
+std::array< char, chunksOfFormat > ringText( ChunkText text );
 
 /// The bits of a byte: the SDK counts in bits what descriptors count in bytes.
 inline constexpr Agent::U32 chunkBitsPerByte = 8;

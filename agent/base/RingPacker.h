@@ -11,6 +11,10 @@
 ///         packForRing( packer, range.low );
 ///         packForRing( packer, range.high );
 ///     }
+///
+/// One that is a text of a fixed length may give it, besides, by a function `ringText` in its
+/// namespace, as an array of at most 255 characters. A statement of numbers, strings and such types
+/// alone is recorded sooner than others.
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
@@ -205,6 +209,13 @@ void packPiece( RingPacker& packer, Piece& piece )
     }
 }
 
+/// A type that gives its text as an array of characters.
+template< class Piece >
+concept CharactersPiece = requires( const Piece& piece )
+{
+    ringText( piece );
+};
+
 /// A piece whose packed bytes are known without packing it: a literal, which has none, a number or
 /// a string.
 template< class Piece >
@@ -253,6 +264,24 @@ struct TextArgument
     std::size_t size;
 };
 
+/// A text of a fixed length.
+template< std::size_t count >
+struct CharactersArgument
+{
+    static_assert( count <= RingPacker::mostCharacters );
+    static constexpr std::size_t size = 2 + count;
+
+    std::byte* putTo( std::byte* place ) const noexcept
+    {
+        place[ 0 ] = static_cast< std::byte >( RingKind::text );
+        place[ 1 ] = static_cast< std::byte >( count );
+        std::memcpy( place + 2, text.data(), count );
+        return place + size;
+    }
+
+    std::array< char, count > text;
+};
+
 template< class Piece >
 auto argumentOf( Piece& piece ) noexcept
 {
@@ -263,6 +292,8 @@ auto argumentOf( Piece& piece ) noexcept
         return NumberArgument< RingKind::hexadecimal, U64 >{ piece.value };
     } else if constexpr ( StringPiece< Value > ) {
         return TextArgument( piece );
+    } else if constexpr ( CharactersPiece< Value > ) {
+        return CharactersArgument{ ringText( piece ) };
     } else if constexpr ( std::is_signed_v< Value > ) {
         return NumberArgument< RingKind::signed64, std::int64_t >{ piece };
     } else {

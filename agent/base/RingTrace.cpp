@@ -145,7 +145,9 @@ void RingTrace::record( U32 description, std::span< const std::byte > arguments 
 {
     AGENT_ASSERT( arguments.size() <= RingPacker::room );
     record( description, arguments.size(), [ arguments ]( std::byte* place ) {
-        std::ranges::copy( arguments, place );
+        if ( !arguments.empty() ) {
+            std::memcpy( place, arguments.data(), arguments.size() );
+        }
     } );
 }
 

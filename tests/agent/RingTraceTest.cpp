@@ -13,6 +13,7 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -54,6 +55,28 @@ void packForRing( Agent::RingPacker& packer, const NamedRange& named )
     packForRing( packer, named.range );
 }
 
+/// A type of a text of three characters.
+struct Code
+{
+    Agent::U8 number;
+
+    friend std::ostream& operator<<( std::ostream& stream, Code code )
+    {
+        return stream << "code" << int{ code.number };
+    }
+};
+
+std::array< char, 3 > ringText( Code code )
+{
+    return { 'c', 'd', static_cast< char >( '0' + code.number ) };
+}
+
+void packForRing( Agent::RingPacker& packer, Code code )
+{
+    const auto text = ringText( code );
+    packForRing( packer, std::string_view( text.data(), text.size() ) );
+}
+
 enum class Colour : Agent::U8
 {
     red = 65,
@@ -70,6 +93,7 @@ namespace Agent {
 
 namespace {
 
+using RingTraceTesting::Code;
 using RingTraceTesting::Colour;
 using RingTraceTesting::NamedRange;
 using RingTraceTesting::Range;
@@ -417,6 +441,29 @@ TEST_F( TraceBothTest, TraceBoth_PieceOfSeveralValues_StandsAtOnePlace )
 
     traceBoth( handle_, 4, NamedRange{ "ports", { 1, 2 } }, "|", NamedRange{ "", { 3, 4 } } );
     EXPECT_EQ( lastText(), "ports 1 2| 3 4" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_TypeOfAFixedText_StandsAsItsText )
+{
+    traceBoth( handle_, 4, "code:", Code{ 7 }, " mod:", 3 );
+    EXPECT_EQ( lastText(), "code:cd7 mod:3" );
+
+    // Among pieces that are packed in the other way.
+    traceBoth( handle_, 4, Range{ 1, 2 }, "|", Code{ 8 }, "|", Code{ 9 } );
+    EXPECT_EQ( lastText(), "1 2|cd8|cd9" );
+}
+
+TEST_F( TraceBothTest, TraceBoth_TextsLongerThanARecord_AreCutOff )
+{
+    const std::string text( 254, 'x' );
+    const std::string longer( 300, 'y' );
+
+    traceBoth( handle_, 4, text, text, text, text );
+    EXPECT_EQ( lastText(), text + text + text + text );
+    traceBoth( handle_, 4, text, text, text, longer, "|", 7 );
+    EXPECT_EQ( lastText(), text + text + text + "?|?" );
+    traceBoth( handle_, 4, longer, "|", U8{ 7 } );
+    EXPECT_EQ( lastText(), longer.substr( 0, 255 ) + "|7" );
 }
 
 TEST_F( TraceBothTest, TraceBoth_ArrayThatMayChange_IsAnArgument )
