@@ -154,11 +154,10 @@ void addChunks( const Agent::Bitmap::Ptr& chunkBmap,
 void assertChunksWereTaken( const Agent::Bitmap::Ptr& progChunkBmap,
                             const bcm_udf_multi_abstract_pkt_format_info_t& pfi )
 {
-    for ( U32 i = 0; i < progChunkBmap->size(); ++i ) {
-        if ( progChunkBmap->isBitSet( i ) ) {
-            AGENT_ASSERT( !BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), i ) );
-            progChunkBmap->bitIs( i, false );
-        }
+    while ( const auto lowest = progChunkBmap->firstSetBit( 0, progChunkBmap->size() - 1 ) ) {
+        const U32 i = *lowest;
+        AGENT_ASSERT( !BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), i ) );
+        progChunkBmap->bitIs( i, false );
     }
     // DIFFERS: with SDK-6 a chunk beyond the sixteen is left over here.
     AGENT_ASSERT( !progChunkBmap->numBitsInSetState() );

@@ -698,11 +698,10 @@ U32 chosenChunks( ChunkText reserved, U32 requested )
 /// Checks that every chunk of removed UDFs was reserved in their format before.
 void assertChunksWereReserved( U32 progChunkBmap, const Agent::Bitmap::Ptr& udfBmap )
 {
-    for ( U32 i = 0; i < udfBmap->size(); ++i ) {
-        if ( chunkIsSet( progChunkBmap, i ) ) {
-            AGENT_ASSERT( udfBmap->isBitSet( i ) );
-            progChunkBmap &= ~( 1U << i );
-        }
+    const auto lowest = [ & ] { return static_cast< U32 >( std::countr_zero( progChunkBmap ) ); };
+    for ( U32 i = lowest(); i < udfBmap->size(); i = lowest() ) {
+        AGENT_ASSERT( udfBmap->isBitSet( i ) );
+        progChunkBmap &= ~( 1U << i );
     }
     // DIFFERS: HSDK does not see a chunk beyond the sixteen.
     AGENT_ASSERT( !progChunkBmap );
