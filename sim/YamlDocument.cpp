@@ -1,6 +1,8 @@
 #include "sim/YamlDocument.h"
 
+#include "sim/InputText.h"
 #include "sim/NameHints.h"
+#include "sim/YamlOpenings.h"
 #include "sim/YamlPlaces.h"
 #include "sim/YamlTreeBuilder.h"
 
@@ -8,9 +10,6 @@
 #include <yaml-cpp/parser.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <utility>
 
@@ -48,47 +47,45 @@ std::string reasonOf( const YAML::Exception& error, const std::string& text )
     return withoutTrailingBlanks( error.msg );
 }
 
-bool isControl( char letter )
-{
-    const bool isLineEndOrTab = letter == '\n' || letter == '\r' || letter == '\t';
-    return ( letter >= 0 && letter < ' ' && !isLineEndOrTab ) || letter == 0x7F;
-}
-
 /// Refuses what YAML has no place for. The parser would take some of it for the end of the text,
 /// and zeros for a sign of letters of two or four bytes, and then be wrong about the rest.
-void refuseControls( const std::string& file, const std::string& text, const YamlPlaces& places )
+void refuseStrangeLetters( const std::string& file, const std::string& text )
 {
-    const auto found = std::ranges::find_if( text, isControl );
-    if ( found == text.end() ) {
-        return;
+    std::optional< BadLetter > bad = firstNotUtf8( text );
+    bad = bad ? bad : firstControl( text );
+    if ( bad ) {
+        throw InputError( file, bad->line, bad->column, "not YAML: " + bad->what );
     }
-    constexpr std::string_view digits = "0123456789abcdef";
-    const auto place = places.ofByte( static_cast< std::size_t >( found - text.begin() ) );
-    throw InputError( file,
-                      place.line,
-                      place.column,
-                      std::string( "not YAML: the control character 0x" ) +
-                          digits[ static_cast< std::size_t >( *found >> 4 ) ] +
-                          digits[ static_cast< std::size_t >( *found & 0xF ) ] );
 }
 
-std::string contentOf( const std::string& path )
+InputError nothingCloses( const std::string& file, const YamlOpening& opening )
 {
-    std::error_code ignored;
-    if ( std::filesystem::is_directory( path, ignored ) ) {
-        throw InputError( path, 1, 1, "cannot be read: is a directory" );
+    return { file,
+             opening.line,
+             opening.column,
+             std::string( "not YAML: nothing closes this " ) + opening.sign };
+}
+
+/// What the parser refused: where, and why.
+InputError refusalOf( const std::string& file,
+                      const std::string& text,
+                      const YamlPlaces& places,
+                      const YAML::Exception& error )
+{
+    const YamlPlaces::Place place = places.of( error.mark );
+    if ( const std::optional< YamlOpening > opening = unclosedOpening( text, place.line ) ) {
+        return nothingCloses( file, *opening );
     }
-    errno = 0;
-    std::ifstream file( path, std::ios::binary );
-    std::ostringstream content;
-    if ( file && file.peek() != std::ifstream::traits_type::eof() ) {
-        content << file.rdbuf();
+    return { file, place.line, place.column, "not YAML: " + reasonOf( error, text ) };
+}
+
+/// The parser takes the end of the text for the end of a quoted one.
+void refuseOpenQuote( const std::string& file, const std::string& text )
+{
+    const std::optional< YamlOpening > opening = unclosedOpening( text, 0 );
+    if ( opening && ( opening->sign == '\'' || opening->sign == '"' ) ) {
+        throw nothingCloses( file, *opening );
     }
-    if ( !file.is_open() || file.bad() || content.bad() ) {
-        throw InputError(
-            path, 1, 1, "cannot be read: " + std::generic_category().message( errno ) );
-    }
-    return std::move( content ).str();
 }
 
 } // namespace
@@ -147,7 +144,17 @@ void YamlNode::read( bool& destination ) const
 
 const std::string* YamlNode::numberText() const
 {
-    return kind_ == Kind::plainScalar ? &text_ : nullptr;
+    if ( kind_ != Kind::plainScalar ) {
+        return nullptr;
+    }
+    const std::size_t first = text_.starts_with( '-' ) ? 1 : 0;
+    constexpr std::string_view digits = "0123456789";
+    const bool hasLeadingZero = text_.size() > first + 1 && text_[ first ] == '0' &&
+                                text_.find_first_not_of( digits, first ) == std::string::npos;
+    if ( hasLeadingZero ) {
+        fail( "expected a number without a zero before it, found '" + text_ + "'" );
+    }
+    return &text_;
 }
 
 ptrdiff_t YamlNode::indexAmong( const std::vector< std::string >& names ) const
@@ -217,8 +224,9 @@ YamlDocument::YamlDocument( YamlNode root )
 
 YamlDocument YamlDocument::fromText( const std::string& file, const std::string& text )
 {
+    refuseStrangeLetters( file, text );
+    refuseOpenQuote( file, text );
     const YamlPlaces places( text );
-    refuseControls( file, text, places );
     YamlTreeBuilder builder( file, places );
     try {
         std::istringstream stream( text );
@@ -226,15 +234,14 @@ YamlDocument YamlDocument::fromText( const std::string& file, const std::string&
         while ( parser.HandleNextDocument( builder ) ) {
         }
     } catch ( const YAML::Exception& error ) {
-        const auto [ line, column ] = places.of( error.mark );
-        throw InputError( file, line, column, "not YAML: " + reasonOf( error, text ) );
+        throw refusalOf( file, text, places, error );
     }
     return YamlDocument( builder.takeRoot() );
 }
 
 YamlDocument YamlDocument::fromFile( const std::string& path )
 {
-    return fromText( path, contentOf( path ) );
+    return fromText( path, inputFileText( path ) );
 }
 
 } // namespace Sim

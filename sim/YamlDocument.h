@@ -18,7 +18,9 @@
 ///     } );
 ///
 /// Not accepted, because a reader would not expect them here: anchors, aliases, several documents
-/// in one file, a key twice in one mapping, a key that is not a text.
+/// in one file, a key twice in one mapping, a key that is not a text, a text with control
+/// characters (also written with a backslash in quotes) or of more than one line, bytes that are no
+/// UTF-8.
 
 #include "sim/InputError.h"
 
@@ -86,7 +88,8 @@ class YamlNode
     /// "true" or "false".
     void read( bool& destination ) const;
 
-    /// A whole number, decimal or hexadecimal ("0x1F"), from `least` to `greatest`.
+    /// A whole number, decimal or hexadecimal ("0x1F"), from `least` to `greatest`. A decimal one
+    /// has no zero before it: "010" is 8 to some readers and 10 to others.
     template< std::integral Number >
     void
     read( Number& destination,
@@ -145,7 +148,7 @@ class YamlNode
     /// "expected WHAT, found ..."
     [[noreturn]] void failExpecting( const std::string& what ) const;
 
-    /// The node's text if it is a number's; nothing otherwise.
+    /// The node's text if it may be a number's, null otherwise; fails for one with a leading zero.
     [[nodiscard]] const std::string* numberText() const;
 
     /// The place of the node's text among the names.

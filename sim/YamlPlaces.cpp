@@ -17,8 +17,7 @@ bool continuesALetter( char byte )
 } // namespace
 
 YamlPlaces::YamlPlaces( std::string_view text )
-    : skipped_( text.starts_with( byteOrderMark ) ? byteOrderMark.size() : 0 )
-    , text_( text.substr( skipped_ ) )
+    : text_( text.substr( text.starts_with( byteOrderMark ) ? byteOrderMark.size() : 0 ) )
     , lineStarts_{ 0 }
 {
     for ( std::size_t end = text_.find( '\n' ); end != std::string_view::npos;
@@ -34,14 +33,6 @@ YamlPlaces::Place YamlPlaces::of( const YAML::Mark& mark ) const
     }
     return placeIn( static_cast< std::size_t >( mark.line ),
                     static_cast< std::size_t >( mark.column ) );
-}
-
-YamlPlaces::Place YamlPlaces::ofByte( std::size_t offset ) const
-{
-    const std::size_t counted = offset - std::min( offset, skipped_ );
-    const auto next = std::ranges::upper_bound( lineStarts_, counted );
-    const auto line = static_cast< std::size_t >( next - lineStarts_.begin() ) - 1;
-    return placeIn( line, counted - lineStarts_[ line ] );
 }
 
 /// The place behind so many bytes of a line, both counted from 0.

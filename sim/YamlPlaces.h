@@ -31,13 +31,9 @@ class YamlPlaces
     /// may be right behind the last letter of a line.
     [[nodiscard]] Place of( const YAML::Mark& mark ) const;
 
-    /// The place of a byte, counted from 0, or right behind the last one.
-    [[nodiscard]] Place ofByte( std::size_t offset ) const;
-
   private:
     [[nodiscard]] Place placeIn( std::size_t line, std::size_t bytes ) const;
 
-    std::size_t skipped_;
     std::string_view text_;
     std::vector< std::size_t > lineStarts_;
 };

@@ -1,7 +1,11 @@
 #include "sim/YamlTreeBuilder.h"
 
+#include "sim/InputText.h"
+
 #include <yaml-cpp/mark.h>
 
+#include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace Sim {
@@ -10,6 +14,22 @@ namespace {
 
 // The parser's own name for "no anchor".
 constexpr YAML::anchor_t noAnchor = 0;
+
+/// Why a text cannot be taken: it would come out wherever it is printed. Empty if it can.
+std::string objectionTo( std::string_view text )
+{
+    for ( std::size_t at = 0, size = 1; at < text.size(); at += size ) {
+        size = std::max< std::size_t >( letterSize( text, at ), 1 );
+        const std::string_view letter = text.substr( at, size );
+        if ( letter == "\n" ) {
+            return "expected a text of one line";
+        }
+        if ( const std::optional< unsigned > control = controlCharacter( letter ) ) {
+            return "the control character " + hexadecimalByte( *control ) + " in a text";
+        }
+    }
+    return {};
+}
 
 } // namespace
 
@@ -50,6 +70,10 @@ void YamlTreeBuilder::OnScalar( const YAML::Mark& mark,
     const bool isPlain = tag == "?";
     YamlNode node = nodeAt(
         mark, anchor, isPlain ? YamlNode::Kind::plainScalar : YamlNode::Kind::quotedScalar );
+    const std::string objection = objectionTo( value );
+    if ( !objection.empty() ) {
+        node.fail( objection );
+    }
     node.text_ = value;
     add( std::move( node ) );
 }

@@ -101,6 +101,17 @@ TEST( YamlNodeTest, ReadNumber_NoNumber_IsRefused )
     }
 }
 
+TEST( YamlNodeTest, ReadNumber_ZeroBeforeIt_IsRefused )
+{
+    for ( const std::string text : { "010", "00", "-010", "08" } ) {
+        EXPECT_EQ( errorReadingAs< int >( text ),
+                   "f:1:1: expected a number without a zero before it, found '" + text + "'" );
+    }
+    EXPECT_EQ( readAs< int >( "0" ), 0 );
+    EXPECT_EQ( readAs< int >( "0x010" ), 16 );
+    EXPECT_EQ( readAs< std::string >( "010" ), "010" );
+}
+
 TEST( YamlNodeTest, ReadNumber_OutOfTheRangeOfItsType_IsRefused )
 {
     EXPECT_EQ( errorReadingAs< uint8_t >( "256" ),
@@ -291,8 +302,17 @@ TEST( YamlDocumentTest, FromText_SecondDocument_IsRefused )
 TEST( YamlDocumentTest, FromText_NoYaml_IsRefusedWithPosition )
 {
     EXPECT_EQ( parseError( "a: 1\nb: c: d\n" ), "f:2:5: not YAML: illegal map value" );
-    EXPECT_EQ( parseError( "a: [ 1\n" ).substr( 0, 2 ), "f:" );
-    EXPECT_THAT( parseError( "a: [ 1\n" ), testing::HasSubstr( ": not YAML: end of sequence" ) );
+}
+
+TEST( YamlDocumentTest, FromText_BracketOrQuoteLeftOpen_IsReportedWhereItOpens )
+{
+    EXPECT_EQ( parseError( "a: [ 1\n" ), "f:1:4: not YAML: nothing closes this [" );
+    EXPECT_EQ( parseError( "a: 1\nb: { c: 1\nd: { e: 1 }\n" ),
+               "f:2:4: not YAML: nothing closes this {" );
+    EXPECT_EQ( parseError( "a: 1\nb: 'c\nd: 2\n" ), "f:2:4: not YAML: nothing closes this '" );
+    EXPECT_EQ( parseError( "a: 1\nb: \"c\nd: 2\n" ), "f:2:4: not YAML: nothing closes this \"" );
+    EXPECT_EQ( parseError( "a: 'c\n\nd: 2\n" ), "f:1:4: not YAML: nothing closes this '" );
+    EXPECT_EQ( parseError( "a: \"b\nc: \"d\"\n" ), "f:1:4: not YAML: nothing closes this \"" );
 }
 
 TEST( YamlDocumentTest, FromText_TabIndents_IsRefusedWithThatReason )
@@ -311,7 +331,35 @@ TEST( YamlDocumentTest, FromText_ControlCharacters_AreRefusedWithPosition )
     EXPECT_EQ( parseError( withByte( '\x7F' ) ), "f:2:5: not YAML: the control character 0x7f" );
     EXPECT_EQ( parseError( "\x01" ), "f:1:1: not YAML: the control character 0x01" );
     EXPECT_EQ( parseError( "\u00e9\u20ac\x02" ), "f:1:3: not YAML: the control character 0x02" );
-    EXPECT_EQ( parseError( "a: x\ty # \u00e9\r\nb: 2\r\n" ), "no error" );
+    EXPECT_EQ( parseError( "a:\tx # \u00e9\t\r\nb: 2\r\n" ), "no error" );
+}
+
+TEST( YamlDocumentTest, FromText_ControlsBeyondAscii_AreRefusedWithPosition )
+{
+    EXPECT_EQ( parseError( "a: x\u009by\n" ), "f:1:5: not YAML: the control character 0x9b" );
+    EXPECT_EQ( parseError( "a: 1\rb: 2\n" ),
+               "f:1:5: not YAML: a carriage return without a line feed" );
+}
+
+TEST( YamlDocumentTest, FromText_ControlsWithABackslash_AreRefusedAtTheirText )
+{
+    EXPECT_EQ( parseError( "a: 1\nb: \"x\\e[31m\"\n" ),
+               "f:2:4: the control character 0x1b in a text" );
+    EXPECT_EQ( parseError( "a: \"x\\u009b\"\n" ), "f:1:4: the control character 0x9b in a text" );
+    EXPECT_EQ( parseError( "a: x\ty\n" ), "f:1:4: the control character 0x09 in a text" );
+    EXPECT_EQ( parseError( "\"a\\x7f\": 1\n" ), "f:1:1: the control character 0x7f in a text" );
+    EXPECT_EQ( parseError( "a: \"x\\ny\"\n" ), "f:1:4: expected a text of one line" );
+    EXPECT_EQ( parseError( "a: |\n  x\n" ), "f:1:4: expected a text of one line" );
+    EXPECT_EQ( parseError( "a: x\n  y\n" ), "no error" );
+}
+
+TEST( YamlDocumentTest, FromText_NotUtf8_IsRefusedWithPosition )
+{
+    EXPECT_EQ( parseError( "a: 1\nb: \u00e9\xFF\n" ), "f:2:5: not YAML: not UTF-8: the byte 0xff" );
+    EXPECT_EQ( parseError( "a: \xE9" ), "f:1:4: not YAML: not UTF-8: the byte 0xe9" );
+    EXPECT_EQ( parseError( "\xEF\xBB\xBF"
+                           "a: 1\n" ),
+               "no error" );
 }
 
 TEST( YamlDocumentTest, FromText_ErrorAtTheEndOfTheText_StandsRightBehindIt )
