@@ -3,6 +3,7 @@
 #include "sim/InputError.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
@@ -129,6 +130,21 @@ std::string hexadecimalByte( unsigned byte )
 {
     constexpr std::string_view digits = "0123456789abcdef";
     return std::string( "0x" ) + digits[ byte >> 4U & 0xFU ] + digits[ byte & 0xFU ];
+}
+
+bool hasLeadingZero( std::string_view text )
+{
+    const auto isDigit = []( char letter ) { return letter >= '0' && letter <= '9'; };
+    const auto goesOn = []( char letter ) {
+        return std::isalnum( static_cast< unsigned char >( letter ) ) != 0 || letter == '.';
+    };
+    for ( std::size_t at = 0; at + 1 < text.size(); ++at ) {
+        const bool begins = at == 0 || !goesOn( text[ at - 1 ] );
+        if ( begins && text[ at ] == '0' && isDigit( text[ at + 1 ] ) ) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::optional< BadLetter > firstNotUtf8( std::string_view text )

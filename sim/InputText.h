@@ -27,6 +27,10 @@ namespace Sim {
 /// "0x1b"
 [[nodiscard]] std::string hexadecimalByte( unsigned byte );
 
+/// Whether a text has a decimal number with a zero before it: "010", or "4,010-12". It is 8 to some
+/// readers and 10 to others. Digits behind a letter or a point, "0x010" and "1.05", are none.
+[[nodiscard]] bool hasLeadingZero( std::string_view text );
+
 /// A letter, or byte, that may not be where it is.
 struct BadLetter
 {

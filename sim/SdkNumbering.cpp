@@ -1,5 +1,7 @@
 #include "sim/SdkNumbering.h"
 
+#include "sim/InputText.h"
+
 #include <charconv>
 #include <limits>
 #include <map>
@@ -123,7 +125,8 @@ SdkNumbering SdkNumbering::fromText( std::string_view text )
     uint32_t seed = 0;
     const auto [ end, error ] =
         std::from_chars( digits.data(), digits.data() + digits.size(), seed );
-    if ( error != std::errc() || end != digits.data() + digits.size() ) {
+    const bool isSeed = error == std::errc() && end == digits.data() + digits.size();
+    if ( !isSeed || hasLeadingZero( digits ) ) {
         throw noNumbering( text );
     }
     return shuffled( seed );

@@ -147,11 +147,7 @@ const std::string* YamlNode::numberText() const
     if ( kind_ != Kind::plainScalar ) {
         return nullptr;
     }
-    const std::size_t first = text_.starts_with( '-' ) ? 1 : 0;
-    constexpr std::string_view digits = "0123456789";
-    const bool hasLeadingZero = text_.size() > first + 1 && text_[ first ] == '0' &&
-                                text_.find_first_not_of( digits, first ) == std::string::npos;
-    if ( hasLeadingZero ) {
+    if ( hasLeadingZero( text_ ) ) {
         fail( "expected a number without a zero before it, found '" + text_ + "'" );
     }
     return &text_;

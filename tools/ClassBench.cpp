@@ -1,8 +1,11 @@
 #include "tools/ClassBench.h"
 
+#include "agent/tcam/IpAddress.h"
 #include "sim/InputError.h"
+#include "sim/InputText.h"
 #include "tools/TextFile.h"
 
+#include <fmt/format.h>
 #include <limits>
 #include <utility>
 
@@ -98,6 +101,9 @@ class LineReader
                 const std::string& expected )
     {
         const std::size_t firstDigit = at_;
+        if ( base == 10 && Sim::hasLeadingZero( text_.substr( firstDigit, 2 ) ) ) {
+            failAt( start, expected + " without a zero before it" );
+        }
         U64 value = 0;
         while ( at_ < text_.size() && digits.find( text_[ at_ ] ) != std::string_view::npos &&
                 value <= most ) {
@@ -137,8 +143,21 @@ class LineReader
     std::size_t at_ = 0;
 };
 
+/// "10.0.0.0/8"
+std::string prefixText( U32 address, U32 length )
+{
+    constexpr U32 byte = 0xFF;
+    return fmt::format( "{}.{}.{}.{}/{}",
+                        address >> 24,
+                        address >> 16 & byte,
+                        address >> 8 & byte,
+                        address & byte,
+                        length );
+}
+
 Ipv4Prefix readPrefix( LineReader& line )
 {
+    const std::size_t start = line.at();
     Ipv4Prefix prefix;
     for ( int byte = 0; byte < 4; ++byte ) {
         if ( byte > 0 ) {
@@ -149,6 +168,12 @@ Ipv4Prefix readPrefix( LineReader& line )
     }
     line.literal( "/" );
     prefix.length = static_cast< U8 >( line.decimal( 32, "a prefix length (0 to 32)" ) );
+    const U32 network = prefix.address & PeloraTcam::ip4PrefixMask( prefix.length );
+    if ( prefix.address != network ) {
+        line.failAt( start,
+                     "a prefix without bits behind its length, '" +
+                         prefixText( network, prefix.length ) + "'" );
+    }
     return prefix;
 }
 
@@ -208,6 +233,9 @@ Rule readRule( LineReader line )
 
 RuleSet parseRuleSet( std::string_view text, const std::string& file )
 {
+    if ( const std::optional< Sim::BadLetter > bad = Sim::firstNotUtf8( text ) ) {
+        throw Sim::InputError( file, bad->line, bad->column, bad->what );
+    }
     RuleSet ruleSet{ file, {} };
     int lineNumber = 0;
     while ( !text.empty() ) {

@@ -7,11 +7,9 @@ using Reference::IpPrefix;
 
 namespace {
 
-/// The bits behind the prefix may be written as anything and count for nothing.
 IpPrefix prefixOf( const Ipv4Prefix& prefix )
 {
-    const Agent::U32 mask = PeloraTcam::ip4PrefixMask( prefix.length );
-    return { PeloraTcam::IpAddress::v4( prefix.address & mask ), prefix.length };
+    return { PeloraTcam::IpAddress::v4( prefix.address ), prefix.length };
 }
 
 } // namespace

@@ -1,6 +1,9 @@
 #include "tools/IpPrefixReader.h"
 
+#include "sim/InputText.h"
+
 #include <arpa/inet.h>
+#include <array>
 #include <charconv>
 #include <optional>
 #include <string>
@@ -31,8 +34,33 @@ std::optional< Agent::U32 > lengthOf( std::string_view text, Agent::U32 greatest
     Agent::U32 length = 0;
     const char* last = text.data() + text.size();
     const auto [ end, error ] = std::from_chars( text.data(), last, length );
-    const bool isLength = error == std::errc() && end == last && length <= greatest;
+    const bool isLength =
+        error == std::errc() && end == last && length <= greatest && !Sim::hasLeadingZero( text );
     return isLength ? std::optional( length ) : std::nullopt;
+}
+
+/// The address with zeros behind so many bits.
+IpAddress networkOf( const IpAddress& address, Agent::U32 length )
+{
+    if ( !address.isV6() ) {
+        return IpAddress::v4( address.value() & PeloraTcam::ip4PrefixMask( length ) );
+    }
+    bcm_ip6_t mask{};
+    PeloraTcam::ip6PrefixMask( length, mask );
+    IpAddress::Bytes bytes = address.bytes();
+    for ( std::size_t index = 0; index < bytes.size(); ++index ) {
+        bytes[ index ] = static_cast< Agent::U8 >( bytes[ index ] & mask[ index ] );
+    }
+    return IpAddress::v6( bytes );
+}
+
+/// As it is usually written: "2001:db8::".
+std::string textOf( const IpAddress& address )
+{
+    std::array< char, INET6_ADDRSTRLEN > text{};
+    const Agent::U32 v4 = htonl( address.value() );
+    const void* bytes = address.isV6() ? static_cast< const void* >( address.bytes().data() ) : &v4;
+    return inet_ntop( address.isV6() ? AF_INET6 : AF_INET, bytes, text.data(), text.size() );
 }
 
 } // namespace
@@ -56,6 +84,11 @@ Reference::IpPrefix readIpPrefix( const Sim::YamlNode& node )
     if ( !length ) {
         node.fail( "expected a prefix length from 0 to " + std::to_string( allBits ) + ", found '" +
                    text.substr( slash + 1 ) + "'" );
+    }
+    const IpAddress network = networkOf( *address, *length );
+    if ( network != *address ) {
+        node.fail( "expected a prefix without bits behind its length, '" + textOf( network ) + "/" +
+                   std::to_string( *length ) + "', found '" + text + "'" );
     }
     return { *address, *length };
 }

@@ -1,5 +1,6 @@
 #include "tools/RateUnits.h"
 
+#include "sim/InputText.h"
 #include "sim/NameHints.h"
 
 #include <algorithm>
@@ -115,6 +116,9 @@ std::uint32_t read( const Sim::YamlNode& node, const Kind& kind )
         decimalOf( std::string_view( text ).substr( 0, unitStart ) );
     if ( !number ) {
         node.fail( fmt::format( "expected {}, found '{}'", kind.what, text ) );
+    }
+    if ( Sim::hasLeadingZero( text ) ) {
+        node.fail( fmt::format( "expected a number without a zero before it, found '{}'", text ) );
     }
     const std::string_view unit = std::string_view( text ).substr( unitStart );
     const std::uint64_t unitBits = unit.empty() ? bitsInAKilobit : bitsIn( unit, kind, node );

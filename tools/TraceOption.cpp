@@ -1,6 +1,7 @@
 #include "tools/TraceOption.h"
 
 #include "agent/base/Trace.h"
+#include "sim/InputText.h"
 #include "sim/NameHints.h"
 #include "tools/ExitCodes.h"
 
@@ -52,7 +53,7 @@ TraceSetting traceSettingFromOption( const std::string& text )
     }
     const std::string levels = text.substr( equals + 1 );
     const std::optional< Agent::U32 > mask = Agent::traceMaskFromText( levels );
-    if ( !mask ) {
+    if ( !mask || Sim::hasLeadingZero( levels ) ) {
         throw CommandLineError( "--trace: expected levels from 0 to 31 such as '4' or '0,8-9', "
                                 "'all' or 'none', found '" +
                                 levels + "'" );

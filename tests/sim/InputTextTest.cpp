@@ -44,6 +44,18 @@ TEST( InputTextTest, ControlCharacter_EachKind_IsItsNumber )
     }
 }
 
+TEST( InputTextTest, HasLeadingZero_DecimalNumbers_AreLookedAt )
+{
+    for ( const std::string_view text :
+          { "010", "00", "-01", "4,08", "1-02", "010Mbps", "00.5" } ) {
+        EXPECT_TRUE( hasLeadingZero( text ) ) << text;
+    }
+    for ( const std::string_view text :
+          { "", "0", "10", "0x010", "0.5", "1.05", "a01", "0-8,10" } ) {
+        EXPECT_FALSE( hasLeadingZero( text ) ) << text;
+    }
+}
+
 TEST( InputTextTest, FirstNotUtf8_SomeByte_IsToldInLetters )
 {
     const auto bad = firstNotUtf8( "a\n\u00e9\u20ac\xE9z\xFF" );

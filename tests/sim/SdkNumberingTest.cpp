@@ -185,6 +185,7 @@ TEST( SdkNumberingTest, FromText_AnythingElse_IsRefused )
                                      "shuffled:1x",
                                      "shuffled:-1",
                                      "shuffled: 1",
+                                     "shuffled:07",
                                      "shuffled:4294967296" } ) {
         EXPECT_EQ( errorText< std::invalid_argument >(
                        [ & ] { static_cast< void >( SdkNumbering::fromText( text ) ); } ),

@@ -132,6 +132,13 @@ TEST( CreateEntry, Read_SomethingIsWrong_SaysWhereAndRunsNothing )
           "3:50: expected a whole number from 0 to 2147483647, found '-1'" },
         { "{ name: a, group: b, actions: [ dropp ] }",
           "3:51: unknown value 'dropp', did you mean 'drop'?" },
+        { "{ name: a, group: b, src: 10.1.2.3/8 }",
+          "3:45: expected a prefix without bits behind its length, '10.0.0.0/8', found "
+          "'10.1.2.3/8'" },
+        { "{ name: a, group: b, src: 10.0.0.0/8, dst: '2001:db8::/32' }",
+          "3:62: expected IPv4 as in 'src', found IPv6" },
+        { "{ name: a, group: b, dst: '2001:db8::/32', ethertype: ipv4 }",
+          "3:73: expected IPv6 as in 'dst', found IPv4" },
         { "{ name: a }", "3:19: missing key 'group'" },
     };
     for ( const auto& [ step, message ] : cases ) {

@@ -6,11 +6,11 @@ namespace {
 
 using PeloraTcam::IpAddress;
 
-TEST( FilterRules, FilterRulesOf_Rules_AreTakenOverWithoutTheBitsBehindThePrefix )
+TEST( FilterRules, FilterRulesOf_Rules_AreTakenOver )
 {
     const Tool::RuleSet ruleSet = Tool::parseRuleSet(
-        "@10.1.2.3/8\t192.0.2.1/32\t0 : 65535\t80 : 81\t0x06/0xFF\t0x0200/0x0200\n"
-        "@1.2.3.4/0\t5.6.7.10/30\t53 : 53\t0 : 65535\t0x00/0x00\t0x0000/0x0000\n",
+        "@10.0.0.0/8\t192.0.2.1/32\t0 : 65535\t80 : 81\t0x06/0xFF\t0x0200/0x0200\n"
+        "@0.0.0.0/0\t5.6.7.8/30\t53 : 53\t0 : 65535\t0x00/0x00\t0x0000/0x0000\n",
         "two.rules" );
     const std::vector< Reference::FilterRule > rules = Tool::filterRulesOf( ruleSet );
     ASSERT_EQ( rules.size(), 2U );

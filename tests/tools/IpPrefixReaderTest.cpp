@@ -57,6 +57,25 @@ TEST( IpPrefixReader, Read_AnythingElse_Fails )
                "expected a prefix length from 0 to 32, found '-1'" );
     EXPECT_EQ( complaintAbout( "10.0.0.0/8x" ),
                "expected a prefix length from 0 to 32, found '8x'" );
+    EXPECT_EQ( complaintAbout( "10.0.0.0/08" ),
+               "expected a prefix length from 0 to 32, found '08'" );
+    EXPECT_EQ( complaintAbout( "010.0.0.0/8" ),
+               "expected a prefix such as '192.0.2.0/24' or '2001:db8::/32', found '010.0.0.0/8'" );
+}
+
+TEST( IpPrefixReader, Read_BitsBehindTheLength_FailsAndNamesThePrefix )
+{
+    EXPECT_EQ( complaintAbout( "10.1.2.3/8" ),
+               "expected a prefix without bits behind its length, '10.0.0.0/8', found "
+               "'10.1.2.3/8'" );
+    EXPECT_EQ( complaintAbout( "10.1.2.3/0" ),
+               "expected a prefix without bits behind its length, '0.0.0.0/0', found "
+               "'10.1.2.3/0'" );
+    EXPECT_EQ( complaintAbout( "2001:db8:ffff::1/33" ),
+               "expected a prefix without bits behind its length, '2001:db8:8000::/33', found "
+               "'2001:db8:ffff::1/33'" );
+    EXPECT_EQ( complaintAbout( "10.1.2.3/32" ), "none" );
+    EXPECT_EQ( complaintAbout( "2001:db8::1/128" ), "none" );
 }
 
 } // namespace

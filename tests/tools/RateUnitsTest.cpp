@@ -68,6 +68,15 @@ TEST( RateUnits, Read_UnknownUnit_HasAHint )
                "unknown unit 'KB/h/a', expected 'bps', 'kbps', 'Mbps', 'Gbps' or 'Tbps'" );
 }
 
+TEST( RateUnits, Read_ZeroBeforeTheNumber_Fails )
+{
+    for ( const std::string text : { "010Mbps", "010", "00.5Mbps" } ) {
+        EXPECT_EQ( complaintAbout( readRate, text ),
+                   "expected a number without a zero before it, found '" + text + "'" );
+    }
+    EXPECT_EQ( complaintAbout( readRate, "0.5Mbps" ), "none" );
+}
+
 TEST( RateUnits, Read_NotAWholeNumberOfKilobits_Fails )
 {
     EXPECT_EQ( complaintAbout( readRate, "1500bps" ),

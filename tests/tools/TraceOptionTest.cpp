@@ -41,6 +41,12 @@ TEST( TraceSettingFromOption, NoLevels_Throws )
                   Tool::CommandLineError );
 }
 
+TEST( TraceSettingFromOption, ZeroBeforeALevel_Throws )
+{
+    EXPECT_THROW( static_cast< void >( traceSettingFromOption( "ApiPelora=0,08" ) ),
+                  Tool::CommandLineError );
+}
+
 /// The facilities that the library's sources name.
 std::set< std::string > facilitiesInTheSources()
 {

@@ -131,14 +131,47 @@ void readPort( std::optional< Masked< Agent::U16 > >& port, const YamlNode& node
     port = Masked< Agent::U16 >{ number, 0xFFFF };
 }
 
+/// What version of IP an entry is for, and which key says so first.
+struct IpVersion
+{
+    std::string key;
+    bool isV6 = false;
+};
+
+/// A packet is of one version: fails at a key that says another one than an earlier key.
+void requireSameVersion( std::optional< IpVersion >& earlier,
+                         const IpVersion& version,
+                         const YamlNode& node )
+{
+    const auto nameOf = []( const IpVersion& which ) { return which.isV6 ? "IPv6" : "IPv4"; };
+    if ( earlier && earlier->isV6 != version.isV6 ) {
+        node.fail( fmt::format( "expected {} as in '{}', found {}",
+                                nameOf( *earlier ),
+                                earlier->key,
+                                nameOf( version ) ) );
+    }
+    earlier = version;
+}
+
 void readQualifiers( Sim::YamlMembers& members, Reference::EntryQualifiers& qualifiers )
 {
-    members.optional( "src",
-                      [ & ]( const YamlNode& node ) { qualifiers.source = readIpPrefix( node ); } );
-    members.optional(
-        "dst", [ & ]( const YamlNode& node ) { qualifiers.destination = readIpPrefix( node ); } );
+    constexpr Agent::U16 ipv4 = 0x0800;
+    constexpr Agent::U16 ipv6 = 0x86DD;
+    std::optional< IpVersion > version;
+    members.optional( "src", [ & ]( const YamlNode& node ) {
+        qualifiers.source = readIpPrefix( node );
+        requireSameVersion( version, { "src", qualifiers.source->address.isV6() }, node );
+    } );
+    members.optional( "dst", [ & ]( const YamlNode& node ) {
+        qualifiers.destination = readIpPrefix( node );
+        requireSameVersion( version, { "dst", qualifiers.destination->address.isV6() }, node );
+    } );
     members.optional( "ethertype", [ & ]( const YamlNode& node ) {
-        qualifiers.etherType = Masked< Agent::U16 >{ readEtherType( node ), 0xFFFF };
+        const Agent::U16 etherType = readEtherType( node );
+        qualifiers.etherType = Masked< Agent::U16 >{ etherType, 0xFFFF };
+        if ( etherType == ipv4 || etherType == ipv6 ) {
+            requireSameVersion( version, { "ethertype", etherType == ipv6 }, node );
+        }
     } );
     members.optional( "protocol", [ & ]( const YamlNode& node ) {
         const Agent::U8 protocol = readIpProtocol( node );
