@@ -91,8 +91,10 @@ void printStepOn( const ChipRun& run,
     for ( const Json& line : step.value( "lines", Json::array() ) ) {
         fmt::print( "     {:<{}}  {}\n", "", width, line.get< std::string >() );
     }
-    if ( step.contains( "assertion" ) ) {
-        fmt::print( "     {:<{}}  {}\n", "", width, step.at( "assertion" ).get< std::string >() );
+    for ( const char* why : { "errorLine", "apiError", "assertion", "end" } ) {
+        if ( step.contains( why ) ) {
+            fmt::print( "     {:<{}}  {}\n", "", width, step.at( why ).get< std::string >() );
+        }
     }
 }
 

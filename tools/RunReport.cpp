@@ -48,6 +48,9 @@ std::vector< std::string >
 lastWordLines( const LastWords& lastWords, const std::string& end, std::size_t width = 0 )
 {
     std::vector< std::string > lines;
+    if ( !lastWords.errorLine.empty() ) {
+        addLabelled( lines, "library:   ", lastWords.errorLine, width );
+    }
     if ( !lastWords.apiError.empty() ) {
         addLabelled( lines, "SDK call:  ", lastWords.apiError, width );
     }
@@ -99,11 +102,10 @@ class TextReport : public RunReport
         for ( const std::string& line : step.result.lines ) {
             fmt::print( "{}{}\n", detailIndent, line );
         }
-        if ( step.result.outcome == Outcome::aborted && step.asExpected ) {
-            for ( const std::string& line :
-                  lastWordLines( step.lastWords, step.end, widthBehind( detailIndent.size() ) ) ) {
-                fmt::print( "{}{}\n", detailIndent, painter_( Colour::quiet, line ) );
-            }
+        if ( step.result.outcome == Outcome::aborted ) {
+            printLastWords( step.lastWords,
+                            step.end,
+                            step.asExpected ? Colour::quiet : Colour::warning );
         }
         std::fflush( stdout );
     }
@@ -113,12 +115,7 @@ class TextReport : public RunReport
         printOccupancy( summary.chip );
         printSnapshot( summary.snapshot );
         if ( summary.unexpectedEnd ) {
-            printResult( Colour::bad,
-                         summary.unexpectedEnd->step
-                             ? fmt::format( "the library ended the process in step {} of {}",
-                                            summary.unexpectedEnd->step->index,
-                                            stepCount_ )
-                             : std::string( "the library ended the process between steps" ) );
+            printUnexpectedEnd( *summary.unexpectedEnd );
             fmt::print( stderr, "{}", unexpectedEndText( *summary.unexpectedEnd ) );
         } else if ( summary.notAsExpected > 0 ) {
             printResult(
@@ -134,6 +131,33 @@ class TextReport : public RunReport
     static constexpr std::size_t widestOutcome = 7;
     static constexpr std::string_view detailIndent = "      ";
     static constexpr std::size_t narrowest = 30; // Narrower columns of text are not made.
+
+    /// What the library said before it ended the process, and how the process ended.
+    void printLastWords( const LastWords& lastWords, const std::string& end, Colour colour ) const
+    {
+        for ( const std::string& line :
+              lastWordLines( lastWords, end, widthBehind( detailIndent.size() ) ) ) {
+            fmt::print( "{}{}\n", detailIndent, painter_( colour, line ) );
+        }
+    }
+
+    /// The result of a run that the library ended. The step that was running has told why.
+    void printUnexpectedEnd( const UnexpectedEnd& unexpected ) const
+    {
+        if ( unexpected.step ) {
+            const StepHeading& step = *unexpected.step;
+            printResult( Colour::bad,
+                         fmt::format( "the library ended the process in step {} of {}, {} {}",
+                                      step.index,
+                                      stepCount_,
+                                      step.kind,
+                                      step.name ) );
+            return;
+        }
+        printResult( Colour::bad, "the library ended the process between steps" );
+        printLastWords( unexpected.lastWords, unexpected.end, Colour::warning );
+        std::fflush( stdout );
+    }
 
     /// How wide a text behind so many columns may be; 0 for any width.
     [[nodiscard]] std::size_t widthBehind( std::size_t columns ) const
@@ -315,6 +339,9 @@ class JsonReport : public RunReport
     static void addLastWords( Json& json, const LastWords& lastWords, const std::string& end )
     {
         json[ "end" ] = end;
+        if ( !lastWords.errorLine.empty() ) {
+            json[ "errorLine" ] = lastWords.errorLine;
+        }
         if ( !lastWords.apiError.empty() ) {
             json[ "apiError" ] = lastWords.apiError;
         }

@@ -4,8 +4,8 @@
 /// object at the end.
 ///
 /// The reports are called in the parent process, in the order in which things happen in the child.
-/// Both print to standard output; the end of a run that the library ended goes to standard error
-/// as well, because it has to be seen.
+/// Both print to standard output. Why the library ended a run stands there and on standard error:
+/// a reader of either needs it, wherever the other one goes.
 
 #include "tools/ChildProcess.h"
 #include "tools/Json.h"

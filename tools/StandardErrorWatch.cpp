@@ -1,5 +1,6 @@
 #include "tools/StandardErrorWatch.h"
 
+#include <algorithm>
 #include <cerrno> // program_invocation_short_name
 #include <utility>
 
@@ -15,6 +16,20 @@ bool isApiError( std::string_view line )
 bool isAssertion( std::string_view line )
 {
     return line.find( ": Assertion `" ) != std::string_view::npos && line.ends_with( "' failed." );
+}
+
+/// Whether the line names what the library cannot translate, which the assertion behind it does not.
+bool isErrorLine( std::string_view line )
+{
+    constexpr std::string_view beginnings[] = {
+        "Unmapped actionType: ",
+        "Unmapped action: ",
+        "Unsupported qualifier ",
+        " Unsupported action: ",
+    };
+    return std::ranges::any_of( beginnings, [ line ]( std::string_view beginning ) {
+        return line.starts_with( beginning );
+    } );
 }
 
 /// The assertion without the name of the program, which is this one.
@@ -67,6 +82,9 @@ void StandardErrorWatch::takeLine( std::string_view line )
         heldBack_ += text;
     } else if ( isAssertion( line ) ) {
         lastWords_.assertion = withoutProgram( line );
+        heldBack_ += text;
+    } else if ( isErrorLine( line ) ) {
+        lastWords_.errorLine = line.substr( line.find_first_not_of( ' ' ) );
         heldBack_ += text;
     } else {
         passOn_( text );

@@ -2,7 +2,8 @@
 
 /// Picks the library's last words out of a child's standard error and passes the rest on.
 ///
-/// The line of a failed SDK call and the line of a failed assertion are held back, because the
+/// The line of a failed SDK call, that of a value without a translation and that of a failed
+/// assertion are held back, because the
 /// report of the step tells them; they are passed on after all when the step lives on. Only whole
 /// lines are passed on.
 
@@ -15,10 +16,14 @@ namespace Tool {
 /// What the library wrote before it ended the process; each may be empty.
 struct LastWords
 {
+    std::string errorLine; ///< what it could not translate: "Unsupported qualifier NAME"
     std::string apiError;  ///< FILE:LINE TEXT API ERROR:MESSAGE (RC)
     std::string assertion; ///< FILE:LINE: FUNCTION: Assertion `EXPRESSION' failed.
 
-    [[nodiscard]] bool empty() const { return apiError.empty() && assertion.empty(); }
+    [[nodiscard]] bool empty() const 
+    {
+        return errorLine.empty() && apiError.empty() && assertion.empty();
+    }
 };
 
 class StandardErrorWatch

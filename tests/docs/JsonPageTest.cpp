@@ -146,12 +146,17 @@ constexpr const char* someRules =
     "@192.0.2.0/24 198.51.100.2/32 0 : 65535 81 : 90 0x06/0xFF 0x0000/0x0000\n"
     "@192.0.2.0/24 198.51.100.3/32 0 : 65535 82 : 90 0x06/0xFF 0x0000/0x0000\n";
 
-// An end of the process that nobody expects.
+// Ends of the process that nobody expects.
 constexpr const char* endOfTheProcess = R"(chip: sdk6-tiny
 steps:
   - allocate-range-checker: { name: web, type: l4DstPort, low: 1, high: 2 }
   - inject-fault: { function: bcm_range_get, call: 1, fail: BCM_E_INTERNAL }
   - audit: all
+)";
+
+constexpr const char* noTranslation = R"(chip: sdk6-tiny
+steps:
+  - create-group: { name: acl, stage: ifp, key-size: 0, qualifiers: [ 180 ], actions: [] }
 )";
 
 /// What `run` prints for the examples and the scenarios above.
@@ -167,7 +172,7 @@ const std::vector< json >& runs()
         }
         const ToolFolder folder;
         folder.write( "some.rules", someRules );
-        for ( const char* scenario : { refusals, leftOut, endOfTheProcess } ) {
+        for ( const char* scenario : { refusals, leftOut, endOfTheProcess, noTranslation } ) {
             const ToolResult result = folder.runScenario( scenario, { "--json", "--snapshot" } );
             outputs.push_back( result.json() );
         }

@@ -120,7 +120,7 @@ TEST( RunReport, Run_AsTextAndLibraryEnds_SaysSoOnBoth )
     EXPECT_THAT( result.output,
                  HasSubstr( "\n3  audit                   all            aborted" ) );
     EXPECT_THAT( result.output,
-                 HasSubstr( "\nResult: the library ended the process in step 3 of 3\n" ) );
+                 HasSubstr( "\nResult: the library ended the process in step 3 of 3, audit all\n" ) );
     EXPECT_THAT( result.errors, HasSubstr( "sw collection is out of sync" ) );
 }
 

@@ -122,6 +122,41 @@ TEST( ScenarioRun, Run_AssertionFailsUnexpectedly_EndsWithThreeAndSaysWhich )
     EXPECT_THAT( result.errors, HasSubstr( "process:   ended by SIGABRT (Aborted)" ) );
 }
 
+TEST( ScenarioRun, RunAsText_AssertionFailsUnexpectedly_IsToldOnStandardOutputToo )
+{
+    const ToolResult result = ToolFolder().runScenario( tiny + web + corruptMax + audit + dns );
+    EXPECT_EQ( result.exitCode, 3 );
+    EXPECT_THAT( result.output,
+                 HasSubstr( "aborted  expected ok\n"
+                            "      assertion: PeloraTcam/PeloraTcamSdk6RangeCheckerHelper.cpp:" ) );
+    EXPECT_THAT( result.output, HasSubstr( "sw collection is out of sync" ) );
+    EXPECT_THAT( result.output, HasSubstr( "\n      process:   ended by SIGABRT (Aborted)\n" ) );
+    EXPECT_THAT( result.output,
+                 HasSubstr( "\nResult: the library ended the process in step 3 of 4, audit all\n" ) );
+}
+
+TEST( ScenarioRun, RunAsText_FatalCallUnexpectedly_IsToldOnStandardOutputToo )
+{
+    const ToolResult result = ToolFolder().runScenario( tiny + dropCreate + web + audit );
+    EXPECT_EQ( result.exitCode, 3 );
+    EXPECT_THAT( result.output, HasSubstr( "aborted  expected ok\n      SDK call:  PeloraTcam/" ) );
+    EXPECT_THAT( result.output, HasSubstr( " API ERROR:Entry not found (-7)\n" ) );
+    EXPECT_THAT( result.output, HasSubstr( "Assertion `0' failed.\n" ) );
+}
+
+TEST( ScenarioRun, Run_ValueWithoutATranslation_IsNamedInTheReport )
+{
+    const std::string group = "  - create-group: { name: a, stage: ifp, key-size: 0, qualifiers: [ "
+                              "180 ], actions: [] }\n    expect: aborted\n";
+    const ToolResult text = ToolFolder().runScenario( tiny + group );
+    EXPECT_EQ( text.exitCode, 0 );
+    EXPECT_EQ( text.errors, "" );
+    EXPECT_THAT( text.output,
+                 HasSubstr( "aborted  as expected\n      library:   Unsupported qualifier udf\n" ) );
+    EXPECT_EQ( runJson( tiny + group ).json().at( "steps" ).at( 0 ).at( "errorLine" ),
+               "Unsupported qualifier udf" );
+}
+
 TEST( ScenarioRun, Run_LibraryEndsUnexpectedly_TellsTheChipAsItWasBeforeTheStep )
 {
     const ToolResult result = runJson( tiny + web + corruptMax + audit );
