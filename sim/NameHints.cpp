@@ -1,6 +1,7 @@
 #include "sim/NameHints.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 
 namespace Sim {
@@ -33,6 +34,30 @@ size_t distanceOf( std::string_view left, std::string_view right )
     return distance[ left.size() ][ right.size() ];
 }
 
+std::string inLowerCase( std::string_view name )
+{
+    std::string lower( name );
+    std::ranges::transform( lower, lower.begin(), []( unsigned char letter ) {
+        return static_cast< char >( std::tolower( letter ) );
+    } );
+    return lower;
+}
+
+/// The candidates that begin with the name, whatever their case, if that says enough.
+std::vector< std::string > completionsOf( std::string_view name,
+                                          const std::vector< std::string >& candidates )
+{
+    constexpr size_t fewestLetters = 2;
+    std::vector< std::string > completions;
+    for ( const std::string& candidate : candidates ) {
+        if ( name.size() >= fewestLetters &&
+             inLowerCase( candidate ).starts_with( inLowerCase( name ) ) ) {
+            completions.push_back( candidate );
+        }
+    }
+    return completions;
+}
+
 /// The longer the names, the more letters may differ; names with nothing in common are not near.
 bool isNear( size_t distance, size_t longerLength )
 {
@@ -47,7 +72,7 @@ std::optional< std::string > nearestName( std::string_view name,
     std::optional< std::string > nearest;
     size_t least = 0;
     for ( const std::string& candidate : candidates ) {
-        const size_t distance = distanceOf( name, candidate );
+        const size_t distance = distanceOf( inLowerCase( name ), inLowerCase( candidate ) );
         const bool nearer = !nearest || distance < least;
         if ( nearer && isNear( distance, std::max( name.size(), candidate.size() ) ) ) {
             nearest = candidate;
@@ -70,6 +95,10 @@ std::string quotedNames( const std::vector< std::string >& names )
 
 std::string nameHint( std::string_view name, const std::vector< std::string >& candidates )
 {
+    const std::vector< std::string > completions = completionsOf( name, candidates );
+    if ( !completions.empty() && completions.size() <= mostNamesToList ) {
+        return ", did you mean " + quotedNames( completions ) + "?";
+    }
     if ( const std::optional< std::string > nearest = nearestName( name, candidates ) ) {
         return ", did you mean '" + *nearest + "'?";
     }

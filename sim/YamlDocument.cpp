@@ -44,6 +44,9 @@ std::string reasonOf( const YAML::Exception& error, const std::string& text )
     if ( beginsWithTab( text, error.mark.line ) ) {
         return "a tab, where only blanks may indent";
     }
+    if ( error.msg == "end of map not found" || error.msg == "end of sequence not found" ) {
+        return "indented as no line before it";
+    }
     return withoutTrailingBlanks( error.msg );
 }
 

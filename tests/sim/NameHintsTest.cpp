@@ -47,6 +47,21 @@ TEST( NameHintsTest, NameHint_Near_AsksWhetherItWasMeant )
     EXPECT_EQ( nameHint( "chp", keys ), ", did you mean 'chip'?" );
 }
 
+TEST( NameHintsTest, NameHint_OtherCase_AsksWhetherItWasMeant )
+{
+    EXPECT_EQ( nameHint( "CHIP", keys ), ", did you mean 'chip'?" );
+    EXPECT_EQ( nameHint( "L4DSTPORT", { "l4SrcPort", "l4DstPort" } ),
+               ", did you mean 'l4DstPort'?" );
+}
+
+TEST( NameHintsTest, NameHint_BeginningOfNames_NamesThoseBeforeANearerOne )
+{
+    EXPECT_EQ( nameHint( "sdk6", { "hsdk", "sdk6-udf", "sdk6-flex" } ),
+               ", did you mean 'sdk6-udf' or 'sdk6-flex'?" );
+    EXPECT_EQ( nameHint( "l4Dst", { "l4SrcPort", "l4DstPort" } ), ", did you mean 'l4DstPort'?" );
+    EXPECT_EQ( nameHint( "c", keys ).find( "did you mean" ), std::string::npos );
+}
+
 TEST( NameHintsTest, NameHint_NothingNear_ListsTheNames )
 {
     EXPECT_EQ( nameHint( "zzz", { "one", "two" } ), ", expected 'one' or 'two'" );

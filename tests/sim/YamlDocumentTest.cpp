@@ -302,6 +302,8 @@ TEST( YamlDocumentTest, FromText_SecondDocument_IsRefused )
 TEST( YamlDocumentTest, FromText_NoYaml_IsRefusedWithPosition )
 {
     EXPECT_EQ( parseError( "a: 1\nb: c: d\n" ), "f:2:5: not YAML: illegal map value" );
+    EXPECT_EQ( parseError( "a:\n  - b: 1\n c: 2\n" ),
+               "f:3:2: not YAML: indented as no line before it" );
 }
 
 TEST( YamlDocumentTest, FromText_BracketOrQuoteLeftOpen_IsReportedWhereItOpens )
