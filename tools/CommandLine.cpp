@@ -2,17 +2,20 @@
 
 #include "sim/InputError.h"
 #include "tools/CommandLineHints.h"
+#include "tools/CommandLineOrder.h"
 #include "tools/Compare.h"
 #include "tools/DecodeTrace.h"
 #include "tools/ExitCodes.h"
 #include "tools/ExplainUdf.h"
 #include "tools/Maps.h"
+#include "tools/PrintableText.h"
 #include "tools/Profiles.h"
 #include "tools/RingDump.h"
 #include "tools/ScenarioRun.h"
 #include "tools/TextFile.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
 #include <functional>
@@ -422,7 +425,12 @@ Command readCommandLine( CLI::App& app, int argumentCount, const char* const* ar
     addMaps( app, command );
     addDecodeTrace( app, command );
     addExplainUdf( app, command );
-    app.parse( argumentCount, arguments );
+    requireValues( app );
+    std::vector< std::string > words =
+        withCommandFirst( app, { arguments + 1, arguments + argumentCount } );
+    refuseEmptyValues( app, words );
+    std::ranges::reverse( words ); // The parser wants the last one first.
+    app.parse( std::move( words ) );
     return command;
 }
 
@@ -441,16 +449,16 @@ int runCommand( const Command& command )
     try {
         return flushed( command() );
     } catch ( const Sim::InputError& error ) {
-        fmt::print( stderr, "{}\n", error.what() );
+        fmt::print( stderr, "{}\n", printable( error.what() ) );
         return exitBadInput;
     } catch ( const UnreadableFile& error ) {
-        fmt::print( stderr, "pelora-tcam: {}\n", error.what() );
+        fmt::print( stderr, "pelora-tcam: {}\n", printable( error.what() ) );
         return exitBadInput;
     } catch ( const CommandLineError& error ) {
-        fmt::print( stderr, "pelora-tcam: {}\n", error.what() );
+        fmt::print( stderr, "pelora-tcam: {}\n", printable( error.what() ) );
         return exitBadInput;
     } catch ( const std::exception& error ) {
-        fmt::print( stderr, "pelora-tcam: {}\n", error.what() );
+        fmt::print( stderr, "pelora-tcam: {}\n", printable( error.what() ) );
         return exitToolFailed;
     }
 }

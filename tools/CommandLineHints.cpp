@@ -1,6 +1,8 @@
 #include "tools/CommandLineHints.h"
 
 #include "sim/NameHints.h"
+#include "tools/CommandLineOrder.h"
+#include "tools/PrintableText.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -22,31 +24,17 @@ const CLI::App* commandOf( const CLI::App& app )
     return commands.empty() ? nullptr : commands.front();
 }
 
-std::vector< std::string > commandNames( const CLI::App& app )
-{
-    std::vector< std::string > names;
-    for ( const CLI::App* command :
-          app.get_subcommands( []( const CLI::App* ) { return true; } ) ) {
-        names.push_back( command->get_name() );
-    }
-    return names;
-}
-
-std::vector< std::string > optionNames( const CLI::App& app )
-{
-    std::vector< std::string > names;
-    for ( const CLI::Option* option : app.get_options() ) {
-        for ( const std::string& name : option->get_lnames() ) {
-            names.push_back( "--" + name );
-        }
-    }
-    return names;
-}
-
+/// An option that other commands have is named with them, one that none has with the nearest that
+/// the command has.
 std::string unknownOptionText( const CLI::App& app, const std::string& argument )
 {
     const std::string option = argument.substr( 0, argument.find( '=' ) );
     const CLI::App* command = commandOf( app );
+    const std::string others = commandsWith( app, option );
+    if ( command != nullptr && !others.empty() ) {
+        return fmt::format(
+            "'{}' has no option '{}', which belongs to {}", command->get_name(), option, others );
+    }
     return fmt::format(
         "unknown option '{}'{}{}",
         option,
@@ -78,12 +66,28 @@ std::string unwantedText( const CLI::App& app )
 
 } // namespace
 
+namespace {
+
+/// The parser's words for too few values, or for an option that is given again, count arguments.
+std::string parserText( const CLI::ParseError& refusal )
+{
+    const std::string text = refusal.what();
+    if ( dynamic_cast< const CLI::ArgumentMismatch* >( &refusal ) == nullptr ) {
+        return text;
+    }
+    const bool isAgain = text.find( "At Most" ) != std::string::npos;
+    return text.substr( 0, text.find( ':' ) ) +
+           ( isAgain ? ": given more than once" : ": expected a value" );
+}
+
+} // namespace
+
 std::string refusedCommandLineText( const CLI::App& app, const CLI::ParseError& refusal )
 {
     const std::string unwanted = unwantedText( app );
     const CLI::App* command = commandOf( app );
     return fmt::format( "pelora-tcam: {}\nRun 'pelora-tcam {}--help' for how it is used.\n",
-                        unwanted.empty() ? refusal.what() : unwanted,
+                        printable( unwanted.empty() ? parserText( refusal ) : unwanted ),
                         command == nullptr ? "" : command->get_name() + " " );
 }
 

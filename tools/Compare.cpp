@@ -1,6 +1,7 @@
 #include "tools/Compare.h"
 
 #include "tools/ExitCodes.h"
+#include "tools/PrintableText.h"
 #include "tools/ScenarioRun.h"
 #include "tools/Terminal.h"
 
@@ -54,6 +55,12 @@ std::size_t widestChip( const std::vector< ChipRun >& runs )
     return width;
 }
 
+/// A member that is a text, as it may be shown.
+std::string textOf( const Json& object, const char* member )
+{
+    return printable( object.at( member ).get< std::string >() );
+}
+
 /// "ok", or in colour what was not expected.
 std::string outcomeText( const Json& step, const Painter& painter )
 {
@@ -79,21 +86,21 @@ void printStepOn( const ChipRun& run,
         return;
     }
     const Json& step = steps.at( index );
-    fmt::print( "     {:<{}}  {} {}\n",
-                chip,
-                width,
-                outcomeText( step, painter ),
-                step.at( "text" ).get< std::string >() );
+    fmt::print(
+        "     {:<{}}  {} {}\n", chip, width, outcomeText( step, painter ), textOf( step, "text" ) );
     if ( step.contains( "given" ) ) {
+        fmt::print( "     {:<{}}  given:  {}\n", "", width, textOf( step, "given" ) );
+    }
+    for ( const Json& note : step.value( "notes", Json::array() ) ) {
         fmt::print(
-            "     {:<{}}  given:  {}\n", "", width, step.at( "given" ).get< std::string >() );
+            "     {:<{}}  note:   {}\n", "", width, printable( note.get< std::string >() ) );
     }
     for ( const Json& line : step.value( "lines", Json::array() ) ) {
-        fmt::print( "     {:<{}}  {}\n", "", width, line.get< std::string >() );
+        fmt::print( "     {:<{}}  {}\n", "", width, printable( line.get< std::string >() ) );
     }
     for ( const char* why : { "errorLine", "apiError", "assertion", "end" } ) {
         if ( step.contains( why ) ) {
-            fmt::print( "     {:<{}}  {}\n", "", width, step.at( why ).get< std::string >() );
+            fmt::print( "     {:<{}}  {}\n", "", width, textOf( step, why ) );
         }
     }
 }
@@ -119,14 +126,14 @@ void printText( const CompareOptions& options, const std::vector< ChipRun >& run
 {
     const Painter painter( mayColour( STDOUT_FILENO ) );
     const std::size_t width = widestChip( runs );
-    fmt::print( "{}\n", options.scenario );
+    fmt::print( "{}\n", printable( options.scenario ) );
     const Json& steps = longest( runs ).report.at( "steps" );
     for ( std::size_t index = 0; index < steps.size(); ++index ) {
         const Json& step = steps.at( index );
         fmt::print( "\n{:>3}  {}  {}\n",
                     index + 1,
                     step.at( "step" ).get< std::string >(),
-                    step.at( "name" ).get< std::string >() );
+                    textOf( step, "name" ) );
         if ( runs.size() > 1 && isSameOnAll( runs, index ) ) {
             printStepOn( runs.front(), "all", index, width, painter );
             continue;

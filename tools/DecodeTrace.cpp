@@ -3,6 +3,7 @@
 #include "agent/base/RingTraceDecoder.h"
 #include "tools/ExitCodes.h"
 #include "tools/Json.h"
+#include "tools/PrintableText.h"
 #include "tools/TextFile.h"
 
 #include <algorithm>
@@ -63,7 +64,7 @@ void printText( const Rings& rings )
     for ( const DecodedRing& ring : rings ) {
         fmt::print( "Trace of {} records, {} written in all\n", ring.records.size(), ring.written );
         for ( const Agent::DecodedRecord& record : ring.records ) {
-            fmt::print( "{}\n", Agent::decodedRecordText( record ) );
+            fmt::print( "{}\n", printable( Agent::decodedRecordText( record ) ) );
         }
     }
 }
@@ -72,11 +73,14 @@ void printText( const Rings& rings )
 bool reportProblems( const std::string& file, const Rings& rings )
 {
     if ( rings.empty() ) {
-        fmt::print( stderr, "{}: holds no ring-buffer trace\n", file );
+        fmt::print( stderr, "{}: holds no ring-buffer trace\n", printable( file ) );
     }
     for ( const DecodedRing& ring : rings ) {
         if ( !ring.problem.empty() ) {
-            fmt::print( stderr, "{}: the trace is damaged: {}\n", file, ring.problem );
+            fmt::print( stderr,
+                        "{}: the trace is damaged: {}\n",
+                        printable( file ),
+                        printable( ring.problem ) );
         }
     }
     return rings.empty() ||

@@ -5,6 +5,7 @@
 #include "sim/SdkNumbering.h"
 #include "tools/ChildProcess.h"
 #include "tools/ExitCodes.h"
+#include "tools/PrintableText.h"
 #include "tools/StandardErrorWatch.h"
 #include "tools/UdfDescReader.h"
 #include "tools/UdfExplanation.h"
@@ -176,8 +177,9 @@ void printText( const std::string& chip, const UdfDesc& desc, const Json& explan
 {
     fmt::print( "{}, on chip {}\n\n", udfPlaceText( desc ), chip );
     for ( const Json& line : explanation.at( "lines" ) ) {
-        fmt::print(
-            "  {:<15}{}\n", line.at( 0 ).get< std::string >(), line.at( 1 ).get< std::string >() );
+        fmt::print( "  {:<15}{}\n",
+                    line.at( 0 ).get< std::string >(),
+                    printable( line.at( 1 ).get< std::string >() ) );
     }
 }
 
@@ -208,7 +210,7 @@ int showUdfExplanation( const ExplainUdfOptions& options )
     Json explanation;
     std::string running;
     StandardErrorWatch standardError(
-        []( std::string_view text ) { fmt::print( stderr, "{}", text ); } );
+        []( std::string_view text ) { fmt::print( stderr, "{}", printableLines( text ) ); } );
     const ChildEnd end = runInChild(
         [ & ]( EventSender& events ) {
             events.send( explainInChild( scenario, existing, desc, numbering, events ) );

@@ -9,21 +9,14 @@ namespace Tool {
 
 using Json = nlohmann::ordered_json;
 
-/// The value as text: on one line, or indented. Bytes that are no UTF-8 are replaced.
-[[nodiscard]] inline std::string jsonText( const Json& value, int indent = -1 )
-{
-    return value.dump( indent, ' ', false, Json::error_handler_t::replace );
-}
+/// The value as text: on one line, or indented. Control characters are escaped, those too that JSON
+/// may have as they are; bytes that are no UTF-8 are replaced by U+FFFD.
+[[nodiscard]] std::string jsonText( const Json& value, int indent = -1 );
 
 /// The version of the form of all that `--json` prints. Members may be added without a new one.
 inline constexpr int jsonFormatVersion = 1;
 
 /// The text of a whole output: the members behind the version.
-[[nodiscard]] inline std::string jsonDocument( const Json& members )
-{
-    Json document = { { "formatVersion", jsonFormatVersion } };
-    document.update( members );
-    return jsonText( document, 2 );
-}
+[[nodiscard]] std::string jsonDocument( const Json& members );
 
 } // namespace Tool

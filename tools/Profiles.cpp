@@ -4,6 +4,7 @@
 #include "sim/SimulatedSdk.h"
 #include "tools/ExitCodes.h"
 #include "tools/Json.h"
+#include "tools/PrintableText.h"
 #include "tools/TextFile.h"
 
 #include <algorithm>
@@ -103,7 +104,7 @@ int showProfiles( const ProfilesOptions& options )
     } else if ( isBuiltIn( options.name ) ) {
         fmt::print( "{}", Sim::builtInProfileText( options.name ) );
     } else {
-        fmt::print( "{}", readTextFile( options.name ) );
+        fmt::print( "{}", printableLines( readTextFile( options.name ) ) );
     }
     return exitAsExpected;
 }

@@ -1,6 +1,7 @@
 #include "tools/RunReport.h"
 
 #include "tools/ExitCodes.h"
+#include "tools/PrintableText.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -37,7 +38,8 @@ void addLabelled( std::vector< std::string >& lines,
                   std::size_t width )
 {
     std::string start = label;
-    for ( const std::string& line : folded( text, width - std::min( width, label.size() ) ) ) {
+    for ( const std::string& line :
+          folded( printable( text ), width - std::min( width, label.size() ) ) ) {
         lines.push_back( start + line );
         start.assign( label.size(), ' ' );
     }
@@ -73,12 +75,12 @@ class TextReport : public RunReport
     {
         for ( const StepHeading& step : heading.steps ) {
             kindWidth_ = std::max( kindWidth_, step.kind.size() );
-            nameWidth_ = std::max( nameWidth_, step.name.size() );
+            nameWidth_ = std::max( nameWidth_, printable( step.name ).size() );
         }
         stepCount_ = heading.steps.size();
         profile_ = heading.profile;
         fmt::print( "{}: {} on chip {}, unit {}, pipe {}, numbering {}\n\n",
-                    heading.scenario,
+                    printable( heading.scenario ),
                     counted( stepCount_, "step" ),
                     heading.profile,
                     heading.unit,
@@ -95,17 +97,17 @@ class TextReport : public RunReport
                                                std::to_string( stepCount_ ).size(),
                                                heading.kind,
                                                kindWidth_,
-                                               heading.name,
+                                               printable( heading.name ),
                                                nameWidth_ );
         fmt::print( "{}{}", start, paintedOutcome( step ) );
         printRemark( step, start.size() + widestOutcome );
         for ( const std::string& line : step.result.lines ) {
-            fmt::print( "{}{}\n", detailIndent, line );
+            fmt::print( "{}{}\n", detailIndent, printable( line ) );
         }
+        printNotes( step.result.produced );
         if ( step.result.outcome == Outcome::aborted ) {
-            printLastWords( step.lastWords,
-                            step.end,
-                            step.asExpected ? Colour::quiet : Colour::warning );
+            printLastWords(
+                step.lastWords, step.end, step.asExpected ? Colour::quiet : Colour::warning );
         }
         std::fflush( stdout );
     }
@@ -132,6 +134,19 @@ class TextReport : public RunReport
     static constexpr std::string_view detailIndent = "      ";
     static constexpr std::size_t narrowest = 30; // Narrower columns of text are not made.
 
+    /// What a step wants known of what it produced.
+    void printNotes( const Json& produced ) const
+    {
+        std::vector< std::string > lines;
+        for ( const Json& note : produced.value( "notes", Json::array() ) ) {
+            const std::string text = note.get< std::string >();
+            addLabelled( lines, "note: ", text, widthBehind( detailIndent.size() ) );
+        }
+        for ( const std::string& line : lines ) {
+            fmt::print( "{}{}\n", detailIndent, line );
+        }
+    }
+
     /// What the library said before it ended the process, and how the process ended.
     void printLastWords( const LastWords& lastWords, const std::string& end, Colour colour ) const
     {
@@ -151,7 +166,7 @@ class TextReport : public RunReport
                                       step.index,
                                       stepCount_,
                                       step.kind,
-                                      step.name ) );
+                                      printable( step.name ) ) );
             return;
         }
         printResult( Colour::bad, "the library ended the process between steps" );
@@ -189,7 +204,7 @@ class TextReport : public RunReport
     void printRemark( const StepReport& step, std::size_t columns ) const
     {
         const std::string verdict = verdictOn( step );
-        const std::string& text = step.result.text;
+        const std::string text = printable( step.result.text );
         const std::string remark = verdict + ( verdict.empty() || text.empty() ? "" : ": " ) + text;
         if ( remark.empty() ) {
             fmt::print( "\n" );
@@ -226,12 +241,17 @@ class TextReport : public RunReport
     {
         const std::uint64_t peak = resource.at( "peak" );
         const std::uint64_t capacity = resource.at( "capacity" );
-        const std::string line = fmt::format( "  {:<{}}  {:>8}  {:>8}  {:>8}",
+        const std::string setAside =
+            resource.contains( "setAside" )
+                ? fmt::format( "  {} set aside", resource.at( "setAside" ).get< std::uint64_t >() )
+                : std::string();
+        const std::string line = fmt::format( "  {:<{}}  {:>8}  {:>8}  {:>8}{}",
                                               name,
                                               width - 2,
                                               resource.at( "used" ).get< std::uint64_t >(),
                                               peak,
-                                              capacity );
+                                              capacity,
+                                              setAside );
         if ( peak == 0 ) {
             return painter_( Colour::quiet, line );
         }
@@ -254,7 +274,7 @@ class TextReport : public RunReport
                                      field.at( "name" ).get< std::string >(),
                                      field.at( "value" ).get< std::string >() );
             }
-            fmt::print( "  {}\n", line );
+            fmt::print( "  {}\n", printable( line ) );
         }
     }
 
@@ -388,7 +408,7 @@ std::string unexpectedEndText( const UnexpectedEnd& unexpected )
     if ( unexpected.step ) {
         const StepHeading& step = *unexpected.step;
         text += fmt::format( " in step {}, {}", step.index, step.kind );
-        text += step.name.empty() ? "" : " " + step.name;
+        text += step.name.empty() ? "" : " " + printable( step.name );
     } else {
         text += " between steps";
     }

@@ -1,5 +1,6 @@
 #include "tools/ScenarioRun.h"
 
+#include "tools/PrintableText.h"
 #include "tools/ScenarioChild.h"
 
 #include <algorithm>
@@ -63,7 +64,7 @@ class RunWatcher
         , progress_( progress )
         , standardError_( [ this ]( std::string_view text ) {
             progress_.clear();
-            fmt::print( stderr, "{}", text );
+            fmt::print( stderr, "{}", printableLines( text ) );
         } )
     {
         report_.runStarts( heading_ );
@@ -119,8 +120,12 @@ class RunWatcher
 
     void showProgress( std::size_t done, std::size_t total )
     {
-        progress_.show( fmt::format(
-            "{}  {} {}  {} of {}", running_->index, running_->kind, running_->name, done, total ) );
+        progress_.show( fmt::format( "{}  {} {}  {} of {}",
+                                     running_->index,
+                                     running_->kind,
+                                     printable( running_->name ),
+                                     done,
+                                     total ) );
     }
 
     void stepEnded( const Json& event )

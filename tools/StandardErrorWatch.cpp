@@ -18,7 +18,8 @@ bool isAssertion( std::string_view line )
     return line.find( ": Assertion `" ) != std::string_view::npos && line.ends_with( "' failed." );
 }
 
-/// Whether the line names what the library cannot translate, which the assertion behind it does not.
+/// Whether the line names what the library cannot translate, which the assertion behind it does
+/// not.
 bool isErrorLine( std::string_view line )
 {
     constexpr std::string_view beginnings[] = {

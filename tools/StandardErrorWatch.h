@@ -20,7 +20,7 @@ struct LastWords
     std::string apiError;  ///< FILE:LINE TEXT API ERROR:MESSAGE (RC)
     std::string assertion; ///< FILE:LINE: FUNCTION: Assertion `EXPRESSION' failed.
 
-    [[nodiscard]] bool empty() const 
+    [[nodiscard]] bool empty() const
     {
         return errorLine.empty() && apiError.empty() && assertion.empty();
     }

@@ -182,6 +182,14 @@ TEST( CompletionTest, Options_OfEachCommand_AreThoseOfItsHelp )
     }
 }
 
+TEST( CompletionTest, OptionsInFrontOfTheCommand_DoNotHideIt )
+{
+    EXPECT_EQ( completionsOf( { "pelora-tcam", "--json", "dec" } ),
+               ( std::set< std::string >{ "decode-trace" } ) );
+    EXPECT_EQ( completionsOf( { "pelora-tcam", "--json", "maps", "--" } ),
+               asSet( optionsOf( { "maps" } ) ) );
+}
+
 TEST( CompletionTest, ProfileNames_AreOfferedWhereAProfileIsWanted )
 {
     for ( const auto& line : { std::vector< std::string >{ "pelora-tcam", "run", "--chip", "sdk6" },

@@ -52,6 +52,70 @@ TEST( CommandLineHints, OptionOfACommand_IsUnknown_IsNamedWithTheNearest )
                      "pelora-tcam maps --help" } );
 }
 
+TEST( CommandLineHints, Option_OfOtherCommands_IsNamedWithThose )
+{
+    expectRefused( { { "profiles", "--chip", "hsdk" },
+                     "'profiles' has no option '--chip', which belongs to 'run', 'compare' or "
+                     "'explain-udf'",
+                     "pelora-tcam profiles --help" } );
+    expectRefused( { { "--chip", "hsdk", "profiles" },
+                     "'profiles' has no option '--chip', which belongs to 'run', 'compare' or "
+                     "'explain-udf'",
+                     "pelora-tcam --help" } );
+}
+
+TEST( CommandLineHints, Option_WithoutAValueOrGivenAgain_IsNamed )
+{
+    expectRefused( { { "run", "--chip" }, "--chip: expected a value", "pelora-tcam run --help" } );
+    expectRefused( { { "run", "--chip", "hsdk", "--chip", "hsdk", "scenario.yaml" },
+                     "--chip: given more than once",
+                     "pelora-tcam run --help" } );
+}
+
+TEST( CommandLineHints, OptionInFront_IsUnknown_NoOptionIsNamedThatTheCommandHasNot )
+{
+    expectRefused( { { "--jsn", "profiles" },
+                     "unknown option '--jsn', did you mean '--json'?",
+                     "pelora-tcam --help" } );
+    expectRefused(
+        { { "--chp", "hsdk", "maps" }, "unknown option '--chp'", "pelora-tcam --help" } );
+    expectRefused(
+        { { "--chp" }, "unknown option '--chp', did you mean '--chip'?", "pelora-tcam --help" } );
+}
+
+TEST( CommandLineHints, OptionInFront_WithoutACommand_TheCommandsAreNamed )
+{
+    expectRefused( { { "--trace", "ApiPelora=4" },
+                     "expected a command with the option '--trace': 'run'",
+                     "pelora-tcam --help" } );
+    expectRefused( { { "--json", "profils" },
+                     "unknown command 'profils', did you mean 'profiles'?",
+                     "pelora-tcam --help" } );
+}
+
+TEST( CommandLineHints, Value_IsEmpty_IsRefusedAndDoesNotTakeTheNextArgument )
+{
+    expectRefused( { { "run", "--chip=", "scenario.yaml" },
+                     "--chip: expected a value behind '='",
+                     "pelora-tcam --help" } );
+    expectRefused( { { "run", "--chip", "", "scenario.yaml" },
+                     "--chip: expected a value, found nothing",
+                     "pelora-tcam run --help" } );
+    expectRefused(
+        { { "run", "" }, "SCENARIO: expected a value, found nothing", "pelora-tcam run --help" } );
+    expectRefused( { { "profiles", "" },
+                     "NAME: expected a value, found nothing",
+                     "pelora-tcam profiles --help" } );
+}
+
+TEST( CommandLineHints, Argument_HasControlCharacters_IsShownWithoutThem )
+{
+    expectRefused( { { "a\x1b[31m\nb" },
+                     "unknown command 'a\\x1b[31m\\nb', expected 'run', 'compare', 'profiles', "
+                     "'maps', 'decode-trace' or 'explain-udf'",
+                     "pelora-tcam --help" } );
+}
+
 TEST( CommandLineHints, RequiredOption_IsMisspelt_TheMisspellingIsNamed )
 {
     expectRefused( { { "explain-udf", "--bse", "l3Header", "--offset", "0", "--length", "2" },

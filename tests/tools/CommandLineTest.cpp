@@ -47,6 +47,19 @@ TEST( CommandLine, Version_AnyTime_IsPrinted )
     EXPECT_THAT( result.output, testing::MatchesRegex( "pelora-tcam [0-9]+\\.[0-9]+\\.[0-9]+\n" ) );
 }
 
+TEST( CommandLine, OptionsInFrontOfTheCommand_AreItsOptions )
+{
+    EXPECT_EQ( runTool( { "--json", "profiles" } ).output,
+               runTool( { "profiles", "--json" } ).output );
+    const ToolFolder folder;
+    folder.write( "scenario.yaml", "chip: sdk6-tiny\nsteps:\n  - audit: all\n" );
+    const ToolResult result = folder.run(
+        { "--chip", "hsdk", "--numbering=shuffled:3", "--json", "run", "scenario.yaml" } );
+    EXPECT_EQ( result.exitCode, 0 ) << result.errors;
+    EXPECT_EQ( result.json().at( "profile" ), "hsdk" );
+    EXPECT_EQ( result.json().at( "numbering" ), "shuffled:3" );
+}
+
 TEST( CommandLine, OptionsOfRun_HaveBadValues_EndWithTwoAndSayWhatWasExpected )
 {
     const std::vector< std::pair< std::vector< std::string >, std::string > > table = {

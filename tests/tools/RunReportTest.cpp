@@ -119,8 +119,9 @@ TEST( RunReport, Run_AsTextAndLibraryEnds_SaysSoOnBoth )
     const ToolResult result = ToolFolder().runScenario( tiny + web + corruptMax + audit );
     EXPECT_THAT( result.output,
                  HasSubstr( "\n3  audit                   all            aborted" ) );
-    EXPECT_THAT( result.output,
-                 HasSubstr( "\nResult: the library ended the process in step 3 of 3, audit all\n" ) );
+    EXPECT_THAT(
+        result.output,
+        HasSubstr( "\nResult: the library ended the process in step 3 of 3, audit all\n" ) );
     EXPECT_THAT( result.errors, HasSubstr( "sw collection is out of sync" ) );
 }
 

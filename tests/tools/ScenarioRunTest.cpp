@@ -131,8 +131,9 @@ TEST( ScenarioRun, RunAsText_AssertionFailsUnexpectedly_IsToldOnStandardOutputTo
                             "      assertion: PeloraTcam/PeloraTcamSdk6RangeCheckerHelper.cpp:" ) );
     EXPECT_THAT( result.output, HasSubstr( "sw collection is out of sync" ) );
     EXPECT_THAT( result.output, HasSubstr( "\n      process:   ended by SIGABRT (Aborted)\n" ) );
-    EXPECT_THAT( result.output,
-                 HasSubstr( "\nResult: the library ended the process in step 3 of 4, audit all\n" ) );
+    EXPECT_THAT(
+        result.output,
+        HasSubstr( "\nResult: the library ended the process in step 3 of 4, audit all\n" ) );
 }
 
 TEST( ScenarioRun, RunAsText_FatalCallUnexpectedly_IsToldOnStandardOutputToo )
@@ -151,8 +152,9 @@ TEST( ScenarioRun, Run_ValueWithoutATranslation_IsNamedInTheReport )
     const ToolResult text = ToolFolder().runScenario( tiny + group );
     EXPECT_EQ( text.exitCode, 0 );
     EXPECT_EQ( text.errors, "" );
-    EXPECT_THAT( text.output,
-                 HasSubstr( "aborted  as expected\n      library:   Unsupported qualifier udf\n" ) );
+    EXPECT_THAT(
+        text.output,
+        HasSubstr( "aborted  as expected\n      library:   Unsupported qualifier udf\n" ) );
     EXPECT_EQ( runJson( tiny + group ).json().at( "steps" ).at( 0 ).at( "errorLine" ),
                "Unsupported qualifier udf" );
 }

@@ -13,6 +13,19 @@ _pelora_tcam_facilities() {
     pelora-tcam run --help 2> /dev/null | sed -n '/^Facilities/,$s/^  \(.*\)$/\1=/p'
 }
 
+# The sub-command among the words, which may have options in front of it.
+_pelora_tcam_command() {
+    local each
+    for each in "$@"; do
+        case $each in
+        run | compare | profiles | maps | decode-trace | explain-udf)
+            echo "$each"
+            return
+            ;;
+        esac
+    done
+}
+
 # The options of a sub-command; of the tool itself without one.
 _pelora_tcam_options() {
     case $1 in
@@ -49,11 +62,9 @@ _pelora_tcam_offer() {
 
 _pelora_tcam() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} values
-    local command=${COMP_WORDS[1]}
+    local command
+    command=$( _pelora_tcam_command "${COMP_WORDS[@]:1:COMP_CWORD-1}" )
     COMPREPLY=()
-    if [ "$COMP_CWORD" -eq 1 ]; then
-        command=
-    fi
     if values=$( _pelora_tcam_values "$before" ); then
         if [ "$before" = --trace ]; then
             compopt -o nospace 2> /dev/null # the levels follow
