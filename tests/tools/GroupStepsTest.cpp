@@ -105,7 +105,7 @@ TEST( CreateGroup, Run_WhatTheLibraryDoesNotTake_Aborts )
         { "stage: vfp, key-size: 480, qualifiers: [ drop ], actions: []", "stage == stageIfp()" },
         { "stage: ifp, key-size: 100, qualifiers: [ drop ], actions: []",
           "Invalid vexa tcam key size" },
-        { "stage: ifp, key-size: 0, qualifiers: [ udf ], actions: []", "nullptr" },
+        { "stage: ifp, key-size: 0, qualifiers: [ 180 ], actions: []", "nullptr" },
         { "stage: ifp, key-size: 0, qualifiers: [ 250 ], actions: []", "nullptr" },
     };
     for ( const auto& [ rest, assertion ] : cases ) {
@@ -142,6 +142,14 @@ TEST( CreateGroup, Read_SomethingIsWrong_SaysWhereAndRunsNothing )
           "3:69: unknown value 'srcIpp', did you mean 'srcIp'?" },
         { "{ name: a, stage: ifp, key-size: 0, qualifiers: [ drop ], actions: [ dropp ] }",
           "3:88: unknown value 'dropp', did you mean 'drop'?" },
+        { "{ name: a, stage: ifp, key-size: 0, qualifiers: [ udf ], actions: [] }",
+          "3:69: the library does not take 'udf' here; to see what it does with it, write its "
+          "number, 180" },
+        { "{ name: a, stage: ifp, key-size: 0, qualifiers: [ udf0 ], actions: [] }",
+          "3:69: unknown value 'udf0'" },
+        { "{ name: a, stage: ifp, key-size: 0, qualifiers: [ drop ], actions: [ ttlNew ] }",
+          "3:88: the library does not take 'ttlNew' here; to see what it does with it, write its "
+          "number, 120" },
         { "{ name: a, stage: ifp, key-size: 0, qualifiers: [ 256 ], actions: [] }",
           "3:69: expected a whole number from 0 to 255, found '256'" },
         { "{ name: a, stage: ipf, key-size: 0, qualifiers: [], actions: [] }",

@@ -129,10 +129,10 @@ TEST( CreatePreselector, Run_NameTaken_IsAnError )
 TEST( CreatePreselector, Run_WhatTheLibraryDoesNotTake_Aborts )
 {
     const std::tuple< std::string, std::string, std::string > cases[] = {
-        { "", "{ qualifier: srcIp, data: 1 }", "unsupported preselect qualifier" },
-        { "legacy: true, ", "{ qualifier: drop, data: 1 }", "unsupported preselect qualifier" },
+        { "", "{ qualifier: 141, data: 1 }", "unsupported preselect qualifier" },
+        { "legacy: true, ", "{ qualifier: 5, data: 1 }", "unsupported preselect qualifier" },
         { "legacy: true, ",
-          "{ qualifier: overlayPktType, data: 1 }",
+          "{ qualifier: 127, data: 1 }",
           "In old version OverlayPktType is unsupported" },
         { "legacy: true, ",
           "{ qualifier: dstClassField, data: 0x10000 }",
@@ -181,6 +181,31 @@ TEST( CreatePreselector, Read_SomethingIsWrong_SaysWhereAndRunsNothing )
         EXPECT_THAT( result.errors, testing::StartsWith( "scenario.yaml:3:" ) );
         EXPECT_THAT( result.errors, testing::EndsWith( ": " + message + "\n" ) );
         EXPECT_EQ( result.output, "" );
+    }
+}
+
+TEST( CreatePreselector, Read_NameThatTheLibraryDoesNotTake_IsRefused )
+{
+    const auto refusalOf = []( const std::string& name, const std::string& number ) {
+        return "the library does not take '" + name +
+               "' here; to see what it does with it, write its number, " + number + "\n";
+    };
+    const std::tuple< std::string, std::string, std::string > cases[] = {
+        { "", "{ qualifier: srcIp, data: 1 }", refusalOf( "srcIp", "141" ) },
+        { "legacy: true, ", "{ qualifier: dropReason, data: 1 }", refusalOf( "dropReason", "6" ) },
+        { "legacy: true, ",
+          "{ qualifier: overlayPktType, data: 1 }",
+          refusalOf( "overlayPktType", "127" ) },
+        { "",
+          "{ qualifier: ipType, data: ipv6TwoExtensionHeaders }",
+          refusalOf( "ipv6TwoExtensionHeaders", "9" ) },
+        { "", "{ qualifier: pktFwdType, data: none }", refusalOf( "none", "0" ) },
+    };
+    for ( const auto& [ how, qualifier, message ] : cases ) {
+        const ToolResult result = run( preselector( "a", qualifier, how ) );
+        EXPECT_EQ( result.exitCode, 2 );
+        EXPECT_THAT( result.errors, testing::StartsWith( "scenario.yaml:3:" ) );
+        EXPECT_THAT( result.errors, testing::EndsWith( ": " + message ) );
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "agent/base/TextPieces.h"
 #include "tools/RunContext.h"
+#include "tools/TranslatedNames.h"
 #include "tools/steps/EnumeratorReader.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
@@ -25,13 +26,25 @@ constexpr std::pair< std::string_view, StageType > stages[] = {
     { "efp", StageType::efp },
 };
 
+bool canBeInAGroup( QualifierType qualifier )
+{
+    return isTranslated( qualifier );
+}
+
+/// The library leaves out the action that stands for nothing to be done.
+bool canBeInAGroup( ActionType action )
+{
+    return isTranslated( action ) || action == ActionType::noAction;
+}
+
 /// A list of the enumeration's names or numbers.
 template< class Enumeration >
 PeloraTcam::EnumerationSet< Enumeration > readSet( const Sim::YamlNode& node )
 {
     PeloraTcam::EnumerationSet< Enumeration > set;
     node.readItems( [ & ]( const Sim::YamlNode& item ) {
-        set.insert( readEnumerator< Enumeration >( item ) );
+        set.insert( readEnumerator< Enumeration >(
+            item, []( Enumeration value ) { return canBeInAGroup( value ); } ) );
     } );
     return set;
 }

@@ -4,6 +4,7 @@
 #include "agent/tcam/FieldEnumerations.h"
 #include "sim/NameHints.h"
 #include "tools/RunContext.h"
+#include "tools/TranslatedNames.h"
 #include "tools/steps/EnumeratorReader.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
@@ -24,28 +25,48 @@ constexpr U32 everyBit = 0xFFFFFFFF;
 
 // ---- Reading ---------------------------------------------------------------------------------
 
+/// `map` is the one that the library translates it with.
 template< class Enumeration >
-U32 readAgentName( const Sim::YamlNode& node )
+U32 readAgentName( const Sim::YamlNode& node, std::string_view map )
 {
-    return static_cast< U32 >( readEnumeratorName< Enumeration >( node ) );
+    return static_cast< U32 >(
+        readEnumeratorName< Enumeration >( node, [ map ]( Enumeration value ) {
+            return isInMap( map, static_cast< U32 >( value ) );
+        } ) );
 }
 
 /// Reads data that is one of the agent's enumerators, for a qualifier that the library translates.
 struct AgentNames
 {
     QualifierType qualifier;
-    bool legacyToo; ///< whether the legacy function translates it as well
-    U32 ( *read )( const Sim::YamlNode& node );
+    bool legacyToo;       ///< whether the legacy function translates it as well
+    std::string_view map; ///< that the library translates it with
+    U32 ( *read )( const Sim::YamlNode& node, std::string_view map );
 };
 
 constexpr AgentNames agentNames[] = {
-    { QualifierType::ipType, false, readAgentName< PeloraTcam::FieldIpType > },
-    { QualifierType::l2PktType, false, readAgentName< PeloraTcam::FieldL2PktType > },
-    { QualifierType::overlayL2PktType, false, readAgentName< PeloraTcam::FieldL2PktType > },
-    { QualifierType::overlayPktType, false, readAgentName< PeloraTcam::FieldPacketType > },
-    { QualifierType::pktFwdType, false, readAgentName< PeloraTcam::FieldPktFwdType > },
-    { QualifierType::pktType, true, readAgentName< PeloraTcam::FieldPacketType > },
-    { QualifierType::tnlType, false, readAgentName< PeloraTcam::FieldTunnelType > },
+    { QualifierType::ipType, false, "ipTypeMap", readAgentName< PeloraTcam::FieldIpType > },
+    { QualifierType::l2PktType,
+      false,
+      "l2PktTypeMap",
+      readAgentName< PeloraTcam::FieldL2PktType > },
+    { QualifierType::overlayL2PktType,
+      false,
+      "l2PktTypeMap",
+      readAgentName< PeloraTcam::FieldL2PktType > },
+    { QualifierType::overlayPktType,
+      false,
+      "pktTypeMap",
+      readAgentName< PeloraTcam::FieldPacketType > },
+    { QualifierType::pktFwdType,
+      false,
+      "pktFwdTypeMap",
+      readAgentName< PeloraTcam::FieldPktFwdType > },
+    { QualifierType::pktType, true, "pktTypeMap", readAgentName< PeloraTcam::FieldPacketType > },
+    { QualifierType::tnlType,
+      false,
+      "tunnelTypeMap",
+      readAgentName< PeloraTcam::FieldTunnelType > },
 };
 
 /// The value of an enumerator of the SDK.
@@ -75,7 +96,7 @@ U32 readData( const Sim::YamlNode& node,
     for ( const AgentNames& names : agentNames ) {
         const bool isTranslated = function == PreselectorFunction::current || names.legacyToo;
         if ( names.qualifier == qualifier && isTranslated ) {
-            return names.read( node );
+            return names.read( node, names.map );
         }
     }
     return readSdkName( node, context );
@@ -88,7 +109,10 @@ readQualifier( const Sim::YamlNode& node, PreselectorFunction function, const Re
     qualifier.mask = everyBit;
     node.readMembers( [ & ]( Sim::YamlMembers& members ) {
         members.required( "qualifier", [ & ]( const Sim::YamlNode& name ) {
-            qualifier.qualifier = readEnumerator< QualifierType >( name );
+            qualifier.qualifier =
+                readEnumerator< QualifierType >( name, [ function ]( QualifierType value ) {
+                    return isForPreselectors( value, function );
+                } );
         } );
         members.required( "data", [ & ]( const Sim::YamlNode& data ) {
             qualifier.data = readData( data, qualifier.qualifier, function, context );

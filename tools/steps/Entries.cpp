@@ -5,6 +5,7 @@
 #include "tools/IpPrefixReader.h"
 #include "tools/PacketNames.h"
 #include "tools/RunContext.h"
+#include "tools/TranslatedNames.h"
 #include "tools/steps/EnumeratorReader.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
@@ -201,7 +202,8 @@ std::unique_ptr< const Step > readCreateEntry( const YamlNode& node, const ReadC
         members.optional( "actions", [ & ]( const YamlNode& list ) {
             wanted.desc.actions.clear();
             list.readItems( [ & ]( const YamlNode& item ) {
-                wanted.desc.actions.push_back( { readEnumerator< ActionType >( item ) } );
+                wanted.desc.actions.push_back( { readEnumerator< ActionType >(
+                    item, []( ActionType action ) { return isTranslated( action ); } ) } );
             } );
         } );
     } );
