@@ -3,6 +3,8 @@
 #include "sim/ReturnCode.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <set>
 #include <string>
 
 namespace Sim {
@@ -221,10 +223,29 @@ uint32_t SimFlexctr::countersUsed() const
     return used;
 }
 
+namespace {
+
+/// How many counters of an object some entry is attached to; several may be to one.
+std::size_t countersInUse( const SimFlexctr::State& state, uint32_t counterId )
+{
+    std::set< uint32_t > indexes;
+    for ( const auto& [ entry, places ] : state.attachments ) {
+        for ( const bcm_field_flexctr_config_t& place : places ) {
+            if ( place.flexctr_action_id == counterId ) {
+                indexes.insert( place.counter_index );
+            }
+        }
+    }
+    return indexes.size();
+}
+
+} // namespace
+
 void SimFlexctr::addTo( ChipSnapshot& snapshot ) const
 {
     for ( const auto& [ id, object ] : state_.objects ) {
-        ChipSnapshot::Fields fields{ { "counters", std::to_string( object.size ) } };
+        ChipSnapshot::Fields fields{ { "counters", std::to_string( object.size ) },
+                                     { "inUse", std::to_string( countersInUse( state_, id ) ) } };
         for ( const auto& [ index, value ] : object.counters ) {
             fields.emplace_back( std::to_string( index ),
                                  std::to_string( value.packets ) + "p," +

@@ -14,7 +14,7 @@ using Json = nlohmann::ordered_json;
 [[nodiscard]] std::string jsonText( const Json& value, int indent = -1 );
 
 /// The version of the form of all that `--json` prints. Members may be added without a new one.
-inline constexpr int jsonFormatVersion = 1;
+inline constexpr int jsonFormatVersion = 2;
 
 /// The text of a whole output: the members behind the version.
 [[nodiscard]] std::string jsonDocument( const Json& members );

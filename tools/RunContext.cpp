@@ -3,6 +3,9 @@
 #include "PeloraTcam/PeloraTcamSdk6RangeCheckerHelper.h"
 #include "reference/TranslationStart.h"
 
+#include <set>
+#include <utility>
+
 namespace Tool {
 
 namespace {
@@ -42,6 +45,18 @@ unsigned counterWidthOf( const Sim::ChipProfile& profile )
 {
     return profile.chip == Sim::ChipKind::hsdk ? profile.flexCounters.counterWidth
                                                : profile.statistics.counterWidth;
+}
+
+/// How many counters some entry is attached to; several may be to one.
+std::size_t countersInUse( const Sim::SimFlexctr& flexCounters )
+{
+    std::set< std::pair< std::uint32_t, std::uint32_t > > counters;
+    for ( const auto& [ entry, places ] : flexCounters.state().attachments ) {
+        for ( const bcm_field_flexctr_config_t& place : places ) {
+            counters.emplace( place.flexctr_action_id, place.counter_index );
+        }
+    }
+    return counters.size();
 }
 
 } // namespace
@@ -105,6 +120,12 @@ Json RunContext::occupancy() const
     for ( const Sim::Resource& resource : simulatedSdk_.chip( unit_ )->occupancy() ) {
         resources[ resource.name ] = { { "used", resource.used },
                                        { "capacity", resource.capacity } };
+    }
+    if ( chip().flexCounters() != nullptr ) {
+        // The chip counts those of all counter objects, of which entries use some.
+        Json& counters = resources[ "flexCounters" ];
+        counters[ "setAside" ] = counters.at( "used" );
+        counters[ "used" ] = countersInUse( *chip().flexCounters() );
     }
     return resources;
 }

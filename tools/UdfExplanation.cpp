@@ -1,6 +1,7 @@
 #include "tools/UdfExplanation.h"
 
 #include "tools/PacketNames.h"
+#include "tools/UdfNotes.h"
 #include "tools/UdfOnChip.h"
 #include "tools/UdfProgramming.h"
 
@@ -215,7 +216,7 @@ void explainOnFlexParser( bcm_udf_id_t id,
               fmt::format( "{}, counted from where the chip's packet format starts; the chip is "
                            "told no base",
                            bytesText( static_cast< int >( udf.offset ) / bitsPerByte,
-                                      static_cast< int >( udf.width ) / bitsPerByte ) ) );
+                                      bytesTaken( id, context ) ) ) );
     told.say(
         "Chip gets",
         fmt::format(
@@ -250,6 +251,12 @@ void explainProgrammed( const PeloraTcam::QualIdList& ids,
               users == 1 ? std::string( "a new field" )
                          : fmt::format( "nothing new: it is {}, with one more user",
                                         udfText( id, context ) ) );
+    const std::vector< std::string > notes = udfNotes( id, desc, context );
+    for ( const std::string& note : notes ) {
+        told.say( "Note", note );
+    }
+    told.json[ "bytesTaken" ] = bytesTaken( id, context );
+    told.json[ "notes" ] = notes;
 }
 
 } // namespace

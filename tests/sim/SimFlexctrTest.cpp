@@ -279,8 +279,8 @@ TEST_P( SimFlexctrTest, AddTo_ObjectsAndAttachments_NamesThemIndependentlyOfTheN
     ASSERT_EQ( attach( entry, { id, 1, any } ), ReturnCode::BCM_E_NONE );
     counters.count( entry, { 2, 120 } );
     EXPECT_EQ( snapshot().text(),
-               "flex counter object 1: counters=4 1=2p,120b\n"
-               "flex counter object 2: counters=2\n"
+               "flex counter object 1: counters=4 inUse=2 1=2p,120b\n"
+               "flex counter object 2: counters=2 inUse=0\n"
                "flex counters of entry 1: bcmFlexctrColorAny=1[1] bcmFlexctrColorRed=1[3]\n" );
 }
 

@@ -149,6 +149,25 @@ TEST( CreateEntry, Read_SomethingIsWrong_SaysWhereAndRunsNothing )
     }
 }
 
+TEST( Counters, Run_OneOfHsdk_IsInUseAndTheOthersOfItsObjectAreSetAside )
+{
+    const std::string steps = acl + web + counter( "web", "packets" );
+    const auto counters = runOn( "hsdk", steps ).json().at( "chip" ).at( "flexCounters" );
+    EXPECT_EQ( counters.at( "used" ), 1 );
+    EXPECT_EQ( counters.at( "peak" ), 1 );
+    EXPECT_EQ( counters.at( "setAside" ), 16384 );
+    EXPECT_EQ( counters.at( "capacity" ), 16384 );
+    const ToolResult text =
+        ToolTest::ToolFolder().runScenario( "chip: hsdk\nsteps:\n" + steps, { "--snapshot" } );
+    EXPECT_THAT(
+        text.output,
+        HasSubstr( "  flex counters                          1         1     16384  16384 set "
+                   "aside\n" ) );
+    EXPECT_THAT( text.output, HasSubstr( "flex counter object 1: counters=16384 inUse=1\n" ) );
+    EXPECT_FALSE(
+        runOn( "hsdk", steps ).json().at( "chip" ).at( "policers" ).contains( "setAside" ) );
+}
+
 TEST( Counters, Run_Traffic_IsCountedReadAndCleared )
 {
     for ( const std::string& chip : chips ) {

@@ -127,7 +127,8 @@ TEST( ExplainUdf, Run_FieldOfAFlexibleParser_TellsWhatTheChipIsNotTold )
                "  Chip gets      offset 32 bits, width 16 bits, chunk 0\n"
                "  Packets        all of the packet format; the chip is told no IP protocol\n"
                "  Packet format  bcmUdfAbstractPktFormatL3Ipv4, with no other field\n"
-               "  On the chip    a new field\n" );
+               "  On the chip    a new field\n"
+               "  Note           the chip takes only 2 of the 3 bytes asked for\n" );
     const ToolResult mac = explainOn( "sdk6-flex",
                                       { "--json",
                                         "--base",
@@ -143,6 +144,64 @@ TEST( ExplainUdf, Run_FieldOfAFlexibleParser_TellsWhatTheChipIsNotTold )
     EXPECT_EQ( mac.json().at( "packetFormat" ).at( "name" ), "bcmUdfAbstractPktFormatKnownNonIp" );
     EXPECT_EQ( mac.json().at( "udf" ),
                ( nlohmann::json{ { "offset", 48 }, { "width", 16 }, { "chunks", { 0 } } } ) );
+}
+
+/// A field of so many bytes, its base and EtherType.
+Arguments field( const std::string& base, const std::string& etherType, const std::string& length )
+{
+    return { "--base", base, "--ethertype", etherType, "--offset", "0", "--length", length };
+}
+
+TEST( ExplainUdf, Run_ChipTakesAnotherLength_IsTold )
+{
+    struct
+    {
+        std::string chip;
+        std::string length;
+        int taken;
+        nlohmann::json notes;
+    } const cases[] = {
+        { "hsdk", "1", 2, { "the chip takes 2 bytes, 1 asked for" } },
+        { "hsdk", "2", 2, nlohmann::json::array() },
+        { "hsdk", "4", 2, { "the chip takes only 2 of the 4 bytes asked for" } },
+        { "sdk6-flex", "1", 1, nlohmann::json::array() },
+        { "sdk6-flex", "4", 2, { "the chip takes only 2 of the 4 bytes asked for" } },
+        { "sdk6-udf", "4", 4, nlohmann::json::array() },
+    };
+
+    for ( const auto& [ chip, length, taken, notes ] : cases ) {
+        const auto json =
+            explainOn( chip, field( "l3Header", "ipv4", length ), { "--json" } ).json();
+        EXPECT_EQ( json.at( "bytesTaken" ), taken ) << chip << length;
+        EXPECT_EQ( json.at( "notes" ), notes ) << chip << length;
+    }
+}
+
+TEST( ExplainUdf, Run_PacketsLackTheHeaderOfTheBase_IsTold )
+{
+    const std::string noInner = "packets without a tunnel have no inner header to count from; "
+                                "'inner-ethertype' describes those with one";
+    const std::pair< Arguments, nlohmann::json > cases[] = {
+        { field( "l4OuterHeader", "arp", "2" ),
+          { "packets of EtherType arp (0x0806) have no L4 header to count from" } },
+        { field( "l4OuterPayload", "lldp", "2" ),
+          { "packets of EtherType lldp (0x88CC) have no L4 header to count from" } },
+        { field( "l3InnerHeader", "ipv4", "2" ), { noInner } },
+        { field( "l4OuterPayload", "ipv4", "2" ),
+          { "for these packets the library skips no header: the field counts from the start of the "
+            "header, not of the payload" } },
+        { field( "l3Header", "800", "2" ),
+          { "800 (0x0320) is no EtherType, which are from 0x0600; hexadecimal numbers begin with "
+            "0x" } },
+        { field( "l4OuterHeader", "ipv4", "2" ), nlohmann::json::array() },
+        { field( "l3Header", "arp", "2" ), nlohmann::json::array() },
+        { field( "l4OuterHeader", "mpls", "2" ), nlohmann::json::array() },
+        { vni, nlohmann::json::array() },
+    };
+    for ( const auto& [ desc, notes ] : cases ) {
+        EXPECT_EQ( explainOn( "sdk6-udf", desc, { "--json" } ).json().at( "notes" ), notes )
+            << desc[ 1 ];
+    }
 }
 
 TEST( ExplainUdf, Run_WithOtherFields_TellsWhoSharesTheFormat )

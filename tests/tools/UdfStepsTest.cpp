@@ -66,6 +66,32 @@ TEST( ProgramUdf, Run_Field_IsOnTheChipAndTold )
     expectChip( result, "udfPacketFormats", 1 );
 }
 
+TEST( ProgramUdf, Run_ChipTakesLessThanAskedFor_IsTold )
+{
+    const std::string note = "the chip takes only 2 of the 4 bytes asked for";
+    const std::string steps = overIpv4( "a", "offset: 2, length: 4" );
+    const ToolResult result =
+        ToolFolder().runScenario( "chip: hsdk\nsteps:\n" + steps, { "--json" } );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    EXPECT_EQ( stepOf( result, 0 ).at( "length" ), 4 );
+    EXPECT_EQ( stepOf( result, 0 ).at( "bytesTaken" ), 2 );
+    EXPECT_EQ( stepOf( result, 0 ).at( "notes" ), nlohmann::json::array( { note } ) );
+    EXPECT_THAT( ToolFolder().runScenario( "chip: hsdk\nsteps:\n" + steps ).output,
+                 HasSubstr( "from l3Header\n      note: " + note + "\n" ) );
+    EXPECT_EQ( stepOf( run( steps ), 0 ).at( "bytesTaken" ), 4 );
+    EXPECT_EQ( stepOf( run( steps ), 0 ).at( "notes" ), nlohmann::json::array() );
+}
+
+TEST( ProgramUdf, Run_PacketsLackTheHeader_IsTold )
+{
+    const ToolResult result =
+        run( program( "a", "base: l4OuterHeader, ethertype: arp, offset: 0, length: 2" ) );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    EXPECT_EQ( stepOf( result, 0 ).at( "notes" ),
+               nlohmann::json::array(
+                   { "packets of EtherType arp (0x0806) have no L4 header to count from" } ) );
+}
+
 TEST( ProgramUdf, Run_SamePackets_ShareAFormatWhateverThePriority )
 {
     const ToolResult result = run( overIpv4( "a", "offset: 2, length: 2" ) +

@@ -3,6 +3,7 @@
 
 #include "tools/RunContext.h"
 #include "tools/UdfDescReader.h"
+#include "tools/UdfNotes.h"
 #include "tools/UdfOnChip.h"
 #include "tools/UdfProgramming.h"
 #include "tools/steps/Refused.h"
@@ -55,6 +56,7 @@ class ProgramUdf : public Step
         if ( users > 1 ) {
             text += fmt::format( ", shared by {}", users );
         }
+        const auto id = static_cast< bcm_udf_id_t >( *ids.begin() );
         return { Outcome::ok,
                  text,
                  { { "ids", Json( ids ) },
@@ -62,7 +64,9 @@ class ProgramUdf : public Step
                    { "length", desc_.length() },
                    { "lagHashing", desc_.lagHashing() },
                    { "users", users },
-                   { "given", given( ids, context ) } } };
+                   { "given", given( ids, context ) },
+                   { "bytesTaken", bytesTaken( id, context ) },
+                   { "notes", udfNotes( id, desc_, context ) } } };
     }
 
     /// What the chip holds now; a line for each of its fields.
