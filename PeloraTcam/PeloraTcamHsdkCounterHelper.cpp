@@ -16,30 +16,12 @@ namespace {
 
 using Helper = PeloraTcamHsdkCounterHelper;
 
-constexpr std::array< std::string_view, 3 > constructorArguments = {
-    "U8",
-    "U32",
-    "PeloraCentral::ChipInfo",
-};
+constexpr Agent::FieldDescriptor attributes[] = { { "chipInfo" }, { "pipeId" }, { "unit" } };
 
-constexpr std::array< Agent::FieldDescriptor, 3 > attributes = { {
-    { "chipInfo" },
-    { "pipeId" },
-    { "unit" },
-} };
+const Agent::TypeRecord types[] = { Agent::createdType< &Helper::PeloraTcamHsdkCounterHelperIs >(
+    "PeloraTcam::PeloraTcamHsdkCounterHelper", attributes ) };
 
-const std::array< Agent::TypeRecord, 1 > types = { {
-    { .name = "PeloraTcam::PeloraTcamHsdkCounterHelper",
-      .type = &typeid( Helper ),
-      .constructorArguments = constructorArguments,
-      .attributes = attributes,
-      .construct = &Agent::genericConstruct< &Helper::PeloraTcamHsdkCounterHelperIs >,
-      .attributeOperation = &Helper::attributeOperation,
-      .baseAttributeOperation = &PeloraTcamCounterHelper::attributeOperation },
-} };
-
-const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamHsdkCounterHelper", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamHsdkCounterHelper", types );
 
 [[maybe_unused]] const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 

@@ -11,21 +11,13 @@ namespace PeloraTcam {
 
 namespace {
 
-constexpr std::array< std::string_view, 2 > constructorArguments = { "U8", "FapId" };
+constexpr Agent::FieldDescriptor attributes[] = { { "fapId" }, { "pipeId" } };
 
-constexpr std::array< Agent::FieldDescriptor, 2 > attributes = { { { "fapId" }, { "pipeId" } } };
+const Agent::TypeRecord types[] = {
+    Agent::constructedType< PeloraTcamHsdkPolicerHelper, U8, FapId >(
+        "PeloraTcam::PeloraTcamHsdkPolicerHelper", attributes ) };
 
-const std::array< Agent::TypeRecord, 1 > types = { {
-    { .name = "PeloraTcam::PeloraTcamHsdkPolicerHelper",
-      .type = &typeid( PeloraTcamHsdkPolicerHelper ),
-      .constructorArguments = constructorArguments,
-      .attributes = attributes,
-      .attributeOperation = &PeloraTcamHsdkPolicerHelper::attributeOperation,
-      .baseAttributeOperation = &PeloraTcamPolicerHelper::attributeOperation },
-} };
-
-const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamHsdkPolicerHelper", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamHsdkPolicerHelper", types );
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 

@@ -13,22 +13,13 @@ namespace {
 
 using Helper = PeloraTcamSdk6CompressionHelper;
 
-constexpr std::array< std::string_view, 2 > constructorArguments = { "U8", "FapId" };
+constexpr Agent::FieldDescriptor attributes[] = { { "fapId" }, { "pipeId" } };
 
-constexpr std::array< Agent::FieldDescriptor, 2 > attributes = { { { "fapId" }, { "pipeId" } } };
+const Agent::TypeRecord types[] = {
+    Agent::createdType< &Helper::PeloraTcamSdk6CompressionHelperIs >(
+        "PeloraTcam::PeloraTcamSdk6CompressionHelper", attributes ) };
 
-const std::array< Agent::TypeRecord, 1 > types = { {
-    { .name = "PeloraTcam::PeloraTcamSdk6CompressionHelper",
-      .type = &typeid( Helper ),
-      .constructorArguments = constructorArguments,
-      .attributes = attributes,
-      .construct = &Agent::genericConstruct< &Helper::PeloraTcamSdk6CompressionHelperIs >,
-      .attributeOperation = &Helper::attributeOperation,
-      .baseAttributeOperation = &PeloraTcamCompressionHelperBase::attributeOperation },
-} };
-
-const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamSdk6CompressionHelper", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamSdk6CompressionHelper", types );
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 

@@ -16,31 +16,13 @@ namespace {
 
 using Helper = PeloraTcamSdk6CounterHelper;
 
-constexpr std::array< std::string_view, 3 > constructorArguments = {
-    "U8",
-    "U32",
-    "PeloraCentral::ChipInfo",
-};
+constexpr Agent::FieldDescriptor attributes[] = {
+    { "chipInfo" }, { "evictionHelper" }, { "pipeId" }, { "unit" } };
 
-constexpr std::array< Agent::FieldDescriptor, 4 > attributes = { {
-    { "chipInfo" },
-    { "evictionHelper" },
-    { "pipeId" },
-    { "unit" },
-} };
+const Agent::TypeRecord types[] = { Agent::createdType< &Helper::PeloraTcamSdk6CounterHelperIs >(
+    "PeloraTcam::PeloraTcamSdk6CounterHelper", attributes ) };
 
-const std::array< Agent::TypeRecord, 1 > types = { {
-    { .name = "PeloraTcam::PeloraTcamSdk6CounterHelper",
-      .type = &typeid( Helper ),
-      .constructorArguments = constructorArguments,
-      .attributes = attributes,
-      .construct = &Agent::genericConstruct< &Helper::PeloraTcamSdk6CounterHelperIs >,
-      .attributeOperation = &Helper::attributeOperation,
-      .baseAttributeOperation = &PeloraTcamCounterHelper::attributeOperation },
-} };
-
-const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamSdk6CounterHelper", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamSdk6CounterHelper", types );
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 

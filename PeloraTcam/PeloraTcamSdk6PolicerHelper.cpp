@@ -10,21 +10,13 @@ namespace PeloraTcam {
 
 namespace {
 
-constexpr std::array< std::string_view, 2 > constructorArguments = { "U8", "FapId" };
+constexpr Agent::FieldDescriptor attributes[] = { { "fapId" }, { "pipeId" } };
 
-constexpr std::array< Agent::FieldDescriptor, 2 > attributes = { { { "fapId" }, { "pipeId" } } };
+const Agent::TypeRecord types[] = {
+    Agent::constructedType< PeloraTcamSdk6PolicerHelper, U8, FapId >(
+        "PeloraTcam::PeloraTcamSdk6PolicerHelper", attributes ) };
 
-const std::array< Agent::TypeRecord, 1 > types = { {
-    { .name = "PeloraTcam::PeloraTcamSdk6PolicerHelper",
-      .type = &typeid( PeloraTcamSdk6PolicerHelper ),
-      .constructorArguments = constructorArguments,
-      .attributes = attributes,
-      .attributeOperation = &PeloraTcamSdk6PolicerHelper::attributeOperation,
-      .baseAttributeOperation = &PeloraTcamPolicerHelper::attributeOperation },
-} };
-
-const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamSdk6PolicerHelper", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamSdk6PolicerHelper", types );
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 

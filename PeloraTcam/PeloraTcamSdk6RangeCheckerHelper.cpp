@@ -10,29 +10,15 @@ namespace PeloraTcam {
 
 namespace {
 
-constexpr std::array< std::string_view, 3 > constructorArguments = {
-    "U8",
-    "FapId",
-    "PeloraCentral::PeloraModel",
-};
+using Helper = PeloraTcamSdk6RangeCheckerHelper;
 
-constexpr std::array< Agent::FieldDescriptor, 3 > attributes = { {
-    { "fapId" },
-    { "model" },
-    { "pipeId" },
-} };
+constexpr Agent::FieldDescriptor attributes[] = { { "fapId" }, { "model" }, { "pipeId" } };
 
-const std::array< Agent::TypeRecord, 1 > types = { {
-    { .name = "PeloraTcam::PeloraTcamSdk6RangeCheckerHelper",
-      .type = &typeid( PeloraTcamSdk6RangeCheckerHelper ),
-      .constructorArguments = constructorArguments,
-      .attributes = attributes,
-      .attributeOperation = &PeloraTcamSdk6RangeCheckerHelper::attributeOperation,
-      .baseAttributeOperation = &PeloraTcamRangeCheckerHelper::attributeOperation },
-} };
+const Agent::TypeRecord types[] = {
+    Agent::constructedType< Helper, U8, FapId, PeloraCentral::PeloraModel >(
+        "PeloraTcam::PeloraTcamSdk6RangeCheckerHelper", attributes ) };
 
-const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamSdk6RangeCheckerHelper", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamSdk6RangeCheckerHelper", types );
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 

@@ -12,26 +12,14 @@ namespace PeloraTcam {
 
 namespace {
 
-constexpr std::array< std::string_view, 3 > constructorArguments = { "U16", "U8", "bool" };
+constexpr Agent::FieldDescriptor attributes[] = {
+    { "lagHashingSupported" }, { "moduleId" }, { "pipeId" } };
 
-constexpr std::array< Agent::FieldDescriptor, 3 > attributes = { {
-    { "lagHashingSupported" },
-    { "moduleId" },
-    { "pipeId" },
-} };
+const Agent::TypeRecord types[] = {
+    Agent::createdType< &UdfFlexParserHsdkHelper::UdfFlexParserHsdkHelperIs >(
+        "PeloraTcam::UdfFlexParserHsdkHelper", attributes ) };
 
-const std::array< Agent::TypeRecord, 1 > types = { {
-    { .name = "PeloraTcam::UdfFlexParserHsdkHelper",
-      .type = &typeid( UdfFlexParserHsdkHelper ),
-      .constructorArguments = constructorArguments,
-      .attributes = attributes,
-      .construct = &Agent::genericConstruct< &UdfFlexParserHsdkHelper::UdfFlexParserHsdkHelperIs >,
-      .attributeOperation = &UdfFlexParserHsdkHelper::attributeOperation,
-      .baseAttributeOperation = &UdfHelperBase::attributeOperation },
-} };
-
-const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamUdfHsdkHelper", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamUdfHsdkHelper", types );
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 const UdfLogHandles logHandles_;

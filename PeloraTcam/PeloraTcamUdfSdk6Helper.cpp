@@ -14,40 +14,19 @@ namespace PeloraTcam {
 
 namespace {
 
-constexpr std::array< std::string_view, 3 > constructorArguments = { "U16", "U8", "bool" };
+constexpr Agent::FieldDescriptor flexParserAttributes[] = {
+    { "lagHashingSupported" }, { "moduleId" }, { "pipeId" } };
+constexpr Agent::FieldDescriptor moduleAttributes[] = {
+    { "lagHashingSupported" }, { "moduleId" }, { "pipeId" }, { "pktFmtIdToUdfId" } };
 
-constexpr std::array< Agent::FieldDescriptor, 3 > flexParserAttributes = { {
-    { "lagHashingSupported" },
-    { "moduleId" },
-    { "pipeId" },
-} };
+const Agent::TypeRecord types[] = {
+    Agent::createdType< &UdfFlexParserHelper::UdfFlexParserHelperIs >(
+        "PeloraTcam::UdfFlexParserHelper", flexParserAttributes ),
+    Agent::createdType< &UdfModuleHelper::UdfModuleHelperIs >( "PeloraTcam::UdfModuleHelper",
+                                                               moduleAttributes ),
+};
 
-constexpr std::array< Agent::FieldDescriptor, 4 > moduleAttributes = { {
-    { "lagHashingSupported" },
-    { "moduleId" },
-    { "pipeId" },
-    { "pktFmtIdToUdfId" },
-} };
-
-const std::array< Agent::TypeRecord, 2 > types = { {
-    { .name = "PeloraTcam::UdfFlexParserHelper",
-      .type = &typeid( UdfFlexParserHelper ),
-      .constructorArguments = constructorArguments,
-      .attributes = flexParserAttributes,
-      .construct = &Agent::genericConstruct< &UdfFlexParserHelper::UdfFlexParserHelperIs >,
-      .attributeOperation = &UdfFlexParserHelper::attributeOperation,
-      .baseAttributeOperation = &UdfHelperBase::attributeOperation },
-    { .name = "PeloraTcam::UdfModuleHelper",
-      .type = &typeid( UdfModuleHelper ),
-      .constructorArguments = constructorArguments,
-      .attributes = moduleAttributes,
-      .construct = &Agent::genericConstruct< &UdfModuleHelper::UdfModuleHelperIs >,
-      .attributeOperation = &UdfModuleHelper::attributeOperation,
-      .baseAttributeOperation = &UdfHelperBase::attributeOperation },
-} };
-
-const Agent::ModuleRecord module{ "PeloraTcam/PeloraTcamUdfSdk6Helper", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamUdfSdk6Helper", types );
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 const UdfLogHandles logHandles_;
@@ -96,11 +75,7 @@ UdfModuleHelper::UdfModuleHelper( U16 moduleId, U8 pipeId, bool lagHashingSuppor
     UdfModuleHelper::handleInitialized();
 }
 
-UdfModuleHelper::~UdfModuleHelper()
-{
-    // Before the map goes.
-    beingDestroyedIs();
-}
+UdfModuleHelper::~UdfModuleHelper() = default;
 
 Agent::Ptr< UdfModuleHelper >
 UdfModuleHelper::UdfModuleHelperIs( U16 moduleId, U8 pipeId, bool lagHashingSupported )
@@ -145,15 +120,15 @@ int UdfModuleHelper::attributeOperation( Agent::Node& node,
 
 PktFmtIdToUdfId::Ptr UdfModuleHelper::pktFmtIdToUdfIdIs()
 {
-    if ( !pktFmtIdToUdfId_ ) {
-        pktFmtIdToUdfId_ = PktFmtIdToUdfId::Ptr( new PktFmtIdToUdfId );
+    if ( !state() ) {
+        state() = PktFmtIdToUdfId::Ptr( new PktFmtIdToUdfId );
     }
-    return pktFmtIdToUdfId_;
+    return state();
 }
 
 PktFmtIdToUdfId::Ptr UdfModuleHelper::pktFmtIdToUdfIdDel()
 {
-    return std::exchange( pktFmtIdToUdfId_, nullptr );
+    return std::exchange( state(), nullptr );
 }
 
 UdfChunkPosList UdfModuleHelper::getUdfChunkPosList( U32 unit, const QualIdList& quals )
@@ -165,21 +140,21 @@ UdfChunkPosList UdfModuleHelper::getUdfChunkPosList( U32 unit, const QualIdList&
 QualIdList UdfModuleHelper::programUdfInHw( const UdfDesc& udfDesc )
 {
     traceEntry( 4, "programUdfInHw", " mod:", moduleId(), " udfDesc: ", udfDesc );
-    return createUdfQualifierUdfModule( moduleId(), udfDesc, pktFmtIdToUdfId_ );
+    return createUdfQualifierUdfModule( moduleId(), udfDesc, pktFmtIdToUdfId() );
 }
 
 void UdfModuleHelper::removeUdfFromHw( const UdfDesc& udfDesc, const QualIdList& quals )
 {
     traceEntry(
         4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
-    destroyUdfQualifierUdfModule( moduleId(), udfDesc, quals, pktFmtIdToUdfId_ );
+    destroyUdfQualifierUdfModule( moduleId(), udfDesc, quals, pktFmtIdToUdfId() );
 }
 
 void UdfModuleHelper::verifyProgrammedUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const
 {
     traceEntry(
         4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
-    udfQualProgrammedInHwUdfModule( moduleId(), udfDesc, quals, pktFmtIdToUdfId_ );
+    udfQualProgrammedInHwUdfModule( moduleId(), udfDesc, quals, pktFmtIdToUdfId() );
 }
 
 void UdfModuleHelper::verifyLagHashingUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const

@@ -16,7 +16,7 @@ namespace PeloraTcam {
 /// Programs UDFs through the SDK's UDF module. Owns the map of packet formats, so that UDFs with
 /// the same packet description share one; the map is not filled from the hardware.
 class PELORA_TCAM_EXPORT UdfModuleHelper
-    : public Agent::RegisteredClass< UdfModuleHelper, UdfHelperBase >
+    : public Agent::RegisteredClass< UdfModuleHelper, UdfHelperBase, PktFmtIdToUdfId::Ptr >
 {
   public:
     /// See `UdfHelperBase`: unit, pipe 0 to 255, and whether fields may feed the LAG hash.
@@ -40,7 +40,7 @@ class PELORA_TCAM_EXPORT UdfModuleHelper
     void handleInitialized() override;
 
     /// The map of packet formats; null after `pktFmtIdToUdfIdDel()`.
-    [[nodiscard]] PktFmtIdToUdfId::Ptr pktFmtIdToUdfId() const { return pktFmtIdToUdfId_; }
+    [[nodiscard]] PktFmtIdToUdfId::Ptr pktFmtIdToUdfId() const { return state(); }
 
     /// The map of packet formats, made first if there is none.
     PktFmtIdToUdfId::Ptr pktFmtIdToUdfIdIs();
@@ -55,9 +55,6 @@ class PELORA_TCAM_EXPORT UdfModuleHelper
 
     /// Counts the live helpers of this class.
     static Agent::AllocationTracker memAllocationTracker_;
-
-  private:
-    PktFmtIdToUdfId::Ptr pktFmtIdToUdfId_;
 };
 
 /// A new helper, as `UdfModuleHelper::UdfModuleHelperIs` makes it.

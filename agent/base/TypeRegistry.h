@@ -3,8 +3,8 @@
 /// The agent's register of node classes.
 ///
 /// Each source file that defines node classes has one module record and registers it when it is
-/// loaded, through a static `ModuleRegistration`; the record is taken out again at unload. With it
-/// the agent constructs objects by type name and serves their attributes by name.
+/// loaded, as a static `RegisteredModule`; the record is taken out again at unload. With it the
+/// agent constructs objects by type name and serves their attributes by name.
 ///
 ///     const Agent::TypeRecord* type = Agent::registeredType( "PeloraTcam::UdfModuleHelper" );
 ///     const void* arguments[] = { &moduleId, &pipeId, &lagHashingSupported };
@@ -125,6 +125,21 @@ class ModuleRegistration
 
   private:
     const ModuleRecord& module_;
+};
+
+/// A module record that is registered while the library that holds it is loaded.
+class RegisteredModule : public ModuleRecord
+{
+  public:
+    /// `path`: of the source file, without its ending; `classes`: those of the file. Both must
+    /// outlive this.
+    RegisteredModule( std::string_view path, std::span< const TypeRecord > classes )
+        : ModuleRecord{ path, classes }
+        , registration_( *this )
+    {}
+
+  private:
+    ModuleRegistration registration_;
 };
 
 } // namespace Agent

@@ -15,9 +15,11 @@
 #include "agent/base/Export.h"
 #include "agent/base/Ptr.h"
 #include "agent/base/ReferenceCount.h"
+#include "agent/base/TypeName.h"
 
 #include <map>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 namespace PeloraCentral {
@@ -99,3 +101,9 @@ class AGENT_EXPORT ChipInfo
 };
 
 } // namespace PeloraCentral
+
+template<>
+struct Agent::TypeName< PeloraCentral::ChipInfo >
+{
+    static constexpr std::string_view name = "PeloraCentral::ChipInfo";
+};

@@ -4,9 +4,11 @@
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
+#include "agent/base/TypeName.h"
 
 #include <ostream>
 #include <string>
+#include <string_view>
 
 namespace PeloraCentral {
 
@@ -58,3 +60,15 @@ constexpr int sdkUnit( FapId fapId )
 AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, FapId fapId );
 
 } // namespace PeloraTcam
+
+template<>
+struct Agent::TypeName< PeloraCentral::PeloraModel >
+{
+    static constexpr std::string_view name = "PeloraCentral::PeloraModel";
+};
+
+template<>
+struct Agent::TypeName< PeloraTcam::FapId >
+{
+    static constexpr std::string_view name = "FapId";
+};

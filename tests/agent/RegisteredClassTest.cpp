@@ -6,13 +6,19 @@
 #include "agent/base/Attributes.h"
 #include "agent/base/Bitmap.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <stdexcept>
 #include <string>
 
 namespace Agent {
+
+template<>
+struct TypeName< std::string >
+{
+    static constexpr std::string_view name = "std::string";
+};
 
 namespace {
 
@@ -21,6 +27,7 @@ struct Seen
 {
     std::size_t countInConstructor = 0;
     U32 flagsInDestructor = 0;
+    U32 flagsAtEndOfState = 0;
     int lastUsersGone = 0;
 };
 
@@ -75,13 +82,33 @@ class ProbeBase : public Node
     std::string model_;
 };
 
+/// Sees how the node is marked when it goes.
+struct ProbeState
+{
+    ProbeState() = default;
+    ProbeState( const ProbeState& ) = delete;
+    ProbeState& operator=( const ProbeState& ) = delete;
+
+    ~ProbeState()
+    {
+        if ( node != nullptr ) {
+            seen.flagsAtEndOfState = node->nodeFlags();
+        }
+    }
+
+    const Node* node = nullptr;
+    Ptr< Bitmap > bits{ new Bitmap( 16 ) };
+};
+
 /// Has a creator, a factory, and the attribute "bits" of its own.
-class Probe : public RegisteredClass< Probe, ProbeBase >
+class Probe : public RegisteredClass< Probe, ProbeBase, ProbeState >
 {
   public:
     Probe( U8 pipeId, U32 unit, const std::string& model )
         : RegisteredClass( pipeId, unit, model )
-    {}
+    {
+        state().node = this;
+    }
 
     static Ptr< Probe > ProbeIs( U8 pipeId, U32 unit, const std::string& model )
     {
@@ -90,7 +117,7 @@ class Probe : public RegisteredClass< Probe, ProbeBase >
 
     [[nodiscard]] const ModuleRecord& typeData() const override;
 
-    [[nodiscard]] const Ptr< Bitmap >& bits() const { return bits_; }
+    [[nodiscard]] const Ptr< Bitmap >& bits() const { return state().bits; }
 
     static int attributeOperation( Node& node,
                                    const FieldDescriptor& field,
@@ -102,13 +129,10 @@ class Probe : public RegisteredClass< Probe, ProbeBase >
     }
 
     static AllocationTracker memAllocationTracker_;
-
-  private:
-    Ptr< Bitmap > bits_{ new Bitmap( 16 ) };
 };
 
 /// Has neither creator nor attributes of its own, and is derived from a registered class.
-class PlainProbe final : public RegisteredClass< PlainProbe, Probe >
+class PlainProbe final : public RegisteredClass< PlainProbe, Probe, U64 >
 {
   public:
     PlainProbe( U8 pipeId, U32 unit )
@@ -118,9 +142,6 @@ class PlainProbe final : public RegisteredClass< PlainProbe, Probe >
     [[nodiscard]] const ModuleRecord& typeData() const override;
 
     static AllocationTracker memAllocationTracker_;
-
-  private:
-    [[maybe_unused]] U64 more_ = 0;
 };
 
 AllocationTracker Probe::memAllocationTracker_( "Probe" );
@@ -142,25 +163,10 @@ Ptr< Probe > probeFactory( U8 pipeId, U32 unit, const std::string& model )
     return Probe::make( pipeId, unit, model );
 }
 
-constexpr std::array< std::string_view, 3 > arguments = { "U8", "U32", "std::string" };
-constexpr std::array< FieldDescriptor, 4 > attributes = {
-    { { "bits" }, { "model" }, { "pipeId" }, { "unit" } } };
-const std::array< TypeRecord, 2 > types = { TypeRecord{ "Probe",
-                                                        &typeid( Probe ),
-                                                        arguments,
-                                                        attributes,
-                                                        &genericConstruct< &Probe::ProbeIs >,
-                                                        &Probe::attributeOperation,
-                                                        &ProbeBase::attributeOperation },
-                                            TypeRecord{ "PlainProbe",
-                                                        &typeid( PlainProbe ),
-                                                        {},
-                                                        attributes,
-                                                        nullptr,
-                                                        &PlainProbe::attributeOperation,
-                                                        &ProbeBase::attributeOperation } };
-const ModuleRecord probeModule = { "tests/agent/RegisteredClassTest", types };
-const ModuleRegistration probeRegistration( probeModule );
+constexpr FieldDescriptor attributes[] = { { "bits" }, { "model" }, { "pipeId" }, { "unit" } };
+const TypeRecord types[] = { createdType< &Probe::ProbeIs >( "Probe", attributes ),
+                             constructedType< PlainProbe, U8, U32 >( "PlainProbe", attributes ) };
+const RegisteredModule probeModule( "tests/agent/RegisteredClassTest", types );
 
 const ModuleRecord& Probe::typeData() const
 {
@@ -403,6 +409,64 @@ TEST_F( RegisteredClassTest, AttributeOperation_OfAClassWithoutItsOwn_IsPassedOn
         2 );
     EXPECT_EQ( attributeOperation( *probe, "pipeId", AttributeOperation::read, &pipeId ), 0 );
     EXPECT_EQ( pipeId, 6 );
+}
+
+TEST_F( RegisteredClassTest, AttributeOperation_OfARegisteredBase_IsServedByIt )
+{
+    const Ptr< PlainProbe > probe = PlainProbe::make( U8{ 6 }, U32{ 0 } );
+    Ptr< Bitmap > bits;
+
+    EXPECT_EQ( attributeOperation( *probe, "bits", AttributeOperation::read, &bits ), 0 );
+    EXPECT_EQ( bits.get(), probe->bits().get() );
+}
+
+// ---- State -----------------------------------------------------------------------------------
+
+TEST_F( RegisteredClassTest, State_InEachWayOfDestruction_GoesWhenTheNodeIsMarked )
+{
+    Ptr< Probe > probe = Probe::ProbeIs( 0, 0, "" );
+    probe = nullptr;
+    EXPECT_EQ( seen.flagsAtEndOfState, 0x20000000U );
+
+    seen = Seen();
+    delete new Probe( 0, 0, "" );
+    EXPECT_EQ( seen.flagsAtEndOfState, 0x20000000U );
+
+    seen = Seen();
+    {
+        const Probe onTheStack( 0, 0, "" );
+    }
+    EXPECT_EQ( seen.flagsAtEndOfState, 0x20000000U );
+
+    seen = Seen();
+    {
+        const PlainProbe derived( 0, 0 );
+    }
+    EXPECT_EQ( seen.flagsAtEndOfState, 0x20000000U );
+}
+
+// ---- Records ---------------------------------------------------------------------------------
+
+using ::testing::ElementsAre;
+
+TEST( TypeRecordTest, OfACreator_NamesWhatItsConstructorTakes )
+{
+    const TypeRecord& type = types[ 0 ];
+    EXPECT_EQ( type.name, "Probe" );
+    EXPECT_EQ( *type.type, typeid( Probe ) );
+    EXPECT_THAT( type.constructorArguments, ElementsAre( "U8", "U32", "std::string" ) );
+    EXPECT_EQ( type.attributes.data(), attributes );
+    EXPECT_EQ( type.attributes.size(), 4U );
+    EXPECT_NE( type.construct, nullptr );
+}
+
+TEST( TypeRecordTest, OfAClassWithoutACreator_CannotBeConstructedByName )
+{
+    const TypeRecord& type = types[ 1 ];
+    EXPECT_EQ( type.name, "PlainProbe" );
+    EXPECT_EQ( *type.type, typeid( PlainProbe ) );
+    EXPECT_THAT( type.constructorArguments, ElementsAre( "U8", "U32" ) );
+    EXPECT_EQ( type.construct, nullptr );
 }
 
 } // namespace

@@ -111,6 +111,18 @@ TEST( TypeRegistryTest, RegisteredModules_OfSeveral_StandInTheirOrder )
     EXPECT_THAT( registeredModules(), IsEmpty() );
 }
 
+TEST( TypeRegistryTest, RegisteredModule_WhileItLives_IsRegistered )
+{
+    {
+        const RegisteredModule fan( "Cooling/Fan", fanTypes );
+        EXPECT_THAT( registeredModules(), ElementsAre( &fan ) );
+        EXPECT_EQ( fan.source, "Cooling/Fan" );
+        EXPECT_EQ( registeredType( "Cooling::Fan" ), fanTypes.data() );
+    }
+
+    EXPECT_THAT( registeredModules(), IsEmpty() );
+}
+
 TEST( TypeRegistryTest, ZavModuleIs_Twice_IsAnAssertionFailure )
 {
     const ModuleRegistration fan( fanModule );

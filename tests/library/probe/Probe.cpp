@@ -7,7 +7,6 @@
 #include "agent/base/Trace.h"
 #include "sdk/SdkCall.h"
 
-#include <array>
 #include <stdexcept>
 
 #define PROBE_EXPORT __attribute__( ( visibility( "default" ) ) )
@@ -109,31 +108,15 @@ class Bell : public Agent::RegisteredClass< Bell, ProbeBase >
 
 namespace {
 
-constexpr std::array< std::string_view, 2 > constructorArguments = { "U8", "U32" };
+constexpr Agent::FieldDescriptor lampAttributes[] = { { "brightness" }, { "pipeId" }, { "unit" } };
+constexpr Agent::FieldDescriptor bellAttributes[] = { { "pipeId" }, { "unit" } };
 
-constexpr std::array< Agent::FieldDescriptor, 3 > lampAttributes = {
-    { { "brightness" }, { "pipeId" }, { "unit" } } };
-constexpr std::array< Agent::FieldDescriptor, 2 > bellAttributes = { { { "pipeId" }, { "unit" } } };
+const Agent::TypeRecord types[] = {
+    Agent::createdType< &Bell::BellIs >( "Probe::Bell", bellAttributes ),
+    Agent::createdType< &Lamp::LampIs >( "Probe::Lamp", lampAttributes ),
+};
 
-const std::array< Agent::TypeRecord, 2 > types = { {
-    { .name = "Probe::Bell",
-      .type = &typeid( Bell ),
-      .constructorArguments = constructorArguments,
-      .attributes = bellAttributes,
-      .construct = &Agent::genericConstruct< &Bell::BellIs >,
-      .attributeOperation = &Bell::attributeOperation,
-      .baseAttributeOperation = &ProbeBase::attributeOperation },
-    { .name = "Probe::Lamp",
-      .type = &typeid( Lamp ),
-      .constructorArguments = constructorArguments,
-      .attributes = lampAttributes,
-      .construct = &Agent::genericConstruct< &Lamp::LampIs >,
-      .attributeOperation = &Lamp::attributeOperation,
-      .baseAttributeOperation = &ProbeBase::attributeOperation },
-} };
-
-const Agent::ModuleRecord module{ "tests/library/probe/Probe", types };
-const Agent::ModuleRegistration moduleRegistration( module );
+const Agent::RegisteredModule module( "tests/library/probe/Probe", types );
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 
