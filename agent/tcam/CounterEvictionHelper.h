@@ -7,26 +7,34 @@
 /// between two readings (`CounterSum.h`). The agent has one for each chip kind, reached through its
 /// registered initialiser object.
 ///
-/// The SDK hands out the ids of destroyed statistics again, and a new statistic counts from 0. So
-/// the eviction helper must be told when a statistic is made and destroyed; put a
-/// `CounterEvictionSdk` in front of the SDK, which does that. It also makes the room for the sums,
-/// so that reading allocates nothing.
+/// The chip's counters change in other ways than by counting: the SDK hands out the ids of
+/// destroyed statistics again, and a new statistic counts from 0; a counter is set to 0 before its
+/// sum is cleared, and may be read in between. So statistics must be made, destroyed and set
+/// through `fieldStatCreate`, `fieldStatDestroy` and `fieldStatSet`: put a `CounterEvictionSdk` in
+/// front of the SDK, which does that. The first also makes the room for the sums, so that reading
+/// allocates nothing. Without it a reading between the setting of a counter and the clearing of its
+/// sum takes the counter for one that has wrapped, and a statistic may begin with what an earlier
+/// one of its id has left.
 ///
-/// Its operations make SDK calls, so they are called with the agent's locks released; they guard
-/// themselves. A statistic is not to be cleared and read at the same time.
+/// Its operations make SDK calls or wait for such a call, so they are called with the agent's locks
+/// released; they guard themselves. Each statistic has a guard of its own, which is held while the
+/// SDK reads or sets it: other statistics do not wait for it, and neither do creation and
+/// destruction. The access object in use must hold no lock of its own while it hands a call on to a
+/// `CounterEvictionSdk`.
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
 #include "agent/base/Ptr.h"
 #include "agent/base/ReferenceCount.h"
 #include "agent/tcam/CounterSum.h"
-#include "sdk/SdkTypes.h"
+#include "sdk/SdkAccess.h"
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <span>
-#include <tuple>
+#include <utility>
 
 namespace PeloraTcam {
 
@@ -53,20 +61,30 @@ class AGENT_EXPORT PeloraTcamSdk6CounterEvictionHelper
                            Agent::U64* value );
 
     /// Forgets what was accumulated of a statistic: its packets, its bytes, or both. The hardware
-    /// counter has been set to 0.
+    /// counter has been set to 0 before, and has not wrapped since. Waits while the statistic is
+    /// being read.
     void clearEvictionCounter(
         Agent::U32 unit, Agent::U32 statId, bcm_field_stat_t statType, bool packets, bool bytes );
 
-    /// Says that the SDK has made a statistic with these types: whatever an earlier one of that id
-    /// has left is forgotten.
-    void statisticCreated( Agent::U32 unit,
-                           Agent::U32 statId,
-                           std::span< const bcm_field_stat_t > statTypes );
+    /// Lets `sdk` make a statistic, with the arguments of `bcm_field_stat_create`; whatever an
+    /// earlier one of its id has left is forgotten. Gives the SDK's return code.
+    int fieldStatCreate( Shim::SdkAccess& sdk,
+                         int unit,
+                         bcm_field_group_t group,
+                         std::span< bcm_field_stat_t > statTypes,
+                         int* statId );
 
-    /// Says that the SDK has destroyed a statistic.
-    void statisticDestroyed( Agent::U32 unit, Agent::U32 statId );
+    /// Lets `sdk` destroy a statistic, and forgets it, unless the SDK refuses. It may be being read
+    /// meanwhile. Gives the SDK's return code.
+    int fieldStatDestroy( Shim::SdkAccess& sdk, int unit, int statId );
 
-    /// How many types of statistics it has sums of.
+    /// Lets `sdk` set a counter of a statistic, which is no counting: what is read later adds to
+    /// the sums from that value on. What the counter has counted since it was last read is lost.
+    /// Gives the SDK's return code.
+    int fieldStatSet(
+        Shim::SdkAccess& sdk, int unit, int statId, bcm_field_stat_t statType, Agent::U64 value );
+
+    /// How many types of statistics it has sums of. Waits for the statistics that are being read.
     [[nodiscard]] std::size_t accumulated() const;
 
     /// Whether the SDK can be asked for the pool indices of a statistic.
@@ -76,22 +94,32 @@ class AGENT_EXPORT PeloraTcamSdk6CounterEvictionHelper
     void poolIndicesAvailableIs( bool available ) { poolIndicesAvailable_ = available; }
 
   private:
-    /// Unit, statistic, type.
-    using Key = std::tuple< Agent::U32, Agent::U32, bcm_field_stat_t >;
-
     struct Sums
     {
         CounterSum packets;
         CounterSum bytes;
     };
 
-    int read( const Key& key, CounterSum Sums::*sum, Agent::U64* value );
-    void forget( Agent::U32 unit, Agent::U32 statId );
+    /// The sums of a statistic, by type. Whoever uses one holds it: it may be forgotten meanwhile.
+    struct Statistic
+    {
+        mutable std::mutex mutex;
+        std::map< bcm_field_stat_t, Sums > sums;
+    };
+
+    /// Unit and id of a statistic.
+    using Key = std::pair< Agent::U32, Agent::U32 >;
+    using Held = std::shared_ptr< Statistic >;
+
+    int read( const Key& key, bcm_field_stat_t statType, CounterSum Sums::*sum, Agent::U64* value );
+    [[nodiscard]] Held find( const Key& key ) const;
+    [[nodiscard]] Held findOrMake( const Key& key );
 
     const Agent::U64 counterMask_;
     bool poolIndicesAvailable_ = false;
+    // Guards the table; never held while the SDK is called, or while a statistic is waited for.
     mutable std::mutex mutex_;
-    std::map< Key, Sums > sums_;
+    std::map< Key, Held > statistics_;
 };
 
 /// The agent's initialiser object of an SDK-6 chip.

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Tells the counter eviction helper of the statistics that the SDK makes and destroys.
+/// Lets the counter eviction helper know when the SDK makes, destroys and sets statistics.
 ///
 /// An access object to stand in front of the chip's: it hands everything on. Several threads may
 /// call it.
@@ -12,12 +12,12 @@
 #include "agent/tcam/CounterEvictionHelper.h"
 #include "sdk/ForwardingSdk.h"
 
-#include <mutex>
+#include <cstddef>
 #include <utility>
 
 namespace PeloraTcam {
 
-/// An access object that tells the eviction helper of statistics that come and go.
+/// An access object whose statistics are made, destroyed and set through an eviction helper.
 class CounterEvictionSdk : public Shim::ForwardingSdk
 {
   public:
@@ -34,31 +34,22 @@ class CounterEvictionSdk : public Shim::ForwardingSdk
                                bcm_field_stat_t* stats,
                                int* statId ) override
     {
-        const std::lock_guard lock( mutex_ );
-        const int rc = next().bcm_field_stat_create( unit, group, statCount, stats, statId );
-        if ( rc >= 0 ) {
-            eviction_->statisticCreated( static_cast< Agent::U32 >( unit ),
-                                         static_cast< Agent::U32 >( *statId ),
-                                         { stats, static_cast< std::size_t >( statCount ) } );
-        }
-        return rc;
+        return eviction_->fieldStatCreate(
+            next(), unit, group, { stats, static_cast< std::size_t >( statCount ) }, statId );
     }
 
     int bcm_field_stat_destroy( int unit, int statId ) override
     {
-        const std::lock_guard lock( mutex_ );
-        const int rc = next().bcm_field_stat_destroy( unit, statId );
-        if ( rc >= 0 ) {
-            eviction_->statisticDestroyed( static_cast< Agent::U32 >( unit ),
-                                           static_cast< Agent::U32 >( statId ) );
-        }
-        return rc;
+        return eviction_->fieldStatDestroy( next(), unit, statId );
+    }
+
+    int bcm_field_stat_set( int unit, int statId, bcm_field_stat_t stat, uint64_t value ) override
+    {
+        return eviction_->fieldStatSet( next(), unit, statId, stat, value );
     }
 
   private:
     const Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper > eviction_;
-    // No statistic is made under an id before the one that had it has been forgotten.
-    std::mutex mutex_;
 };
 
 } // namespace PeloraTcam

@@ -41,7 +41,10 @@ class CounterSum
     /// Starts again from 0 with a counter that goes on from where it is.
     void restart() { sum_ = 0; }
 
-    /// Starts again from 0 with a counter that has been set to 0.
+    /// Goes on with a counter that has been set to a value: what it counted before is lost.
+    void counterIsSetTo( Agent::U64 value ) { lastReading_ = value; }
+
+    /// Starts again from 0 with a counter that has been set to 0, and has not wrapped since.
     void clear() { *this = CounterSum(); }
 
   private:

@@ -1,9 +1,8 @@
 #include "agent/tcam/CounterEvictionHelper.h"
 
-#include "agent/tcam/CounterEvictionSdk.h"
+#include "tests/agent/CounterEvictionScene.h"
 #include "tests/support/AllocationCount.h"
 #include "tests/support/RecordingSdk.h"
-#include "tests/support/ReusingStatSdk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,59 +17,9 @@ namespace {
 
 using Agent::U32;
 using Agent::U64;
+using AgentTest::CounterEvictionTest;
+using AgentTest::unit;
 using ::testing::ElementsAre;
-
-constexpr U32 unit = 3;
-
-/// An eviction helper over an SDK with counters of 8 bits.
-class CounterEvictionTest : public ::testing::Test
-{
-  protected:
-    CounterEvictionTest() { Shim::sdk_ = &sdk; }
-
-    ~CounterEvictionTest() override { Shim::sdk_ = nullptr; }
-
-    U32 created()
-    {
-        std::array< bcm_field_stat_t, 2 > types = { bytes, packets };
-        int id = 0;
-        EXPECT_EQ( sdk.bcm_field_stat_create( unit, 7, 2, types.data(), &id ), 0 );
-        return static_cast< U32 >( id );
-    }
-
-    void destroy( U32 statId )
-    {
-        EXPECT_EQ( sdk.bcm_field_stat_destroy( unit, static_cast< int >( statId ) ), 0 );
-    }
-
-    void count( U32 statId, U64 packetCount, U64 byteCount )
-    {
-        const int id = static_cast< int >( statId );
-        EXPECT_EQ( chip.counted( id, packets, packetCount ), 0 );
-        EXPECT_EQ( chip.counted( id, bytes, byteCount ), 0 );
-    }
-
-    U64 packetsOf( U32 statId )
-    {
-        U64 value = 4711;
-        EXPECT_EQ( eviction->fieldStatGetPackets( unit, statId, packets, &value ), 0 );
-        return value;
-    }
-
-    U64 bytesOf( U32 statId )
-    {
-        U64 value = 4711;
-        EXPECT_EQ( eviction->fieldStatGetBytes( unit, statId, bytes, &value ), 0 );
-        return value;
-    }
-
-    TestSupport::ReusingStatSdk chip{ 8 };
-    const bcm_field_stat_t bytes = chip.bcmFieldStatBytes();
-    const bcm_field_stat_t packets = chip.bcmFieldStatPackets();
-    Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper > eviction{
-        new PeloraTcamSdk6CounterEvictionHelper( 8 ) };
-    CounterEvictionSdk sdk{ chip, eviction };
-};
 
 TEST_F( CounterEvictionTest, Get_AcrossWraps_GivesTheSum )
 {
@@ -182,9 +131,10 @@ TEST_F( CounterEvictionTest, Destroyed_OneOfSeveral_ForgetsItAlone )
         count( id, 250, 0 );
         packetsOf( id );
     }
-    eviction->statisticDestroyed( unit + 1, second );
+    TestSupport::RecordingSdk willing;
+    EXPECT_EQ( eviction->fieldStatDestroy( willing, unit + 1, static_cast< int >( second ) ), 0 );
     EXPECT_EQ( eviction->accumulated(), 6U );
-    eviction->statisticDestroyed( unit, second );
+    destroy( second );
     EXPECT_EQ( eviction->accumulated(), 4U );
     count( first, 10, 0 );
     count( third, 10, 0 );
@@ -218,6 +168,48 @@ TEST_F( CounterEvictionTest, PoolIndicesAvailable_Default_IsFalse )
     EXPECT_FALSE( eviction->poolIndicesAvailable() );
     eviction->poolIndicesAvailableIs( true );
     EXPECT_TRUE( eviction->poolIndicesAvailable() );
+}
+
+// ---- Setting ---------------------------------------------------------------------------------
+
+TEST_F( CounterEvictionTest, Get_BetweenSettingToZeroAndClearing_DoesNotTakeItForAWrap )
+{
+    const U32 id = created();
+    count( id, 250, 250 );
+    EXPECT_EQ( packetsOf( id ), 250U );
+    EXPECT_EQ( bytesOf( id ), 250U );
+
+    ASSERT_EQ( sdk.bcm_field_stat_set( unit, static_cast< int >( id ), packets, 0 ), 0 );
+    EXPECT_EQ( packetsOf( id ), 250U );
+    count( id, 3, 0 );
+    EXPECT_EQ( packetsOf( id ), 253U );
+
+    eviction->clearEvictionCounter( unit, id, packets, true, false );
+    count( id, 2, 10 );
+    EXPECT_EQ( packetsOf( id ), 5U ) << "all since the setting";
+    EXPECT_EQ( bytesOf( id ), 260U ) << "the other counter goes on across its wrap";
+}
+
+TEST_F( CounterEvictionTest, Set_ToAnyValue_IsNoCounting )
+{
+    const U32 id = created();
+    count( id, 250, 0 );
+    packetsOf( id );
+    ASSERT_EQ( sdk.bcm_field_stat_set( unit, static_cast< int >( id ), packets, 100 ), 0 );
+    count( id, 7, 0 );
+    EXPECT_EQ( packetsOf( id ), 257U );
+}
+
+TEST_F( CounterEvictionTest, Set_Refused_LeavesTheReadingsAsTheyAre )
+{
+    TestSupport::RecordingSdk recording;
+    recording.on.bcm_field_stat_set = TestSupport::returns( -7 );
+    CounterEvictionSdk refusing( recording, eviction );
+    const U32 id = created();
+    count( id, 250, 0 );
+    packetsOf( id );
+    EXPECT_EQ( refusing.bcm_field_stat_set( unit, static_cast< int >( id ), packets, 0 ), -7 );
+    EXPECT_EQ( packetsOf( id ), 250U );
 }
 
 // ---- Random traffic --------------------------------------------------------------------------

@@ -71,6 +71,15 @@ TEST( CounterSumTest, Clear_AfterAReading_StartsWithACounterAtZero )
     EXPECT_EQ( sum.readingIs( 4, counterMask( 8 ) ), 4U );
 }
 
+TEST( CounterSumTest, CounterIsSetTo_AValue_GoesOnFromThere )
+{
+    CounterSum sum;
+    sum.readingIs( 250, counterMask( 8 ) );
+    sum.counterIsSetTo( 0 );
+    EXPECT_EQ( sum.value(), 250U );
+    EXPECT_EQ( sum.readingIs( 4, counterMask( 8 ) ), 254U );
+}
+
 TEST( CounterSumTest, Restart_AfterAReading_StartsWithTheCounterAsItIs )
 {
     CounterSum sum;
