@@ -9,6 +9,7 @@
 #include "sdk/SdkCall.h"
 
 #include <array>
+#include <utility>
 
 namespace PeloraTcam {
 
@@ -57,18 +58,12 @@ constexpr const char* getBytesText = "evictionHelper()->fieldStatGetBytes( unit(
 constexpr const char* getPacketsText = "evictionHelper()->fieldStatGetPackets( unit(), statId, "
                                        "translateStatType( counterIter.key() ), &stats )";
 
-/// Asks for the eviction helper once, and gives that one at each use: until the locks are released
-/// the agent cannot get another one.
-auto askedOnce( const Helper& helper )
-{
-    return [ eviction = helper.evictionHelper() ]() mutable -> EvictionHelper& { return eviction; };
-}
-
 /// What the counters of the wanted types have counted together, as far as they can be read. The
-/// first is read through the eviction helper given.
+/// first is read through the eviction helper given, which the agent has had since the locks were
+/// taken.
 template< bool ( *isWanted )( CounterType ), FieldStatGet fieldStatGet >
 [[gnu::always_inline]] inline U64 sumOfHits( const Helper& helper,
-                                             EvictionHelper& eviction,
+                                             EvictionHelper eviction,
                                              const CounterInfo& counterInfo,
                                              const Shim::CallSite& site )
 {
@@ -170,8 +165,7 @@ bcm_field_stat_t translateStatType( const CounterType& counterType )
 {
     switch ( counterType ) {
     case CounterType::invalid:
-        AGENT_ASSERT( false && "invalid counter type requested" );
-        break;
+        AGENT_FAIL( "false && \"invalid counter type requested\"" );
     case CounterType::bytes:
         return Shim::sdk().bcmFieldStatBytes();
     case CounterType::packets:
@@ -289,29 +283,28 @@ U64 PeloraTcamSdk6CounterHelper::getStatHits( unsigned statId, CounterType count
                   statId,
                   " counterType: ",
                   counterType );
-    auto evictionHelper = askedOnce( *this );
-    AGENT_ASSERT( !!evictionHelper() && "Eviction Helper is missing" );
+    const EvictionHelper eviction = evictionHelper();
+    AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
 
     U64 stats = 0;
+    const U32 sdkUnit = unit();
     if ( isByteType( counterType ) ) {
-        Shim::tracedCall( apiTraceHandle_,
-                          SDK_CALL_SITE( "evictionHelper()->fieldStatGetBytes( unit(), sid, "
-                                         "translateStatType( counterType ), &stats )" ),
-                          [ & ] {
-                              return evictionHelper()->fieldStatGetBytes(
-                                  unit(), statId, translateStatType( counterType ), &stats );
-                          } );
+        const bcm_field_stat_t statType = translateStatType( counterType );
+        Shim::tracedCall(
+            apiTraceHandle_,
+            SDK_CALL_SITE( "evictionHelper()->fieldStatGetBytes( unit(), sid, "
+                           "translateStatType( counterType ), &stats )" ),
+            [ & ] { return eviction->fieldStatGetBytes( sdkUnit, statId, statType, &stats ); } );
     } else if ( isPacketType( counterType ) ) {
-        Shim::tracedCall( apiTraceHandle_,
-                          SDK_CALL_SITE( "evictionHelper()->fieldStatGetPackets( unit(), sid, "
-                                         "translateStatType( counterType ), &stats )" ),
-                          [ & ] {
-                              return evictionHelper()->fieldStatGetPackets(
-                                  unit(), statId, translateStatType( counterType ), &stats );
-                          } );
+        const bcm_field_stat_t statType = translateStatType( counterType );
+        Shim::tracedCall(
+            apiTraceHandle_,
+            SDK_CALL_SITE( "evictionHelper()->fieldStatGetPackets( unit(), sid, "
+                           "translateStatType( counterType ), &stats )" ),
+            [ & ] { return eviction->fieldStatGetPackets( sdkUnit, statId, statType, &stats ); } );
     } else {
         // DIFFERS: HSDK gives the packets of a flex counter that the entry does not have: 0.
-        AGENT_ASSERT( 0 && "Invalid stat type" );
+        AGENT_FAIL( "0 && \"Invalid stat type\"" );
     }
     return stats;
 }
@@ -325,10 +318,10 @@ U64 PeloraTcamSdk6CounterHelper::getPacketHits( const CounterInfo& counterInfo )
                   "getPacketHits",
                   " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
-    auto evictionHelper = askedOnce( *this );
-    AGENT_ASSERT( !!evictionHelper() && "Eviction Helper is missing" );
+    EvictionHelper eviction = evictionHelper();
+    AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
     static constexpr Shim::CallSite site = SDK_CALL_SITE( getPacketsText );
-    return sumOfHits< isPacketType, getPackets >( *this, evictionHelper(), counterInfo, site );
+    return sumOfHits< isPacketType, getPackets >( *this, std::move( eviction ), counterInfo, site );
 }
 
 U64 PeloraTcamSdk6CounterHelper::getByteHits( const CounterInfo& counterInfo )
@@ -338,10 +331,10 @@ U64 PeloraTcamSdk6CounterHelper::getByteHits( const CounterInfo& counterInfo )
                   "getByteHits",
                   " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
-    auto evictionHelper = askedOnce( *this );
-    AGENT_ASSERT( !!evictionHelper() && "Eviction Helper is missing" );
+    EvictionHelper eviction = evictionHelper();
+    AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
     static constexpr Shim::CallSite site = SDK_CALL_SITE( getBytesText );
-    return sumOfHits< isByteType, getBytes >( *this, evictionHelper(), counterInfo, site );
+    return sumOfHits< isByteType, getBytes >( *this, std::move( eviction ), counterInfo, site );
 }
 
 // DIFFERS: HSDK finds the index among those that it gave the entry, and gives 0 for none.
@@ -375,8 +368,7 @@ S32 PeloraTcamSdk6CounterHelper::getCounterHwIdx( unsigned statId,
         &indices[ 1 ],
         &indices[ 2 ],
         &bcmpipe );
-    const int BCM_E_NONE = Shim::sdk().BCM_E_NONE();
-    AGENT_ASSERT( BCM_E_NONE == rc );
+    AGENT_ASSERT_AS( "BCM_E_NONE == rc", rc == Shim::sdk().BCM_E_NONE() );
 
     Agent::trace( _defaultTraceHandle(),
                   6,
@@ -409,9 +401,9 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
                   "clearHitsForEntry",
                   " CounterId: 0x",
                   Agent::hex( counterInfo.counterId ) );
-    AGENT_ASSERT( !!evictionHelper() && "Eviction Helper is missing" );
+    AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", evictionHelper() );
 
-    const int sdkUnit = static_cast< int >( unit() );
+    const U32 sdkUnit = unit();
     const U32 statId = counterInfo.statId;
     for ( const CounterType type : CounterTypeList( counterInfo.counterSet ) ) {
         const bool statPacketClear = isPacketType( type );
@@ -421,12 +413,16 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
         SDK_CHECKED_CALL_AS(
             "bcm_field_stat_set( unit(), statId, translateStatType( counterIter.key() ), 0 )",
             bcm_field_stat_set,
-            sdkUnit,
+            static_cast< int >( sdkUnit ),
             static_cast< int >( statId ),
             statType,
             0 );
-        evictionHelper()->clearEvictionCounter(
-            unit(), statId, statType, statPacketClear, statByteClear );
+        // The one that the agent has now. It may wait until the SDK has read the statistic.
+        const EvictionHelper eviction = evictionHelper();
+        Shim::callWithLocksReleased( [ & ] {
+            eviction->clearEvictionCounter(
+                sdkUnit, statId, statType, statPacketClear, statByteClear );
+        } );
     }
 }
 
@@ -447,7 +443,7 @@ void PeloraTcamSdk6CounterHelper::maybeClearHitsAfterEntryInstall( unsigned stat
 
 void PeloraTcamSdk6CounterHelper::handleFlashDownload()
 {
-    AGENT_ASSERT( false && "Call to unimplemented interface handleFlashDownload" );
+    AGENT_FAIL( "false && \"Call to unimplemented interface handleFlashDownload\"" );
 }
 
 void PeloraTcamSdk6CounterHelper::configureCounter()
@@ -474,7 +470,7 @@ void PeloraTcamSdk6CounterHelper::verifyCounters( unsigned statId,
         } else if ( isPacketType( type ) ) {
             proveReadable( *this, statId, type, getPackets, SDK_CALL_SITE( getPacketsText ) );
         } else {
-            AGENT_ASSERT( 0 && "Invalid counter type" );
+            AGENT_FAIL( "0 && \"Invalid counter type\"" );
         }
     }
 }

@@ -59,8 +59,10 @@ class PELORA_TCAM_EXPORT PeloraTcamSdk6CounterHelper
     /// The SDK's invalid index where the eviction helper has no pool indices; an SDK that has them
     /// and does not give one is an assertion failure.
     S32 getCounterHwIdx( unsigned statId, CounterType counterType, StageType stage ) override;
-    /// Sets each counter to 0 in the chip, then in the eviction helper. A type other than 1 to 8,
-    /// or no eviction helper, is an assertion failure.
+    /// Sets each counter to 0 in the chip, then in the eviction helper. A counter that is read in
+    /// between gives what it counted before, as long as the eviction helper is told of the setting
+    /// (`CounterEvictionSdk`). A type other than 1 to 8, or no eviction helper, is an assertion
+    /// failure.
     void clearHitsForEntry( const CounterInfo& counterInfo ) override;
     bool isStatIdInstalledInHardware( unsigned statId ) override;
     /// Traces only.

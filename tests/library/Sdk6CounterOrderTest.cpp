@@ -4,8 +4,13 @@
 #include "tests/library/DeclaredEnumerators.h"
 #include "tests/library/LockWatchingSdk.h"
 #include "tests/library/Sdk6CounterScene.h"
+#include "tests/support/LockRecorder.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
+#include <future>
+#include <thread>
 
 namespace LibraryTest {
 namespace {
@@ -183,6 +188,46 @@ TEST_F( Sdk6CounterOrderTest, Operations_EverySdkCall_IsMadeWithTheLockReleased 
                               Pair( "bcm_field_stat_get", 6U ),
                               Pair( "bcm_field_stat_set", 2U ),
                               Pair( "korvel_bcm_esw_field_stat_pool_index_get", 1U ) ) );
+}
+
+/// Waits until something is so, for ten seconds at most.
+bool becomesTrue( const std::function< bool() >& isSo )
+{
+    for ( int attempt = 0; attempt < 10'000 && !isSo(); ++attempt ) {
+        std::this_thread::sleep_for( std::chrono::milliseconds( 1 ) );
+    }
+    return isSo();
+}
+
+TEST_F( Sdk6CounterOrderTest, Clear_StatisticIsBeingRead_HoldsNoLockWhileItWaits )
+{
+    const CounterInfo info = allocate( setOf( { 2 } ) );
+    const bcm_field_stat_t packets = sdk.bcmFieldStatPackets();
+    Shim::sdk_ = &sdk; // The setting does not wait, the clearing of the sum does.
+    std::promise< void > entered;
+    std::promise< void > left;
+    sdk.on.bcm_field_stat_get = [ & ]( int, int, bcm_field_stat_t, uint64_t* ) {
+        entered.set_value();
+        left.get_future().wait();
+        return 0;
+    };
+    std::thread reader( [ & ] {
+        Agent::U64 sum = 0;
+        eviction->fieldStatGetPackets( unit, info.statId, packets, &sum );
+    } );
+    entered.get_future().wait();
+    TestSupport::LockRecorder locks;
+    std::thread third( [ & ] {
+        // Released for the setting, then for the clearing of the sum.
+        EXPECT_TRUE( becomesTrue( [ & ] {
+            return std::ranges::count( locks.events(), "activity lock released" ) == 2;
+        } ) );
+        left.set_value();
+    } );
+    helper->clearHitsForEntry( info );
+    reader.join();
+    third.join();
+    EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
 }
 
 // ---- Clearing and return codes ---------------------------------------------------------------
