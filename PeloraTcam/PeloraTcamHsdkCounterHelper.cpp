@@ -31,6 +31,23 @@ const Agent::TraceHandle& _defaultTraceHandle()
     return handle;
 }
 
+/// The agent's counter object manager, which must be set.
+PeloraTcamCounterObjectManager& counterObjectManager()
+{
+    PeloraTcamCounterObjectManager* const manager = getCounterObjectManager();
+    AGENT_ASSERT_AS( "getCounterObjectManager() && \"counter object manager is not set\"",
+                     manager );
+    return *manager;
+}
+
+/// The agent's flex counter manager, which must be set.
+FlexctrManager& flexctrManager()
+{
+    FlexctrManager* const manager = getFlexctrManager();
+    AGENT_ASSERT_AS( "getFlexctrManager() && \"flex counter manager is not set\"", manager );
+    return *manager;
+}
+
 /// What an entry's flex counter of a type has counted.
 struct Hits
 {
@@ -42,14 +59,14 @@ struct Hits
 Hits readFlexctr( const Helper& helper, StageType stage, TcamEntryId entryId, CounterType type )
 {
     Hits hits;
-    getFlexctrManager()->getFlexctr( helper.unit(),
-                                     stage,
-                                     helper.pipeId(),
-                                     helper.chipInfo(),
-                                     entryId,
-                                     packetTypeOfPair( type ),
-                                     hits.packets,
-                                     hits.bytes );
+    flexctrManager().getFlexctr( helper.unit(),
+                                 stage,
+                                 helper.pipeId(),
+                                 helper.chipInfo(),
+                                 entryId,
+                                 packetTypeOfPair( type ),
+                                 hits.packets,
+                                 hits.bytes );
     return hits;
 }
 
@@ -117,7 +134,7 @@ CounterInfo PeloraTcamHsdkCounterHelper::allocateCounter( StageType stage,
                   Agent::hex( entryId ) );
     // DIFFERS: SDK-6 learns from the SDK's refusal that there is no room.
     const FlexctrObjectId object =
-        getCounterObjectManager()->getCounterObject( unit(), stage, pipeId(), priority );
+        counterObjectManager().getCounterObject( unit(), stage, pipeId(), priority );
     if ( object == Shim::sdk().BCM_FLEXCTR_INVALID_OBJECT() ) {
         Agent::trace( _defaultTraceHandle(),
                       1,
@@ -132,7 +149,7 @@ CounterInfo PeloraTcamHsdkCounterHelper::allocateCounter( StageType stage,
     // DIFFERS: the SDK-6 key has the pipe's bits too.
     const S32 hardwareGroupId =
         getGroupIdMap().getHardwareGroupId( commonHardwareGroupKey( logicalGroupId ) );
-    const FlexctrAttachment attachment = getFlexctrManager()->attachFlexctr(
+    const FlexctrAttachment attachment = flexctrManager().attachFlexctr(
         unit(), stage, pipeId(), chipInfo(), priority, entryId, counterSet, hardwareGroupId );
     // DIFFERS: with SDK-6 a refused attachment is fatal.
     if ( !attachment.complete() ) {
@@ -157,7 +174,7 @@ bool PeloraTcamHsdkCounterHelper::freeCounter( StageType stage,
                   Agent::hex( entryId ),
                   " CounterId: 0x",
                   Agent::hex( counterInfo.counterId ) );
-    getFlexctrManager()->detachFlexctr( unit(), stage, pipeId(), chipInfo(), priority, entryId );
+    flexctrManager().detachFlexctr( unit(), stage, pipeId(), chipInfo(), priority, entryId );
     return true;
 }
 
@@ -213,15 +230,16 @@ S32 PeloraTcamHsdkCounterHelper::getCounterHwIdx( unsigned entryId,
                   entryId,
                   " Type : ",
                   counterType );
-    FlexctrManager* const flexctrManager = getFlexctrManager();
-    AGENT_ASSERT( flexctrManager->actionIndexMgr() );
+    FlexctrManager& manager = flexctrManager();
+    FlexctrActionIndexManager* const actionIndices = manager.actionIndexMgr();
+    AGENT_ASSERT_AS( "flexctrManager->actionIndexMgr()", actionIndices );
     // The one operation that converts the pipe first.
-    const U8 pipe = flexctrManager->getPipe( pipeId(), stage );
-    const FlexctrAllocPerEntry* const flexctrAlloc =
-        flexctrManager->actionIndexMgr()->getFlexctrAllocPerEntry( unit(), entryId, pipe );
-    AGENT_ASSERT( flexctrAlloc );
-    const auto found = flexctrAlloc->find( packetTypeOfPair( counterType ) );
-    return found == flexctrAlloc->end() ? 0 : static_cast< S32 >( found->second );
+    const U8 pipe = manager.getPipe( pipeId(), stage );
+    const FlexctrAllocPerEntry* const allocation =
+        actionIndices->getFlexctrAllocPerEntry( unit(), entryId, pipe );
+    AGENT_ASSERT_AS( "flexctrAlloc", allocation );
+    const auto found = allocation->find( packetTypeOfPair( counterType ) );
+    return found == allocation->end() ? 0 : static_cast< S32 >( found->second );
 }
 
 // DIFFERS: SDK-6 sets the counters of the set to 0, one by one.
@@ -234,15 +252,14 @@ void PeloraTcamHsdkCounterHelper::clearHitsForEntry( const CounterInfo& counterI
                   Agent::hex( counterInfo.counterId ),
                   " Clearing EntryId: 0x",
                   Agent::hex( counterInfo.entryId ) );
-    getFlexctrManager()->clearFlexctr(
+    flexctrManager().clearFlexctr(
         unit(), counterInfo.stage, pipeId(), chipInfo(), counterInfo.entryId, true );
 }
 
 // DIFFERS: SDK-6 asks the SDK.
 bool PeloraTcamHsdkCounterHelper::isStatIdInstalledInHardware( unsigned )
 {
-    AGENT_ASSERT( 0 && "Unreachable code" );
-    return false;
+    AGENT_FAIL( "0 && \"Unreachable code\"" );
 }
 
 // DIFFERS: SDK-6 traces it.
@@ -250,7 +267,7 @@ void PeloraTcamHsdkCounterHelper::maybeClearHitsAfterEntryInstall( unsigned ) {}
 
 void PeloraTcamHsdkCounterHelper::handleFlashDownload()
 {
-    AGENT_ASSERT( false && "Call to unimplemented interface handleFlashDownload" );
+    AGENT_FAIL( "false && \"Call to unimplemented interface handleFlashDownload\"" );
 }
 
 void PeloraTcamHsdkCounterHelper::configureCounter()

@@ -7,8 +7,9 @@
 /// A priority without a flex counter object gives an entry no counter, which is no error; neither
 /// is an attachment that is not complete.
 ///
-/// The agent sets both managers before the first operation, holds the helper by `Ptr` and calls it
-/// with the activity lock held.
+/// The agent sets both managers before the first operation (an operation that needs one which is
+/// not set is an assertion failure), holds the helper by `Ptr` and calls it with the activity lock
+/// held.
 ///
 ///     auto helper = PeloraTcamHsdkCounterHelper::PeloraTcamHsdkCounterHelperIs(
 ///         pipeId, unit, chipInfo );

@@ -90,5 +90,43 @@ TEST_F( HsdkCounterAssertionTest, Assertions_OfAll_FollowTheTrace )
         } );
 }
 
+TEST_F( HsdkCounterAssertionTest, Operations_NoFlexctrManager_DieForThatReason )
+{
+    PeloraTcam::flexctrManagerIs( nullptr );
+    const std::vector< std::function< void() > > operations = {
+        [ this ] { allocate( setOf( { 1 } ) ); },
+        [ this ] { helper->freeCounter( stageIfp(), logicalGroup, entry, {}, priority ); },
+        [ this ] { helper->getStatHits( entry, CounterType::bytes, stageIfp() ); },
+        [ this ] { helper->getPacketHits( recordOf( { 2 } ) ); },
+        [ this ] { helper->getByteHits( recordOf( { 1 } ) ); },
+        [ this ] { helper->getCounterHwIdx( entry, CounterType::bytes, stageIfp() ); },
+        [ this ] { helper->clearHitsForEntry( recordOf( {} ) ); },
+    };
+    for ( const auto& operation : operations ) {
+        expectAssertion( site( "flexctrManager" ),
+                         "getFlexctrManager() && \"flex counter manager is not set\"",
+                         operation );
+    }
+}
+
+TEST_F( HsdkCounterAssertionTest, Allocate_NoCounterObjectManager_DiesForThatReason )
+{
+    PeloraTcam::counterObjectManagerIs( nullptr );
+    expectAssertion( site( "counterObjectManager" ),
+                     "getCounterObjectManager() && \"counter object manager is not set\"",
+                     [ this ] { allocate( setOf( { 1 } ) ); } );
+}
+
+TEST_F( HsdkCounterAssertionTest, Operations_ThatNeedNoService_WorkWithoutOne )
+{
+    PeloraTcam::flexctrManagerIs( nullptr );
+    PeloraTcam::counterObjectManagerIs( nullptr );
+    EXPECT_EQ( helper->getPacketHits( recordOf( {} ) ), 0U );
+    EXPECT_EQ( helper->getByteHits( recordOf( { 2 } ) ), 0U );
+    helper->maybeClearHitsAfterEntryInstall( 1 );
+    helper->configureCounter();
+    helper->verifyCounters( 1, { { CounterType::bytes, 0 } } );
+}
+
 } // namespace
 } // namespace LibraryTest
