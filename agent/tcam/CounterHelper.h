@@ -53,11 +53,12 @@ class AGENT_EXPORT PeloraTcamCounterHelper : public Agent::Node
     virtual void clearHitsForEntry( const CounterInfo& counterInfo ) = 0;
     /// Slot 12: whether the chip has the statistic.
     virtual bool isStatIdInstalledInHardware( unsigned statId ) = 0;
-    /// Slot 13: called when an entry has been installed.
+    /// Slot 13: by its name for the time after an entry's installation. No helper of the library
+    /// does anything to the chip.
     virtual void maybeClearHitsAfterEntryInstall( unsigned statId ) = 0;
-    /// Slot 14: called when the chip has taken over a new image.
+    /// Slot 14: no helper of the library supports it: an assertion failure.
     virtual void handleFlashDownload() = 0;
-    /// Slot 15: called when the configuration of the counters changes.
+    /// Slot 15: no helper of the library does anything to the chip.
     virtual void configureCounter() = 0;
     /// Slot 16: proves that the counters of a record can still be read.
     virtual void verifyCounters( unsigned statId, const CounterStatus& counterStatus ) = 0;

@@ -13,8 +13,8 @@ namespace PeloraTcam {
 class AGENT_EXPORT GroupIdMap
 {
   public:
-    /// The SDK group of a key; the key itself if none was set: most groups are created under
-    /// their key.
+    /// The SDK group of a key; the key itself if none was set: this model assumes that such a group
+    /// was created under its key.
     [[nodiscard]] Agent::S32 getHardwareGroupId( Agent::U32 key ) const;
     void hardwareGroupIdIs( Agent::U32 key, Agent::S32 hardwareGroupId );
     void hardwareGroupIdDel( Agent::U32 key );
