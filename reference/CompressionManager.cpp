@@ -5,7 +5,6 @@
 #include "sdk/SdkCall.h"
 
 #include <algorithm>
-#include <array>
 
 namespace Reference {
 
@@ -88,8 +87,10 @@ CompressionManager::CompressionManager(
     : helper_( std::move( helper ) )
 {
     for ( const auto& [ table, limit ] : limits ) {
-        tables_[ table ] = {
-            limit.entries, 0, PeloraTcam::IdPool( limit.firstClassId, limit.classIds ) };
+        if ( TableState* const state = stateOf( table ) ) {
+            state->capacity = limit.entries;
+            state->classIds = PeloraTcam::IdPool( limit.firstClassId, limit.classIds );
+        }
     }
 }
 
@@ -98,77 +99,136 @@ int CompressionManager::unit() const
     return PeloraTcam::sdkUnit( helper_->fapId() );
 }
 
+CompressionManager::Place CompressionManager::placeOf( Table table, const Key& key )
+{
+    return { table, asProgrammed( table, key ) };
+}
+
+CompressionManager::TableState* CompressionManager::stateOf( Table table ) const
+{
+    const auto index = static_cast< std::size_t >( table );
+    return index < tables_.size() ? &tables_[ index ] : nullptr;
+}
+
 // ---- Values ----------------------------------------------------------------------------------
+
+class CompressionManager::Reservation
+{
+  public:
+    Reservation( TableState& state, const Place& place, std::optional< Agent::U32 > wanted )
+        : state_( state )
+        , place_( place )
+        , classId_( takeClassId( state.classIds, wanted ) )
+    {
+        ++state.used;
+        if ( isAddressTable( place.table ) ) {
+            state.prefixes.insert( { place.key.getIpAddress(), place.key.prefixLength() } );
+        }
+    }
+
+    Reservation( const Reservation& ) = delete;
+    Reservation& operator=( const Reservation& ) = delete;
+
+    ~Reservation()
+    {
+        if ( !isKept_ ) {
+            undo( state_, place_, classId_ );
+        }
+    }
+
+    static void undo( TableState& state, const Place& place, Agent::U32 classId )
+    {
+        state.classIds.free( classId );
+        --state.used;
+        if ( isAddressTable( place.table ) ) {
+            state.prefixes.erase( { place.key.getIpAddress(), place.key.prefixLength() } );
+        }
+    }
+
+    [[nodiscard]] Agent::U32 classId() const { return classId_; }
+
+    /// The value is in the chip.
+    void keep() { isKept_ = true; }
+
+  private:
+    TableState& state_;
+    const Place& place_;
+    const Agent::U32 classId_;
+    bool isKept_ = false;
+};
+
+auto CompressionManager::givingBack() const
+{
+    return [ this ]( Record& record ) { giveBack( record ); };
+}
+
+std::optional< Agent::U32 > CompressionManager::share( Table table, const Key& key )
+{
+    Record* const record = records_.shared( placeOf( table, key ) );
+    if ( record == nullptr ) {
+        return std::nullopt;
+    }
+    ++record->users;
+    return record->value.classId;
+}
 
 std::optional< Agent::U32 >
 CompressionManager::acquire( Table table, const Key& key, std::optional< Agent::U32 > wanted )
 {
-    const Key value = asProgrammed( table, key );
-    const auto shared = records_.find( { table, value } );
-    if ( shared != records_.end() ) {
-        if ( wanted && *wanted != shared->second.classId ) {
+    const Place place = placeOf( table, key );
+    if ( Record* const equal = records_.shared( place ) ) {
+        if ( wanted && *wanted != equal->value.classId ) {
             return std::nullopt;
         }
-        ++shared->second.users;
-        return shared->second.classId;
+        ++equal->users;
+        return equal->value.classId;
     }
     if ( room( table ) != CompressionRoom::free ) {
         return std::nullopt;
     }
-    TableState& state = tables_.at( table );
+    TableState& state = *stateOf( table );
     if ( wanted && !state.classIds.isFree( *wanted ) ) {
         return std::nullopt;
     }
-    const Agent::U32 classId = takeClassId( state.classIds, wanted );
-    Agent::U64 entryId = 0;
-    try {
-        entryId = helper_->getFieldCompressionEntry( CompressionData( value ), classId, table );
-    } catch ( ... ) {
-        state.classIds.free( classId );
-        throw;
-    }
-    ++state.used;
-    const bool isNew =
-        records_.emplace( std::pair( table, value ), Record{ classId, entryId, 1, false } ).second;
-    AGENT_ASSERT( isNew && "the value was given a class while the SDK was called" );
-    return classId;
+    Reservation reserved( state, place, wanted );
+    const Agent::U32 classId = reserved.classId();
+    const Agent::U64 entryId =
+        helper_->getFieldCompressionEntry( CompressionData( place.key ), classId, table );
+    reserved.keep();
+    const bool isNewId = records_.find( entryId ) == nullptr;
+    AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
+    const bool isAdded = records_.add( { entryId, place, { classId } }, givingBack() );
+    return isAdded ? classId : acquire( table, key, wanted );
 }
 
 bool CompressionManager::release( Table table, const Key& key )
 {
-    const Key value = asProgrammed( table, key );
-    const auto found = records_.find( { table, value } );
-    if ( found == records_.end() ) {
-        return false;
+    // One that could not be given back first: whoever tries again means that.
+    const Record* const record = find( table, key );
+    return record != nullptr && records_.release( record->id, givingBack() );
+}
+
+/// Each step is noted as soon as the chip has made it: after an exception the entry is given back
+/// from where it was left.
+void CompressionManager::giveBack( Record& record ) const
+{
+    if ( !record.value.takenOut ) {
+        helper_->releaseFieldCompressionEntry( record.id, record.key.table );
+        record.value.takenOut = true;
+        record.isShared = false;
     }
-    if ( found->second.users > 1 ) {
-        --found->second.users;
-        return true;
-    }
-    // Forgotten only once the chip has it back: after an exception it is released where it was
-    // left. The calls let go of the activity lock, so nothing found before is used after them.
-    const Record record = found->second;
-    const auto entry = static_cast< bcm_field_entry_t >( record.entryId );
-    if ( !record.takenOut ) {
-        helper_->releaseFieldCompressionEntry( record.entryId, table );
-        records_.at( { table, value } ).takenOut = true;
-    }
+    const auto entry = static_cast< bcm_field_entry_t >( record.id );
     SDK_CHECKED_CALL( bcm_field_entry_destroy, unit(), entry );
-    records_.erase( { table, value } );
-    TableState& state = tables_.at( table );
-    state.classIds.free( record.classId );
-    --state.used;
-    return true;
+    Reservation::undo( *stateOf( record.key.table ), record.key, record.value.classId );
 }
 
 CompressionRoom CompressionManager::room( Table table ) const
 {
-    const auto found = tables_.find( table );
-    if ( found == tables_.end() || found->second.used >= found->second.capacity ) {
+    const TableState* const state = stateOf( table );
+    if ( state == nullptr || state->used >= state->capacity ) {
         return CompressionRoom::noEntry;
     }
-    return found->second.classIds.canAllocate() ? CompressionRoom::free
-                                                : CompressionRoom::noClassId;
+    return state->classIds.canAllocate() ? CompressionRoom::free : CompressionRoom::noClassId;
 }
 
 bool CompressionManager::overlapsAnother( Table table, const Key& key ) const
@@ -177,68 +237,66 @@ bool CompressionManager::overlapsAnother( Table table, const Key& key ) const
         return false;
     }
     const Key value = asProgrammed( table, key );
-    const IpAddress& address = value.getIpAddress();
-    // Those that lie in it stand behind the shortest prefix of its address.
-    const auto isInside = [ & ]( const Key& other ) {
-        return other.getIpAddress().isV6() == address.isV6() &&
-               prefixOf( other.getIpAddress(), value.prefixLength() ) == value;
-    };
-    for ( auto row = records_.lower_bound( { table, Key( address, 0 ) } );
-          row != records_.end() && row->first.first == table && isInside( row->first.second );
-          ++row ) {
-        if ( row->first.second != value ) {
-            return true;
-        }
-    }
-    for ( Agent::U32 length = 0; length < value.prefixLength(); ++length ) {
-        if ( records_.contains( { table, prefixOf( address, length ) } ) ) {
-            return true;
-        }
-    }
-    return false;
+    return stateOf( table )->prefixes.overlapsAnother(
+        { value.getIpAddress(), value.prefixLength() } );
 }
 
 // ---- Looking ---------------------------------------------------------------------------------
 
 const CompressionManager::Record* CompressionManager::find( Table table, const Key& key ) const
 {
-    const auto found = records_.find( { table, asProgrammed( table, key ) } );
-    return found == records_.end() ? nullptr : &found->second;
+    const Place place = placeOf( table, key );
+    const Record* const withheld = records_.withheld( place );
+    return withheld != nullptr ? withheld : records_.shared( place );
 }
 
 std::size_t CompressionManager::size( Table table ) const
 {
-    const auto found = tables_.find( table );
-    return found == tables_.end() ? 0 : found->second.used;
+    const TableState* const state = stateOf( table );
+    return state == nullptr ? 0 : state->used;
 }
 
 std::optional< Agent::U32 > CompressionManager::classId( Table table, const Key& key ) const
 {
-    const Record* record = find( table, key );
-    return record == nullptr ? std::nullopt : std::optional( record->classId );
+    const Record* const record = records_.shared( placeOf( table, key ) );
+    return record == nullptr ? std::nullopt : std::optional( record->value.classId );
 }
 
 std::size_t CompressionManager::users( Table table, const Key& key ) const
 {
-    const Record* record = find( table, key );
+    const Record* const record = find( table, key );
     return record == nullptr ? 0 : record->users;
+}
+
+std::size_t CompressionManager::PlaceHash::operator()( const Place& place ) const
+{
+    const Key& key = place.key;
+    const IpAddress& address = key.getIpAddress();
+    std::size_t hash = mixed( static_cast< std::size_t >( place.table ), key.getU32Key() );
+    hash = mixed( hash, std::size_t{ address.value() } << 8 | key.prefixLength() );
+    if ( address.isV6() ) {
+        for ( const Agent::U8 byte : address.bytes() ) {
+            hash = mixed( hash, byte );
+        }
+    }
+    return hash;
 }
 
 // ---- Audit -----------------------------------------------------------------------------------
 
 std::size_t CompressionManager::audit() const
 {
-    // Over a copy: each call lets go of the activity lock, and records may come and go meanwhile.
-    const Records records = records_;
-    for ( const auto& [ where, record ] : records ) {
-        verify( where.first, where.second, record );
-    }
-    return records.size();
+    const auto verifying = [ this ]( const Record& record ) { return verify( record ); };
+    return records_.audit( verifying, givingBack() );
 }
 
-void CompressionManager::verify( Table table, const Key& key, const Record& record ) const
+/// False for what is out of the hardware and could not be destroyed.
+bool CompressionManager::verify( const Record& record ) const
 {
-    const auto entry = static_cast< bcm_field_entry_t >( record.entryId );
+    if ( record.value.takenOut ) {
+        return false;
+    }
+    const auto entry = static_cast< bcm_field_entry_t >( record.id );
     int installed = 0;
     SDK_CHECKED_CALL( bcm_field_entry_installed_get, unit(), entry, &installed );
     AGENT_ASSERT( installed && "the entry is not in the hardware" );
@@ -246,8 +304,9 @@ void CompressionManager::verify( Table table, const Key& key, const Record& reco
     Agent::U32 classId = 0;
     Agent::U32 unused = 0;
     SDK_CHECKED_CALL( bcm_field_action_get, unit(), entry, action, &classId, &unused );
-    AGENT_ASSERT( classId == record.classId );
-    verifyValue( table, key, entry );
+    AGENT_ASSERT( classId == record.value.classId );
+    verifyValue( record.key.table, record.key.key, entry );
+    return true;
 }
 
 void CompressionManager::verifyValue( Table table, const Key& key, bcm_field_entry_t entry ) const

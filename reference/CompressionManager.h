@@ -11,12 +11,14 @@
 /// The helper takes a full table for a fatal failure, so the manager counts and never asks for more
 /// than it may. No room, in the hardware or among the class ids, is a result; a mismatch that the
 /// audit finds, an unknown table, and whatever else goes wrong in the chip ends the process. An
-/// exception of the SDK leaves the record as it was.
+/// exception of the SDK leaves the record as it was, or as far as it got; what is out of the
+/// hardware already is shared with nobody.
 ///
 /// A packet gets the class of one entry of a table. So of the values in a table no two may match
 /// the same packet: before a prefix is given a class, ask `overlapsAnother`.
 ///
-/// All operations are called with the agent's activity lock held.
+/// All operations are called with the agent's activity lock held, by any thread; `Overlap.h` tells
+/// how they stay right while the lock is free.
 ///
 ///     Reference::CompressionManager manager( helper, sameLimits( { 128, 1, 0xFFFF } ) );
 ///     const CompressionKey tcp( 6 );
@@ -26,11 +28,13 @@
 #include "agent/base/Ptr.h"
 #include "agent/tcam/CompressionHelper.h"
 #include "agent/tcam/IdPool.h"
+#include "reference/Overlap.h"
+#include "reference/PrefixSet.h"
 
+#include <array>
 #include <cstddef>
 #include <map>
 #include <optional>
-#include <utility>
 
 namespace Reference {
 
@@ -77,6 +81,9 @@ class CompressionManager
     [[nodiscard]] std::optional< Agent::U32 >
     acquire( Table table, const Key& key, std::optional< Agent::U32 > wanted = std::nullopt );
 
+    /// The class id of a value that has one, with one more user; nothing when it has none.
+    [[nodiscard]] std::optional< Agent::U32 > share( Table table, const Key& key );
+
     /// Takes one user away; the last one takes the entry out of the chip and frees the class id.
     /// False when the table has no such value.
     bool release( Table table, const Key& key );
@@ -84,18 +91,19 @@ class CompressionManager
     /// Whether a table can take one more value.
     [[nodiscard]] CompressionRoom room( Table table ) const;
 
-    /// Whether an address table has another prefix that contains this one or lies in it; false for
-    /// the other tables.
+    /// Whether an address table has another prefix that contains this one or lies in it, also one
+    /// on its way into the chip or out of it; false for the other tables.
     [[nodiscard]] bool overlapsAnother( Table table, const Key& key ) const;
 
     /// Compares every record with the chip: value, class id, and that the hardware holds it. A
-    /// mismatch ends the process. Gives the number of records compared.
+    /// mismatch ends the process. Gives the number of records compared. What its last user lets go
+    /// of meanwhile, it gives back.
     std::size_t audit() const;
 
     /// How many values the manager holds, in all tables or in one.
     [[nodiscard]] std::size_t size() const { return records_.size(); }
 
-    /// How many values the table holds.
+    /// How many values the table holds, with those on their way into the chip or out of it.
     [[nodiscard]] std::size_t size( Table table ) const;
 
     /// The class id of a value; nothing when the table does not have it.
@@ -105,31 +113,55 @@ class CompressionManager
     [[nodiscard]] std::size_t users( Table table, const Key& key ) const;
 
   private:
-    struct Record
+    /// A value of a table, as the chip sees it.
+    struct Place
+    {
+        Table table;
+        Key key;
+
+        friend bool operator==( const Place&, const Place& ) = default;
+    };
+
+    struct PlaceHash
+    {
+        std::size_t operator()( const Place& place ) const;
+    };
+
+    struct Entry
     {
         Agent::U32 classId = 0;
-        Agent::U64 entryId = 0;
-        std::size_t users = 0;
         bool takenOut = false; ///< of the hardware, but not yet destroyed
     };
+
+    using Records = SharedRecords< Place, Agent::U64, Entry, PlaceHash >;
+    using Record = Records::Record;
 
     struct TableState
     {
         std::size_t capacity = 0;
         std::size_t used = 0;
         PeloraTcam::IdPool classIds;
+        PrefixSet prefixes;
     };
 
-    using Records = std::map< std::pair< Table, Key >, Record >;
+    /// A place in a table and a class id, for a value on its way into the chip.
+    class Reservation;
 
+    [[nodiscard]] static Place placeOf( Table table, const Key& key );
+    [[nodiscard]] TableState* stateOf( Table table ) const;
     [[nodiscard]] const Record* find( Table table, const Key& key ) const;
+    [[nodiscard]] auto givingBack() const;
+    void giveBack( Record& record ) const;
     [[nodiscard]] int unit() const;
-    void verify( Table table, const Key& key, const Record& record ) const;
+    [[nodiscard]] bool verify( const Record& record ) const;
     void verifyValue( Table table, const Key& key, bcm_field_entry_t entry ) const;
 
+    static constexpr std::size_t tables = 7; // With the invalid one, which has no room.
+
     const Agent::Ptr< PeloraTcam::PeloraTcamCompressionHelperBase > helper_;
-    std::map< Table, TableState > tables_;
-    Records records_;
+    // An audit gives back what its last user lets go of.
+    mutable std::array< TableState, tables > tables_;
+    mutable Records records_;
 };
 
 } // namespace Reference

@@ -32,47 +32,77 @@ CounterManager::CounterManager( Agent::Ptr< PeloraTcam::PeloraTcamCounterHelper 
     , variant_( variant )
 {}
 
-bool CounterManager::allocate( const CounterRequest& request )
+/// Makes a record for counters that are yet to be made, in whose turn they are. False when another
+/// thread has given the entry counters meanwhile.
+bool CounterManager::begin( TcamEntryId entryId )
 {
-    AGENT_ASSERT( !records_.contains( request.entryId ) && "the entry has counters" );
-    const CounterInfo info = helper_->allocateCounter( request.stage,
-                                                       request.logicalGroupId,
-                                                       request.entryId,
-                                                       request.counterSet,
-                                                       request.priority );
-    if ( info == CounterInfo{} ) {
+    bool hasWaited = false;
+    for ( ;; ) {
+        const auto [ place, isNew ] = records_.try_emplace( entryId );
+        if ( isNew ) {
+            return true;
+        }
+        if ( !place->second.underWay ) {
+            AGENT_ASSERT( hasWaited && "the entry has counters" );
+            return false;
+        }
+        waitForTheEndOfATurn();
+        hasWaited = true;
+    }
+}
+
+bool CounterManager::allocate( const CounterRequest& wanted )
+{
+    const CounterRequest request = wanted; // A copy: it may change while the locks are free.
+    if ( !begin( request.entryId ) ) {
         return false;
     }
-    const bool isNew = records_.emplace( request.entryId, Record{ info, request.priority } ).second;
-    AGENT_ASSERT( isNew && "the entry was given counters while the SDK was called" );
+    Turn turn( records_, request.entryId );
+    try {
+        const CounterInfo info = helper_->allocateCounter( request.stage,
+                                                           request.logicalGroupId,
+                                                           request.entryId,
+                                                           request.counterSet,
+                                                           request.priority );
+        if ( info == CounterInfo{} ) {
+            static_cast< void >( turn.takeOut() );
+            return false;
+        }
+        Record& record = turn.record();
+        record.info = info;
+        record.priority = request.priority;
+        record.isMade = true;
+    } catch ( ... ) {
+        static_cast< void >( turn.takeOut() );
+        throw;
+    }
     return true;
 }
 
 bool CounterManager::free( TcamEntryId entryId )
 {
-    const auto found = records_.find( entryId );
-    if ( found == records_.end() ) {
+    Turn turn( records_, entryId );
+    if ( !turn ) {
         return false;
     }
-    // Forgotten only once the chip has them back: an exception leaves the record as it was. The
-    // call lets go of the activity lock, so nothing found before it is used after it.
-    const Record record = found->second;
+    const Record record = turn.record();
     if ( variant_ == SdkVariant::hsdk ) {
         helper_->clearHitsForEntry( record.info ); // Its counters stay in their object.
     }
     helper_->freeCounter(
         record.info.stage, record.info.logicalGroupId, entryId, record.info, record.priority );
-    records_.erase( entryId );
+    // Only now: until then nobody can give the entry counters again.
+    static_cast< void >( turn.takeOut() );
     return true;
 }
 
 std::optional< Hits > CounterManager::hits( TcamEntryId entryId ) const
 {
-    const CounterInfo* found = find( entryId );
-    if ( found == nullptr ) {
+    const Turn turn( records_, entryId );
+    if ( !turn ) {
         return std::nullopt;
     }
-    const CounterInfo info = *found;
+    const CounterInfo info = turn.record().info;
     Hits hits;
     hits.packets = helper_->getPacketHits( info );
     hits.bytes = helper_->getByteHits( info );
@@ -81,11 +111,11 @@ std::optional< Hits > CounterManager::hits( TcamEntryId entryId ) const
 
 bool CounterManager::clear( TcamEntryId entryId )
 {
-    const CounterInfo* found = find( entryId );
-    if ( found == nullptr ) {
+    const Turn turn( records_, entryId );
+    if ( !turn ) {
         return false;
     }
-    const CounterInfo info = *found;
+    const CounterInfo info = turn.record().info;
     helper_->clearHitsForEntry( info );
     return true;
 }
@@ -93,19 +123,24 @@ bool CounterManager::clear( TcamEntryId entryId )
 const CounterInfo* CounterManager::find( TcamEntryId entryId ) const
 {
     const auto found = records_.find( entryId );
-    return found == records_.end() ? nullptr : &found->second.info;
+    const bool isThere = found != records_.end() && found->second.isMade;
+    return isThere ? &found->second.info : nullptr;
 }
 
 // ---- Audit -----------------------------------------------------------------------------------
 
 std::size_t CounterManager::audit() const
 {
-    // Over a copy: each call lets go of the activity lock, and records may come and go meanwhile.
-    const std::map< TcamEntryId, Record > records = records_;
-    for ( const auto& [ entryId, record ] : records ) {
-        verify( record.info );
+    std::size_t compared = 0;
+    for ( const TcamEntryId entryId : idsOf( records_ ) ) {
+        // In a turn, because the helper takes counters that have gone meanwhile for a failure.
+        if ( const Turn turn( records_, entryId ); turn ) {
+            const CounterInfo info = turn.record().info;
+            verify( info );
+            ++compared;
+        }
     }
-    return records.size();
+    return compared;
 }
 
 void CounterManager::verify( const CounterInfo& info ) const

@@ -6,9 +6,11 @@
 /// ids. An entry has counters once. It talks to the chip through a counter helper, whichever suits
 /// the chip; for its audit it asks the SDK itself what is attached to each entry.
 ///
-/// All operations are called with the agent's activity lock held. Counters for which there is no
-/// room are a result; a mismatch that the audit finds, and whatever else goes wrong in the chip,
-/// ends the process. An exception of the SDK leaves the record as it was.
+/// All operations are called with the agent's activity lock held, by any thread; `Overlap.h` tells
+/// how they stay right while the lock is free. Operations on the counters of one entry take turns,
+/// those on other entries do not. Counters for which there is no room are a result; a mismatch that
+/// the audit finds, and whatever else goes wrong in the chip, ends the process. An exception of the
+/// SDK leaves the record as it was.
 ///
 /// A helper finds the entry's group by its logical id: the group was created under the SDK id made
 /// from it, `generateSdk6GroupIdFormat( logicalGroupId, pipeId )` on SDK-6 and with sub-id 0 on
@@ -23,11 +25,12 @@
 
 #include "agent/base/Ptr.h"
 #include "agent/tcam/CounterHelper.h"
+#include "reference/Overlap.h"
 #include "reference/SdkVariant.h"
 
 #include <cstddef>
-#include <map>
 #include <optional>
+#include <unordered_map>
 
 namespace Reference {
 
@@ -62,7 +65,8 @@ class CounterManager
 
     /// Gives an entry counters. False when there is no room for them, or when the SDK refuses them
     /// (a group that it does not know, an empty set, a set with an unknown type). The entry must
-    /// not have any (an assertion failure otherwise; see `find`).
+    /// not have any (an assertion failure otherwise; see `find`); false when another thread is just
+    /// giving it some.
     [[nodiscard]] bool allocate( const CounterRequest& request );
 
     /// Takes an entry's counters away; they are left at 0. False when it has none.
@@ -82,23 +86,25 @@ class CounterManager
     [[nodiscard]] std::size_t size() const { return records_.size(); }
 
     /// The record of an entry's counters; null when it has none. It is valid until the next
-    /// operation that allocates or frees.
+    /// operation, or the next SDK call.
     [[nodiscard]] const PeloraTcam::CounterInfo* find( PeloraTcam::TcamEntryId entryId ) const;
 
   private:
-    struct Record
+    struct Record : TakesTurns
     {
         PeloraTcam::CounterInfo info;
         PeloraTcam::TcamGroupPriority priority = 0;
+        bool isMade = false;
     };
 
+    [[nodiscard]] bool begin( PeloraTcam::TcamEntryId entryId );
     void verify( const PeloraTcam::CounterInfo& info ) const;
     void verifyStatistic( const PeloraTcam::CounterInfo& info ) const;
     void verifyFlexCounters( const PeloraTcam::CounterInfo& info ) const;
 
     const Agent::Ptr< PeloraTcam::PeloraTcamCounterHelper > helper_;
     const SdkVariant variant_;
-    std::map< PeloraTcam::TcamEntryId, Record > records_;
+    mutable std::unordered_map< PeloraTcam::TcamEntryId, Record > records_;
 };
 
 } // namespace Reference

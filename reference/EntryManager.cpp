@@ -4,6 +4,8 @@
 #include "agent/base/Assert.h"
 #include "sdk/SdkCall.h"
 
+#include <utility>
+
 namespace Reference {
 
 using PeloraTcam::PolicerId;
@@ -38,55 +40,81 @@ bool EntryManager::accepted( std::string_view function, int rc )
 
 std::optional< EntryManager::EntryId > EntryManager::create( const EntryDesc& desc )
 {
-    bcm_field_entry_t entry = 0;
-    const int rc = SDK_TRACED_CALL( bcm_field_entry_create, unit_, desc.group, &entry );
-    if ( !accepted( "bcm_field_entry_create", rc ) ) {
-        return std::nullopt;
-    }
-    const auto entryId = static_cast< EntryId >( entry );
-    const auto [ record, isNewId ] = records_.emplace( entryId, Record{ desc, {}, false } );
-    AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
-    record->second.desc.policer.reset(); // Until it is attached.
-    ++entriesByGroup_[ desc.group ];
-    bool done = false;
-    try {
-        done = program( entryId, record->second ) &&
-               ( !desc.policer || attachPolicer( entryId, *desc.policer ) );
-    } catch ( ... ) {
-        destroy( entryId );
-        throw;
-    }
-    if ( !done ) {
-        const SdkRefusal why = lastRefusal_;
-        destroy( entryId );
-        lastRefusal_ = why;
-        return std::nullopt;
+    const auto entryId = make( desc );
+    if ( entryId ) {
+        record( *entryId, EntryDesc( desc ) );
     }
     return entryId;
 }
 
-bool EntryManager::program( EntryId entryId, Record& record )
+std::optional< EntryManager::EntryId > EntryManager::create( EntryDesc&& desc )
 {
-    const bcm_field_entry_t entry = sdkEntry( entryId );
-    const SdkRefusal refusal = qualifyEntry( unit_, entry, record.desc.qualifiers );
+    const auto entryId = make( desc );
+    if ( entryId ) {
+        record( *entryId, std::move( desc ) );
+    }
+    return entryId;
+}
+
+void EntryManager::record( EntryId entryId, EntryDesc desc )
+{
+    const bool isNewId = records_.try_emplace( entryId, std::move( desc ) ).second;
+    AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
+}
+
+/// Makes an entry that is not recorded yet, so that nobody else can do anything with it.
+std::optional< EntryManager::EntryId > EntryManager::make( const EntryDesc& desc )
+{
+    const bcm_field_group_t group = desc.group;
+    bcm_field_entry_t entry = 0;
+    const int rc = SDK_TRACED_CALL( bcm_field_entry_create, unit_, group, &entry );
+    if ( !accepted( "bcm_field_entry_create", rc ) ) {
+        return std::nullopt;
+    }
+    const auto entryId = static_cast< EntryId >( entry );
+    ++entriesByGroup_[ group ];
+    bool done = false;
+    try {
+        done = program( entry, desc ) && ( !desc.policer || attach( entry, *desc.policer ) );
+    } catch ( ... ) {
+        undo( entryId, group );
+        throw;
+    }
+    if ( done ) {
+        return entryId;
+    }
+    const SdkRefusal why = lastRefusal_;
+    undo( entryId, group );
+    lastRefusal_ = why;
+    return std::nullopt;
+}
+
+/// Of an entry that could not be made only the entry itself is left: its policer comes last.
+void EntryManager::undo( EntryId entryId, bcm_field_group_t group )
+{
+    EntryDesc bare;
+    bare.group = group;
+    record( entryId, std::move( bare ) ); // Recorded, should the undoing throw.
+    destroy( entryId );
+}
+
+bool EntryManager::program( bcm_field_entry_t entry, const EntryDesc& desc )
+{
+    const SdkRefusal refusal = qualifyEntry( unit_, entry, desc.qualifiers );
     if ( !accepted( refusal.function, refusal.rc ) ) {
         return false;
     }
-    const int priority = record.desc.priority;
+    const int priority = desc.priority;
     const int rc = SDK_TRACED_CALL( bcm_field_entry_prio_set, unit_, entry, priority );
-    return accepted( "bcm_field_entry_prio_set", rc ) && addActions( entryId, record.desc.actions );
+    return accepted( "bcm_field_entry_prio_set", rc ) && addActions( entry, desc.actions );
 }
 
-bool EntryManager::addActions( EntryId entryId, const std::vector< EntryAction >& actions )
+bool EntryManager::addActions( bcm_field_entry_t entry, const std::vector< EntryAction >& actions )
 {
     for ( const EntryAction& wanted : actions ) {
         const bcm_field_action_t action = PeloraTcam::getBcmAction( wanted.type );
-        const int rc = SDK_TRACED_CALL( bcm_field_action_add,
-                                        unit_,
-                                        sdkEntry( entryId ),
-                                        action,
-                                        wanted.param0,
-                                        wanted.param1 );
+        const int rc = SDK_TRACED_CALL(
+            bcm_field_action_add, unit_, entry, action, wanted.param0, wanted.param1 );
         if ( !accepted( "bcm_field_action_add", rc ) ) {
             return false;
         }
@@ -99,38 +127,56 @@ bool EntryManager::addActions( EntryId entryId, const std::vector< EntryAction >
 bool EntryManager::install( EntryId entryId )
 {
     AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
+    const EntryTurn turn( records_, entryId );
+    if ( !turn ) {
+        return accepted( "bcm_field_entry_install",
+                         Shim::sdk_->BCM_E_NOT_FOUND() ); // It went before its turn came.
+    }
     const int rc = SDK_TRACED_CALL( bcm_field_entry_install, unit_, sdkEntry( entryId ) );
     if ( !accepted( "bcm_field_entry_install", rc ) ) {
         return false;
     }
-    records_.at( entryId ).installed = true;
+    turn.record().installed = true;
+    turn.record().outdated = false;
     return true;
 }
 
 bool EntryManager::remove( EntryId entryId )
 {
-    if ( !isInstalled( entryId ) ) {
+    const EntryTurn turn( records_, entryId );
+    return turn && remove( turn );
+}
+
+bool EntryManager::remove( const EntryTurn& turn )
+{
+    if ( !turn.record().installed ) {
         return false;
     }
-    SDK_CHECKED_CALL( bcm_field_entry_remove, unit_, sdkEntry( entryId ) );
-    records_.at( entryId ).installed = false;
+    SDK_CHECKED_CALL( bcm_field_entry_remove, unit_, sdkEntry( turn.id() ) );
+    turn.record().installed = false;
     return true;
 }
 
 bool EntryManager::destroy( EntryId entryId )
 {
-    const auto found = records_.find( entryId );
-    if ( found == records_.end() ) {
+    EntryTurn turn( records_, entryId );
+    if ( !turn ) {
         return false;
     }
-    // Each step is noted as soon as the chip has made it: after an exception it is destroyed from
-    // where it was left.
-    const bcm_field_group_t group = found->second.desc.group;
-    remove( entryId );
-    detachStatistic( entryId );
-    detachPolicer( entryId );
-    SDK_CHECKED_CALL( bcm_field_entry_destroy, unit_, sdkEntry( entryId ) );
-    records_.erase( entryId );
+    // Each step is noted as soon as the chip has made it: after an exception the entry is destroyed
+    // from where it was left.
+    const bcm_field_entry_t entry = sdkEntry( entryId );
+    const bcm_field_group_t group = turn.record().desc.group;
+    remove( turn );
+    detachStatistic( turn );
+    detachPolicer( turn );
+    auto taken = turn.takeOut();
+    try {
+        SDK_CHECKED_CALL( bcm_field_entry_destroy, unit_, entry );
+    } catch ( ... ) {
+        records_.insert( std::move( taken ) );
+        throw;
+    }
     if ( --entriesByGroup_.at( group ) == 0 ) {
         entriesByGroup_.erase( group );
     }
@@ -138,10 +184,12 @@ bool EntryManager::destroy( EntryId entryId )
 }
 
 /// What has changed of an entry does not reach the hardware by itself.
-void EntryManager::writeAgain( EntryId entryId )
+void EntryManager::writeAgain( const EntryTurn& turn )
 {
-    if ( isInstalled( entryId ) ) {
-        SDK_CHECKED_CALL( bcm_field_entry_install, unit_, sdkEntry( entryId ) );
+    if ( turn.record().installed ) {
+        turn.record().outdated = true;
+        SDK_CHECKED_CALL( bcm_field_entry_install, unit_, sdkEntry( turn.id() ) );
+        turn.record().outdated = false;
     }
 }
 
@@ -150,50 +198,76 @@ void EntryManager::writeAgain( EntryId entryId )
 bool EntryManager::attachPolicer( EntryId entryId, PolicerId policerId )
 {
     AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
-    const auto policer = static_cast< bcm_policer_t >( policerId );
-    const int rc = SDK_TRACED_CALL(
-        bcm_field_entry_policer_attach, unit_, sdkEntry( entryId ), policerLevel, policer );
-    if ( !accepted( "bcm_field_entry_policer_attach", rc ) ) {
+    const EntryTurn turn( records_, entryId );
+    if ( !turn ) {
+        // It went before its turn came.
+        return accepted( "bcm_field_entry_policer_attach", Shim::sdk_->BCM_E_NOT_FOUND() );
+    }
+    if ( !attach( sdkEntry( entryId ), policerId ) ) {
         return false;
     }
-    records_.at( entryId ).desc.policer = policerId;
-    writeAgain( entryId );
+    turn.record().desc.policer = policerId;
+    writeAgain( turn );
     return true;
+}
+
+bool EntryManager::attach( bcm_field_entry_t entry, PolicerId policerId )
+{
+    const auto policer = static_cast< bcm_policer_t >( policerId );
+    const int rc =
+        SDK_TRACED_CALL( bcm_field_entry_policer_attach, unit_, entry, policerLevel, policer );
+    return accepted( "bcm_field_entry_policer_attach", rc );
 }
 
 bool EntryManager::detachPolicer( EntryId entryId )
 {
-    const auto found = records_.find( entryId );
-    if ( found == records_.end() || !found->second.desc.policer ) {
+    const EntryTurn turn( records_, entryId );
+    return turn && detachPolicer( turn );
+}
+
+bool EntryManager::detachPolicer( const EntryTurn& turn )
+{
+    if ( !turn.record().desc.policer ) {
         return false;
     }
-    SDK_CHECKED_CALL( bcm_field_entry_policer_detach, unit_, sdkEntry( entryId ), policerLevel );
-    records_.at( entryId ).desc.policer.reset();
-    writeAgain( entryId );
+    const bcm_field_entry_t entry = sdkEntry( turn.id() );
+    SDK_CHECKED_CALL( bcm_field_entry_policer_detach, unit_, entry, policerLevel );
+    turn.record().desc.policer.reset();
+    writeAgain( turn );
     return true;
 }
 
 bool EntryManager::attachStatistic( EntryId entryId, int statId )
 {
     AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
+    const EntryTurn turn( records_, entryId );
+    if ( !turn ) {
+        return accepted( "bcm_field_entry_stat_attach",
+                         Shim::sdk_->BCM_E_NOT_FOUND() ); // It went before its turn came.
+    }
     const int rc =
         SDK_TRACED_CALL( bcm_field_entry_stat_attach, unit_, sdkEntry( entryId ), statId );
     if ( !accepted( "bcm_field_entry_stat_attach", rc ) ) {
         return false;
     }
-    records_.at( entryId ).statistic = statId;
+    turn.record().statistic = statId;
     return true;
 }
 
 bool EntryManager::detachStatistic( EntryId entryId )
 {
-    const auto found = records_.find( entryId );
-    if ( found == records_.end() || !found->second.statistic ) {
+    const EntryTurn turn( records_, entryId );
+    return turn && detachStatistic( turn );
+}
+
+bool EntryManager::detachStatistic( const EntryTurn& turn )
+{
+    if ( !turn.record().statistic ) {
         return false;
     }
-    const int statId = *found->second.statistic;
-    SDK_CHECKED_CALL( bcm_field_entry_stat_detach, unit_, sdkEntry( entryId ), statId );
-    records_.at( entryId ).statistic.reset();
+    const int statId = *turn.record().statistic;
+    SDK_CHECKED_CALL( bcm_field_entry_stat_detach, unit_, sdkEntry( turn.id() ), statId );
+    turn.record().statistic.reset();
     return true;
 }
 
@@ -221,50 +295,69 @@ bool EntryManager::isInstalled( EntryId entryId ) const
 
 std::size_t EntryManager::audit() const
 {
-    // Over a copy: each call lets go of the activity lock, and records may come and go meanwhile.
-    const std::map< EntryId, Record > records = records_;
-    for ( const auto& [ entryId, record ] : records ) {
-        verify( entryId, record );
+    std::size_t compared = 0;
+    for ( const EntryId entryId : idsOf( records_ ) ) {
+        const auto found = records_.find( entryId );
+        if ( found == records_.end() || found->second.underWay ) {
+            continue;
+        }
+        const Record seen = found->second;
+        const auto stillSeen = [ & ] {
+            const auto now = records_.find( entryId );
+            return now != records_.end() && now->second.stamp == seen.stamp;
+        };
+        verify( sdkEntry( entryId ), seen, stillSeen );
+        compared += stillSeen() ? 1 : 0;
     }
-    return records.size();
+    return compared;
 }
 
-void EntryManager::verify( EntryId entryId, const Record& record ) const
+void EntryManager::verify( bcm_field_entry_t entry,
+                           const Record& record,
+                           const StillSeen& stillSeen ) const
 {
-    const bcm_field_entry_t entry = sdkEntry( entryId );
     int installed = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_installed_get, unit_, entry, &installed );
-    AGENT_ASSERT( ( installed != 0 ) == record.installed );
-    verifyQualifiers( unit_, entry, record.desc.qualifiers );
+    if ( SDK_AUDIT_CALL( stillSeen, bcm_field_entry_installed_get( unit_, entry, &installed ) ) ) {
+        AGENT_ASSERT( ( installed != 0 ) == ( record.installed && !record.outdated ) );
+    }
+    verifyQualifiers( unit_, entry, record.desc.qualifiers, stillSeen );
     int priority = 0;
-    SDK_CHECKED_CALL( bcm_field_entry_prio_get, unit_, entry, &priority );
-    AGENT_ASSERT( priority == record.desc.priority );
-    verifyActions( entry, record.desc.actions );
-    verifyAttachments( entry, record );
+    if ( SDK_AUDIT_CALL( stillSeen, bcm_field_entry_prio_get( unit_, entry, &priority ) ) ) {
+        AGENT_ASSERT( priority == record.desc.priority );
+    }
+    verifyActions( entry, record.desc.actions, stillSeen );
+    verifyAttachments( entry, record, stillSeen );
 }
 
 void EntryManager::verifyActions( bcm_field_entry_t entry,
-                                  const std::vector< EntryAction >& actions ) const
+                                  const std::vector< EntryAction >& actions,
+                                  const StillSeen& stillSeen ) const
 {
     for ( const EntryAction& wanted : actions ) {
         const bcm_field_action_t action = PeloraTcam::getBcmAction( wanted.type );
         EntryAction inHardware{ wanted.type, 0, 0 };
-        SDK_CHECKED_CALL(
-            bcm_field_action_get, unit_, entry, action, &inHardware.param0, &inHardware.param1 );
-        AGENT_ASSERT( inHardware == wanted );
+        if ( SDK_AUDIT_CALL(
+                 stillSeen,
+                 bcm_field_action_get(
+                     unit_, entry, action, &inHardware.param0, &inHardware.param1 ) ) ) {
+            AGENT_ASSERT( inHardware == wanted );
+        }
     }
 }
 
-void EntryManager::verifyAttachments( bcm_field_entry_t entry, const Record& record ) const
+void EntryManager::verifyAttachments( bcm_field_entry_t entry,
+                                      const Record& record,
+                                      const StillSeen& stillSeen ) const
 {
-    if ( record.desc.policer ) {
-        bcm_policer_t policer = 0;
-        SDK_CHECKED_CALL( bcm_field_entry_policer_get, unit_, entry, policerLevel, &policer );
+    bcm_policer_t policer = 0;
+    if ( record.desc.policer &&
+         SDK_AUDIT_CALL( stillSeen,
+                         bcm_field_entry_policer_get( unit_, entry, policerLevel, &policer ) ) ) {
         AGENT_ASSERT( static_cast< PolicerId >( policer ) == *record.desc.policer );
     }
-    if ( record.statistic ) {
-        int statId = 0;
-        SDK_CHECKED_CALL( bcm_field_entry_stat_get, unit_, entry, &statId );
+    int statId = 0;
+    if ( record.statistic &&
+         SDK_AUDIT_CALL( stillSeen, bcm_field_entry_stat_get( unit_, entry, &statId ) ) ) {
         AGENT_ASSERT( statId == *record.statistic );
     }
 }

@@ -7,8 +7,10 @@
 /// then installed; between the two it can be given counters. When one step of making it is refused,
 /// or throws, what was done of it is undone in reverse, and the chip is as before.
 ///
-/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`.
-/// That the SDK refuses to make or to install an entry, or to attach something to it, is a result
+/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`,
+/// by any thread; `Overlap.h` tells how they stay right while the lock is free. Operations that
+/// change one entry take turns, those on other entries do not. That the SDK refuses to make or to
+/// install an entry, or to attach something to it, is a result
 /// (`lastRefusal` tells the call); a mismatch that the audit finds, and any failure while something
 /// is taken away, end the process.
 ///
@@ -26,8 +28,9 @@
 #include "reference/EntryQualifiers.h"
 
 #include <cstddef>
-#include <map>
 #include <optional>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace Reference {
@@ -68,8 +71,12 @@ class EntryManager
     /// calls.
     [[nodiscard]] std::optional< EntryId > create( const EntryDesc& desc );
 
-    /// Writes an entry to the hardware. False when the SDK refuses; the entry stays as it was. An
-    /// unknown entry is an assertion failure, here and below, unless said otherwise.
+    /// The same; takes the descriptor over, unless the SDK refuses.
+    [[nodiscard]] std::optional< EntryId > create( EntryDesc&& desc );
+
+    /// Writes an entry to the hardware. False when the SDK refuses, or when another thread, whose
+    /// turn it was, has destroyed the entry; otherwise it stays as it was. An unknown entry is an
+    /// assertion failure, here and below, unless said otherwise.
     [[nodiscard]] bool install( EntryId entryId );
 
     /// Takes an entry out of the hardware; it can be installed again. False when it is not there or
@@ -93,10 +100,12 @@ class EntryManager
 
     /// Compares every entry with the chip: that it is in the hardware if it should be, its
     /// qualifiers, priority, actions, policer, and the statistic that this manager attached. A
-    /// mismatch ends the process. Gives the number of entries compared.
+    /// mismatch ends the process. Gives the number of entries compared; those that change or go
+    /// meanwhile are left out.
     std::size_t audit() const;
 
-    /// The call that the last `create`, `install` or `attach...` failed at.
+    /// The call that the last `create`, `install` or `attach...` failed at; valid until the next
+    /// SDK call.
     [[nodiscard]] const SdkRefusal& lastRefusal() const { return lastRefusal_; }
 
     /// How many entries the manager holds, in all groups or in one.
@@ -106,31 +115,51 @@ class EntryManager
     [[nodiscard]] std::size_t size( bcm_field_group_t group ) const;
 
     /// What an entry was made with; null for an id that is none of this manager's. It is valid
-    /// until the next operation that changes entries.
+    /// until the next operation, or the next SDK call.
     [[nodiscard]] const EntryDesc* find( EntryId entryId ) const;
 
     /// Whether an entry is in the hardware.
     [[nodiscard]] bool isInstalled( EntryId entryId ) const;
 
   private:
-    struct Record
+    struct Record : TakesTurns
     {
+        explicit Record( EntryDesc wanted )
+            : desc( std::move( wanted ) )
+        {}
+
         EntryDesc desc;
         std::optional< int > statistic;
         bool installed = false;
+        bool outdated = false; ///< what is installed: writing it again threw
     };
 
-    [[nodiscard]] bool program( EntryId entryId, Record& record );
-    [[nodiscard]] bool addActions( EntryId entryId, const std::vector< EntryAction >& actions );
+    using Records = std::unordered_map< EntryId, Record >;
+    using EntryTurn = Turn< Records >;
+
+    [[nodiscard]] std::optional< EntryId > make( const EntryDesc& desc );
+    void record( EntryId entryId, EntryDesc desc );
+    void undo( EntryId entryId, bcm_field_group_t group );
+    [[nodiscard]] bool program( bcm_field_entry_t entry, const EntryDesc& desc );
+    [[nodiscard]] bool addActions( bcm_field_entry_t entry,
+                                   const std::vector< EntryAction >& actions );
+    [[nodiscard]] bool attach( bcm_field_entry_t entry, PeloraTcam::PolicerId policerId );
+    bool remove( const EntryTurn& turn );
+    bool detachPolicer( const EntryTurn& turn );
+    bool detachStatistic( const EntryTurn& turn );
+    void writeAgain( const EntryTurn& turn );
     [[nodiscard]] bool accepted( std::string_view function, int rc );
-    void writeAgain( EntryId entryId );
-    void verify( EntryId entryId, const Record& record ) const;
-    void verifyActions( bcm_field_entry_t entry, const std::vector< EntryAction >& actions ) const;
-    void verifyAttachments( bcm_field_entry_t entry, const Record& record ) const;
+    void verify( bcm_field_entry_t entry, const Record& record, const StillSeen& stillSeen ) const;
+    void verifyActions( bcm_field_entry_t entry,
+                        const std::vector< EntryAction >& actions,
+                        const StillSeen& stillSeen ) const;
+    void verifyAttachments( bcm_field_entry_t entry,
+                            const Record& record,
+                            const StillSeen& stillSeen ) const;
 
     const int unit_;
-    std::map< EntryId, Record > records_;
-    std::map< bcm_field_group_t, std::size_t > entriesByGroup_;
+    Records records_;
+    std::unordered_map< bcm_field_group_t, std::size_t > entriesByGroup_;
     SdkRefusal lastRefusal_;
 };
 

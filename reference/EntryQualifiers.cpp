@@ -48,7 +48,7 @@ const ClassField& classFieldOf( Table table )
 /// All classes of an entry as the SDK takes them: in one call.
 struct ClassRecords
 {
-    explicit ClassRecords( const std::map< Table, Agent::U32 >& classes )
+    explicit ClassRecords( const TableClasses& classes )
     {
         for ( const auto& [ table, classId ] : classes ) {
             const ClassField& place = classFieldOf( table );
@@ -140,7 +140,7 @@ class QualifierWriter
         note( "bcm_field_qualify_RangeCheck", rc );
     }
 
-    void classes( const std::map< Table, Agent::U32 >& classes )
+    void classes( const TableClasses& classes )
     {
         ClassRecords records( classes );
         const int rc = SDK_TRACED_CALL(
@@ -164,6 +164,36 @@ class QualifierWriter
 };
 
 } // namespace
+
+TableClasses::TableClasses( std::initializer_list< Row > rows )
+{
+    for ( const auto& [ table, classId ] : rows ) {
+        emplace( table, classId );
+    }
+}
+
+void TableClasses::emplace( Table table, Agent::U32 classId )
+{
+    Row* const last = rows_.data() + count_;
+    Row* const place = std::ranges::lower_bound( rows_.data(), last, table, {}, &Row::first );
+    if ( place != last && place->first == table ) {
+        return;
+    }
+    AGENT_ASSERT( count_ < rows_.size() && "there are no more tables" );
+    std::move_backward( place, last, last + 1 );
+    *place = { table, classId };
+    ++count_;
+}
+
+void TableClasses::erase( Table table )
+{
+    Row* const last = rows_.data() + count_;
+    Row* const place = std::ranges::find( rows_.data(), last, table, &Row::first );
+    if ( place != last ) {
+        std::move( place + 1, last, place );
+        --count_;
+    }
+}
 
 QualifierType classQualifier( Table table )
 {
@@ -197,14 +227,20 @@ SdkRefusal qualifyEntry( int unit, bcm_field_entry_t entry, const EntryQualifier
 
 namespace {
 
-void verifyRanges( int unit, bcm_field_entry_t entry, const std::vector< EntryRange >& expected )
+void verifyRanges( int unit,
+                   bcm_field_entry_t entry,
+                   const std::vector< EntryRange >& expected,
+                   const StillSeen& stillSeen )
 {
     constexpr int most = 8;
     std::array< Agent::U32, most > ids{};
     std::array< int, most > inverts{};
     int actual = 0;
-    SDK_CHECKED_CALL(
-        bcm_field_qualify_RangeCheck_get, unit, entry, most, ids.data(), inverts.data(), &actual );
+    if ( !SDK_AUDIT_CALL( stillSeen,
+                          bcm_field_qualify_RangeCheck_get(
+                              unit, entry, most, ids.data(), inverts.data(), &actual ) ) ) {
+        return;
+    }
     std::set< EntryRange > inHardware;
     for ( int i = 0; i < std::min( actual, most ); ++i ) {
         const auto position = static_cast< std::size_t >( i );
@@ -216,22 +252,29 @@ void verifyRanges( int unit, bcm_field_entry_t entry, const std::vector< EntryRa
 
 void verifyClasses( int unit,
                     bcm_field_entry_t entry,
-                    const std::map< Table, Agent::U32 >& expected )
+                    const TableClasses& expected,
+                    const StillSeen& stillSeen )
 {
     const ClassRecords wanted( expected );
     bcm_field_src_class_t data;
     bcm_field_src_class_t mask;
-    SDK_CHECKED_CALL( bcm_field_qualify_SrcClass_get, unit, entry, &data, &mask );
+    if ( !SDK_AUDIT_CALL( stillSeen,
+                          bcm_field_qualify_SrcClass_get( unit, entry, &data, &mask ) ) ) {
+        return;
+    }
     AGENT_ASSERT( isSame( data, wanted.data ) && isSame( mask, wanted.mask ) );
 }
 
 } // namespace
 
-void verifyQualifiers( int unit, bcm_field_entry_t entry, const EntryQualifiers& qualifiers )
+void verifyQualifiers( int unit,
+                       bcm_field_entry_t entry,
+                       const EntryQualifiers& qualifiers,
+                       const StillSeen& stillSeen )
 {
     const auto verify = [ & ]( const auto& wanted, auto operation ) {
         if ( wanted ) {
-            operation( unit, entry, *wanted );
+            operation( unit, entry, *wanted, stillSeen );
         }
     };
     verify( qualifiers.source, &verifySource );
@@ -240,8 +283,8 @@ void verifyQualifiers( int unit, bcm_field_entry_t entry, const EntryQualifiers&
     verify( qualifiers.protocol, &verifyProtocol );
     verify( qualifiers.sourcePort, &verifySourcePort );
     verify( qualifiers.destinationPort, &verifyDestinationPort );
-    verifyRanges( unit, entry, qualifiers.ranges );
-    verifyClasses( unit, entry, qualifiers.classes );
+    verifyRanges( unit, entry, qualifiers.ranges, stillSeen );
+    verifyClasses( unit, entry, qualifiers.classes, stillSeen );
 }
 
 } // namespace Reference

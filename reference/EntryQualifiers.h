@@ -14,9 +14,13 @@
 #include "agent/tcam/RangeCheckerHelper.h"
 #include "reference/QualifierReading.h"
 
-#include <map>
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Reference {
@@ -30,6 +34,46 @@ struct EntryRange
     friend auto operator<=>( const EntryRange&, const EntryRange& ) = default;
 };
 
+/// Class ids by compression table, in the order of the tables. It takes no memory of its own: every
+/// entry has one.
+class TableClasses
+{
+  public:
+    using Table = PeloraTcam::PeloraCompressionTableType;
+    using Row = std::pair< Table, Agent::U32 >;
+    using value_type = Row;
+    using const_iterator = const Row*;
+
+    TableClasses() = default;
+
+    /// Of several rows of one table the first counts; no more than six tables (an assertion failure
+    /// otherwise, here and below).
+    TableClasses( std::initializer_list< Row > rows );
+
+    /// Adds a class, unless the table has one.
+    void emplace( Table table, Agent::U32 classId );
+
+    /// Takes the class of a table away, if it has one.
+    void erase( Table table );
+
+    [[nodiscard]] std::size_t size() const { return count_; }
+
+    [[nodiscard]] bool empty() const { return count_ == 0; }
+
+    [[nodiscard]] const Row* begin() const { return rows_.data(); }
+
+    [[nodiscard]] const Row* end() const { return rows_.data() + count_; }
+
+    friend bool operator==( const TableClasses& left, const TableClasses& right )
+    {
+        return std::ranges::equal( left, right );
+    }
+
+  private:
+    std::array< Row, 6 > rows_{};
+    std::size_t count_ = 0;
+};
+
 struct EntryQualifiers
 {
     std::optional< IpPrefix > source;
@@ -40,7 +84,7 @@ struct EntryQualifiers
     std::optional< Masked< Agent::U16 > > destinationPort;
     std::vector< EntryRange > ranges; ///< all of them
     /// By compression table; the ids have 16 bits.
-    std::map< PeloraTcam::PeloraCompressionTableType, Agent::U32 > classes;
+    TableClasses classes;
 
     friend bool operator==( const EntryQualifiers&, const EntryQualifiers& ) = default;
 };
@@ -65,7 +109,11 @@ classQualifier( PeloraTcam::PeloraCompressionTableType table );
 qualifyEntry( int unit, bcm_field_entry_t entry, const EntryQualifiers& qualifiers );
 
 /// Compares the qualifiers of an entry that are asked for, all its ranges and all its classes with
-/// the chip; a mismatch ends the process. Called with the agent's activity lock held.
-void verifyQualifiers( int unit, bcm_field_entry_t entry, const EntryQualifiers& qualifiers );
+/// the chip; a mismatch ends the process, unless the entry has changed meanwhile. Called with the
+/// agent's activity lock held.
+void verifyQualifiers( int unit,
+                       bcm_field_entry_t entry,
+                       const EntryQualifiers& qualifiers,
+                       const StillSeen& stillSeen = {} );
 
 } // namespace Reference

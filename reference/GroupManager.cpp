@@ -4,6 +4,8 @@
 #include "agent/base/Assert.h"
 #include "sdk/SdkCall.h"
 
+#include <utility>
+
 namespace Reference {
 
 using PeloraTcam::QualifierSet;
@@ -60,15 +62,18 @@ std::optional< bcm_field_group_t > GroupManager::create( const GroupDesc& desc )
     if ( rc < 0 ) {
         return std::nullopt;
     }
-    const auto record =
-        qualifiersByGroup_.emplace( config.group, readBackOf( desc.qualifiers ) ).first;
+    const bcm_field_group_t group = config.group;
+    const Record record{ .qualifiers = readBackOf( desc.qualifiers ) };
     try {
-        verify( config.group, record->second );
+        verify( group, record.qualifiers, {} );
     } catch ( ... ) {
-        destroy( config.group );
+        records_.insert_or_assign( group, record );
+        destroy( group );
         throw;
     }
-    return config.group;
+    // Only now: what is not verified yet is nobody's to destroy.
+    records_.insert_or_assign( group, record );
+    return group;
 }
 
 bcm_field_group_config_t GroupManager::configOf( const GroupDesc& desc ) const
@@ -91,39 +96,65 @@ bcm_field_group_config_t GroupManager::configOf( const GroupDesc& desc ) const
     return config;
 }
 
-void GroupManager::verify( bcm_field_group_t group, const QualifierSet& qualifiers ) const
+void GroupManager::verify( bcm_field_group_t group,
+                           const QualifierSet& qualifiers,
+                           const StillSeen& stillSeen ) const
 {
     bcm_field_qset_t qset;
     Shim::sdk_->BCM_FIELD_QSET_INIT( &qset );
-    SDK_CHECKED_CALL( bcm_field_group_get, unit_, group, &qset );
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_group_get( unit_, group, &qset ) ) ) {
+        return;
+    }
     const QualifierSet inHardware = PeloraTcam::getBcmQualifierSet( &qset );
     AGENT_ASSERT( inHardware == qualifiers );
 }
 
 bool GroupManager::destroy( bcm_field_group_t group )
 {
-    const auto found = qualifiersByGroup_.find( group );
-    if ( found == qualifiersByGroup_.end() ) {
+    auto taken = records_.extract( group );
+    if ( !taken ) {
         return false;
     }
-    // Forgotten only once the chip has let go of it: an exception leaves the record as it was.
-    SDK_CHECKED_CALL( bcm_field_group_destroy, unit_, group );
-    qualifiersByGroup_.erase( found );
-    return true;
+    const auto isNoResult = []( int rc ) { return rc != Shim::sdk_->BCM_E_BUSY(); };
+    int rc = 0;
+    try {
+        rc = judgedCall( apiTraceHandle_,
+                         SDK_CALL_SITE( "bcm_field_group_destroy( unit_, group )" ),
+                         isNoResult,
+                         [ & ] { return Shim::sdk_->bcm_field_group_destroy( unit_, group ); } );
+    } catch ( ... ) {
+        records_.insert( std::move( taken ) );
+        throw;
+    }
+    if ( rc < 0 ) {
+        records_.insert( std::move( taken ) );
+    }
+    return rc >= 0;
 }
 
 std::size_t GroupManager::audit() const
 {
-    for ( const auto& [ group, qualifiers ] : qualifiersByGroup_ ) {
-        verify( group, qualifiers );
+    std::size_t compared = 0;
+    for ( const bcm_field_group_t group : idsOf( records_ ) ) {
+        const auto found = records_.find( group );
+        if ( found == records_.end() ) {
+            continue;
+        }
+        const Record seen = found->second;
+        const auto stillSeen = [ & ] {
+            const auto now = records_.find( group );
+            return now != records_.end() && now->second.stamp == seen.stamp;
+        };
+        verify( group, seen.qualifiers, stillSeen );
+        compared += stillSeen() ? 1 : 0;
     }
-    return qualifiersByGroup_.size();
+    return compared;
 }
 
 const QualifierSet* GroupManager::qualifiers( bcm_field_group_t group ) const
 {
-    const auto found = qualifiersByGroup_.find( group );
-    return found == qualifiersByGroup_.end() ? nullptr : &found->second;
+    const auto found = records_.find( group );
+    return found == records_.end() ? nullptr : &found->second.qualifiers;
 }
 
 } // namespace Reference

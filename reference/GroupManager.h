@@ -6,10 +6,12 @@
 /// action sets and choose the mode, creates the group, and reads the qualifiers back at once and at
 /// every audit: what the hardware holds must be what was asked for.
 ///
-/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`.
-/// A refusal of the SDK to create a group is a result; a qualifier or an action that the library
-/// does not know, a mismatch, and any other failure end the process. When an SDK call throws, the
-/// group is undone and the exception goes on to the caller.
+/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`,
+/// by any thread; `Overlap.h` tells how they stay right while the lock is free. That the SDK
+/// refuses to create a group, or to destroy one that has entries, is a result; a qualifier or an
+/// action that the library does not know, a mismatch, and any other failure end the process. When
+/// an SDK call throws, a group that is being created is undone, one that is being destroyed stays
+/// recorded, and the exception goes on to the caller.
 ///
 ///     Reference::GroupManager manager( unit, narrowWideTcamWidthSupport );
 ///     Reference::GroupDesc desc;
@@ -23,6 +25,7 @@
 #include "agent/tcam/EnumerationSet.h"
 #include "agent/tcam/StageType.h"
 #include "agent/tcam/TcamGroup.h"
+#include "reference/Overlap.h"
 #include "sdk/SdkTypes.h"
 
 #include <cstddef>
@@ -56,26 +59,36 @@ class GroupManager
     /// Creates a group and gives the SDK's id of it. Nothing when the SDK refuses.
     [[nodiscard]] std::optional< bcm_field_group_t > create( const GroupDesc& desc );
 
-    /// Destroys a group, which must be empty. False when the id is none of this manager's.
+    /// Destroys a group. False when the id is none of this manager's, or when the group has
+    /// entries, also one that another thread has just begun to make; then it stays.
     bool destroy( bcm_field_group_t group );
 
     /// Compares the qualifiers of every group with the hardware; a mismatch ends the process. Gives
-    /// the number of groups compared.
+    /// the number of groups compared; one that goes meanwhile is left out.
     std::size_t audit() const;
 
     /// How many groups the manager holds.
-    [[nodiscard]] std::size_t size() const { return qualifiersByGroup_.size(); }
+    [[nodiscard]] std::size_t size() const { return records_.size(); }
 
-    /// The qualifiers that a group reads back; null for an id that is none of this manager's.
+    /// The qualifiers that a group reads back; null for an id that is none of this manager's. Valid
+    /// until the next operation, or the next SDK call.
     [[nodiscard]] const PeloraTcam::QualifierSet* qualifiers( bcm_field_group_t group ) const;
 
   private:
+    struct Record
+    {
+        PeloraTcam::QualifierSet qualifiers;
+        Agent::U64 stamp = newStamp(); ///< of this group, and of no other that had the id
+    };
+
     [[nodiscard]] bcm_field_group_config_t configOf( const GroupDesc& desc ) const;
-    void verify( bcm_field_group_t group, const PeloraTcam::QualifierSet& qualifiers ) const;
+    void verify( bcm_field_group_t group,
+                 const PeloraTcam::QualifierSet& qualifiers,
+                 const StillSeen& stillSeen ) const;
 
     const int unit_;
     const bool narrowWideTcamWidthSupport_;
-    std::map< bcm_field_group_t, PeloraTcam::QualifierSet > qualifiersByGroup_;
+    std::map< bcm_field_group_t, Record > records_;
 };
 
 } // namespace Reference

@@ -2,7 +2,6 @@
 
 #include "agent/base/Assert.h"
 
-#include <tuple>
 #include <utility>
 
 namespace Reference {
@@ -32,82 +31,73 @@ PolicerManager::PolicerManager( Agent::Ptr< PeloraTcam::PeloraTcamPolicerHelper 
     , capacity_( capacity )
 {}
 
+auto PolicerManager::givingBack() const
+{
+    return [ this ]( const Records::Record& record ) {
+        helper_->releasePolicer( record.id, record.key.stage );
+    };
+}
+
 std::optional< PolicerId >
 PolicerManager::acquire( const Policer& policer, StageType stage, PolicerSharing sharing )
 {
     const Wanted wanted{ asProgrammed( policer ), stage };
-    const auto equal = shared_.find( wanted );
-    if ( sharing == PolicerSharing::shared && equal != shared_.end() ) {
-        ++records_.at( equal->second ).users;
-        return equal->second;
+    const bool isShared = sharing == PolicerSharing::shared;
+    if ( Records::Record* const equal = isShared ? records_.shared( wanted ) : nullptr ) {
+        ++equal->users;
+        return equal->id;
     }
-    if ( records_.size() >= capacity_ ) {
+    if ( records_.inChip() >= capacity_ ) {
         return std::nullopt;
     }
-    const PolicerId id = helper_->getPolicer( wanted.policer, stage );
+    PolicerId id = PeloraTcam::invalidPolicerId;
+    {
+        const Records::Room taken = records_.room();
+        id = helper_->getPolicer( wanted.policer, stage );
+    }
     if ( id == PeloraTcam::invalidPolicerId ) {
         return std::nullopt;
     }
-    const Agent::Ptr< const PolicerData > data( new PolicerData( wanted.policer, id ) );
-    const bool isNewId = records_.emplace( id, Record{ data, stage, sharing, 1 } ).second;
+    const bool isNewId = records_.find( id ) == nullptr;
     AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
-    if ( sharing == PolicerSharing::shared ) {
-        const bool isNewWanted = shared_.emplace( wanted, id ).second;
-        AGENT_ASSERT( isNewWanted && "the policer was allocated while the SDK was called" );
-    }
-    return id;
+    const Agent::Ptr< const PolicerData > data( new PolicerData( wanted.policer, id ) );
+    const bool isAdded = records_.add( { id, wanted, data, isShared }, givingBack() );
+    return isAdded ? id : acquire( policer, stage, sharing );
 }
 
 bool PolicerManager::release( PolicerId policerId )
 {
-    const auto found = records_.find( policerId );
-    if ( found == records_.end() ) {
-        return false;
-    }
-    if ( found->second.users > 1 ) {
-        --found->second.users;
-        return true;
-    }
-    // Forgotten only once the chip has it back: an exception leaves the record as it was. The call
-    // lets go of the activity lock, so nothing found before it is used after it.
-    const Record record = found->second;
-    helper_->releasePolicer( policerId, record.stage );
-    if ( record.sharing == PolicerSharing::shared ) {
-        shared_.erase( { record.data->policerCfg(), record.stage } );
-    }
-    records_.erase( policerId );
-    return true;
+    return records_.release( policerId, givingBack() );
 }
 
 std::size_t PolicerManager::audit() const
 {
-    // Over a copy: each call lets go of the activity lock, and records may come and go meanwhile.
-    const std::map< PolicerId, Record > records = records_;
-    for ( const auto& [ id, record ] : records ) {
-        helper_->verifyTcamSanity( record.data );
-    }
-    return records.size();
+    const auto verify = [ this ]( const Records::Record& record ) {
+        helper_->verifyTcamSanity( record.value );
+        return true;
+    };
+    return records_.audit( verify, givingBack() );
 }
 
 std::size_t PolicerManager::users( PolicerId policerId ) const
 {
-    const auto found = records_.find( policerId );
-    return found == records_.end() ? 0 : found->second.users;
+    const Records::Record* const record = records_.find( policerId );
+    return record == nullptr ? 0 : record->users;
 }
 
-bool PolicerManager::WantedOrder::operator()( const Wanted& left, const Wanted& right ) const
+std::size_t PolicerManager::WantedHash::operator()( const Wanted& wanted ) const
 {
-    const auto fields = []( const Wanted& wanted ) {
-        const Policer& policer = wanted.policer;
-        return std::tuple( wanted.stage,
-                           policer.mode,
-                           policer.colorAware,
-                           policer.committedRate,
-                           policer.committedBurst,
-                           policer.peakRate,
-                           policer.peakBurst );
-    };
-    return fields( left ) < fields( right );
+    const Policer& policer = wanted.policer;
+    std::size_t hash = static_cast< std::size_t >( wanted.stage );
+    for ( const std::size_t number : { std::size_t( policer.mode ),
+                                       std::size_t( policer.colorAware ),
+                                       std::size_t( policer.committedRate ),
+                                       std::size_t( policer.committedBurst ),
+                                       std::size_t( policer.peakRate ),
+                                       std::size_t( policer.peakBurst ) } ) {
+        hash = mixed( hash, number );
+    }
+    return hash;
 }
 
 } // namespace Reference

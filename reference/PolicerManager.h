@@ -14,8 +14,8 @@
 ///
 /// The ids of all stages are distinct: on HSDK the agent gives the stages' pools different ids.
 ///
-/// All operations are called with the agent's activity lock held. An exception of the SDK leaves
-/// the record as it was.
+/// All operations are called with the agent's activity lock held, by any thread; `Overlap.h` tells
+/// how they stay right while the lock is free. An exception of the SDK leaves the record as it was.
 ///
 ///     Reference::PolicerManager manager( helper, 512 );
 ///     const auto id = manager.acquire( policer, stageIfp(), PolicerSharing::shared );
@@ -23,9 +23,9 @@
 
 #include "agent/base/Ptr.h"
 #include "agent/tcam/PolicerHelper.h"
+#include "reference/Overlap.h"
 
 #include <cstddef>
-#include <map>
 #include <optional>
 
 namespace Reference {
@@ -57,7 +57,7 @@ class PolicerManager
     bool release( PeloraTcam::PolicerId policerId );
 
     /// Compares every record with the chip; a mismatch ends the process. Gives the number of
-    /// records compared.
+    /// records compared. What its last user lets go of meanwhile, it gives back.
     std::size_t audit() const;
 
     /// How many policers the manager holds.
@@ -70,30 +70,30 @@ class PolicerManager
     [[nodiscard]] std::size_t users( PeloraTcam::PolicerId policerId ) const;
 
   private:
-    struct Record
-    {
-        Agent::Ptr< const PeloraTcam::PolicerData > data;
-        PeloraTcam::StageType stage = PeloraTcam::StageType::invalid;
-        PolicerSharing sharing = PolicerSharing::own;
-        std::size_t users = 0;
-    };
-
     /// What is shared is found again by what it is and for which stage.
     struct Wanted
     {
         PeloraTcam::Policer policer;
         PeloraTcam::StageType stage = PeloraTcam::StageType::invalid;
+
+        friend bool operator==( const Wanted&, const Wanted& ) = default;
     };
 
-    struct WantedOrder
+    struct WantedHash
     {
-        bool operator()( const Wanted& left, const Wanted& right ) const;
+        std::size_t operator()( const Wanted& wanted ) const;
     };
+
+    using Records = SharedRecords< Wanted,
+                                   PeloraTcam::PolicerId,
+                                   Agent::Ptr< const PeloraTcam::PolicerData >,
+                                   WantedHash >;
+
+    [[nodiscard]] auto givingBack() const;
 
     const Agent::Ptr< PeloraTcam::PeloraTcamPolicerHelper > helper_;
     const std::size_t capacity_;
-    std::map< PeloraTcam::PolicerId, Record > records_;
-    std::map< Wanted, PeloraTcam::PolicerId, WantedOrder > shared_;
+    mutable Records records_; // An audit gives back what its last user lets go of.
 };
 
 } // namespace Reference

@@ -43,13 +43,15 @@ PreselectorManager::create( const std::vector< PreselectorQualifier >& qualifier
     if ( rc < 0 ) {
         return std::nullopt;
     }
-    preselectors_.insert( presel );
     try {
         program( presel, qualifiers, function );
     } catch ( ... ) {
+        preselectors_.insert( presel );
         destroy( presel );
         throw;
     }
+    // Only now: what is not programmed yet is nobody's to destroy.
+    preselectors_.insert( presel );
     return presel;
 }
 
@@ -87,13 +89,16 @@ void PreselectorManager::program( bcm_field_presel_t presel,
 
 bool PreselectorManager::destroy( bcm_field_presel_t presel )
 {
-    if ( !preselectors_.contains( presel ) ) {
+    if ( preselectors_.erase( presel ) == 0 ) {
         return false;
     }
-    // Forgotten only once the chip has let go of it: an exception leaves the record as it was.
     const auto unit = static_cast< int >( unit_ );
-    SDK_CHECKED_CALL( bcm_field_presel_destroy, unit, presel );
-    preselectors_.erase( presel );
+    try {
+        SDK_CHECKED_CALL( bcm_field_presel_destroy, unit, presel );
+    } catch ( ... ) {
+        preselectors_.insert( presel );
+        throw;
+    }
     return true;
 }
 

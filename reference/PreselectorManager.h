@@ -5,10 +5,11 @@
 /// A preselector is made empty, programmed one qualifier after the other through either of the
 /// library's functions, and given its class records at last, in one piece.
 ///
-/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`.
-/// A refusal of the SDK to create a preselector is a result; whatever goes wrong with its
-/// qualifiers ends the process inside the library. When an SDK call throws, the preselector is
-/// undone and the exception goes on to the caller.
+/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`,
+/// by any thread; `Overlap.h` tells how they stay right while the lock is free. A refusal of the
+/// SDK to create a preselector is a result; whatever goes wrong with its qualifiers ends the
+/// process inside the library. When an SDK call throws, a preselector that is being created is
+/// undone, one that is being destroyed stays recorded, and the exception goes on to the caller.
 ///
 ///     Reference::PreselectorManager manager( unit );
 ///     const auto presel = manager.create( { { QualifierType::drop, 0, 1 },

@@ -29,65 +29,107 @@ Masked< bcm_ip_t > ip4Value( const IpPrefix& prefix )
     return { prefix.address.value(), PeloraTcam::ip4PrefixMask( prefix.length ) };
 }
 
-void verifyEtherType( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected )
+void verifyEtherType( int unit,
+                      bcm_field_entry_t entry,
+                      Masked< Agent::U16 > expected,
+                      const StillSeen& stillSeen )
 {
     Masked< Agent::U16 > inHardware;
-    SDK_CHECKED_CALL(
-        bcm_field_qualify_EtherType_get, unit, entry, &inHardware.value, &inHardware.mask );
+    if ( !SDK_AUDIT_CALL( stillSeen,
+                          bcm_field_qualify_EtherType_get(
+                              unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+        return;
+    }
     AGENT_ASSERT( inHardware == expected );
 }
 
-void verifyProtocol( int unit, bcm_field_entry_t entry, Masked< Agent::U8 > expected )
+void verifyProtocol( int unit,
+                     bcm_field_entry_t entry,
+                     Masked< Agent::U8 > expected,
+                     const StillSeen& stillSeen )
 {
     Masked< Agent::U8 > inHardware;
-    SDK_CHECKED_CALL(
-        bcm_field_qualify_IpProtocol_get, unit, entry, &inHardware.value, &inHardware.mask );
+    if ( !SDK_AUDIT_CALL( stillSeen,
+                          bcm_field_qualify_IpProtocol_get(
+                              unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+        return;
+    }
     AGENT_ASSERT( inHardware == expected );
 }
 
-void verifySourcePort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected )
+void verifySourcePort( int unit,
+                       bcm_field_entry_t entry,
+                       Masked< Agent::U16 > expected,
+                       const StillSeen& stillSeen )
 {
     Masked< Agent::U16 > inHardware;
-    SDK_CHECKED_CALL(
-        bcm_field_qualify_L4SrcPort_get, unit, entry, &inHardware.value, &inHardware.mask );
+    if ( !SDK_AUDIT_CALL( stillSeen,
+                          bcm_field_qualify_L4SrcPort_get(
+                              unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+        return;
+    }
     AGENT_ASSERT( inHardware == expected );
 }
 
-void verifyDestinationPort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected )
+void verifyDestinationPort( int unit,
+                            bcm_field_entry_t entry,
+                            Masked< Agent::U16 > expected,
+                            const StillSeen& stillSeen )
 {
     Masked< Agent::U16 > inHardware;
-    SDK_CHECKED_CALL(
-        bcm_field_qualify_L4DstPort_get, unit, entry, &inHardware.value, &inHardware.mask );
+    if ( !SDK_AUDIT_CALL( stillSeen,
+                          bcm_field_qualify_L4DstPort_get(
+                              unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+        return;
+    }
     AGENT_ASSERT( inHardware == expected );
 }
 
-void verifySource( int unit, bcm_field_entry_t entry, const IpPrefix& expected )
+void verifySource( int unit,
+                   bcm_field_entry_t entry,
+                   const IpPrefix& expected,
+                   const StillSeen& stillSeen )
 {
     if ( expected.address.isV6() ) {
         bcm_ip6_t data;
         bcm_ip6_t mask;
-        SDK_CHECKED_CALL( bcm_field_qualify_SrcIp6_get, unit, entry, data, mask );
+        if ( !SDK_AUDIT_CALL( stillSeen,
+                              bcm_field_qualify_SrcIp6_get( unit, entry, data, mask ) ) ) {
+            return;
+        }
         AGENT_ASSERT( isSame( Ip6Value( expected ), data, mask ) );
         return;
     }
     Masked< bcm_ip_t > inHardware;
-    SDK_CHECKED_CALL(
-        bcm_field_qualify_SrcIp_get, unit, entry, &inHardware.value, &inHardware.mask );
+    if ( !SDK_AUDIT_CALL(
+             stillSeen,
+             bcm_field_qualify_SrcIp_get( unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+        return;
+    }
     AGENT_ASSERT( inHardware == ip4Value( expected ) );
 }
 
-void verifyDestination( int unit, bcm_field_entry_t entry, const IpPrefix& expected )
+void verifyDestination( int unit,
+                        bcm_field_entry_t entry,
+                        const IpPrefix& expected,
+                        const StillSeen& stillSeen )
 {
     if ( expected.address.isV6() ) {
         bcm_ip6_t data;
         bcm_ip6_t mask;
-        SDK_CHECKED_CALL( bcm_field_qualify_DstIp6_get, unit, entry, data, mask );
+        if ( !SDK_AUDIT_CALL( stillSeen,
+                              bcm_field_qualify_DstIp6_get( unit, entry, data, mask ) ) ) {
+            return;
+        }
         AGENT_ASSERT( isSame( Ip6Value( expected ), data, mask ) );
         return;
     }
     Masked< bcm_ip_t > inHardware;
-    SDK_CHECKED_CALL(
-        bcm_field_qualify_DstIp_get, unit, entry, &inHardware.value, &inHardware.mask );
+    if ( !SDK_AUDIT_CALL(
+             stillSeen,
+             bcm_field_qualify_DstIp_get( unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+        return;
+    }
     AGENT_ASSERT( inHardware == ip4Value( expected ) );
 }
 

@@ -4,9 +4,11 @@
 /// for.
 ///
 /// Every function makes one checked call, with the agent's activity lock held; an entry that does
-/// not have the qualifier, and a mismatch, end the process.
+/// not have the qualifier, and a mismatch, end the process, unless the entry has changed meanwhile
+/// (`StillSeen`).
 
 #include "agent/tcam/IpAddress.h"
+#include "reference/Overlap.h"
 #include "sdk/SdkTypes.h"
 
 namespace Reference {
@@ -42,11 +44,29 @@ struct Ip6Value
 /// The same of an IPv4 prefix.
 [[nodiscard]] Masked< bcm_ip_t > ip4Value( const IpPrefix& prefix );
 
-void verifyEtherType( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected );
-void verifyProtocol( int unit, bcm_field_entry_t entry, Masked< Agent::U8 > expected );
-void verifySourcePort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected );
-void verifyDestinationPort( int unit, bcm_field_entry_t entry, Masked< Agent::U16 > expected );
-void verifySource( int unit, bcm_field_entry_t entry, const IpPrefix& expected );
-void verifyDestination( int unit, bcm_field_entry_t entry, const IpPrefix& expected );
+void verifyEtherType( int unit,
+                      bcm_field_entry_t entry,
+                      Masked< Agent::U16 > expected,
+                      const StillSeen& stillSeen = {} );
+void verifyProtocol( int unit,
+                     bcm_field_entry_t entry,
+                     Masked< Agent::U8 > expected,
+                     const StillSeen& stillSeen = {} );
+void verifySourcePort( int unit,
+                       bcm_field_entry_t entry,
+                       Masked< Agent::U16 > expected,
+                       const StillSeen& stillSeen = {} );
+void verifyDestinationPort( int unit,
+                            bcm_field_entry_t entry,
+                            Masked< Agent::U16 > expected,
+                            const StillSeen& stillSeen = {} );
+void verifySource( int unit,
+                   bcm_field_entry_t entry,
+                   const IpPrefix& expected,
+                   const StillSeen& stillSeen = {} );
+void verifyDestination( int unit,
+                        bcm_field_entry_t entry,
+                        const IpPrefix& expected,
+                        const StillSeen& stillSeen = {} );
 
 } // namespace Reference

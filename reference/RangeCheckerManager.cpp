@@ -2,7 +2,6 @@
 
 #include "agent/base/Assert.h"
 
-#include <tuple>
 #include <utility>
 
 namespace Reference {
@@ -16,65 +15,51 @@ RangeCheckerManager::RangeCheckerManager(
     : helper_( std::move( helper ) )
 {}
 
+auto RangeCheckerManager::givingBack() const
+{
+    return [ this ]( const Records::Record& record ) { helper_->releaseRangeChecker( record.id ); };
+}
+
 std::optional< RangeCheckerId > RangeCheckerManager::acquire( const RangeCheckerDesc& desc )
 {
-    const auto shared = idByDesc_.find( desc );
-    if ( shared != idByDesc_.end() ) {
-        ++records_.at( shared->second ).users;
-        return shared->second;
+    if ( Records::Record* const equal = records_.shared( desc ) ) {
+        ++equal->users;
+        return equal->id;
     }
     const RangeCheckerId id = helper_->getRangeChecker( desc );
     if ( id == PeloraTcam::invalidRangeCheckerId ) {
-        return std::nullopt;
+        // Unless it was an equal one, of another thread, that took the last room.
+        return records_.shared( desc ) == nullptr ? std::nullopt : acquire( desc );
     }
-    const Agent::Ptr< const RangeCheckerData > data( new RangeCheckerData( desc, id ) );
-    const bool isNewId = records_.emplace( id, Record{ data, 1 } ).second;
-    const bool isNewDesc = idByDesc_.emplace( desc, id ).second;
+    const bool isNewId = records_.find( id ) == nullptr;
     AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
-    AGENT_ASSERT( isNewDesc && "the range was allocated while the SDK was called" );
-    return id;
+    const Agent::Ptr< const RangeCheckerData > data( new RangeCheckerData( desc, id ) );
+    return records_.add( { id, desc, data }, givingBack() ) ? id : acquire( desc );
 }
 
 bool RangeCheckerManager::release( RangeCheckerId rangeCheckerId )
 {
-    const auto found = records_.find( rangeCheckerId );
-    if ( found == records_.end() ) {
-        return false;
-    }
-    if ( found->second.users > 1 ) {
-        --found->second.users;
-        return true;
-    }
-    // Forgotten only once the chip has it back: an exception leaves the record as it was. The call
-    // lets go of the activity lock, so nothing found before it is used after it.
-    const RangeCheckerDesc desc = found->second.data->checkerDesc();
-    helper_->releaseRangeChecker( rangeCheckerId );
-    idByDesc_.erase( desc );
-    records_.erase( rangeCheckerId );
-    return true;
+    return records_.release( rangeCheckerId, givingBack() );
 }
 
 std::size_t RangeCheckerManager::audit() const
 {
-    // Over a copy: each call lets go of the activity lock, and records may come and go meanwhile.
-    const std::map< RangeCheckerId, Record > records = records_;
-    for ( const auto& [ id, record ] : records ) {
-        helper_->verifyTcamSanity( record.data );
-    }
-    return records.size();
+    const auto verify = [ this ]( const Records::Record& record ) {
+        helper_->verifyTcamSanity( record.value );
+        return true;
+    };
+    return records_.audit( verify, givingBack() );
 }
 
 std::size_t RangeCheckerManager::users( RangeCheckerId rangeCheckerId ) const
 {
-    const auto found = records_.find( rangeCheckerId );
-    return found == records_.end() ? 0 : found->second.users;
+    const Records::Record* const record = records_.find( rangeCheckerId );
+    return record == nullptr ? 0 : record->users;
 }
 
-bool RangeCheckerManager::DescOrder::operator()( const RangeCheckerDesc& left,
-                                                 const RangeCheckerDesc& right ) const
+std::size_t RangeCheckerManager::DescHash::operator()( const RangeCheckerDesc& desc ) const
 {
-    return std::tie( left.type, left.low, left.high ) <
-           std::tie( right.type, right.low, right.high );
+    return mixed( mixed( static_cast< std::size_t >( desc.type ), desc.low ), desc.high );
 }
 
 } // namespace Reference

@@ -6,10 +6,10 @@
 /// many users share it. Equal descriptors share one range checker; the chip hears of the first
 /// user and of the last. It talks to the chip through a range checker helper alone.
 ///
-/// All operations are called by the manager's own thread, with the agent's activity lock held;
-/// while the chip is asked that lock is free, and other threads work on what is theirs. Running
-/// out of range checkers is a result; whatever else goes wrong in the chip ends the process inside
-/// the helper.
+/// All operations are called with the agent's activity lock held, by any thread; `Overlap.h` tells
+/// how they stay right while the lock is free. Running out of range checkers is a result; whatever
+/// else goes wrong in the chip ends the process inside the helper. An exception of the SDK leaves
+/// the record as it was.
 ///
 ///     Reference::RangeCheckerManager manager( helper );
 ///     const auto id = manager.acquire( { 1024, 65535, RangeType::l4SrcPort } );
@@ -17,9 +17,9 @@
 
 #include "agent/base/Ptr.h"
 #include "agent/tcam/RangeCheckerHelper.h"
+#include "reference/Overlap.h"
 
 #include <cstddef>
-#include <map>
 #include <optional>
 
 namespace Reference {
@@ -41,7 +41,7 @@ class RangeCheckerManager
     bool release( PeloraTcam::RangeCheckerId rangeCheckerId );
 
     /// Compares every record with the chip; a mismatch ends the process. Gives the number of
-    /// records compared.
+    /// records compared. What its last user lets go of meanwhile, it gives back.
     std::size_t audit() const;
 
     /// How many range checkers the manager holds.
@@ -51,21 +51,20 @@ class RangeCheckerManager
     [[nodiscard]] std::size_t users( PeloraTcam::RangeCheckerId rangeCheckerId ) const;
 
   private:
-    struct Record
+    struct DescHash
     {
-        Agent::Ptr< const PeloraTcam::RangeCheckerData > data;
-        std::size_t users = 0;
+        std::size_t operator()( const PeloraTcam::RangeCheckerDesc& desc ) const;
     };
 
-    struct DescOrder
-    {
-        bool operator()( const PeloraTcam::RangeCheckerDesc& left,
-                         const PeloraTcam::RangeCheckerDesc& right ) const;
-    };
+    using Records = SharedRecords< PeloraTcam::RangeCheckerDesc,
+                                   PeloraTcam::RangeCheckerId,
+                                   Agent::Ptr< const PeloraTcam::RangeCheckerData >,
+                                   DescHash >;
 
-    Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper > helper_;
-    std::map< PeloraTcam::RangeCheckerId, Record > records_;
-    std::map< PeloraTcam::RangeCheckerDesc, PeloraTcam::RangeCheckerId, DescOrder > idByDesc_;
+    [[nodiscard]] auto givingBack() const;
+
+    const Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper > helper_;
+    mutable Records records_; // An audit gives back what its last user lets go of.
 };
 
 } // namespace Reference

@@ -10,6 +10,9 @@ namespace {
 
 constexpr std::string_view nothing;
 
+/// Of a rule: two prefixes, a protocol, two ports.
+constexpr std::size_t mostClasses = 5;
+
 bool isSinglePort( const PortRange& ports )
 {
     return ports.low == ports.high;
@@ -75,33 +78,36 @@ std::string_view RuleProgrammer::acquire( const FilterRule& rule,
 
 std::string_view RuleProgrammer::acquirePrefixes( const FilterRule& rule, const Work& work )
 {
-    const auto acquire = [ & ]( Table table, const IpPrefix& prefix, auto& direct ) {
-        if ( prefix.length == 0 ) {
-            return nothing;
-        }
-        if ( isCompressible( table, prefix, work ) ) {
-            return acquireClass( table, { prefix.address, prefix.length }, work );
-        }
-        direct = prefix;
-        return nothing;
-    };
-    const std::string_view refusal = acquire( Table::srcIp, rule.source, work.qualifiers.source );
-    return refusal.empty() ? acquire( Table::dstIp, rule.destination, work.qualifiers.destination )
-                           : refusal;
+    const std::string_view refusal =
+        acquirePrefix( Table::srcIp, rule.source, work.qualifiers.source, work );
+    return refusal.empty()
+               ? acquirePrefix( Table::dstIp, rule.destination, work.qualifiers.destination, work )
+               : refusal;
 }
 
-bool RuleProgrammer::isCompressible( Table table, const IpPrefix& prefix, const Work& work )
+std::string_view RuleProgrammer::acquirePrefix( Table table,
+                                                const IpPrefix& prefix,
+                                                std::optional< IpPrefix >& direct,
+                                                const Work& work )
 {
+    if ( prefix.length == 0 ) {
+        return nothing;
+    }
     if ( managers_.compression == nullptr ) {
-        return false;
+        direct = prefix;
+        return nothing;
+    }
+    const CompressionManager::Key key( prefix.address, prefix.length );
+    if ( shareClass( table, key, work ) ) {
+        return nothing;
     }
     // Whoever gives a prefix a class asks this first: what the table holds does not overlap.
-    const CompressionManager& compression = *managers_.compression;
-    const CompressionManager::Key key( prefix.address, prefix.length );
-    const bool overlaps =
-        compression.users( table, key ) == 0 && compression.overlapsAnother( table, key );
-    work.counts.overlaps += overlaps ? 1 : 0;
-    return !overlaps;
+    if ( managers_.compression->overlapsAnother( table, key ) ) {
+        ++work.counts.overlaps;
+        direct = prefix;
+        return nothing;
+    }
+    return makeClass( table, key, work );
 }
 
 std::string_view RuleProgrammer::acquireProtocol( Masked< Agent::U8 > protocol, const Work& work )
@@ -161,14 +167,41 @@ std::string_view RuleProgrammer::acquireRange( const RangeCheckerDesc& desc, con
 std::string_view
 RuleProgrammer::acquireClass( Table table, const CompressionManager::Key& key, const Work& work )
 {
+    return shareClass( table, key, work ) ? nothing : makeClass( table, key, work );
+}
+
+void RuleProgrammer::addClass( Table table,
+                               const CompressionManager::Key& key,
+                               Agent::U32 classId,
+                               const Work& work )
+{
+    if ( work.parts.classes.empty() ) {
+        work.parts.classes.reserve( mostClasses );
+    }
+    work.parts.classes.emplace_back( table, key );
+    work.qualifiers.classes.emplace( table, classId );
+}
+
+bool RuleProgrammer::shareClass( Table table, const CompressionManager::Key& key, const Work& work )
+{
+    const auto classId = managers_.compression->share( table, key );
+    if ( classId ) {
+        addClass( table, key, *classId, work );
+        ++work.counts.classes.shared;
+    }
+    return classId.has_value();
+}
+
+std::string_view
+RuleProgrammer::makeClass( Table table, const CompressionManager::Key& key, const Work& work )
+{
     CompressionManager& compression = *managers_.compression;
     const auto classId = compression.acquire( table, key );
     if ( !classId ) {
         return compression.room( table ) == CompressionRoom::noClassId ? noClassId
                                                                        : noCompressionEntry;
     }
-    work.parts.classes.emplace_back( table, key );
-    work.qualifiers.classes.emplace( table, *classId );
+    addClass( table, key, *classId, work );
     count( work.counts.classes, compression.users( table, key ) );
     return nothing;
 }

@@ -136,8 +136,20 @@ class RuleProgrammer
                                    const CompressionManager::Key& key,
                                    const Work& work );
     std::string_view acquirePolicer( const RuleOptions& options, const Work& work );
-    bool
-    isCompressible( CompressionManager::Table table, const IpPrefix& prefix, const Work& work );
+    std::string_view acquirePrefix( CompressionManager::Table table,
+                                    const IpPrefix& prefix,
+                                    std::optional< IpPrefix >& direct,
+                                    const Work& work );
+    static void addClass( CompressionManager::Table table,
+                          const CompressionManager::Key& key,
+                          Agent::U32 classId,
+                          const Work& work );
+    bool shareClass( CompressionManager::Table table,
+                     const CompressionManager::Key& key,
+                     const Work& work );
+    std::string_view makeClass( CompressionManager::Table table,
+                                const CompressionManager::Key& key,
+                                const Work& work );
 
     RuleManagers managers_;
 };

@@ -1,8 +1,10 @@
 #include "reference/RuleSetProgrammer.h"
 
+#include "agent/base/Assert.h"
 #include "sdk/SdkAccess.h"
 
 #include <array>
+#include <utility>
 
 namespace Reference {
 
@@ -44,7 +46,7 @@ RuleSetReport RuleSetProgrammer::program( std::span< const FilterRule > rules,
     RuleSetReport report;
     report.id = ++lastId_;
     report.rules = rules.size();
-    RuleSet& set = sets_[ report.id ];
+    RuleSet set; // Nobody else's until it is programmed.
     set.options = options;
     set.rules.resize( rules.size() );
     try {
@@ -64,15 +66,17 @@ RuleSetReport RuleSetProgrammer::program( std::span< const FilterRule > rules,
                 progress( i + 1, rules.size() );
             }
         }
+        // The last group may have been made for a rule that then lacked something else.
+        if ( !set.groups.empty() && managers_.entries.size( set.groups.back().id ) == 0 ) {
+            removeLastGroup( set );
+        }
     } catch ( ... ) {
+        sets_.emplace( report.id, std::move( set ) );
         remove( report.id );
         throw;
     }
-    // The last group may have been made for a rule that then lacked something else.
-    if ( !set.groups.empty() && managers_.entries.size( set.groups.back().id ) == 0 ) {
-        removeLastGroup( set );
-    }
     report.groups = set.groups.size();
+    sets_.emplace( report.id, std::move( set ) );
     return report;
 }
 
@@ -98,7 +102,7 @@ std::string_view RuleSetProgrammer::makeEntry( EntryDesc& desc, RuleSet& set, Ru
         return noGroup;
     }
     desc.group = set.groups.back().id;
-    parts.entry = managers_.entries.create( desc );
+    parts.entry = managers_.entries.create( std::move( desc ) );
     if ( parts.entry ) {
         return {};
     }
@@ -113,7 +117,7 @@ std::string_view RuleSetProgrammer::makeEntry( EntryDesc& desc, RuleSet& set, Ru
         return noGroup;
     }
     desc.group = set.groups.back().id;
-    parts.entry = managers_.entries.create( desc );
+    parts.entry = managers_.entries.create( std::move( desc ) );
     return parts.entry ? std::string_view() : managers_.entries.lastRefusal().function;
 }
 
@@ -169,7 +173,8 @@ bool RuleSetProgrammer::makeGroup( RuleSet& set )
 
 void RuleSetProgrammer::removeLastGroup( RuleSet& set )
 {
-    managers_.groups.destroy( set.groups.back().id );
+    const bool isDestroyed = managers_.groups.destroy( set.groups.back().id );
+    AGENT_ASSERT( isDestroyed && "the group of a rule set has other entries" );
     groupNumbers_.free( set.groups.back().number );
     set.groups.pop_back();
 }
@@ -196,19 +201,22 @@ QualifierSet RuleSetProgrammer::qualifiers() const
 
 bool RuleSetProgrammer::remove( RuleSetId id )
 {
-    const auto found = sets_.find( id );
-    if ( found == sets_.end() ) {
+    auto taken = sets_.extract( id );
+    if ( !taken ) {
         return false;
     }
-    // Forgotten only once the chip has let go of it: after an exception the rest can be removed.
-    RuleSet& set = found->second;
-    for ( auto parts = set.rules.rbegin(); parts != set.rules.rend(); ++parts ) {
-        ruleProgrammer_.release( *parts );
+    RuleSet& set = taken.mapped();
+    try {
+        for ( auto parts = set.rules.rbegin(); parts != set.rules.rend(); ++parts ) {
+            ruleProgrammer_.release( *parts );
+        }
+        while ( !set.groups.empty() ) {
+            removeLastGroup( set );
+        }
+    } catch ( ... ) {
+        sets_.insert( std::move( taken ) ); // What is left of it can be removed.
+        throw;
     }
-    while ( !set.groups.empty() ) {
-        removeLastGroup( set );
-    }
-    sets_.erase( id );
     return true;
 }
 
@@ -228,15 +236,20 @@ std::optional< Hits > RuleSetProgrammer::hits( RuleSetId id ) const
     if ( found == sets_.end() ) {
         return std::nullopt;
     }
-    Hits sum;
+    std::vector< EntryManager::EntryId > entries;
     for ( const RuleParts& parts : found->second.rules ) {
         if ( parts.hasCounters ) {
-            const Hits hits = managers_.counters.hits( *parts.entry ).value_or( Hits{} );
-            sum.packets += hits.packets;
-            sum.bytes += hits.bytes;
+            entries.push_back( *parts.entry );
         }
     }
-    return sum;
+    Hits sum;
+    for ( const EntryManager::EntryId entry : entries ) {
+        const Hits hits = managers_.counters.hits( entry ).value_or( Hits{} );
+        sum.packets += hits.packets;
+        sum.bytes += hits.bytes;
+    }
+    // If it has been removed meanwhile, the entries may have been another's.
+    return sets_.contains( id ) ? std::optional( sum ) : std::nullopt;
 }
 
 } // namespace Reference

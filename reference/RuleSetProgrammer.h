@@ -7,10 +7,11 @@
 /// in `RuleProgrammer.h`. A rule of which one part does not fit is undone whole and counted, and
 /// the next one is programmed. Removing a rule set leaves the chip as it was before.
 ///
-/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`.
-/// No room, and whatever else the SDK refuses to a rule, is a result; failures while something is
-/// taken away end the process. When an SDK call throws, the rule set is taken away and the
-/// exception goes on to the caller.
+/// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`,
+/// by any thread; `Overlap.h` tells how they stay right while the lock is free. A rule set that is
+/// being programmed or removed is known to nobody else. No room, and whatever else the SDK refuses
+/// to a rule, is a result; failures while something is taken away end the process. When an SDK call
+/// throws, the rule set is taken away and the exception goes on to the caller.
 ///
 ///     Reference::RuleSetProgrammer programmer( managers, { SdkVariant::sdk6, pipe } );
 ///     RuleOptions options;

@@ -30,47 +30,103 @@ UdfManager::UdfManager( Agent::Ptr< PeloraTcam::UdfHelperBase > helper, UdfPath 
     AGENT_ASSERT( helper_ );
 }
 
-QualIdList UdfManager::program( const UdfDesc& udfDesc )
+/// The helper keeps packet formats and chunks that all its UDFs share: one operation at a time has
+/// the helper.
+class UdfManager::HelperTurn
 {
-    const auto shared = records_.find( udfDesc );
-    if ( shared != records_.end() ) {
-        ++shared->second.users;
-        return shared->second.quals;
+  public:
+    /// There is a turn; see `hasUser`.
+    explicit HelperTurn( const UdfManager& manager )
+        : manager_( manager )
+    {
+        AGENT_ASSERT( !manager_.helperIsBusy_ );
+        manager_.helperIsBusy_ = true;
+    }
+
+    HelperTurn( const HelperTurn& ) = delete;
+    HelperTurn& operator=( const HelperTurn& ) = delete;
+
+    ~HelperTurn()
+    {
+        manager_.helperIsBusy_ = false;
+        tellTheEndOfATurn();
+    }
+
+  private:
+    const UdfManager& manager_;
+};
+
+void UdfManager::waitForTheHelper() const
+{
+    while ( helperIsBusy_ ) {
+        waitForTheEndOfATurn();
+    }
+}
+
+/// Finds the record of a UDF that is used, or waits for the helper, whichever can be had first.
+UdfManager::Record* UdfManager::usedOrTurn( const UdfDesc& udfDesc, std::size_t users )
+{
+    for ( ;; ) {
+        const auto found = records_.find( udfDesc );
+        if ( found != records_.end() && found->second.users >= users ) {
+            return &found->second;
+        }
+        if ( !helperIsBusy_ ) {
+            return nullptr;
+        }
+        waitForTheEndOfATurn();
+    }
+}
+
+QualIdList UdfManager::program( const UdfDesc& wanted )
+{
+    const UdfDesc udfDesc = wanted; // A copy: what is wanted may change while the locks are free.
+    if ( Record* const shared = usedOrTurn( udfDesc, 1 ) ) {
+        ++shared->users;
+        return shared->quals;
     }
     if ( udfDesc.lagHashing() && !helper_->lagHashingSupported() ) {
         return {};
     }
+    const HelperTurn turn( *this );
     const QualIdList quals = helper_->programUdfInHw( udfDesc );
     if ( quals.qualIds() != 0 ) {
         const bool isNew = records_.emplace( udfDesc, Record{ quals, 1 } ).second;
-        AGENT_ASSERT( isNew && "the UDF was programmed while the SDK was called" );
+        AGENT_ASSERT( isNew && "the UDF was programmed in another's turn" );
     }
     return quals;
 }
 
-bool UdfManager::remove( const UdfDesc& udfDesc )
+bool UdfManager::remove( const UdfDesc& unwanted )
 {
-    const auto found = records_.find( udfDesc );
-    if ( found == records_.end() ) {
+    const UdfDesc udfDesc = unwanted; // As above.
+    if ( !records_.contains( udfDesc ) ) {
         return false;
     }
-    if ( found->second.users > 1 ) {
-        --found->second.users;
+    if ( Record* const shared = usedOrTurn( udfDesc, 2 ) ) {
+        --shared->users;
         return true;
     }
-    // Forgotten only once it is out of the chip: an exception leaves the record as it was. The call
-    // lets go of the activity lock, so nothing found before it is used after it.
-    const UdfDesc desc = udfDesc;
-    const QualIdList quals = found->second.quals;
-    helper_->removeUdfFromHw( desc, quals );
-    records_.erase( desc );
+    const HelperTurn turn( *this );
+    auto taken = records_.extract( udfDesc );
+    if ( !taken ) {
+        return false; // Somebody else has removed it meanwhile.
+    }
+    try {
+        helper_->removeUdfFromHw( udfDesc, taken.mapped().quals );
+    } catch ( ... ) {
+        records_.insert( std::move( taken ) );
+        throw;
+    }
     return true;
 }
 
 UdfManager::Audit UdfManager::audit() const
 {
     Audit audit;
-    // Over a copy: each call lets go of the activity lock, and records may come and go meanwhile.
+    waitForTheHelper();
+    const HelperTurn turn( *this );
+    // Over a copy: users come and go meanwhile. UDFs do not, in the audit's turn.
     const std::map< UdfDesc, Record > records = records_;
     for ( const auto& [ desc, record ] : records ) {
         if ( desc.lagHashing() ) {
@@ -83,7 +139,7 @@ UdfManager::Audit UdfManager::audit() const
             ++audit.withheld;
         }
     }
-    audit.foreign = foreign();
+    audit.foreign = foreignInTurn();
     return audit;
 }
 
@@ -104,10 +160,12 @@ bool UdfManager::canBeJudged( const UdfDesc& udfDesc ) const
 
 UdfChunkPosList UdfManager::chunkPositions( const UdfDesc& udfDesc ) const
 {
+    waitForTheHelper();
     const auto found = records_.find( udfDesc );
     if ( found == records_.end() ) {
         return {};
     }
+    const HelperTurn turn( *this );
     const QualIdList quals = found->second.quals;
     return helper_->getUdfChunkPosList( helper_->moduleId(), quals );
 }
@@ -124,6 +182,13 @@ UdfIdList UdfManager::list() const
 }
 
 UdfIdList UdfManager::foreign() const
+{
+    waitForTheHelper();
+    const HelperTurn turn( *this );
+    return foreignInTurn();
+}
+
+UdfIdList UdfManager::foreignInTurn() const
 {
     UdfIdList udfs = helper_->getAllProgrammedUdfIds( helper_->moduleId() );
     for ( const UdfId id : list() ) {

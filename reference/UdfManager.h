@@ -6,10 +6,11 @@
 /// many users share it. Equal descriptors share one UDF; the chip hears of the first user and of
 /// the last. It talks to the chip through a UDF helper alone, whichever suits the chip.
 ///
-/// All operations are called by the manager's own thread, with the agent's activity lock held;
-/// while the chip is asked that lock is free, and other threads work on what is theirs. A UDF that
-/// does not fit is a result; whatever else goes wrong in the chip ends the process inside the
-/// helper.
+/// All operations are called with the agent's activity lock held, by any thread; `Overlap.h` tells
+/// how they stay right while the lock is free. The helper keeps packet formats and chunks that UDFs
+/// share, so the operations that reach the chip take turns. A UDF that does not fit is a result;
+/// whatever else goes wrong in the chip ends the process inside the helper. An exception of the SDK
+/// leaves the record as it was.
 ///
 ///     Reference::UdfManager manager( helper );
 ///     const QualIdList quals = manager.program( udfDesc );
@@ -17,6 +18,7 @@
 
 #include "agent/base/Ptr.h"
 #include "agent/tcam/UdfHelper.h"
+#include "reference/Overlap.h"
 
 #include <cstddef>
 #include <map>
@@ -86,11 +88,17 @@ class UdfManager
         std::size_t users = 0;
     };
 
-    [[nodiscard]] bool canBeJudged( const PeloraTcam::UdfDesc& udfDesc ) const;
+    class HelperTurn;
 
-    Agent::Ptr< PeloraTcam::UdfHelperBase > helper_;
-    UdfPath path_;
+    void waitForTheHelper() const;
+    [[nodiscard]] Record* usedOrTurn( const PeloraTcam::UdfDesc& udfDesc, std::size_t users );
+    [[nodiscard]] bool canBeJudged( const PeloraTcam::UdfDesc& udfDesc ) const;
+    [[nodiscard]] PeloraTcam::UdfIdList foreignInTurn() const;
+
+    const Agent::Ptr< PeloraTcam::UdfHelperBase > helper_;
+    const UdfPath path_;
     std::map< PeloraTcam::UdfDesc, Record > records_;
+    mutable bool helperIsBusy_ = false;
 };
 
 } // namespace Reference

@@ -194,6 +194,18 @@ TEST_F( GroupManagerTest, Destroy_SdkThrows_KeepsTheRecord )
     EXPECT_EQ( manager.audit(), 1U );
 }
 
+TEST_F( GroupManagerTest, Destroy_GroupWithEntries_IsRefusedAndTheGroupStays )
+{
+    const bcm_field_group_t group = created( desc() );
+    bcm_field_entry_t entry = 0;
+    ASSERT_EQ( chip.chips.bcm_field_entry_create( FieldChip::unit, group, &entry ), 0 );
+    EXPECT_FALSE( manager.destroy( group ) );
+    EXPECT_EQ( manager.audit(), 1U );
+    ASSERT_EQ( chip.chips.bcm_field_entry_destroy( FieldChip::unit, entry ), 0 );
+    EXPECT_TRUE( manager.destroy( group ) );
+    EXPECT_EQ( chip.text(), "" );
+}
+
 // ---- Auditing --------------------------------------------------------------------------------
 
 TEST_F( GroupManagerTest, Audit_GroupsAsTheyWereMade_CountsThem )
@@ -239,16 +251,13 @@ TEST_F( GroupManagerDeathTest, Create_QualifierThatTheLibraryDoesNotKnow_Aborts 
     EXPECT_DEATH( static_cast< void >( manager.create( wanted ) ), "Unsupported qualifier udf\n" );
 }
 
-TEST_F( GroupManagerDeathTest, Destroy_GroupWithEntries_Aborts )
+TEST_F( GroupManagerDeathTest, Destroy_ChipHasLostTheGroup_Aborts )
 {
     const bcm_field_group_t group = created( desc() );
-    bcm_field_entry_t entry = 0;
-    ASSERT_EQ( chip.chips.bcm_field_entry_create( FieldChip::unit, group, &entry ), 0 );
+    ASSERT_EQ( chip.chips.bcm_field_group_destroy( FieldChip::unit, group ), 0 );
     EXPECT_DEATH( manager.destroy( group ),
-                  TestSupport::apiErrorLine( source,
-                                             "bcm_field_group_destroy( unit_, group )",
-                                             "Operation still running or object in use",
-                                             -10 ) );
+                  TestSupport::apiErrorLine(
+                      source, "bcm_field_group_destroy( unit_, group )", "Entry not found", -7 ) );
 }
 
 } // namespace

@@ -61,10 +61,10 @@ TEST_F( RuleProgrammerTest, AcquireAndRelease_WithCompression_TakesClassesAndGiv
     EXPECT_TRUE( parts.policer );
     EXPECT_THAT( qualifiers.ranges, ElementsAre( EntryRange{ parts.rangeCheckers[ 0 ], false } ) );
     EXPECT_EQ( qualifiers.classes,
-               ( std::map< Table, Agent::U32 >{ { Table::srcIp, 1 },
-                                                { Table::dstIp, 1 },
-                                                { Table::ipProto, 1 },
-                                                { Table::l4DstPort, 1 } } ) );
+               ( TableClasses{ { Table::srcIp, 1 },
+                               { Table::dstIp, 1 },
+                               { Table::ipProto, 1 },
+                               { Table::l4DstPort, 1 } } ) );
     EXPECT_FALSE( qualifiers.source || qualifiers.destination || qualifiers.protocol ||
                   qualifiers.destinationPort );
     programmer.release( parts );

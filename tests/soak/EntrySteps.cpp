@@ -102,7 +102,7 @@ EntryDesc EntrySteps::anyDesc()
         desc.qualifiers.destinationPort = Masked< Agent::U16 >{ 443, 0xFFF0 };
     }
     if ( ( asked & 16U ) != 0 && agent.compression ) {
-        desc.qualifiers.classes[ Table::srcIp ] = choices.below( 0x10000 );
+        desc.qualifiers.classes.emplace( Table::srcIp, choices.below( 0x10000 ) );
     }
     return desc;
 }

@@ -1,0 +1,50 @@
+#include "reference/Overlap.h"
+
+#include <condition_variable>
+#include <mutex>
+
+namespace Reference {
+
+namespace {
+
+std::mutex endsMutex_;
+std::condition_variable ended_;
+Agent::U64 ends_ = 0; // Guarded by the mutex.
+std::atomic< std::size_t > waiting_{ 0 };
+
+} // namespace
+
+std::size_t waitingThreads() noexcept
+{
+    return waiting_.load();
+}
+
+void waitForTheEndOfATurn()
+{
+    Agent::U64 seen = 0;
+    {
+        const std::lock_guard lock( endsMutex_ );
+        seen = ends_;
+    }
+    // A turn ends with the activity lock held, so none does before this thread counts.
+    waiting_.fetch_add( 1 );
+    const Agent::MaybeGilUnlockAnchor interpreterReleased;
+    const Agent::UnlockAnchor activityReleased( Agent::activityLock() );
+    std::unique_lock lock( endsMutex_ );
+    ended_.wait( lock, [ & ] { return ends_ != seen; } );
+    waiting_.fetch_sub( 1 );
+}
+
+void tellTheEndOfATurn()
+{
+    if ( waiting_.load() == 0 ) {
+        return;
+    }
+    {
+        const std::lock_guard lock( endsMutex_ );
+        ++ends_;
+    }
+    ended_.notify_all();
+}
+
+} // namespace Reference

@@ -1,0 +1,357 @@
+#pragma once
+
+/// How the managers stay right while their SDK calls are under way.
+///
+/// The rule: the agent's locks are free during each SDK call, so while a call is under way any
+/// other thread may begin, and finish, any operation of any manager, also on the same thing.
+/// Therefore:
+///
+/// 1. Nothing seen before a call is trusted behind it. Records are looked up again by their id; no
+///    iterator, reference or pointer into the records is used across a call.
+/// 2. What is made is recorded when the SDK has made it. If another thread has had an equal thing
+///    made meanwhile, one of the two is given back, and both threads share the other.
+/// 3. What is given back leaves the records before the call, so nobody is handed it any more. It is
+///    put back when the call throws. Room in the chip counts as taken from before the call that
+///    makes a thing until behind the one that gives it back.
+/// 4. An audit is a user of the shared thing that it reads: when its last other user lets go of it
+///    meanwhile, the audit gives it back. It leaves out what has gone, what is under way, and what
+///    has changed while it was read.
+/// 5. Operations that change one and the same thing that is not shared take turns (`Turn`): the
+///    later one waits, with the locks free as in a call, and then looks again.
+///
+/// All of this is used with the activity lock held.
+
+#include "agent/base/BaseTypes.h"
+#include "sdk/SdkCall.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace Reference {
+
+// ---- Turns -----------------------------------------------------------------------------------
+
+/// How many threads wait for a turn. May be asked without a lock.
+[[nodiscard]] std::size_t waitingThreads() noexcept;
+
+/// Waits, with the agent's locks free, until a turn of any manager has ended. Look again then.
+void waitForTheEndOfATurn();
+
+/// Lets all that wait look again.
+void tellTheEndOfATurn();
+
+/// A number that has not been given before.
+[[nodiscard]] inline Agent::U64 newStamp() noexcept
+{
+    static Agent::U64 last = 0;
+    return ++last;
+}
+
+/// What a record has whose operations take turns; derive the record from it.
+struct TakesTurns
+{
+    bool underWay = false;         ///< an operation has its turn
+    Agent::U64 stamp = newStamp(); ///< another one with each record, and with each turn
+};
+
+/// The turn of one operation on a record, if there is the record: nobody else changes it until the
+/// turn ends, with this or with `takeOut`. Waits until others have had theirs. A thread has one
+/// turn of a kind of records at a time.
+template< class Records >
+class Turn
+{
+  public:
+    using Id = typename Records::key_type;
+
+    Turn( Records& records, const Id& id )
+        : records_( records )
+        , id_( id )
+    {
+        for ( auto found = records_.find( id_ ); found != records_.end();
+              found = records_.find( id_ ) ) {
+            if ( !found->second.underWay ) {
+                found->second.underWay = true;
+                found->second.stamp = newStamp();
+                isHeld_ = true;
+                return;
+            }
+            waitForTheEndOfATurn();
+        }
+    }
+
+    Turn( const Turn& ) = delete;
+    Turn& operator=( const Turn& ) = delete;
+
+    ~Turn()
+    {
+        if ( isHeld_ ) {
+            record().underWay = false;
+            tellTheEndOfATurn();
+        }
+    }
+
+    /// Whether there is the record.
+    explicit operator bool() const { return isHeld_; }
+
+    [[nodiscard]] const Id& id() const { return id_; }
+
+    /// The record, looked up at each use.
+    [[nodiscard]] auto& record() const { return records_.at( id_ ); }
+
+    /// Takes the record out, which ends the turn: the SDK may hand out its id again.
+    [[nodiscard]] auto takeOut()
+    {
+        record().underWay = false;
+        isHeld_ = false;
+        tellTheEndOfATurn();
+        return records_.extract( id_ );
+    }
+
+  private:
+    Records& records_;
+    const Id id_;
+    bool isHeld_ = false;
+};
+
+/// The ids of all records, in order.
+template< class Records >
+[[nodiscard]] auto idsOf( const Records& records )
+{
+    std::vector< typename Records::key_type > ids;
+    ids.reserve( records.size() );
+    for ( const auto& [ id, record ] : records ) {
+        ids.push_back( id );
+    }
+    std::ranges::sort( ids );
+    return ids;
+}
+
+// ---- Reading back ----------------------------------------------------------------------------
+
+/// Whether what an audit reads is still as the audit has seen it. An empty one always says so.
+using StillSeen = std::function< bool() >;
+
+/// A call whose negative return code ends the process if `mustSucceed( rc )`, which is asked with
+/// the locks held again, and is a result otherwise.
+template< class Operation, class MustSucceed >
+int judgedCall( const Agent::TraceHandle& handle,
+                const Shim::CallSite& site,
+                const MustSucceed& mustSucceed,
+                Operation&& operation )
+{
+    Shim::sdk_->preApiCall();
+    const int rc = Shim::callWithLocksReleased( operation );
+    if ( rc >= 0 || !mustSucceed( rc ) ) {
+        Shim::maybeTraceCall( handle, site, rc );
+    } else {
+        Shim::checkReturnCode( handle, site, rc );
+    }
+    return rc;
+}
+
+/// The checked call of an audit. False when what it reads has changed meanwhile: then neither the
+/// return code nor what was read says anything.
+template< class Operation >
+bool auditCall( const Agent::TraceHandle& handle,
+                const Shim::CallSite& site,
+                const StillSeen& stillSeen,
+                Operation&& operation )
+{
+    const auto isStillSeen = [ & ] { return !stillSeen || stillSeen(); };
+    judgedCall(
+        handle, site, [ & ]( int ) { return isStillSeen(); }, operation );
+    return isStillSeen();
+}
+
+// ---- Sharing ---------------------------------------------------------------------------------
+
+/// The records of things that users share, found by id, and by what they are.
+template< class Key, class Id, class Value, class Hash >
+class SharedRecords
+{
+  public:
+    struct Record
+    {
+        Id id;
+        Key key;
+        Value value;
+        bool isShared = true; ///< handed out to whoever wants the key
+        std::size_t users = 1;
+        std::size_t readers = 0; ///< audits that compare it
+    };
+
+    /// Room in the chip that a thing takes from before it is made.
+    class Room
+    {
+      public:
+        explicit Room( std::size_t& outside )
+            : outside_( outside )
+        {
+            ++outside_;
+        }
+
+        Room( const Room& ) = delete;
+        Room& operator=( const Room& ) = delete;
+
+        ~Room() { --outside_; }
+
+      private:
+        std::size_t& outside_;
+    };
+
+    /// How many records there are.
+    [[nodiscard]] std::size_t size() const { return records_.size(); }
+
+    /// How many things are in the chip, or on their way into it or out of it.
+    [[nodiscard]] std::size_t inChip() const { return records_.size() + outside_; }
+
+    /// Takes room for one more, for as long as the result lives.
+    [[nodiscard]] Room room() { return Room( outside_ ); }
+
+    /// The record of an id; null if there is none. Valid until the next call of the SDK.
+    [[nodiscard]] Record* find( const Id& id )
+    {
+        const auto found = records_.find( id );
+        return found == records_.end() ? nullptr : &found->second;
+    }
+
+    [[nodiscard]] const Record* find( const Id& id ) const
+    {
+        return const_cast< SharedRecords* >( this )->find( id );
+    }
+
+    /// The record that is handed out for a key, likewise.
+    [[nodiscard]] Record* shared( const Key& key ) const
+    {
+        const auto found = byKey_.find( key );
+        return found == byKey_.end() ? nullptr : found->second;
+    }
+
+    /// A record of the key that is not handed out and has users; null if there is none.
+    [[nodiscard]] const Record* withheld( const Key& key ) const
+    {
+        if ( records_.size() == byKey_.size() ) {
+            return nullptr;
+        }
+        const auto found = std::ranges::find_if( records_, [ & ]( const auto& row ) {
+            const Record& record = row.second;
+            return record.key == key && record.users != 0 && shared( key ) != &record;
+        } );
+        return found == records_.end() ? nullptr : &found->second;
+    }
+
+    /// Records what the SDK has made, under an id that no record has. If another thread has had an
+    /// equal one made meanwhile, this one is given back, and the result is false: look again.
+    template< class GiveBack >
+    [[nodiscard]] bool add( Record record, const GiveBack& giveBack )
+    {
+        const Id id = record.id;
+        const bool isWanted = !record.isShared || shared( record.key ) == nullptr;
+        Record& added = records_.emplace( id, std::move( record ) ).first->second;
+        if ( isWanted ) {
+            offer( added );
+        } else {
+            giveBackRecord( id, 0, giveBack );
+        }
+        return isWanted;
+    }
+
+    /// Takes one user away. The last one has `giveBack( record )` called, unless an audit reads the
+    /// record: then that does it. False when the id is unknown.
+    template< class GiveBack >
+    bool release( const Id& id, const GiveBack& giveBack )
+    {
+        Record* record = find( id );
+        if ( record == nullptr || record->users == 0 ) {
+            return false;
+        }
+        if ( --record->users == 0 && record->readers == 0 ) {
+            giveBackRecord( id, 1, giveBack );
+        }
+        return true;
+    }
+
+    /// Has `verify( record )` called for each record. Gives their number. What has no user is given
+    /// back.
+    template< class Verify, class GiveBack >
+    std::size_t audit( const Verify& verify, const GiveBack& giveBack )
+    {
+        std::size_t compared = 0;
+        for ( const Id& id : idsOf( records_ ) ) {
+            Record* record = find( id );
+            if ( record == nullptr ) {
+                continue;
+            }
+            ++record->readers;
+            try {
+                if ( record->users != 0 && verify( Record( *record ) ) ) {
+                    ++compared;
+                }
+            } catch ( ... ) {
+                --records_.at( id ).readers;
+                throw;
+            }
+            record = &records_.at( id ); // Nobody takes out what is read.
+            if ( --record->readers == 0 && record->users == 0 ) {
+                giveBackRecord( id, 0, giveBack );
+            }
+        }
+        return compared;
+    }
+
+  private:
+    /// Hands the record out from now on.
+    void offer( Record& record )
+    {
+        if ( record.isShared ) {
+            byKey_.emplace( record.key, &record );
+        }
+    }
+
+    template< class GiveBack >
+    void giveBackRecord( const Id& id, std::size_t usersAsBefore, const GiveBack& giveBack )
+    {
+        auto taken = records_.extract( id );
+        const auto offered = byKey_.find( taken.mapped().key );
+        if ( offered != byKey_.end() && offered->second == &taken.mapped() ) {
+            byKey_.erase( offered );
+        }
+        const Room stillThere = room();
+        try {
+            giveBack( taken.mapped() );
+        } catch ( ... ) {
+            taken.mapped().users = usersAsBefore;
+            const auto putBack = records_.insert( std::move( taken ) );
+            if ( putBack.inserted ) { // Or the SDK, which has it back, has given its id away.
+                offer( putBack.position->second );
+            }
+            throw;
+        }
+    }
+
+    std::unordered_map< Id, Record > records_;
+    /// Those that are handed out. The standard library keeps hashes that may throw, so `Hash` does
+    /// not say that it throws nothing.
+    std::unordered_map< Key, Record*, Hash > byKey_;
+    std::size_t outside_ = 0;
+};
+
+/// Mixes one more number into a hash.
+[[nodiscard]] inline std::size_t mixed( std::size_t hash, std::size_t number ) noexcept
+{
+    constexpr std::size_t multiplier = 0x9E3779B97F4A7C15;
+    return ( ( hash << 5 | hash >> 59 ) ^ number ) * multiplier;
+}
+
+} // namespace Reference
+
+/// The checked call of an audit (`Reference::auditCall`); its text is the call as written.
+#define SDK_AUDIT_CALL( stillSeen, ... )                                                           \
+    ::Reference::auditCall( apiTraceHandle_, SDK_CALL_SITE( #__VA_ARGS__ ), stillSeen, [ & ] {     \
+        return ::Shim::sdk_->__VA_ARGS__;                                                          \
+    } )

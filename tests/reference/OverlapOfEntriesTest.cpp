@@ -1,0 +1,427 @@
+// Operations on groups, entries, counters, preselectors and rule sets that overlap. The rule is in
+// reference/Overlap.h.
+
+#include "reference/CounterManager.h"
+#include "reference/EntryManager.h"
+#include "reference/PreselectorManager.h"
+#include "tests/reference/OverlapWorlds.h"
+#include "tests/reference/RuleScene.h"
+
+namespace Reference {
+namespace {
+
+using PeloraTcam::ActionType;
+using PeloraTcam::IpAddress;
+using PeloraTcam::QualifierType;
+using EntryId = EntryManager::EntryId;
+
+// ---- Entries and groups ----------------------------------------------------------------------
+
+/// A group with an entry that is installed and has a policer, and one that is not; and an empty
+/// group.
+class EntryWorld : public SceneWorld
+{
+  public:
+    EntryWorld()
+        : SceneWorld( "sdk6-udf" )
+    {
+        bcm_policer_config_t config;
+        config.mode = scene.chips.bcmPolicerModeCommitted();
+        EXPECT_EQ( scene.chips.bcm_policer_create( TcamScene::unit, &config, &policer ), 0 );
+        group = scene.madeGroup( { QualifierType::srcIp, QualifierType::l4DstPort } );
+        bcm_field_stat_t type = scene.chips.bcmFieldStatPackets();
+        EXPECT_EQ(
+            scene.chips.bcm_field_stat_create( TcamScene::unit, group, 1, &type, &statistic ), 0 );
+        GroupDesc other;
+        other.qualifiers = { QualifierType::srcIp };
+        emptyGroup = scene.groups.create( other ).value();
+        EntryDesc policed = desc( group );
+        policed.policer = static_cast< PeloraTcam::PolicerId >( policer );
+        installed = manager.create( policed ).value();
+        EXPECT_TRUE( manager.install( installed ) );
+        entries.push_back( installed );
+        plain = manager.create( desc( group ) ).value();
+        entries.push_back( plain );
+    }
+
+    static EntryDesc desc( bcm_field_group_t group )
+    {
+        EntryDesc wanted;
+        wanted.group = group;
+        wanted.priority = 7;
+        wanted.qualifiers.source = IpPrefix{ IpAddress::v4( 0x0A000000 ), 8 };
+        wanted.actions = { { ActionType::drop, 0, 0 } };
+        return wanted;
+    }
+
+    void create( bcm_field_group_t where )
+    {
+        EntryDesc wanted = desc( where );
+        wanted.policer = static_cast< PeloraTcam::PolicerId >( policer );
+        if ( const auto entry = manager.create( wanted ) ) {
+            entries.push_back( *entry );
+        }
+    }
+
+    void attachPolicer( EntryId entry )
+    {
+        const EntryDesc* const known = manager.find( entry );
+        if ( known != nullptr && !known->policer ) {
+            static_cast< void >( manager.attachPolicer( entry, Agent::U32( policer ) ) );
+        }
+    }
+
+    void destroy( EntryId entry )
+    {
+        if ( manager.destroy( entry ) ) {
+            std::erase( entries, entry );
+        }
+    }
+
+    void destroyGroup( bcm_field_group_t which )
+    {
+        static_cast< void >( scene.groups.destroy( which ) );
+    }
+
+    template< class Attempt >
+    void ifKnown( EntryId entry, const Attempt& attempt )
+    {
+        if ( manager.find( entry ) != nullptr ) {
+            static_cast< void >( attempt( entry ) );
+        }
+    }
+
+    std::vector< OverlapOperation > operations() override
+    {
+        std::vector< OverlapOperation > all = entryOperations();
+        for ( const OverlapOperation& operation : groupOperations() ) {
+            all.push_back( operation );
+        }
+        return all;
+    }
+
+    std::vector< OverlapOperation > entryOperations()
+    {
+        return {
+            { "create", [ & ] { create( group ); } },
+            { "create in the empty group", [ & ] { create( emptyGroup ); } },
+            { "install",
+              [ & ] { ifKnown( plain, [ & ]( EntryId id ) { return manager.install( id ); } ); } },
+            { "remove", [ & ] { manager.remove( installed ); } },
+            { "destroy the installed", [ & ] { destroy( installed ); } },
+            { "destroy the other", [ & ] { destroy( plain ); } },
+            { "attach a policer", [ & ] { attachPolicer( plain ); } },
+            { "detach the policer", [ & ] { manager.detachPolicer( installed ); } },
+            { "attach the statistic",
+              [ & ] {
+                  ifKnown( installed, [ & ]( EntryId id ) {
+                      return manager.attachStatistic( id, statistic );
+                  } );
+              } },
+            { "detach the statistic", [ & ] { manager.detachStatistic( installed ); } },
+            { "audit", [ & ] { manager.audit(); } },
+        };
+    }
+
+    std::vector< OverlapOperation > groupOperations()
+    {
+        return {
+            { "create a group",
+              [ & ] {
+                  GroupDesc wanted;
+                  wanted.qualifiers = { QualifierType::dstIp };
+                  if ( const auto made = scene.groups.create( wanted ) ) {
+                      groups.push_back( *made );
+                  }
+              } },
+            { "destroy the group", [ & ] { destroyGroup( group ); } },
+            { "destroy the empty group", [ & ] { destroyGroup( emptyGroup ); } },
+            { "audit the groups", [ & ] { scene.groups.audit(); } },
+        };
+    }
+
+    void expectRight() override
+    {
+        EXPECT_EQ( manager.audit(), manager.size() );
+        EXPECT_EQ( scene.groups.audit(), scene.groups.size() );
+        EXPECT_EQ( manager.size(), entries.size() );
+        EXPECT_EQ( manager.size( group ) + manager.size( emptyGroup ), entries.size() );
+        EXPECT_EQ( scene.chip().field().groups().used(), scene.groups.size() );
+        EXPECT_EQ( entriesOnChip(), entries.size() );
+    }
+
+    std::size_t entriesOnChip()
+    {
+        const std::string text = scene.text();
+        std::size_t count = 0;
+        for ( std::size_t at = text.find( "field entry " ); at != std::string::npos;
+              at = text.find( "field entry ", at + 1 ) ) {
+            ++count;
+        }
+        return count;
+    }
+
+    void giveAllBack() override
+    {
+        for ( const EntryId entry : entries ) {
+            EXPECT_TRUE( manager.destroy( entry ) );
+        }
+        EXPECT_EQ( scene.chips.bcm_field_stat_destroy( TcamScene::unit, statistic ), 0 );
+        EXPECT_EQ( scene.chips.bcm_policer_destroy( TcamScene::unit, policer ), 0 );
+        scene.groups.destroy( group );
+        scene.groups.destroy( emptyGroup );
+        for ( const bcm_field_group_t made : groups ) {
+            EXPECT_TRUE( scene.groups.destroy( made ) );
+        }
+        EXPECT_EQ( scene.groups.size(), 0U );
+    }
+
+    EntryManager manager{ TcamScene::unit };
+    bcm_policer_t policer = 0;
+    int statistic = 0;
+    bcm_field_group_t group = 0;
+    bcm_field_group_t emptyGroup = 0;
+    EntryId installed = 0;
+    EntryId plain = 0;
+    std::vector< EntryId > entries;
+    std::vector< bcm_field_group_t > groups;
+};
+
+TEST( OverlapOfEntriesTest, EntriesAndGroups_AllPairs_AreRight )
+{
+    expectAllPairsRight( [] { return std::make_unique< EntryWorld >(); } );
+}
+
+// ---- Counters --------------------------------------------------------------------------------
+
+/// Two installed entries, one of them with counters.
+class CounterWorld : public SceneWorld
+{
+  public:
+    explicit CounterWorld( const std::string& profile )
+        : SceneWorld( profile )
+    {
+        empty = scene.snapshot();
+        EntryDesc desc;
+        desc.group = group;
+        for ( EntryId& entry : entries ) {
+            entry = entryManager.create( desc ).value();
+            EXPECT_TRUE( entryManager.install( entry ) );
+        }
+        allocate( entries[ 0 ] );
+    }
+
+    void allocate( EntryId entry )
+    {
+        if ( manager.find( entry ) == nullptr ) {
+            static_cast< void >( manager.allocate( { PeloraTcam::stageIfp(),
+                                                     TcamScene::logicalGroup,
+                                                     entry,
+                                                     packetsAndBytes(),
+                                                     0 } ) );
+        }
+    }
+
+    std::vector< OverlapOperation > operations() override
+    {
+        return {
+            { "allocate", [ & ] { allocate( entries[ 1 ] ); }, false },
+            { "allocate again", [ & ] { allocate( entries[ 0 ] ); }, false },
+            { "free", [ & ] { manager.free( entries[ 0 ] ); }, false },
+            { "free the other", [ & ] { manager.free( entries[ 1 ] ); }, false },
+            { "hits", [ & ] { static_cast< void >( manager.hits( entries[ 0 ] ) ); } },
+            { "clear", [ & ] { manager.clear( entries[ 0 ] ); } },
+            { "audit", [ & ] { manager.audit(); } },
+        };
+    }
+
+    void expectRight() override
+    {
+        EXPECT_EQ( manager.audit(), manager.size() );
+        std::size_t counted = 0;
+        for ( const EntryId entry : entries ) {
+            const bool hasCounters = manager.find( entry ) != nullptr;
+            counted += hasCounters ? 1 : 0;
+            scene.count( entry, 3 );
+            EXPECT_EQ( manager.hits( entry ),
+                       hasCounters ? std::optional( Hits{ 3, 300 } ) : std::nullopt );
+        }
+        EXPECT_EQ( manager.size(), counted );
+        EXPECT_EQ( usedOnChip(), counted );
+    }
+
+    std::size_t usedOnChip()
+    {
+        const bool isSdk6 = scene.variant == SdkVariant::sdk6;
+        // On HSDK a pair of types has one counter, and index 0 is none.
+        return isSdk6 ? scene.chip().statistics()->used() : manager.size();
+    }
+
+    void giveAllBack() override
+    {
+        for ( const EntryId entry : entries ) {
+            manager.free( entry );
+            EXPECT_TRUE( entryManager.destroy( entry ) );
+        }
+        EXPECT_EQ( manager.size(), 0U );
+    }
+
+    EntryManager entryManager{ TcamScene::unit };
+    bcm_field_group_t group = scene.madeGroup( { QualifierType::srcIp } );
+    EntryId entries[ 2 ] = {};
+    CounterManager manager{ scene.counterHelper(), scene.variant };
+};
+
+TEST( OverlapOfEntriesTest, Counters_AllPairs_AreRight )
+{
+    for ( const char* profile : { "sdk6-udf", "hsdk" } ) {
+        SCOPED_TRACE( profile );
+        expectAllPairsRight( [ & ] { return std::make_unique< CounterWorld >( profile ); } );
+    }
+}
+
+// ---- Preselectors ----------------------------------------------------------------------------
+
+class PreselectorWorld : public SceneWorld
+{
+  public:
+    PreselectorWorld()
+        : SceneWorld( "sdk6-udf" )
+    {
+        create();
+    }
+
+    void create()
+    {
+        const auto made = manager.create(
+            { { QualifierType::drop, 0, 1 }, { QualifierType::srcClassField, 5, 255 } },
+            PreselectorFunction::current );
+        if ( made ) {
+            held.push_back( *made );
+        }
+    }
+
+    void destroyFirst()
+    {
+        const bcm_field_presel_t first = held.empty() ? 0 : held.front();
+        if ( manager.destroy( first ) ) {
+            std::erase( held, first );
+        }
+    }
+
+    std::vector< OverlapOperation > operations() override
+    {
+        return { { "create", [ & ] { create(); } }, { "destroy", [ & ] { destroyFirst(); } } };
+    }
+
+    void expectRight() override
+    {
+        EXPECT_EQ( manager.size(), held.size() );
+        EXPECT_EQ( scene.chip().field().preselectors().used(), held.size() );
+    }
+
+    void giveAllBack() override
+    {
+        for ( const bcm_field_presel_t presel : held ) {
+            EXPECT_TRUE( manager.destroy( presel ) );
+        }
+    }
+
+    PreselectorManager manager{ TcamScene::unit };
+    std::vector< bcm_field_presel_t > held;
+};
+
+TEST( OverlapOfEntriesTest, Preselectors_AllPairs_AreRight )
+{
+    expectAllPairsRight( [] { return std::make_unique< PreselectorWorld >(); } );
+}
+
+// ---- Rule sets -------------------------------------------------------------------------------
+
+FilterRule ruleTo( Agent::U32 host )
+{
+    return { { IpAddress::v4( 0x0A000000 ), 8 },
+             { IpAddress::v4( 0xC0000200 + host ), 32 },
+             { 1024, 65535 },
+             { 80, 80 },
+             { 6, 0xFF } };
+}
+
+class RuleSetWorld : public OverlapWorld
+{
+  public:
+    explicit RuleSetWorld( const std::string& profile )
+        : scene( Sim::builtInProfile( profile ) )
+    {
+        empty = scene.snapshot();
+        Shim::sdk_ = &interrupting;
+        program( 1 );
+    }
+
+    Sim::ChipSnapshot snapshot() override { return scene.snapshot(); }
+
+    InterruptingSdk& sdk() override { return interrupting; }
+
+    void program( Agent::U32 host )
+    {
+        RuleOptions options;
+        options.counterSet = packetsAndBytes();
+        options.policer = PeloraTcam::Policer{ 1000, 0, 100, 0 };
+        options.policerSharing = PolicerSharing::shared;
+        const FilterRule rules[] = { ruleTo( host ) };
+        sets.push_back( scene.programmer().program( rules, options ).id );
+    }
+
+    void removeFirst()
+    {
+        const RuleSetId first = sets.empty() ? 0 : sets.front();
+        if ( scene.programmer().remove( first ) ) {
+            std::erase( sets, first );
+        }
+    }
+
+    std::vector< OverlapOperation > operations() override
+    {
+        return {
+            { "program alike", [ & ] { program( 1 ); }, false },
+            { "program another", [ & ] { program( 2 ); }, false },
+            { "remove", [ & ] { removeFirst(); }, false },
+            { "hits", [ & ] { static_cast< void >( scene.programmer().hits( 1 ) ); }, false },
+            { "audit", [ & ] { scene.audit(); }, false },
+        };
+    }
+
+    void expectRight() override
+    {
+        EXPECT_EQ( scene.programmer().size(), sets.size() );
+        EXPECT_EQ( scene.audit(), scene.held() );
+        for ( const RuleSetId set : sets ) {
+            EXPECT_TRUE( scene.programmer().entry( set, 0 ) );
+        }
+        EXPECT_EQ( scene.managers().entries.size(), sets.size() );
+        EXPECT_EQ( scene.managers().counters.size(), sets.size() );
+    }
+
+    void giveAllBack() override
+    {
+        while ( !sets.empty() ) {
+            removeFirst();
+        }
+        EXPECT_EQ( scene.held(), 0U );
+    }
+
+    RuleScene scene;
+    InterruptingSdk interrupting{ *Shim::sdk_ };
+    std::vector< RuleSetId > sets;
+};
+
+TEST( OverlapOfEntriesTest, RuleSets_AllPairs_AreRight )
+{
+    for ( const char* profile : { "sdk6-udf", "hsdk" } ) {
+        SCOPED_TRACE( profile );
+        expectAllPairsRight( [ & ] { return std::make_unique< RuleSetWorld >( profile ); } );
+    }
+}
+
+} // namespace
+} // namespace Reference
