@@ -7,7 +7,7 @@
 /// the run, `printPairTable` puts the fastest repetitions of both sides beside each other.
 ///
 ///     Bench::registerPair( { .name = "checked call", .budget = { .ratio = 1.1 } },
-///                          [] { SDK_CHECKED_CALL( bcm_range_destroy( 0, 1 ) ); },
+///                          [] { SDK_CHECKED_CALL( bcm_range_destroy, 0, 1 ); },
 ///                          [] { withLocksByHand( ... ); } );
 
 #include "bench/AllocationCount.h"
