@@ -5,7 +5,10 @@
 /// The twin of the SDK-6 flexible-parser functions in `PeloraTcamSdk6UdfEntryHelper.h`: HSDK
 /// describes chunks by opaque bitmaps, reports the free ones directly, and is the one
 /// flexible-parser path that raises the UDF resource log message. Called on the agent's thread with
-/// the activity lock held, which each SDK call releases for its duration.
+/// the activity lock held, which each SDK call releases for its duration. Descriptors, lists,
+/// footprints and bitmaps that are only read are read before the first SDK call: from then on other
+/// threads may change or free them. What a function writes to must be the caller's own until it
+/// returns.
 ///
 ///     const QualIdList quals = createUdfQualifierFlexParserHsdk( unit, udfDesc, apf );
 ///     if ( quals.qualIds() != 0 ) {
@@ -48,7 +51,8 @@ getUdfChunkPosFlexParserHsdk( U32 unit, const QualIdList& qualIds );
 /// Programs one UDF on the lowest chunk of `chunkBmap`, bit i for chunk i of 16; it is not null and
 /// stays as it is. A chunk that is not free is an assertion failure. The SDK's return code goes to
 /// `rc`, whatever it is. On success the UDF goes into the footprint, then into `qualIds`, and
-/// nowhere otherwise; one that is in the footprint already is an assertion failure.
+/// nowhere otherwise; one that is in the footprint already is an assertion failure. These three
+/// must be the caller's own: no other thread reads, changes or frees them until this returns.
 PELORA_TCAM_EXPORT void program_abstract_pkt_type_hsdk( U32 unit,
                                                         const UdfDesc& udfDesc,
                                                         bcm_udf_abstract_pkt_format_t apf,

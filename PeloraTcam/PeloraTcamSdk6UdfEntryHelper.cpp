@@ -75,6 +75,7 @@ bcm_udf_layer_t getUdfLayer( UdfOffsetBase base )
     case UdfBasePacketStart_:
         break;
     }
+    // Required: this name of the function, whatever the compiler makes of it.
     Agent::assertionFailed( "Invalid base UdfBasePacketStart_ used",
                             __FILE__,
                             __LINE__,
@@ -90,16 +91,18 @@ namespace {
 class UdfModuleCreation
 {
   public:
-    UdfModuleCreation( U32 moduleUnit, const UdfDesc& udfDesc, PktFmtIdToUdfId& pktFmtIdToUdfId )
-        : unit( static_cast< int >( moduleUnit ) )
+    /// Takes a copy of the descriptor. The map must outlive the creation.
+    UdfModuleCreation( U32 unit, const UdfDesc& udfDesc, PktFmtIdToUdfId& pktFmtIdToUdfId )
+        : unit_( unit )
+        , sdkUnit_( static_cast< int >( unit ) )
         , udfDesc_( udfDesc )
         , pktFmtIdToUdfId_( pktFmtIdToUdfId )
     {
-        Shim::sdk().bcm_udf_t_init( &udf );
-        Shim::sdk().bcm_udf_pkt_format_info_t_init( &pktFmt );
-        Shim::sdk().bcm_udf_alloc_hints_t_init( &hints );
+        Shim::sdk().bcm_udf_t_init( &udf_ );
+        Shim::sdk().bcm_udf_pkt_format_info_t_init( &pktFmt_ );
+        Shim::sdk().bcm_udf_alloc_hints_t_init( &hints_ );
         Shim::sdk().BCM_FIELD_QSET_INIT( &qset_ );
-        options = Shim::sdk().BCM_UDF_PKT_FORMAT_CREATE_O_NONE();
+        options_ = Shim::sdk().BCM_UDF_PKT_FORMAT_CREATE_O_NONE();
     }
 
     [[nodiscard]] bool describe();
@@ -108,53 +111,45 @@ class UdfModuleCreation
     [[nodiscard]] bool attach();
     [[nodiscard]] QualIdList commit();
 
-    UdfHwProgrammingFootprint hwFootprint;
+    [[nodiscard]] const UdfHwProgrammingFootprint& hwFootprint() const { return hwFootprint_; }
 
   private:
     void findPktFmtToShare();
     [[nodiscard]] bool createPktFmt();
-    void traceFields( const bcm_udf_pkt_format_info_t& tmpFmt ) const;
+    void traceFields( const bcm_udf_pkt_format_info_t& stored ) const;
 
-    // Named as in the texts of the SDK calls.
-    const int unit;
-    bcm_udf_t udf;
-    bcm_udf_pkt_format_info_t pktFmt;
-    bcm_udf_alloc_hints_t hints;
-    U32 options = 0;
-    bcm_udf_id_t udfId = 0;
-    // KEPT: 0 stands for a format not found, although the SDK could give it as an id: it never has.
-    bcm_udf_pkt_format_id_t pktFmtId = 0;
-
-    const UdfDesc& udfDesc_;
+    const U32 unit_;
+    const int sdkUnit_;
+    const UdfDesc udfDesc_; // The caller's may change while the SDK is called.
     PktFmtIdToUdfId& pktFmtIdToUdfId_;
+    bcm_udf_t udf_;
+    bcm_udf_pkt_format_info_t pktFmt_;
+    bcm_udf_alloc_hints_t hints_;
     bcm_field_qset_t qset_;
+    U32 options_ = 0;
+    bcm_udf_id_t udfId_ = 0;
+    // KEPT: required: 0 stands for a format not found, so one with that id is never shared.
+    bcm_udf_pkt_format_id_t pktFmtId_ = 0;
+    UdfHwProgrammingFootprint hwFootprint_;
 };
 
 bool UdfModuleCreation::describe()
 {
-    describeUdf( udfDesc_, udf );
-    const U16 innerEtherType = udfDesc_.innerEtherType();
+    describeUdf( udfDesc_, udf_ );
+    describeTunnel( udfDesc_, pktFmt_ );
     const U16 ethType = udfDesc_.ethType();
-    if ( innerEtherType != 0 && innerEtherType != Kvnet::EthType::ethTypeIp_ &&
-         innerEtherType != Kvnet::EthType::ethTypeIp6_ ) {
-        Agent::assertionFailed( "No support for GRE innerEtherType other than v4/v6",
-                                __FILE__,
-                                __LINE__,
-                                __PRETTY_FUNCTION__ );
-    }
-    describeTunnel( udfDesc_, pktFmt );
     if ( ethType == 0 ) {
         const U32 base = udfDesc_.base();
         traceUdf( 8, " UDF base ", base, " not supported" );
         return false;
     }
-    if ( innerEtherType != 0 ) {
+    if ( udfDesc_.innerEtherType() != 0 ) {
         AGENT_ASSERT(
             ( ethType == Kvnet::EthType::ethTypeIp_ || ethType == Kvnet::EthType::ethTypeIp6_ ) &&
             "Outer ethertype for GRE packets must be IPv4/IPv6" );
     }
-    describeHeaders( udfDesc_, pktFmt );
-    describeHints( udfDesc_, hints, qset_ );
+    describeHeaders( udfDesc_, pktFmt_ );
+    describeHints( udfDesc_, hints_, qset_ );
     return true;
 }
 
@@ -162,10 +157,10 @@ bool UdfModuleCreation::createUdf()
 {
     const int rc = SDK_TRACED_CALL_AS( "bcm_udf_create( unit, &hints, &udf, &udfId )",
                                        bcm_udf_create,
-                                       unit,
-                                       &hints,
-                                       &udf,
-                                       &udfId );
+                                       sdkUnit_,
+                                       &hints_,
+                                       &udf_,
+                                       &udfId_ );
     if ( rc == Shim::sdk().BCM_E_RESOURCE() ) {
         reportFull( 1, "Out of hw resources to create UDF. udf: base=", udfDesc_ );
     }
@@ -173,23 +168,23 @@ bool UdfModuleCreation::createUdf()
         traceUdf( 1, " bcm_udf_create failed ", rc );
         return false;
     }
-    AGENT_ASSERT( !hwFootprint.udfIds.qualIds() );
-    hwFootprint.udfIds.qualIdIs( static_cast< U32 >( udfId ) );
+    AGENT_ASSERT_AS( "!hwFootprint.udfIds.qualIds()", hwFootprint_.udfIds.qualIds() == 0 );
+    hwFootprint_.udfIds.qualIdIs( static_cast< U32 >( udfId_ ) );
     return true;
 }
 
-void UdfModuleCreation::traceFields( const bcm_udf_pkt_format_info_t& tmpFmt ) const
+void UdfModuleCreation::traceFields( const bcm_udf_pkt_format_info_t& stored ) const
 {
     // clang-format off
     traceUdf( 8, " Packet fields: ",
-              " EtherType: ", pktFmt.ethertype(), " ", tmpFmt.ethertype(),
-              " L2: ", pktFmt.l2(), " ", tmpFmt.l2(),
-              " Vlan: ", pktFmt.vlan_tag(), " ", tmpFmt.vlan_tag(),
-              " Outer Ip: ", pktFmt.outer_ip(), " ", tmpFmt.outer_ip(),
-              " Tunnel: ", pktFmt.tunnel(), " ", tmpFmt.tunnel(),
-              " ip_protocol: ", pktFmt.ip_protocol(), " ", tmpFmt.ip_protocol(),
-              " ip_protocol_mask: ", pktFmt.ip_protocol_mask(), " ", tmpFmt.ip_protocol_mask(),
-              " inner_ip: ", pktFmt.inner_ip(), " ", tmpFmt.inner_ip() );
+              " EtherType: ", pktFmt_.ethertype(), " ", stored.ethertype(),
+              " L2: ", pktFmt_.l2(), " ", stored.l2(),
+              " Vlan: ", pktFmt_.vlan_tag(), " ", stored.vlan_tag(),
+              " Outer Ip: ", pktFmt_.outer_ip(), " ", stored.outer_ip(),
+              " Tunnel: ", pktFmt_.tunnel(), " ", stored.tunnel(),
+              " ip_protocol: ", pktFmt_.ip_protocol(), " ", stored.ip_protocol(),
+              " ip_protocol_mask: ", pktFmt_.ip_protocol_mask(), " ", stored.ip_protocol_mask(),
+              " inner_ip: ", pktFmt_.inner_ip(), " ", stored.inner_ip() );
     // clang-format on
 }
 
@@ -197,25 +192,22 @@ void UdfModuleCreation::findPktFmtToShare()
 {
     for ( auto entry = pktFmtIdToUdfId_.begin(); entry != pktFmtIdToUdfId_.end(); ) {
         const PktFmtId key = entry->first;
-        const Agent::U64 changes = pktFmtIdToUdfId_.changes();
         traceUdf( 8, " Looking at pkt fmt id: ", key );
-        bcm_udf_pkt_format_info_t tmpFmt;
-        Shim::sdk().bcm_udf_pkt_format_info_t_init( &tmpFmt );
-        const bcm_udf_pkt_format_id_t stored = getBcmUdfPktFmtId( key );
+        bcm_udf_pkt_format_info_t stored;
+        Shim::sdk().bcm_udf_pkt_format_info_t_init( &stored );
         SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_info_get( unit, iter.key().value(), &tmpFmt )",
                              bcm_udf_pkt_format_info_get,
-                             unit,
-                             stored,
-                             &tmpFmt );
-        traceFields( tmpFmt );
-        if ( pktFmt == tmpFmt ) {
-            pktFmtId = stored;
-            traceUdf( 8, " Found Pkt format: ", pktFmtId );
+                             sdkUnit_,
+                             getBcmUdfPktFmtId( key ),
+                             &stored );
+        traceFields( stored );
+        // While the SDK was called entries may have come and gone, this one too.
+        if ( pktFmt_ == stored && pktFmtIdToUdfId_.pktFmtIdToUdfIdHas( key ) ) {
+            pktFmtId_ = getBcmUdfPktFmtId( key );
+            traceUdf( 8, " Found Pkt format: ", pktFmtId_ );
             return;
         }
-        // By its key if, while the SDK was called with the locks released, entries came or went.
-        const bool isValid = pktFmtIdToUdfId_.changes() == changes;
-        entry = isValid ? std::next( entry ) : pktFmtIdToUdfId_.after( key );
+        entry = pktFmtIdToUdfId_.after( key );
     }
 }
 
@@ -225,10 +217,10 @@ bool UdfModuleCreation::createPktFmt()
     const int rc =
         SDK_TRACED_CALL_AS( "bcm_udf_pkt_format_create( unit, options, &pktFmt, &pktFmtId )",
                             bcm_udf_pkt_format_create,
-                            unit,
-                            options,
-                            &pktFmt,
-                            &pktFmtId );
+                            sdkUnit_,
+                            options_,
+                            &pktFmt_,
+                            &pktFmtId_ );
     if ( rc == Shim::sdk().BCM_E_RESOURCE() ) {
         reportFull( 1, " No hw resources to program UDF udf:base=", udfDesc_ );
     }
@@ -242,10 +234,10 @@ bool UdfModuleCreation::createPktFmt()
 bool UdfModuleCreation::chooseOrCreatePktFmt()
 {
     findPktFmtToShare();
-    if ( pktFmtId == 0 && !createPktFmt() ) {
+    if ( pktFmtId_ == 0 && !createPktFmt() ) {
         return false;
     }
-    hwFootprint.pktFmtId = PktFmtId( pktFmtId );
+    hwFootprint_.pktFmtId = PktFmtId( pktFmtId_ );
     return true;
 }
 
@@ -253,9 +245,9 @@ bool UdfModuleCreation::attach()
 {
     const int rc = SDK_TRACED_CALL_AS( "bcm_udf_pkt_format_add( unit, udfId, pktFmtId )",
                                        bcm_udf_pkt_format_add,
-                                       unit,
-                                       udfId,
-                                       pktFmtId );
+                                       sdkUnit_,
+                                       udfId_,
+                                       pktFmtId_ );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
         traceUdf( 1, " bcm_udf_pkt_format_add failed rc: ", Shim::sdk().sdkErrorText( rc ) );
         return false;
@@ -266,14 +258,14 @@ bool UdfModuleCreation::attach()
 QualIdList UdfModuleCreation::commit()
 {
     if ( udfDesc_.lagHashing() ) {
-        createUdfLagHashingModule( static_cast< U32 >( unit ), udfId, udfDesc_ );
+        createUdfLagHashingModule( unit_, udfId_, udfDesc_ );
     }
-    UdfIdList udfs = pktFmtIdToUdfId_.pktFmtIdToUdfId( PktFmtId( pktFmtId ) );
-    udfs.udfIdIs( UdfId( udfId ) );
-    pktFmtIdToUdfId_.pktFmtIdToUdfIdIs( PktFmtId( pktFmtId ), std::move( udfs ) );
-    traceUdf( 8, " Udf Id: ", udfId, " Pkt Fmt Id: ", pktFmtId );
+    UdfIdList udfs = pktFmtIdToUdfId_.pktFmtIdToUdfId( PktFmtId( pktFmtId_ ) );
+    udfs.udfIdIs( UdfId( udfId_ ) );
+    pktFmtIdToUdfId_.pktFmtIdToUdfIdIs( PktFmtId( pktFmtId_ ), std::move( udfs ) );
+    traceUdf( 8, " Udf Id: ", udfId_, " Pkt Fmt Id: ", pktFmtId_ );
     // What was made is the result: the one UDF.
-    return std::move( hwFootprint.udfIds );
+    return std::move( hwFootprint_.udfIds );
 }
 
 } // namespace
@@ -298,30 +290,30 @@ QualIdList createUdfQualifierUdfModule( U32 unit,
     if ( !creation.describe() || !creation.createUdf() || !creation.chooseOrCreatePktFmt() ||
          !creation.attach() ) {
         return cleanupUdfModuleFootprint(
-            static_cast< int >( unit ), creation.hwFootprint, pktFmtIdToUdfId );
+            static_cast< int >( unit ), creation.hwFootprint(), pktFmtIdToUdfId );
     }
     return creation.commit();
 }
 
 // ---- The UDF module: removal and cleanup -----------------------------------------------------
 
-void destroyUdfQualifierUdfModule( U32 moduleUnit,
+void destroyUdfQualifierUdfModule( U32 unit,
                                    const UdfDesc& udfDesc,
                                    const QualIdList& quals,
                                    PktFmtIdToUdfId::Ptr pktFmtIdToUdfId )
 {
     traceUdf( 4, "destroyUdfQualifierUdfModule" );
-    const int unit = static_cast< int >( moduleUnit );
+    const int sdkUnit = static_cast< int >( unit );
     const bcm_udf_id_t udfId = firstUdfId( quals );
     if ( udfDesc.lagHashing() ) {
-        destroyUdfLagHashingModule( moduleUnit, udfId );
+        destroyUdfLagHashingModule( unit, udfId );
     }
 
     bcm_udf_pkt_format_id_t pktFmtId = 0;
     int actual = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_get_all( unit, udfId, 1, &pktFmtId, &actual )",
                          bcm_udf_pkt_format_get_all,
-                         unit,
+                         sdkUnit,
                          udfId,
                          1,
                          &pktFmtId,
@@ -329,28 +321,26 @@ void destroyUdfQualifierUdfModule( U32 moduleUnit,
     AGENT_ASSERT( actual == 1 );
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_delete( unit, udfId, pktFmtId )",
                          bcm_udf_pkt_format_delete,
-                         unit,
+                         sdkUnit,
                          udfId,
                          pktFmtId );
 
     const UdfId id( udfId );
     const UdfIdList& udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( PktFmtId( pktFmtId ) );
-    // KEPT: a UDF that the map does not list ends the process: whose packet format it uses, and
-    // who else does, is not known, and the agent's view is wrong already.
+    // KEPT: required: a UDF that the map does not list ends the process.
     AGENT_ASSERT( udfs.udfIdHas( id ) );
     if ( udfs.udfIds() == 1 ) {
         pktFmtIdToUdfId->pktFmtIdToUdfIdDel( PktFmtId( pktFmtId ) );
         SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_destroy( unit, pktFmtId )",
                              bcm_udf_pkt_format_destroy,
-                             unit,
+                             sdkUnit,
                              pktFmtId );
     } else {
         UdfIdList others = udfs;
         others.udfIdDel( id );
         pktFmtIdToUdfId->pktFmtIdToUdfIdIs( PktFmtId( pktFmtId ), std::move( others ) );
     }
-
-    SDK_CHECKED_CALL_AS( "bcm_udf_destroy( unit, udfId )", bcm_udf_destroy, unit, udfId );
+    SDK_CHECKED_CALL_AS( "bcm_udf_destroy( unit, udfId )", bcm_udf_destroy, sdkUnit, udfId );
 }
 
 QualIdList cleanupUdfModuleFootprint( int unit,
@@ -362,78 +352,84 @@ QualIdList cleanupUdfModuleFootprint( int unit,
         return {};
     }
     AGENT_ASSERT( hwFootprint.udfIds.qualIds() == 1 );
-    const bcm_udf_id_t udfIdToCleanup = firstUdfId( hwFootprint.udfIds );
-    AGENT_ASSERT( udfIdToCleanup != -1 );
+    const bcm_udf_id_t udfId = firstUdfId( hwFootprint.udfIds );
+    AGENT_ASSERT_AS( "udfIdToCleanup != -1", udfId != -1 );
 
-    if ( hwFootprint.pktFmtId != PktFmtId() ) {
-        const bcm_udf_pkt_format_id_t pktFmtIdToCleanup = getBcmUdfPktFmtId( hwFootprint.pktFmtId );
+    const PktFmtId pktFmtId = hwFootprint.pktFmtId;
+    if ( pktFmtId != PktFmtId() ) {
         const int rc = SDK_TRACED_CALL_AS(
             "bcm_udf_pkt_format_delete( unit, udfIdToCleanup, pktFmtIdToCleanup )",
             bcm_udf_pkt_format_delete,
             unit,
-            udfIdToCleanup,
-            pktFmtIdToCleanup );
-        // KEPT: the detach is expected to fail. Only a failed attach leads here, so a UDF that
-        // can be detached was attached behind the agent's back.
-        const int BCM_E_NONE = Shim::sdk().BCM_E_NONE();
-        AGENT_ASSERT( rc != BCM_E_NONE );
-        if ( !pktFmtIdToUdfId->pktFmtIdToUdfIdHas( hwFootprint.pktFmtId ) ) {
+            udfId,
+            getBcmUdfPktFmtId( pktFmtId ) );
+        // KEPT: the detach is expected to fail. Only a failed attach leads here, so the UDF is not
+        // attached.
+        AGENT_ASSERT_AS( "rc != BCM_E_NONE", rc != Shim::sdk().BCM_E_NONE() );
+        if ( !pktFmtIdToUdfId->pktFmtIdToUdfIdHas( pktFmtId ) ) {
             SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_destroy( unit, pktFmtIdToCleanup )",
                                  bcm_udf_pkt_format_destroy,
                                  unit,
-                                 pktFmtIdToCleanup );
+                                 getBcmUdfPktFmtId( pktFmtId ) );
         }
     }
-    SDK_CHECKED_CALL_AS(
-        "bcm_udf_destroy( unit, udfIdToCleanup )", bcm_udf_destroy, unit, udfIdToCleanup );
+    SDK_CHECKED_CALL_AS( "bcm_udf_destroy( unit, udfIdToCleanup )", bcm_udf_destroy, unit, udfId );
     return {};
 }
 
 // ---- The UDF module: verification and inventory ----------------------------------------------
 
-void udfQualProgrammedInHwUdfModule( U32 moduleUnit,
+namespace {
+
+/// Whether a layer is one of those that offset bases stand for.
+bool isLayerOfABase( bcm_udf_layer_t layer )
+{
+    const Shim::SdkAccess& access = Shim::sdk();
+    return layer == access.bcmUdfLayerL3OuterHeader() || layer == access.bcmUdfLayerL2Header() ||
+           layer == access.bcmUdfLayerL3InnerHeader() ||
+           layer == access.bcmUdfLayerL4InnerHeader() || layer == access.bcmUdfLayerL4OuterHeader();
+}
+
+} // namespace
+
+void udfQualProgrammedInHwUdfModule( U32 unit,
                                      const UdfDesc& udfDesc,
                                      const QualIdList& quals,
                                      PktFmtIdToUdfId::PtrConst pktFmtIdToUdfId )
 {
-    const int unit = static_cast< int >( moduleUnit );
+    const int sdkUnit = static_cast< int >( unit );
     const bcm_udf_id_t udfId = firstUdfId( quals );
     const int offset = udfDesc.offset(), length = udfDesc.length();
-    traceUdf( 4, "udfQualProgrammedInHwUdfModule", " mod: ", moduleUnit );
+    traceUdf( 4, "udfQualProgrammedInHwUdfModule", " mod: ", unit );
 
     bcm_udf_t udf;
     Shim::sdk().bcm_udf_t_init( &udf );
     const int rc =
-        SDK_TRACED_CALL_AS( "bcm_udf_get( unit, udfId, &udf )", bcm_udf_get, unit, udfId, &udf );
+        SDK_TRACED_CALL_AS( "bcm_udf_get( unit, udfId, &udf )", bcm_udf_get, sdkUnit, udfId, &udf );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
         traceUdf(
             8, "udfQualProgrammedInHwUdfModule UDF Qual id: ", udfId, " not programmed in hw!" );
-        AGENT_ASSERT( 0 );
+        AGENT_FAIL( "0" );
     }
 
     AGENT_ASSERT( udf.width() == ( length * 8 ) );
     // KEPT: the descriptor's raw offset, although creation adds the start correction: a UDF that
-    // counts from behind a header is not expected to pass this audit.
+    // counts from behind a header does not pass this audit.
     AGENT_ASSERT( udf.start() == ( offset * 8 ) );
-
-    const bcm_udf_layer_t bcmUdfLayerL3OuterHeader = Shim::sdk().bcmUdfLayerL3OuterHeader();
-    const bcm_udf_layer_t bcmUdfLayerL2Header = Shim::sdk().bcmUdfLayerL2Header();
-    const bcm_udf_layer_t bcmUdfLayerL3InnerHeader = Shim::sdk().bcmUdfLayerL3InnerHeader();
-    const bcm_udf_layer_t bcmUdfLayerL4InnerHeader = Shim::sdk().bcmUdfLayerL4InnerHeader();
-    const bcm_udf_layer_t bcmUdfLayerL4OuterHeader = Shim::sdk().bcmUdfLayerL4OuterHeader();
-    // KEPT: any of the layers will do, not only that of the base, as the layer cannot change by
-    // itself; and one stands twice, as in the texts of the crashes that have been reported.
-    AGENT_ASSERT( udf.layer() == bcmUdfLayerL3OuterHeader || udf.layer() == bcmUdfLayerL2Header ||
-                  udf.layer() == bcmUdfLayerL2Header || udf.layer() == bcmUdfLayerL3InnerHeader ||
-                  udf.layer() == bcmUdfLayerL4InnerHeader ||
-                  udf.layer() == bcmUdfLayerL4OuterHeader );
+    // KEPT: required: any of these layers passes, not only that of the base; the text has one of
+    // them twice.
+    AGENT_ASSERT_AS(
+        "udf.layer() == bcmUdfLayerL3OuterHeader || udf.layer() == bcmUdfLayerL2Header || "
+        "udf.layer() == bcmUdfLayerL2Header || udf.layer() == bcmUdfLayerL3InnerHeader || "
+        "udf.layer() == bcmUdfLayerL4InnerHeader || udf.layer() == bcmUdfLayerL4OuterHeader",
+        isLayerOfABase( udf.layer() ) );
 
     // Room for two, so that a UDF that is attached to more than one is caught.
     bcm_udf_pkt_format_id_t pktFmtId[ 2 ] = {};
     int actual = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_get_all( unit, udfId, 2, pktFmtId, &actual )",
                          bcm_udf_pkt_format_get_all,
-                         unit,
+                         sdkUnit,
                          udfId,
                          2,
                          pktFmtId,
@@ -443,44 +439,45 @@ void udfQualProgrammedInHwUdfModule( U32 moduleUnit,
 
     const PktFmtId fmtId( pktFmtId[ 0 ] );
     AGENT_ASSERT( pktFmtIdToUdfId->pktFmtIdToUdfIdHas( fmtId ) );
-    const UdfIdList& udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( fmtId );
-    const UdfId id( udfId );
-    AGENT_ASSERT( udfs.udfIdHas( id ) );
+    AGENT_ASSERT_AS( "udfs.udfIdHas( id )",
+                     pktFmtIdToUdfId->pktFmtIdToUdfId( fmtId ).udfIdHas( UdfId( udfId ) ) );
 }
 
-UdfIdList getAllProgrammedUdfIdsUdfModule( U32 moduleUnit )
+UdfIdList getAllProgrammedUdfIdsUdfModule( U32 unit )
 {
-    const int unit = static_cast< int >( moduleUnit );
-    // KEPT: UDFs beyond these are not seen; no chip has as many.
-    constexpr int max = 128;
-    bcm_udf_id_t udfIds[ max ] = {};
-    int numUdfs = 0;
+    // KEPT: required: UDFs beyond these are not seen.
+    constexpr int most = 128;
+    bcm_udf_id_t udfIds[ most ] = {};
+    int count = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_get_all( unit, max, udfIds, &numUdfs )",
                          bcm_udf_get_all,
-                         unit,
-                         max,
+                         static_cast< int >( unit ),
+                         most,
                          udfIds,
-                         &numUdfs );
-    traceUdf( 8, " retrieve ", numUdfs, " UDFs from HW" );
+                         &count );
+    traceUdf( 8, " retrieve ", count, " UDFs from HW" );
     UdfIdList list;
-    for ( int i = 0; i < std::min( numUdfs, max ); ++i ) {
+    for ( int i = 0; i < std::min( count, most ); ++i ) {
         list.udfIdIs( UdfId( udfIds[ i ] ) );
     }
     return list;
 }
 
-UdfChunkPosList getUdfChunkPosModule( U32 moduleUnit, const QualIdList& quals )
+UdfChunkPosList getUdfChunkPosModule( U32 unit, const QualIdList& quals )
 {
-    const int unit = static_cast< int >( moduleUnit );
     UdfChunkPosList udfChunkPosList;
-    for ( const U32 qualId : quals ) {
-        const bcm_udf_id_t udfId = static_cast< bcm_udf_id_t >( qualId );
-        bcm_udf_t udfInfo;
-        Shim::sdk().bcm_udf_t_init( &udfInfo );
-        SDK_CHECKED_CALL_AS(
-            "bcm_udf_get( unit, udfId, &udfInfo )", bcm_udf_get, unit, udfId, &udfInfo );
+    // A copy: the caller's list may change while the SDK is called.
+    const QualIdList ids = quals;
+    for ( const U32 id : ids ) {
+        bcm_udf_t udf;
+        Shim::sdk().bcm_udf_t_init( &udf );
+        SDK_CHECKED_CALL_AS( "bcm_udf_get( unit, udfId, &udfInfo )",
+                             bcm_udf_get,
+                             static_cast< int >( unit ),
+                             static_cast< bcm_udf_id_t >( id ),
+                             &udf );
         for ( UdfChunkPos i = 0; i < hardwareChunks; ++i ) {
-            if ( ( udfInfo.hw_bmap() >> i & 1U ) != 0 ) {
+            if ( ( udf.hw_bmap() >> i & 1U ) != 0 ) {
                 AGENT_ASSERT( !udfChunkPosList.udfChunkPosHas( i ) );
                 udfChunkPosList.udfChunkPosIs( i );
             }
@@ -491,59 +488,55 @@ UdfChunkPosList getUdfChunkPosModule( U32 moduleUnit, const QualIdList& quals )
 
 // ---- LAG hashing -----------------------------------------------------------------------------
 
-void createUdfLagHashingModule( U32 moduleUnit, bcm_udf_id_t udfId, const UdfDesc& udfDesc )
+void createUdfLagHashingModule( U32 unit, bcm_udf_id_t udfId, const UdfDesc& udfDesc )
 {
-    const int unit = static_cast< int >( moduleUnit );
-    traceUdf( 4, "createUdfLagHashingModule", " unit ", moduleUnit, " udfId ", udfId );
-    bcm_udf_hash_config_t hash_config;
-    Shim::sdk().bcm_udf_hash_config_t_init( &hash_config );
-    describeHash( udfDesc, udfId, hash_config );
-    const U32 BCM_UDF_HASH_ADD_O_NONE = Shim::sdk().BCM_UDF_HASH_ADD_O_NONE();
+    traceUdf( 4, "createUdfLagHashingModule", " unit ", unit, " udfId ", udfId );
+    bcm_udf_hash_config_t config;
+    Shim::sdk().bcm_udf_hash_config_t_init( &config );
+    describeHash( udfDesc, udfId, config );
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_add( unit, BCM_UDF_HASH_ADD_O_NONE, &hash_config )",
                          bcm_udf_hash_config_add,
-                         unit,
-                         BCM_UDF_HASH_ADD_O_NONE,
-                         &hash_config );
+                         static_cast< int >( unit ),
+                         Shim::sdk().BCM_UDF_HASH_ADD_O_NONE(),
+                         &config );
     traceUdf( 4, " Added lag hashing config for Udf Id: ", udfId );
 }
 
-void destroyUdfLagHashingModule( U32 moduleUnit, bcm_udf_id_t udfId )
+void destroyUdfLagHashingModule( U32 unit, bcm_udf_id_t udfId )
 {
-    const int unit = static_cast< int >( moduleUnit );
-    traceUdf( 4, "destroyUdfLagHashingModule", " unit ", moduleUnit, " udfId ", udfId );
-    bcm_udf_hash_config_t hash_config;
-    Shim::sdk().bcm_udf_hash_config_t_init( &hash_config );
-    hash_config.udf_idIs( udfId );
+    traceUdf( 4, "destroyUdfLagHashingModule", " unit ", unit, " udfId ", udfId );
+    bcm_udf_hash_config_t config;
+    Shim::sdk().bcm_udf_hash_config_t_init( &config );
+    config.udf_idIs( udfId );
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_delete( unit, &hash_config )",
                          bcm_udf_hash_config_delete,
-                         unit,
-                         &hash_config );
+                         static_cast< int >( unit ),
+                         &config );
     traceUdf( 4, "Removed lag hashing config for Udf Id: ", udfId );
 }
 
-UdfIdList getAllProgrammedLagHashingUdfIdsUdfModule( U32 moduleUnit )
+UdfIdList getAllProgrammedLagHashingUdfIdsUdfModule( U32 unit )
 {
-    const int unit = static_cast< int >( moduleUnit );
-    int numUdfs = 0;
+    const int sdkUnit = static_cast< int >( unit );
+    int count = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get_all( unit, 0, NULL, &numUdfs )",
                          bcm_udf_hash_config_get_all,
-                         unit,
+                         sdkUnit,
                          0,
                          nullptr,
-                         &numUdfs );
-    std::vector< bcm_udf_hash_config_t > configs( static_cast< std::size_t >( numUdfs ) );
+                         &count );
+    std::vector< bcm_udf_hash_config_t > configs( static_cast< std::size_t >( count ) );
     for ( bcm_udf_hash_config_t& config : configs ) {
         Shim::sdk().bcm_udf_hash_config_t_init( &config );
     }
-    bcm_udf_hash_config_t* const hashConfigs = configs.data();
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get_all( unit, numUdfs, hashConfigs, &numUdfs )",
                          bcm_udf_hash_config_get_all,
-                         unit,
-                         numUdfs,
-                         hashConfigs,
-                         &numUdfs );
-    configs.resize( std::min( configs.size(), static_cast< std::size_t >( numUdfs ) ) );
-    traceUdf( 8, " retrieve ", numUdfs, " UDFs from HW" );
+                         sdkUnit,
+                         count,
+                         configs.data(),
+                         &count );
+    configs.resize( std::min( configs.size(), static_cast< std::size_t >( count ) ) );
+    traceUdf( 8, " retrieve ", count, " UDFs from HW" );
     UdfIdList list;
     for ( const bcm_udf_hash_config_t& config : configs ) {
         traceUdf( 8, " udfId is  ", config.udf_id() );
@@ -552,58 +545,66 @@ UdfIdList getAllProgrammedLagHashingUdfIdsUdfModule( U32 moduleUnit )
     return list;
 }
 
-void udfLagHashingProgrammedInModule( U32 moduleUnit,
-                                      const QualIdList& quals,
-                                      const UdfDesc& udfDesc )
+void udfLagHashingProgrammedInModule( U32 unit, const QualIdList& quals, const UdfDesc& udfDesc )
 {
-    const int unit = static_cast< int >( moduleUnit );
+    // Read before the SDK is called: the caller's may change meanwhile.
     const bcm_udf_id_t udfId = firstUdfId( quals );
-    bcm_udf_hash_config_t hash_config;
-    Shim::sdk().bcm_udf_hash_config_t_init( &hash_config );
-    hash_config.udf_idIs( udfId );
+    const U32 expectedMask = udfDesc.packedLagHashingMask();
+    const U32 expectedLength = udfDesc.length();
+    bcm_udf_hash_config_t config;
+    Shim::sdk().bcm_udf_hash_config_t_init( &config );
+    config.udf_idIs( udfId );
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get( unit, &hash_config )",
                          bcm_udf_hash_config_get,
-                         unit,
-                         &hash_config );
+                         static_cast< int >( unit ),
+                         &config );
 
-    const U32 hash_mask = packedHashMask( hash_config );
-    const U32 lagHashingMask = udfDesc.packedLagHashingMask();
+    const U32 mask = packedHashMask( config );
     // clang-format off
     traceUdf( 4, "udfLagHashingProgrammedInModule",
-              " unit: ", moduleUnit, " udfId: ", udfId,
-              "Hardware: mask_length: ", hash_config.mask_length(),
-              " mask: ", Agent::hex( hash_mask ) );
+              " unit: ", unit, " udfId: ", udfId,
+              "Hardware: mask_length: ", config.mask_length(),
+              " mask: ", Agent::hex( mask ) );
     // clang-format on
-    // KEPT: four bytes, as many as descriptors have a mask for: the others are none of the agent's.
-    AGENT_ASSERT( lagHashingMask == hash_mask );
-    AGENT_ASSERT( udfDesc.length() == hash_config.mask_length() );
+    // KEPT: required: only the first four bytes are compared.
+    AGENT_ASSERT_AS( "lagHashingMask == hash_mask", expectedMask == mask );
+    AGENT_ASSERT_AS( "udfDesc.length() == hash_config.mask_length()",
+                     expectedLength == config.mask_length() );
 }
 
 // ---- The flexible parser: chunks -------------------------------------------------------------
 
 namespace {
 
-bcm_udf_abstract_pkt_format_info_t readFormat( int unit, bcm_udf_abstract_pkt_format_t apf )
+// The texts of calls that are made at several places.
+constexpr const char* readFormatText = "bcm_udf_abstract_pkt_format_info_get( unit, apf, &pfi )";
+constexpr const char* readChunksText = "bcm_udf_chunk_info_get( unit, udfId, &chunkInfo )";
+constexpr const char* destroyUdfText = "bcm_udf_destroy( unit, udfId )";
+
+bcm_udf_abstract_pkt_format_info_t
+readFormat( const Shim::CallSite& site, U32 unit, bcm_udf_abstract_pkt_format_t apf )
 {
     bcm_udf_abstract_pkt_format_info_t pfi;
     Shim::sdk().bcm_udf_abstract_pkt_format_info_t_init( &pfi );
-    SDK_CHECKED_CALL_AS( "bcm_udf_abstract_pkt_format_info_get( unit, apf, &pfi )",
-                         bcm_udf_abstract_pkt_format_info_get,
-                         unit,
-                         apf,
-                         &pfi );
+    Shim::checkedCall( apiTraceHandle_,
+                       site,
+                       &Shim::SdkAccess::bcm_udf_abstract_pkt_format_info_get,
+                       static_cast< int >( unit ),
+                       apf,
+                       &pfi );
     return pfi;
 }
 
-bcm_udf_chunk_info_t readChunks( int unit, bcm_udf_id_t udfId )
+bcm_udf_chunk_info_t readChunks( const Shim::CallSite& site, U32 unit, U32 udfId )
 {
     bcm_udf_chunk_info_t chunkInfo;
     Shim::sdk().bcm_udf_chunk_info_t_init( &chunkInfo );
-    SDK_CHECKED_CALL_AS( "bcm_udf_chunk_info_get( unit, udfId, &chunkInfo )",
-                         bcm_udf_chunk_info_get,
-                         unit,
-                         udfId,
-                         &chunkInfo );
+    Shim::checkedCall( apiTraceHandle_,
+                       site,
+                       &Shim::SdkAccess::bcm_udf_chunk_info_get,
+                       static_cast< int >( unit ),
+                       static_cast< bcm_udf_id_t >( udfId ),
+                       &chunkInfo );
     return chunkInfo;
 }
 
@@ -624,13 +625,14 @@ const std::set< bcm_udf_abstract_pkt_format_t >& udfAbstractPktFmt()
 namespace {
 
 /// Reads which chunks of a format are reserved.
-ChunkText readReservedChunks( U32 unit, bcm_udf_abstract_pkt_format_t apf )
+ChunkSet
+readReservedChunks( const Shim::CallSite& site, U32 unit, bcm_udf_abstract_pkt_format_t apf )
 {
     // DIFFERS: HSDK is asked which chunks are free, and nothing is traced of it.
-    const auto pfi = readFormat( static_cast< int >( unit ), apf );
-    const ChunkText used{ pfi.chunk_bmap_used() };
-    const ChunkText unavailable{ pfi.unavail_chunk_bmap() };
-    const ChunkText reserved{ used.chunks | unavailable.chunks };
+    const auto pfi = readFormat( site, unit, apf );
+    const ChunkSet used{ pfi.chunk_bmap_used() };
+    const ChunkSet unavailable{ pfi.unavail_chunk_bmap() };
+    const ChunkSet reserved{ used.bits | unavailable.bits };
     // clang-format off
     Agent::trace( _defaultTraceHandle(), 8, "getUdfReservedBitmap",
                   " apf ", apf, " bitmap size ", chunksOfFormat,
@@ -640,33 +642,31 @@ ChunkText readReservedChunks( U32 unit, bcm_udf_abstract_pkt_format_t apf )
     return reserved;
 }
 
-Agent::Bitmap::Ptr bitmapOf( ChunkText chunks )
+} // namespace
+
+Agent::Bitmap::Ptr getUdfReservedBitmap( U32 unit, bcm_udf_abstract_pkt_format_t apf )
 {
-    const Agent::Bitmap::Ptr bitmap( new Agent::Bitmap( chunksOfFormat ) );
+    const ChunkSet reserved = readReservedChunks( SDK_CALL_SITE( readFormatText ), unit, apf );
+    Agent::Bitmap::Ptr bitmap( new Agent::Bitmap( chunksOfFormat ) );
     for ( U32 i = 0; i < chunksOfFormat; ++i ) {
-        if ( chunkIsSet( chunks.chunks, i ) ) {
+        if ( reserved.has( i ) ) {
             bitmap->bitIs( i, true );
         }
     }
     return bitmap;
 }
 
-} // namespace
-
-Agent::Bitmap::Ptr getUdfReservedBitmap( U32 unit, bcm_udf_abstract_pkt_format_t apf )
-{
-    return bitmapOf( readReservedChunks( unit, apf ) );
-}
-
 UdfChunkPosList getUdfChunkPosFlexParser( U32 unit, const QualIdList& qualIds )
 {
     traceUdf( 8, "getUdfChunkPosFlexParser" );
     UdfChunkPosList udfChunkPosList;
-    for ( const U32 qualId : qualIds ) {
-        const auto chunkInfo =
-            readChunks( static_cast< int >( unit ), static_cast< bcm_udf_id_t >( qualId ) );
+    // A copy: the caller's list may change while the SDK is called.
+    const QualIdList ids = qualIds;
+    for ( const U32 id : ids ) {
+        const auto chunkInfo = readChunks( SDK_CALL_SITE( readChunksText ), unit, id );
+        const ChunkSet chunks{ chunkInfo.chunk_bmap() };
         for ( UdfChunkPos i = 0; i < chunksOfFormat; ++i ) {
-            if ( chunkIsSet( chunkInfo.chunk_bmap(), i ) ) {
+            if ( chunks.has( i ) ) {
                 AGENT_ASSERT( !udfChunkPosList.udfChunkPosHas( i ) );
                 udfChunkPosList.udfChunkPosIs( i );
             }
@@ -681,30 +681,64 @@ namespace {
 
 /// The chunks that a new UDF is given.
 ///
-/// KEPT: one chunk, whatever is requested: the search does not mark what it has found, so every
-/// pass finds the same one. The SDK takes the extent from the width.
+/// KEPT: required: one chunk, whatever is requested. The search does not mark what it has found, so
+/// every pass finds the same one. The SDK is given the full width.
 /// DIFFERS: HSDK is offered as many chunks as are requested.
-U32 chosenChunks( ChunkText reserved, U32 requested )
+ChunkSet chosenChunks( ChunkSet reserved, U32 requested )
 {
-    U32 chunkBmap = 0;
+    ChunkSet chosen;
     for ( U32 i = 0; i < requested; ++i ) {
-        const auto bit = static_cast< U32 >( std::countr_one( reserved.chunks ) );
+        const auto bit = static_cast< U32 >( std::countr_one( reserved.bits ) );
         AGENT_ASSERT( bit < chunksOfFormat );
-        chunkBmap |= 1U << bit;
+        chosen.add( bit );
     }
-    return chunkBmap;
+    return chosen;
 }
 
 /// Checks that every chunk of removed UDFs was reserved in their format before.
-void assertChunksWereReserved( U32 progChunkBmap, const Agent::Bitmap::Ptr& udfBmap )
+void assertChunksWereReserved( ChunkSet removed, ChunkSet reserved )
 {
-    const auto lowest = [ & ] { return static_cast< U32 >( std::countr_zero( progChunkBmap ) ); };
-    for ( U32 i = lowest(); i < udfBmap->size(); i = lowest() ) {
-        AGENT_ASSERT( udfBmap->isBitSet( i ) );
-        progChunkBmap &= ~( 1U << i );
+    for ( U32 i = removed.lowest(); i < chunksOfFormat; i = removed.lowest() ) {
+        AGENT_ASSERT_AS( "udfBmap->isBitSet( i )", reserved.has( i ) );
+        removed.remove( i );
     }
     // DIFFERS: HSDK does not see a chunk beyond the sixteen.
-    AGENT_ASSERT( !progChunkBmap );
+    AGENT_ASSERT_AS( "!progChunkBmap", removed.bits == 0 );
+}
+
+/// Destroys the UDFs of a qualifier, all of which must be on the same chunks of the format.
+void removeUdfs( const RemovalSites& sites,
+                 U32 unit,
+                 const QualIdList& qualIds,
+                 bcm_udf_abstract_pkt_format_t apf )
+{
+    // A copy: the caller's list may change while the SDK is called.
+    const QualIdList ids = qualIds;
+    traceUdf( 4, "destroyUdfQualifierFlexParser" );
+    const ChunkSet start = readReservedChunks( sites.readStart, unit, apf );
+    // DIFFERS: HSDK names the format here, and shows the free chunks.
+    traceUdf( 8, "destroyUdfQualifierFlexParser", " mod: ", unit, " Flex bitmap start: ", start );
+
+    ChunkSet removed;
+    for ( const U32 id : ids ) {
+        const auto chunkInfo = readChunks( sites.readChunks, unit, id );
+        const ChunkSet chunks{ chunkInfo.chunk_bmap() };
+        // DIFFERS: HSDK compares the chunks also with those of a UDF on no chunk.
+        AGENT_ASSERT_AS( "progChunkBmap == chunkBmap", removed.bits == 0 || removed == chunks );
+        removed = chunks;
+        // DIFFERS: HSDK does not trace the UDF's format.
+        traceUdf( 8, " mod: ", unit, " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
+        Shim::checkedCall( apiTraceHandle_,
+                           sites.destroyUdf,
+                           &Shim::SdkAccess::bcm_udf_destroy,
+                           static_cast< int >( unit ),
+                           static_cast< bcm_udf_id_t >( id ) );
+    }
+    // DIFFERS: HSDK checks that the chunks were not free.
+    assertChunksWereReserved( removed, start );
+    // DIFFERS: HSDK shows the free chunks.
+    const ChunkSet end = readReservedChunks( sites.readEnd, unit, apf );
+    traceUdf( 8, "destroyUdfQualifierFlexParser", " mod: ", unit, " Flex bitmap end: ", end );
 }
 
 } // namespace
@@ -712,20 +746,22 @@ void assertChunksWereReserved( U32 progChunkBmap, const Agent::Bitmap::Ptr& udfB
 QualIdList
 createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract_pkt_format_t apf )
 {
+    // A copy: the caller's descriptor may change while the SDK is called.
+    const UdfDesc desc = udfDesc;
     int rc = Shim::sdk().BCM_E_NONE();
     QualIdList qualIds;
     UdfHwProgrammingFootprint hwFootprint;
     // clang-format off
     traceUdf( 4, "createUdfQualifierFlexParser", " mod:", unit,
-              " ethType: ", udfDesc.ethType(),
-              " appType: ", static_cast< unsigned >( udfDesc.appType() ),
-              " offset: ", udfDesc.offset(), " length: ", udfDesc.length() );
+              " ethType: ", desc.ethType(),
+              " appType: ", static_cast< unsigned >( desc.appType() ),
+              " offset: ", desc.offset(), " length: ", desc.length() );
     // clang-format on
 
-    const ChunkText reserved = readReservedChunks( unit, apf );
-    const U32 requested = chunksNeeded( udfDesc.length() );
+    const ChunkSet reserved = readReservedChunks( SDK_CALL_SITE( readFormatText ), unit, apf );
+    const U32 requested = chunksNeeded( desc.length() );
     // DIFFERS: HSDK counts the free chunks in two ways and takes the smaller number.
-    const U32 avail = chunksOfFormat - countOf( reserved );
+    const U32 avail = chunksOfFormat - reserved.count();
     if ( requested > avail ) {
         const std::string message = notEnoughChunksText( avail, requested );
         // DIFFERS: HSDK has no blank behind "mod:", and names the chunks that are marked free.
@@ -733,19 +769,19 @@ createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract
         return cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
     }
 
-    const U32 chunkBmap = chosenChunks( reserved, requested );
-    program_abstract_pkt_type( unit, udfDesc, apf, chunkBmap, rc, qualIds, hwFootprint );
+    const ChunkSet chosen = chosenChunks( reserved, requested );
+    program_abstract_pkt_type( unit, desc, apf, chosen.bits, rc, qualIds, hwFootprint );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
         cleanupUdfFlexParserFootprint( static_cast< int >( unit ), hwFootprint, apf );
         qualIds.clear();
     }
     // DIFFERS: HSDK shows the free chunks.
-    const ChunkText now = readReservedChunks( unit, apf );
+    const ChunkSet now = readReservedChunks( SDK_CALL_SITE( readFormatText ), unit, apf );
     traceUdf( 4, "createUdfQualifierFlexParser", "mod: ", unit, " Flex bitmap is now: ", now );
     return qualIds;
 }
 
-void program_abstract_pkt_type( U32 moduleUnit,
+void program_abstract_pkt_type( U32 unit,
                                 const UdfDesc& udfDesc,
                                 bcm_udf_abstract_pkt_format_t apf,
                                 U32 chunkBmap,
@@ -753,16 +789,18 @@ void program_abstract_pkt_type( U32 moduleUnit,
                                 QualIdList& qualIds,
                                 UdfHwProgrammingFootprint& hwFootprint )
 {
-    const int unit = static_cast< int >( moduleUnit );
-    const auto pfi = readFormat( unit, apf );
+    // Read before the SDK is called: the caller's descriptor may change meanwhile.
+    const U32 offset = udfDesc.offset();
+    const U32 length = udfDesc.length();
+    const auto pfi = readFormat( SDK_CALL_SITE( readFormatText ), unit, apf );
     // DIFFERS: with HSDK a chunk must be free, not only unused.
     AGENT_ASSERT( !( chunkBmap & pfi.chunk_bmap_used() ) );
 
     bcm_udf_chunk_info_t chunkInfo;
     Shim::sdk().bcm_udf_chunk_info_t_init( &chunkInfo );
-    chunkInfo.offsetIs( udfDesc.offset() * chunkBitsPerByte );
+    chunkInfo.offsetIs( offset * chunkBitsPerByte );
     // DIFFERS: HSDK is given no width.
-    chunkInfo.widthIs( udfDesc.length() * chunkBitsPerByte );
+    chunkInfo.widthIs( length * chunkBitsPerByte );
     // DIFFERS: the record of HSDK has a set of the SDK's.
     chunkInfo.chunk_bmapIs( chunkBmap );
     chunkInfo.abstract_pkt_formatIs( apf );
@@ -770,7 +808,7 @@ void program_abstract_pkt_type( U32 moduleUnit,
     bcm_udf_id_t createdUdfId = 0;
     rc = SDK_TRACED_CALL_AS( "bcm_udf_chunk_create( unit, NULL, &chunkInfo, &udfId )",
                              bcm_udf_chunk_create,
-                             unit,
+                             static_cast< int >( unit ),
                              nullptr,
                              &chunkInfo,
                              &createdUdfId );
@@ -787,45 +825,31 @@ void program_abstract_pkt_type( U32 moduleUnit,
     }
 }
 
-void destroyUdfQualifierFlexParser( U32 moduleUnit,
+void destroyUdfQualifierFlexParser( U32 unit,
                                     const QualIdList& qualIds,
                                     bcm_udf_abstract_pkt_format_t apf )
 {
-    traceUdf( 4, "destroyUdfQualifierFlexParser" );
-    const int unit = static_cast< int >( moduleUnit );
-    const ChunkText start = readReservedChunks( moduleUnit, apf );
-    // DIFFERS: HSDK names the format here, and shows the free chunks.
-    traceUdf(
-        8, "destroyUdfQualifierFlexParser", " mod: ", moduleUnit, " Flex bitmap start: ", start );
-
-    U32 progChunkBmap = 0;
-    for ( const U32 qualId : qualIds ) {
-        const bcm_udf_id_t udfId = static_cast< bcm_udf_id_t >( qualId );
-        const auto chunkInfo = readChunks( unit, udfId );
-        const U32 chunkBmap = chunkInfo.chunk_bmap();
-        // DIFFERS: HSDK compares bitmaps of the agent's, also with a UDF on no chunk.
-        if ( progChunkBmap != 0 ) {
-            AGENT_ASSERT( progChunkBmap == chunkBmap );
-        }
-        progChunkBmap = chunkBmap;
-        // DIFFERS: HSDK does not trace the UDF's format.
-        traceUdf(
-            8, " mod: ", moduleUnit, " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
-        SDK_CHECKED_CALL_AS( "bcm_udf_destroy( unit, udfId )", bcm_udf_destroy, unit, udfId );
-    }
-    // DIFFERS: HSDK checks that the chunks were not free.
-    assertChunksWereReserved( progChunkBmap, bitmapOf( start ) );
-    // DIFFERS: HSDK shows the free chunks.
-    const ChunkText end = readReservedChunks( moduleUnit, apf );
-    traceUdf( 8, "destroyUdfQualifierFlexParser", " mod: ", moduleUnit, " Flex bitmap end: ", end );
+    static constexpr RemovalSites sites{
+        .readStart = SDK_CALL_SITE( readFormatText ),
+        .readChunks = SDK_CALL_SITE( readChunksText ),
+        .destroyUdf = SDK_CALL_SITE( destroyUdfText ),
+        .readEnd = SDK_CALL_SITE( readFormatText ),
+    };
+    removeUdfs( sites, unit, qualIds, apf );
 }
 
 QualIdList cleanupUdfFlexParserFootprint( int unit,
                                           const UdfHwProgrammingFootprint& hwFootprint,
                                           bcm_udf_abstract_pkt_format_t apf )
 {
+    static constexpr RemovalSites sites{
+        .readStart = SDK_CALL_SITE( readFormatText ),
+        .readChunks = SDK_CALL_SITE( readChunksText ),
+        .destroyUdf = SDK_CALL_SITE( destroyUdfText ),
+        .readEnd = SDK_CALL_SITE( readFormatText ),
+    };
     traceUdf( 8, "cleanupUdfFlexParserFootprint" );
-    destroyUdfQualifierFlexParser( static_cast< U32 >( unit ), hwFootprint.udfIds, apf );
+    removeUdfs( sites, static_cast< U32 >( unit ), hwFootprint.udfIds, apf );
     return {};
 }
 
@@ -833,25 +857,26 @@ QualIdList cleanupUdfFlexParserFootprint( int unit,
 
 namespace {
 
-/// Checks that the format of a programmed UDF is one of those that the library programs.
-void assertAllowedFormat( bcm_udf_abstract_pkt_format_t apf )
+/// Whether a format is one of those that the library programs.
+bool isAllowedFormat( bcm_udf_abstract_pkt_format_t apf )
 {
-    const auto bcmUdfAbstractPktFormatKnownNonIp = Shim::sdk().bcmUdfAbstractPktFormatKnownNonIp();
-    const auto bcmUdfAbstractPktFormatL3Ipv4WithoutOptions =
-        Shim::sdk().bcmUdfAbstractPktFormatL3Ipv4WithoutOptions();
-    const auto bcmUdfAbstractPktFormatL3Ipv6 = Shim::sdk().bcmUdfAbstractPktFormatL3Ipv6();
-    const auto bcmUdfAbstractPktFormatUnknownL3 = Shim::sdk().bcmUdfAbstractPktFormatUnknownL3();
-    // DIFFERS: HSDK allows ARP and all of IPv4 instead of known non-IP and IPv4 without options.
-    AGENT_ASSERT( apf == bcmUdfAbstractPktFormatKnownNonIp ||
-                  apf == bcmUdfAbstractPktFormatL3Ipv4WithoutOptions ||
-                  apf == bcmUdfAbstractPktFormatL3Ipv6 || apf == bcmUdfAbstractPktFormatUnknownL3 );
+    const Shim::SdkAccess& access = Shim::sdk();
+    return apf == access.bcmUdfAbstractPktFormatKnownNonIp() ||
+           apf == access.bcmUdfAbstractPktFormatL3Ipv4WithoutOptions() ||
+           apf == access.bcmUdfAbstractPktFormatL3Ipv6() ||
+           apf == access.bcmUdfAbstractPktFormatUnknownL3();
 }
 
 /// Checks what the SDK reads back of a UDF against its descriptor.
 void assertExtent( const bcm_udf_chunk_info_t& chunkInfo, U32 offset, U32 length )
 {
-    assertAllowedFormat( chunkInfo.abstract_pkt_format() );
-    // KEPT: in bytes, although creation gives bits: the SDK reads back in bytes.
+    // DIFFERS: HSDK allows ARP and all of IPv4 instead of known non-IP and IPv4 without options.
+    AGENT_ASSERT_AS( "apf == bcmUdfAbstractPktFormatKnownNonIp || "
+                     "apf == bcmUdfAbstractPktFormatL3Ipv4WithoutOptions || "
+                     "apf == bcmUdfAbstractPktFormatL3Ipv6 || "
+                     "apf == bcmUdfAbstractPktFormatUnknownL3",
+                     isAllowedFormat( chunkInfo.abstract_pkt_format() ) );
+    // KEPT: required: both are compared in bytes, although creation gives bits.
     // DIFFERS: HSDK compares the offset in bits.
     AGENT_ASSERT( chunkInfo.offset() == offset );
     AGENT_ASSERT( chunkInfo.width() == length );
@@ -859,50 +884,49 @@ void assertExtent( const bcm_udf_chunk_info_t& chunkInfo, U32 offset, U32 length
 
 } // namespace
 
-void udfQualProgrammedInHwFlex( U32 moduleUnit, const UdfDesc& udfDesc, const QualIdList& qualIds )
+void udfQualProgrammedInHwFlex( U32 unit, const UdfDesc& udfDesc, const QualIdList& qualIds )
 {
+    // Read before the SDK is called: the caller's may change meanwhile.
+    const QualIdList ids = qualIds;
     const U32 offset = udfDesc.offset();
     const U32 length = udfDesc.length();
     // clang-format off
-    traceUdf( 4, "udfQualProgrammedInHwFlex", " mod: ", moduleUnit,
+    traceUdf( 4, "udfQualProgrammedInHwFlex", " mod: ", unit,
               " ethType: ", udfDesc.ethType(),
               " appType: ", static_cast< unsigned >( udfDesc.appType() ),
               " offset: ", offset, " length: ", length );
+    // clang-format on
 
-    U32 progChunkBmap = 0;
-    for ( const U32 qualId : qualIds ) {
-        const auto chunkInfo =
-            readChunks( static_cast< int >( moduleUnit ), static_cast< bcm_udf_id_t >( qualId ) );
-        traceUdf( 8, "udfQualProgrammedInHwFlex", "mod: ", moduleUnit,
+    ChunkSet previous;
+    for ( const U32 id : ids ) {
+        const auto chunkInfo = readChunks( SDK_CALL_SITE( readChunksText ), unit, id );
+        // clang-format off
+        traceUdf( 8, "udfQualProgrammedInHwFlex", "mod: ", unit,
                   " Chunk info offset: ", chunkInfo.offset(), " offset: ", offset );
-        traceUdf( 8, "udfQualProgrammedInHwFlex", "mod: ", moduleUnit,
+        traceUdf( 8, "udfQualProgrammedInHwFlex", "mod: ", unit,
                   " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
         // clang-format on
         assertExtent( chunkInfo, offset, length );
-        // DIFFERS: HSDK compares and counts bitmaps of the agent's.
-        const U32 chunkBmap = chunkInfo.chunk_bmap();
-        if ( progChunkBmap != 0 ) {
-            AGENT_ASSERT( progChunkBmap == chunkBmap );
-        }
-        // KEPT: one chunk for two bytes, although creation gives one chunk only: a longer UDF is
-        // not expected to pass this audit.
-        const U32 chunks = chunksNeeded( length );
-        const U32 setChunks = static_cast< U32 >( std::popcount( chunkBmap & 0xFFFFU ) );
-        AGENT_ASSERT( chunks == setChunks );
-        progChunkBmap = chunkBmap;
+        const ChunkSet chunks{ chunkInfo.chunk_bmap() };
+        // DIFFERS: HSDK compares the chunks also with those of a UDF on no chunk.
+        AGENT_ASSERT_AS( "progChunkBmap == chunkBmap", previous.bits == 0 || previous == chunks );
+        // KEPT: required: one chunk for two bytes, although creation gives one chunk only: a longer
+        // UDF does not pass this audit.
+        AGENT_ASSERT_AS( "chunks == setChunks", chunksNeeded( length ) == chunks.count() );
+        previous = chunks;
     }
 }
 
-UdfIdList getAllProgrammedUdfIdsUdfFlexParser( U32 moduleUnit )
+UdfIdList getAllProgrammedUdfIdsUdfFlexParser( U32 unit )
 {
-    traceUdf( 4, "getAllProgrammedUdfIdsUdfFlexParser", " mod:", moduleUnit );
+    traceUdf( 4, "getAllProgrammedUdfIdsUdfFlexParser", " mod:", unit );
     static constexpr Shim::CallSite site = SDK_CALL_SITE(
         "bcm_udf_abstract_pkt_format_object_list_get( unit, absPktFmt, max, udfIds, &numUdfs )" );
     UdfIdList list;
     for ( const bcm_udf_abstract_pkt_format_t absPktFmt : udfAbstractPktFmt() ) {
-        const UdfsOfFormat udfs = readUdfsOfFormat( apiTraceHandle_, site, moduleUnit, absPktFmt );
+        const UdfsOfFormat udfs = readUdfsOfFormat( apiTraceHandle_, site, unit, absPktFmt );
         // clang-format off
-        traceUdf( 8, "getAllProgrammedUdfIdsUdfFlexParser", " mod:", moduleUnit,
+        traceUdf( 8, "getAllProgrammedUdfIdsUdfFlexParser", " mod:", unit,
                   " abstract packet format: ", absPktFmt, " has ", udfs.count, " UDFS" );
         // clang-format on
         udfs.addTo( list );

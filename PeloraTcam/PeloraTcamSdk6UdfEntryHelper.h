@@ -9,7 +9,10 @@
 /// and then gives an empty list; verification ends the process on a mismatch.
 ///
 /// All functions are called on the agent's thread with the activity lock held, which each SDK call
-/// releases for its duration.
+/// releases for its duration. Descriptors, lists and footprints that come by constant reference are
+/// read before the first SDK call: from then on other threads may change or free them. What a
+/// function writes to must be the caller's own until it returns. The map of packet formats may
+/// change during each SDK call.
 ///
 ///     PktFmtIdToUdfId::Ptr formats( new PktFmtIdToUdfId );
 ///     const QualIdList quals = createUdfQualifierUdfModule( unit, udfDesc, formats );
@@ -130,7 +133,8 @@ createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract
 /// Programs one UDF on the chunks of `chunkBmap`, bit i for chunk i of 16; one that is used already
 /// is an assertion failure. The SDK's return code goes to `rc`, whatever it is. On success the UDF
 /// goes into the footprint, then into `qualIds`, and nowhere otherwise; one that is in the
-/// footprint already is an assertion failure.
+/// footprint already is an assertion failure. These three must be the caller's own: no other thread
+/// reads, changes or frees them until this returns.
 PELORA_TCAM_EXPORT void program_abstract_pkt_type( U32 unit,
                                                    const UdfDesc& udfDesc,
                                                    bcm_udf_abstract_pkt_format_t apf,

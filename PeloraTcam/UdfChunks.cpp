@@ -12,23 +12,8 @@ namespace PeloraTcam {
 
 namespace {
 
-/// The characters of a set of chunks. No string, which would be one too long to do without the
-/// heap: some stand in each record of the ring-buffer trace.
+/// The characters of a set of chunks: an array, as a string of sixteen would be on the heap.
 using ChunkCharacters = std::array< char, chunksOfFormat >;
-
-constexpr Agent::U32 chunksOfQuarter = chunksOfFormat / 4;
-using QuarterCharacters = std::array< char, chunksOfQuarter >;
-
-/// The characters of each set of four chunks.
-constexpr auto quarters = [] {
-    std::array< QuarterCharacters, 1U << chunksOfQuarter > all{};
-    for ( Agent::U32 chunks = 0; chunks < all.size(); ++chunks ) {
-        for ( Agent::U32 i = 0; i < chunksOfQuarter; ++i ) {
-            all[ chunks ][ chunksOfQuarter - 1 - i ] = chunkIsSet( chunks, i ) ? '1' : '0';
-        }
-    }
-    return all;
-}();
 
 std::string_view viewOf( const ChunkCharacters& characters )
 {
@@ -54,25 +39,24 @@ AbstractPktKind kindOfMacAcl( Agent::U16 ethType, const Agent::CallLocation& loc
 
 } // namespace
 
-ChunkCharacters ringText( ChunkText text )
+ChunkCharacters ringText( ChunkSet chunks )
 {
     ChunkCharacters characters;
-    for ( Agent::U32 i = 0; i < chunksOfFormat; i += chunksOfQuarter ) {
-        const QuarterCharacters& quarter = quarters[ text.chunks >> i & ( quarters.size() - 1 ) ];
-        std::ranges::copy( quarter, characters.end() - chunksOfQuarter - i );
+    for ( Agent::U32 i = 0; i < chunksOfFormat; ++i ) {
+        characters[ chunksOfFormat - 1 - i ] = chunks.has( i ) ? '1' : '0';
     }
     return characters;
 }
 
-std::ostream& operator<<( std::ostream& stream, ChunkText text )
+std::ostream& operator<<( std::ostream& stream, ChunkSet chunks )
 {
-    const ChunkCharacters characters = ringText( text );
+    const ChunkCharacters characters = ringText( chunks );
     return stream << viewOf( characters );
 }
 
-void packForRing( Agent::RingPacker& packer, ChunkText text )
+void packForRing( Agent::RingPacker& packer, ChunkSet chunks )
 {
-    const ChunkCharacters characters = ringText( text );
+    const ChunkCharacters characters = ringText( chunks );
     packer.packText( viewOf( characters ) );
 }
 
@@ -108,16 +92,19 @@ void UdfsOfFormat::addTo( UdfIdList& list ) const
 
 UdfsOfFormat readUdfsOfFormat( const Agent::TraceHandle& apiTraceHandle,
                                const Shim::CallSite& site,
-                               Agent::U32 moduleUnit,
+                               Agent::U32 unit,
                                bcm_udf_abstract_pkt_format_t absPktFmt )
 {
-    const int unit = static_cast< int >( moduleUnit );
     UdfsOfFormat udfs;
+    Shim::SdkAccess& access = Shim::sdkFor( site );
     const int rc = Shim::callWithLocksReleased( [ & ] {
-        return Shim::sdk().bcm_udf_abstract_pkt_format_object_list_get(
-            unit, absPktFmt, UdfsOfFormat::most, udfs.ids, &udfs.count );
+        return access.bcm_udf_abstract_pkt_format_object_list_get(
+            static_cast< int >( unit ), absPktFmt, UdfsOfFormat::most, udfs.ids, &udfs.count );
     } );
-    if ( rc < 0 && rc != Shim::sdk().BCM_E_NOT_FOUND() ) {
+    if ( rc < 0 ) {
+        udfs.count = 0;
+    }
+    if ( rc < 0 && rc != access.BCM_E_NOT_FOUND() ) {
         Shim::writeApiError( site, rc );
     } else {
         Shim::maybeTraceCall( apiTraceHandle, site, rc );

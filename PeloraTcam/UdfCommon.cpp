@@ -16,8 +16,7 @@ constexpr unsigned ipProtoUdp = 17;
 
 } // namespace
 
-// KEPT: an unknown EtherType or protocol adds nothing. Such UDFs count from the start of the
-// layer, which is what their users have come to rely on.
+// KEPT: required: an unknown EtherType or protocol adds nothing.
 U32 getUdfStart( UdfOffsetBase base, unsigned int ethType, unsigned char ipProto )
 {
     if ( base == UdfBaseL3OuterPayload_ ) {

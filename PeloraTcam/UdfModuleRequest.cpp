@@ -1,6 +1,7 @@
 #include "PeloraTcam/UdfModuleRequest.h"
 
 #include "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.h"
+#include "agent/base/Assert.h"
 #include "agent/tcam/EthType.h"
 #include "sdk/SdkAccess.h"
 
@@ -26,15 +27,20 @@ void describeUdf( const UdfDesc& udfDesc, bcm_udf_t& udf )
 
 void describeTunnel( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt )
 {
-    if ( udfDesc.innerEtherType() == 0 ) {
+    switch ( udfDesc.innerEtherType() ) {
+    case 0:
         pktFmt.tunnelIs( Shim::sdk().bcmUdfPktFormatTunnelNone() );
         return;
+    case Kvnet::EthType::ethTypeIp_:
+        pktFmt.inner_ipIs( Shim::sdk().bcmUdfPktFormatIp4() );
+        break;
+    case Kvnet::EthType::ethTypeIp6_:
+        pktFmt.inner_ipIs( Shim::sdk().bcmUdfPktFormatIp6() );
+        break;
+    default:
+        AGENT_FAIL( "No support for GRE innerEtherType other than v4/v6" );
     }
     pktFmt.tunnelIs( Shim::sdk().bcmUdfPktFormatTunnelGre() );
-    // A user-defined field with another inner EtherType has been refused.
-    const bool isIp4 = udfDesc.innerEtherType() == Kvnet::EthType::ethTypeIp_;
-    pktFmt.inner_ipIs( isIp4 ? Shim::sdk().bcmUdfPktFormatIp4()
-                             : Shim::sdk().bcmUdfPktFormatIp6() );
 }
 
 void describeHeaders( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt )

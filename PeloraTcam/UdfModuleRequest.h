@@ -15,7 +15,8 @@ namespace PeloraTcam {
 /// The UDF: start, width and layer.
 void describeUdf( const UdfDesc& udfDesc, bcm_udf_t& udf );
 
-/// The tunnel of the packets, and what it carries: the inner EtherType is 0, IPv4's or IPv6's.
+/// The tunnel of the packets, and what it carries. An inner EtherType that is neither 0 nor IPv4's
+/// nor IPv6's is an assertion failure.
 void describeTunnel( const UdfDesc& udfDesc, bcm_udf_pkt_format_info_t& pktFmt );
 
 /// The outer headers of the packets, whose EtherType is not 0, and their protocol; the priority.

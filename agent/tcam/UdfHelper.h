@@ -4,7 +4,8 @@
 ///
 /// The agent picks the implementation that suits the chip: one for the SDK's UDF module, and one
 /// each for the flexible parser of SDK-6 and of HSDK. Operations are called with the agent's
-/// activity lock held.
+/// activity lock held, which they release for each SDK call. What they are given is read before the
+/// first SDK call: from then on other threads may change or free it.
 
 #include "agent/base/Export.h"
 #include "agent/base/TypeRegistry.h"
@@ -50,9 +51,9 @@ class AGENT_EXPORT UdfHelperBase : public Agent::Node
                                    const Agent::FieldDescriptor& field,
                                    Agent::AttributeOperation operation,
                                    void* result );
-    /// `moduleId` is the SDK unit, `pipeId` 0 to 255.
 
   protected:
+    /// `moduleId` is the SDK unit, `pipeId` 0 to 255.
     UdfHelperBase( U16 moduleId, U8 pipeId, bool lagHashingSupported );
 
   private:

@@ -296,38 +296,20 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
     using Ptr = Agent::Ptr< PktFmtIdToUdfId >;
     using PtrConst = Agent::Ptr< const PktFmtIdToUdfId >;
 
-    PktFmtIdToUdfId() = default;
-    PktFmtIdToUdfId( const PktFmtIdToUdfId& ) = default;
-    ~PktFmtIdToUdfId() = default;
-
-    /// Takes over the entries of another map; that counts as one change.
-    PktFmtIdToUdfId& operator=( const PktFmtIdToUdfId& other )
-    {
-        udfs_ = other.udfs_;
-        ++changes_;
-        return *this;
-    }
-
     /// Sets or replaces the UDFs of a packet format.
     void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, const UdfIdList& udfs )
     {
         udfs_.insert_or_assign( pktFmtId, udfs );
-        ++changes_;
     }
 
     /// The same, for a list that is not needed any more.
     void pktFmtIdToUdfIdIs( PktFmtId pktFmtId, UdfIdList&& udfs )
     {
         udfs_.insert_or_assign( pktFmtId, std::move( udfs ) );
-        ++changes_;
     }
 
     /// Removes the entry of a packet format; nothing if it has none.
-    void pktFmtIdToUdfIdDel( PktFmtId pktFmtId )
-    {
-        udfs_.erase( pktFmtId );
-        ++changes_;
-    }
+    void pktFmtIdToUdfIdDel( PktFmtId pktFmtId ) { udfs_.erase( pktFmtId ); }
 
     /// Whether a packet format has an entry, be it an empty one.
     [[nodiscard]] bool pktFmtIdToUdfIdHas( PktFmtId pktFmtId ) const
@@ -349,17 +331,12 @@ class AGENT_EXPORT PktFmtIdToUdfId : public Agent::SharedValue< PktFmtIdToUdfId 
 
     [[nodiscard]] auto end() const { return udfs_.end(); }
 
-    /// How often entries have been set, removed (though there may have been none) or taken over.
-    /// While it stays the same, iterators stay valid.
-    [[nodiscard]] Agent::U64 changes() const { return changes_; }
-
     /// The first entry behind that packet format, which need not be there itself: so entries may
     /// come and go while one iterates.
     [[nodiscard]] auto after( PktFmtId pktFmtId ) const { return udfs_.upper_bound( pktFmtId ); }
 
   private:
     std::map< PktFmtId, UdfIdList > udfs_;
-    Agent::U64 changes_ = 0;
     UdfIdList none_; // What an unknown packet format has.
 };
 

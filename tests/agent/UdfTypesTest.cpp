@@ -268,28 +268,6 @@ TEST( UdfTypesTest, PktFmtIdToUdfId_After_IsTheNextEntryWhetherThatOneIsThereOrN
     EXPECT_EQ( map->after( PktFmtId( 8 ) ), map->end() );
 }
 
-TEST( UdfTypesTest, PktFmtIdToUdfId_Changes_CountsEverySettingAndRemoval )
-{
-    PktFmtIdToUdfId map;
-    EXPECT_EQ( map.changes(), 0U );
-    UdfIdList udfs;
-    map.pktFmtIdToUdfIdIs( PktFmtId( 3 ), udfs );
-    EXPECT_EQ( map.changes(), 1U );
-    map.pktFmtIdToUdfIdIs( PktFmtId( 3 ), UdfIdList() );
-    EXPECT_EQ( map.changes(), 2U );
-    static_cast< void >( map.pktFmtIdToUdfId( PktFmtId( 3 ) ) );
-    static_cast< void >( map.after( PktFmtId( 3 ) ) );
-    EXPECT_EQ( map.changes(), 2U );
-    map.pktFmtIdToUdfIdDel( PktFmtId( 3 ) );
-    EXPECT_EQ( map.changes(), 3U );
-
-    PktFmtIdToUdfId other;
-    other.pktFmtIdToUdfIdIs( PktFmtId( 5 ), udfs );
-    map = other;
-    EXPECT_EQ( map.changes(), 4U );
-    EXPECT_TRUE( map.pktFmtIdToUdfIdHas( PktFmtId( 5 ) ) );
-}
-
 TEST( UdfTypesTest, PktFmtIdToUdfId_SharedByPtr_IsReadOnlyByPtrConst )
 {
     const PktFmtIdToUdfId::Ptr map( new PktFmtIdToUdfId );

@@ -149,10 +149,13 @@ TYPED_TEST( FlexParserCreateTest, Create_AllChunksOneByOne_FitsSixteenAndNoMore 
 
 TYPED_TEST( FlexParserCreateTest, Create_FormatCannotBeRead_IsFatalAtEachReading )
 {
-    for ( const std::uint64_t nth : { 1U, 2U, 3U } ) {
-        this->expectNthFatal( this->formatGet, TypeParam::formatCall, nth, [ this ] {
-            this->create( udfDescOf() );
-        } );
+    std::uint64_t nth = 0;
+    for ( const std::string& function :
+          { this->createName, this->programName, this->createName } ) {
+        this->expectNthFatal( this->formatGetOf( function ),
+                              TypeParam::formatCall,
+                              ++nth,
+                              [ this ] { this->create( udfDescOf() ); } );
     }
 }
 
@@ -172,8 +175,10 @@ TYPED_TEST( FlexParserCreateTest, Create_RollbackCannotReadTheFormat_IsFatal )
             [ answer ]( int, Format, bcm_udf_multi_abstract_pkt_format_info_t* ) mutable {
                 return answer();
             };
-        this->expectFatalCall(
-            this->formatGet, -1, "Internal error", [ this ] { this->create( udfDescOf() ); } );
+        this->expectFatalCall( this->formatGetOf( this->cleanUpName ),
+                               -1,
+                               "Internal error",
+                               [ this ] { this->create( udfDescOf() ); } );
     }
 }
 

@@ -172,8 +172,7 @@ TYPED_TEST( FlexParserEdgeTest, Remove_SecondUdfOnNoChunk_Dies )
     this->freeChunksAre( 0 );
     this->readChunksAre( { 0b1, 0 } );
     this->sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
-    const std::string function = "PeloraTcam::" + this->named( "destroyUdfQualifierFlexParser" );
-    this->expectAssertion( { TypeParam::source, function.c_str(), "" }, this->sameChunks, [ this ] {
+    this->expectAssertion( { TypeParam::source, "removeUdfs", "" }, this->sameChunks, [ this ] {
         this->destroy( qualsOf( { 1, 2 } ) );
     } );
 }

@@ -30,17 +30,24 @@ class FlexParserFaultSweepTest : public FlexParserScene< Parser >
     using Scene = FlexParserScene< Parser >;
     using Scene::faulty, Scene::logged;
 
-    Call readFormat() const { return { Parser::formatCall, this->formatGet }; }
+    // Each of a function, by its name.
 
-    Call readChunks() const { return { Parser::chunksCall, this->chunksGet }; }
+    Call readFormat( const std::string& function )
+    {
+        return { Parser::formatCall, this->formatGetOf( function ) };
+    }
+
+    Call readChunks( const std::string& function )
+    {
+        return { Parser::chunksCall, this->chunksGetOf( function ) };
+    }
+
+    Call destroyUdf( const std::string& function )
+    {
+        return { "bcm_udf_destroy", this->destroyOf( function ) };
+    }
 
     Call createUdf() const { return { Parser::createCall }; }
-
-    Call destroyUdf() const
-    {
-        return { "bcm_udf_destroy",
-                 { Parser::source, removal_.c_str(), "bcm_udf_destroy( unit, udfId )" } };
-    }
 
     static std::vector< std::string > namesOf( const std::vector< Call >& calls )
     {
@@ -98,9 +105,6 @@ class FlexParserFaultSweepTest : public FlexParserScene< Parser >
     {
         return [ this ] { static_cast< void >( this->create( udfDescOf( 2, 2 ) ) ); };
     }
-
-  private:
-    const std::string removal_ = "PeloraTcam::" + Scene::named( "destroyUdfQualifierFlexParser" );
 };
 
 TYPED_TEST_SUITE( FlexParserFaultSweepTest, Parsers );
@@ -109,10 +113,10 @@ TYPED_TEST( FlexParserFaultSweepTest, Program_EachFailureOfEachCall )
 {
     const QualIdList other = this->made( udfDescOf( 8, 2 ) );
     const std::vector< Call > calls = {
-        this->readFormat(),
-        this->readFormat(),
+        this->readFormat( this->createName ),
+        this->readFormat( this->programName ),
         this->createUdf(),
-        this->readFormat(),
+        this->readFormat( this->createName ),
     };
     this->sweep( calls, this->programming() );
     EXPECT_EQ( this->functionsOf( this->programming() ), this->namesOf( calls ) );
@@ -123,9 +127,9 @@ TYPED_TEST( FlexParserFaultSweepTest, Program_TooFewChunks_EachFailureOfEachCall
 {
     const auto tooLong = [ this ] { static_cast< void >( this->create( udfDescOf( 2, 33 ) ) ); };
     const std::vector< Call > calls = {
-        this->readFormat(),
-        this->readFormat(),
-        this->readFormat(),
+        this->readFormat( this->createName ),
+        this->readFormat( this->cleanUpName ),
+        this->readFormat( this->cleanUpName ),
     };
     this->sweep( calls, tooLong );
     EXPECT_EQ( this->functionsOf( tooLong ), this->namesOf( calls ) );
@@ -137,9 +141,9 @@ TYPED_TEST( FlexParserFaultSweepTest, Program_TooFewChunks_EachFailureOfEachCall
 TYPED_TEST( FlexParserFaultSweepTest, Rollback_AfterARefusal_EachFailureOfEachCall )
 {
     const std::vector< Call > calls = {
-        this->readFormat(),
-        this->readFormat(),
-        this->readFormat(),
+        this->readFormat( this->cleanUpName ),
+        this->readFormat( this->cleanUpName ),
+        this->readFormat( this->createName ),
     };
     this->sweep( calls, this->programming(), [ this ] {
         this->failCall( 2, outOfResources ); // Of reading twice and creating: the creation.
@@ -155,10 +159,10 @@ TYPED_TEST( FlexParserFaultSweepTest, Rollback_OfAUdfThatWasMade_EachFailureOfEa
         EXPECT_EQ( TypeParam::cleanUp( this->unit, footprint, this->format() ), QualIdList() );
     };
     const std::vector< Call > calls = {
-        this->readFormat(),
-        this->readChunks(),
-        this->destroyUdf(),
-        this->readFormat(),
+        this->readFormat( this->cleanUpName ),
+        this->readChunks( this->cleanUpName ),
+        this->destroyUdf( this->cleanUpName ),
+        this->readFormat( this->cleanUpName ),
     };
     this->sweep( calls, cleanUp );
     EXPECT_EQ( this->functionsOf( cleanUp ), this->namesOf( calls ) );
@@ -170,10 +174,10 @@ TYPED_TEST( FlexParserFaultSweepTest, Remove_EachFailureOfEachCall )
     const QualIdList quals = this->made();
     const auto remove = [ & ] { this->destroy( quals ); };
     const std::vector< Call > calls = {
-        this->readFormat(),
-        this->readChunks(),
-        this->destroyUdf(),
-        this->readFormat(),
+        this->readFormat( this->destroyName ),
+        this->readChunks( this->destroyName ),
+        this->destroyUdf( this->destroyName ),
+        this->readFormat( this->destroyName ),
     };
     this->sweep( calls, remove );
     EXPECT_EQ( this->functionsOf( remove ), this->namesOf( calls ) );
@@ -188,12 +192,12 @@ TYPED_TEST( FlexParserFaultSweepTest, Remove_TwoUdfs_EachFailureOfEachCall )
         *TypeParam::create( this->unit, udfDescOf( 2, 2 ), this->format( ip6Format ) ).begin() );
     const auto remove = [ & ] { this->destroy( quals ); };
     const std::vector< Call > calls = {
-        this->readFormat(),
-        this->readChunks(),
-        this->destroyUdf(),
-        this->readChunks(),
-        this->destroyUdf(),
-        this->readFormat(),
+        this->readFormat( this->destroyName ),
+        this->readChunks( this->destroyName ),
+        this->destroyUdf( this->destroyName ),
+        this->readChunks( this->destroyName ),
+        this->destroyUdf( this->destroyName ),
+        this->readFormat( this->destroyName ),
     };
     this->sweep( calls, remove );
     EXPECT_EQ( this->functionsOf( remove ), this->namesOf( calls ) );
@@ -207,7 +211,8 @@ TYPED_TEST( FlexParserFaultSweepTest, Audit_EachFailureOfEachCall )
         *TypeParam::create( this->unit, udfDescOf( 2, 2 ), this->format( ip6Format ) ).begin() );
     const std::string chip = this->chipText();
     const auto audit = [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); };
-    const std::vector< Call > calls = { this->readChunks(), this->readChunks() };
+    const std::vector< Call > calls = { this->readChunks( this->verifyName ),
+                                        this->readChunks( this->verifyName ) };
     this->sweep( calls, audit );
     EXPECT_EQ( this->functionsOf( audit ), this->namesOf( calls ) );
     EXPECT_EQ( this->chipText(), chip );
@@ -220,7 +225,8 @@ TYPED_TEST( FlexParserFaultSweepTest, Positions_EachFailureOfEachCall )
     const auto read = [ & ] {
         EXPECT_EQ( TypeParam::positions( this->unit, quals ).udfChunkPositions(), 2U );
     };
-    const std::vector< Call > calls = { this->readChunks(), this->readChunks() };
+    const std::vector< Call > calls = { this->readChunks( this->positionsName ),
+                                        this->readChunks( this->positionsName ) };
     this->sweep( calls, read );
     EXPECT_EQ( this->functionsOf( read ), this->namesOf( calls ) );
 }

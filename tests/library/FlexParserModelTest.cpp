@@ -226,7 +226,7 @@ class FlexParserModelTest : public FlexParserModelScene< Parser >
                         [ & ] { helper->programUdfInHw( desc ); } );
         } else {
             failAt( Parser::formatCall );
-            expectEnds( std::string( this->formatGet.text ) + " API ERROR",
+            expectEnds( std::string( this->formatGet ) + " API ERROR",
                         [ & ] { helper->programUdfInHw( desc ); } );
         }
     }
@@ -234,8 +234,8 @@ class FlexParserModelTest : public FlexParserModelScene< Parser >
     void endInRemoval( const FlexLive& live )
     {
         const std::array< std::pair< const char*, const char* >, 3 > calls = { {
-            { Parser::formatCall, this->formatGet.text },
-            { Parser::chunksCall, this->chunksGet.text },
+            { Parser::formatCall, this->formatGet },
+            { Parser::chunksCall, this->chunksGet },
             { "bcm_udf_destroy", "bcm_udf_destroy( unit, udfId )" },
         } };
         const auto& [ function, text ] = calls[ random( calls.size() ) ];
@@ -249,7 +249,7 @@ class FlexParserModelTest : public FlexParserModelScene< Parser >
         const auto audit = [ & ] { helper->verifyProgrammedUdf( live.desc, live.quals ); };
         if ( model->passesAudit( live.desc.length() ) ) {
             failAt( Parser::chunksCall );
-            expectEnds( std::string( this->chunksGet.text ) + " API ERROR", audit );
+            expectEnds( std::string( this->chunksGet ) + " API ERROR", audit );
         } else {
             expectEnds( Parser::isHsdk ? "`chunkInfo.width() == length' failed"
                                        : "`chunks == setChunks' failed",

@@ -54,14 +54,14 @@ class FlexParserOrderTest : public FlexParserScene< Parser >
     /// What a removal traces before the first UDF.
     [[nodiscard]] std::string startLine( Agent::U32 free ) const
     {
-        return "8 " + destroyName + " mod: 5" +
+        return "8 " + this->destroyName + " mod: 5" +
                ( Parser::isHsdk ? " apf: " + numberOf() : std::string() ) +
                " Flex bitmap start: " + shown( free );
     }
 
     [[nodiscard]] std::string endLine( Agent::U32 free ) const
     {
-        return "8 " + destroyName + " mod: 5 Flex bitmap end: " + shown( free );
+        return "8 " + this->destroyName + " mod: 5 Flex bitmap end: " + shown( free );
     }
 
     /// What the operation writes to standard error before and while it ends the process, its
@@ -79,11 +79,6 @@ class FlexParserOrderTest : public FlexParserScene< Parser >
         EXPECT_TRUE( run.aborted );
         return run.errors;
     }
-
-    const std::string createName = this->named( "createUdfQualifierFlexParser" );
-    const std::string destroyName = this->named( "destroyUdfQualifierFlexParser" );
-    const std::string cleanUpName = this->named( "cleanupUdfFlexParserFootprint" );
-    const std::string verifyName = this->named( "udfQualProgrammedInHwFlex" );
 };
 
 TYPED_TEST_SUITE( FlexParserOrderTest, Parsers );

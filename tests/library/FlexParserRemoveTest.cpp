@@ -67,8 +67,7 @@ TYPED_TEST( FlexParserRemoveTest, Remove_OtherChunks_DiesBeforeTheSecondIsDestro
 {
     this->freeChunksAre( 0 );
     this->readChunksAre( { 0b10, 0b100 } );
-    const std::string function = this->named( "destroyUdfQualifierFlexParser" );
-    this->expectRemovalDies( function.c_str(),
+    this->expectRemovalDies( "removeUdfs",
                              TypeParam::isHsdk ? "areBitmapEqual( progChunkBmap, chunkBmap )"
                                                : "progChunkBmap == chunkBmap",
                              qualsOf( { 1, 2 } ) );
@@ -111,14 +110,12 @@ TYPED_TEST( FlexParserRemoveTest, Remove_EachCallFails_IsFatal )
 {
     const QualIdList quals = this->made();
     const std::function< void() > removal = [ & ] { this->destroy( quals ); };
-    this->expectNthFatal( this->formatGet, TypeParam::formatCall, 1, removal );
-    this->expectNthFatal( this->chunksGet, TypeParam::chunksCall, 1, removal );
-    this->expectNthFatal( this->formatGet, TypeParam::formatCall, 2, removal );
-    const std::string function = "PeloraTcam::" + this->named( "destroyUdfQualifierFlexParser" );
-    this->expectNthFatal( { TypeParam::source, function.c_str(), "bcm_udf_destroy( unit, udfId )" },
-                          "bcm_udf_destroy",
-                          1,
-                          removal );
+    const SdkCallSite reading = this->formatGetOf( this->destroyName );
+    this->expectNthFatal( reading, TypeParam::formatCall, 1, removal );
+    this->expectNthFatal(
+        this->chunksGetOf( this->destroyName ), TypeParam::chunksCall, 1, removal );
+    this->expectNthFatal( reading, TypeParam::formatCall, 2, removal );
+    this->expectNthFatal( this->destroyOf( this->destroyName ), "bcm_udf_destroy", 1, removal );
 }
 
 TYPED_TEST( FlexParserRemoveTest, Remove_OneOfTwo_FreesItsChunkForTheNext )

@@ -219,18 +219,42 @@ class FlexParserScene : public UdfScene
         faulty.clearFaults();
     }
 
-    static constexpr SdkCallSite formatGet{
-        Parser::source,
-        "readFormat",
+    /// The site where one of the variant's functions reads a format.
+    SdkCallSite formatGetOf( const std::string& function ) { return siteIn( function, formatGet ); }
+
+    /// The site where one of the variant's functions reads the chunks of a UDF.
+    SdkCallSite chunksGetOf( const std::string& function ) { return siteIn( function, chunksGet ); }
+
+    /// The site where one of the variant's functions destroys a UDF.
+    SdkCallSite destroyOf( const std::string& function )
+    {
+        return siteIn( function, "bcm_udf_destroy( unit, udfId )" );
+    }
+
+    const std::string createName = named( "createUdfQualifierFlexParser" );
+    const std::string programName =
+        Parser::isHsdk ? "program_abstract_pkt_type_hsdk" : "program_abstract_pkt_type";
+    const std::string destroyName = named( "destroyUdfQualifierFlexParser" );
+    const std::string cleanUpName = named( "cleanupUdfFlexParserFootprint" );
+    const std::string verifyName = named( "udfQualProgrammedInHwFlex" );
+    const std::string positionsName = named( "getUdfChunkPosFlexParser" );
+    const std::string listName = named( "getAllProgrammedUdfIdsUdfFlexParser" );
+
+    static constexpr const char* formatGet =
         Parser::isHsdk ? "bcm_udf_multi_abstract_pkt_format_info_get( unit, apf, &pfi )"
-                       : "bcm_udf_abstract_pkt_format_info_get( unit, apf, &pfi )",
-    };
-    static constexpr SdkCallSite chunksGet{
-        Parser::source,
-        "readChunks",
+                       : "bcm_udf_abstract_pkt_format_info_get( unit, apf, &pfi )";
+    static constexpr const char* chunksGet =
         Parser::isHsdk ? "bcm_udf_multi_chunk_info_get( unit, udfId, &chunkInfo )"
-                       : "bcm_udf_chunk_info_get( unit, udfId, &chunkInfo )",
-    };
+                       : "bcm_udf_chunk_info_get( unit, udfId, &chunkInfo )";
+
+  private:
+    SdkCallSite siteIn( const std::string& function, const char* text )
+    {
+        const auto name = functions_.insert( "PeloraTcam::" + function ).first;
+        return { Parser::source, name->c_str(), text };
+    }
+
+    std::set< std::string > functions_; // What the sites point to.
 };
 
 } // namespace LibraryTest

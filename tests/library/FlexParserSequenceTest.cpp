@@ -71,7 +71,7 @@ class FlexParserSequenceTest : public FlexParserScene< Parser >
     /// SDK-6 traces what it has read of a format.
     static Steps formatLines()
     {
-        Steps lines = called( Scene::formatGet.text );
+        Steps lines = called( Scene::formatGet );
         if ( !Parser::isHsdk ) {
             lines.emplace_back( "getUdfReservedBitmap" );
         }
@@ -82,7 +82,7 @@ class FlexParserSequenceTest : public FlexParserScene< Parser >
     {
         const std::string arguments = "( unit, NULL, &chunkInfo, &udfId )";
         return joined(
-            { called( Scene::formatGet.text ), called( Parser::createCall + arguments, rc ) } );
+            { called( Scene::formatGet ), called( Parser::createCall + arguments, rc ) } );
     }
 
     /// What a removal writes before its first and after its last UDF, when these are free.
@@ -91,15 +91,15 @@ class FlexParserSequenceTest : public FlexParserScene< Parser >
         const std::string apf =
             Parser::isHsdk ? " apf: " + std::to_string( this->format() ) : std::string();
         return joined(
-            { { destroyName },
+            { { this->destroyName },
               formatLines(),
-              { destroyName + " mod: 5" + apf + " Flex bitmap start: " + shown( free ) } } );
+              { this->destroyName + " mod: 5" + apf + " Flex bitmap start: " + shown( free ) } } );
     }
 
     Steps removalEnd( Agent::U32 free ) const
     {
-        return joined(
-            { formatLines(), { destroyName + " mod: 5 Flex bitmap end: " + shown( free ) } } );
+        return joined( { formatLines(),
+                         { this->destroyName + " mod: 5 Flex bitmap end: " + shown( free ) } } );
     }
 
     /// A set of chunks that are free, as the variant shows it.
@@ -127,9 +127,6 @@ class FlexParserSequenceTest : public FlexParserScene< Parser >
         }
         EXPECT_THAT( written, ElementsAreArray( joined( expected ) ) );
     }
-
-    const std::string createName = this->named( "createUdfQualifierFlexParser" );
-    const std::string destroyName = this->named( "destroyUdfQualifierFlexParser" );
 
   private:
     using Scene = FlexParserScene< Parser >;
@@ -238,7 +235,7 @@ TYPED_TEST( FlexParserSequenceTest, Lines_OfARemoval_NameTheFormatBeforeTheUdfIs
             ? std::vector< std::string >()
             : std::vector{ " mod: 5 Abstract pkt format: " + std::to_string( this->format() ) };
     this->expectLines( { this->removalStart( 0xFFFE ),
-                         this->called( this->chunksGet.text ),
+                         this->called( this->chunksGet ),
                          udfFormat,
                          this->called( "bcm_udf_destroy( unit, udfId )" ),
                          this->removalEnd( 0xFFFF ) },
@@ -254,9 +251,9 @@ TYPED_TEST( FlexParserSequenceTest, Lines_OfAnAudit_FollowTheReadingOfEachUdf )
         name + "mod: 5 Chunk info offset: " + offset + " offset: 2",
         name + "mod: 5 Abstract pkt format: " + std::to_string( this->format() ) };
     this->expectLines( { { name + " mod: 5 ethType: 2048 appType: 0 offset: 2 length: 2" },
-                         this->called( this->chunksGet.text ),
+                         this->called( this->chunksGet ),
                          ofOneUdf,
-                         this->called( this->chunksGet.text ),
+                         this->called( this->chunksGet ),
                          ofOneUdf },
                        [ this ] {
                            this->verify( udfDescOf( 2, 2 ), qualsOf( { 1, 2 } ) );
@@ -267,7 +264,7 @@ TYPED_TEST( FlexParserSequenceTest, Lines_OfPositions_StartWithTheName )
 {
     this->readChunksAre( { 0b100 } );
     this->expectLines(
-        { { this->named( "getUdfChunkPosFlexParser" ) }, this->called( this->chunksGet.text ) },
+        { { this->named( "getUdfChunkPosFlexParser" ) }, this->called( this->chunksGet ) },
         [ this ] { static_cast< void >( TypeParam::positions( this->unit, qualsOf( { 1 } ) ) ); } );
 }
 

@@ -47,9 +47,9 @@ class FlexParserSilentFaultTest : public FlexParserScene< Parser >
         }
     }
 
-    void expectGone( const std::function< void() >& operation )
+    void expectGone( const std::string& function, const std::function< void() >& operation )
     {
-        this->expectFatalCall( this->chunksGet, -7, notFound, operation );
+        this->expectFatalCall( this->chunksGetOf( function ), -7, notFound, operation );
         faulty.clearFaults();
     }
 
@@ -97,9 +97,10 @@ TYPED_TEST( FlexParserSilentFaultTest, CreationDropped_IsFoundByAuditInventoryPo
     const QualIdList quals = this->made();
     EXPECT_EQ( this->chipText(), "" );
     EXPECT_EQ( TypeParam::list( this->unit ), UdfIdList() );
-    this->expectGone( [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
-    this->expectGone( [ & ] { static_cast< void >( TypeParam::positions( this->unit, quals ) ); } );
-    this->expectGone( [ & ] { this->destroy( quals ); } );
+    this->expectGone( this->verifyName, [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
+    this->expectGone( this->positionsName,
+                      [ & ] { static_cast< void >( TypeParam::positions( this->unit, quals ) ); } );
+    this->expectGone( this->destroyName, [ & ] { this->destroy( quals ); } );
 }
 
 // The chunk that it was to be on is still free, and the next UDF gets it.
@@ -135,8 +136,8 @@ TYPED_TEST( FlexParserSilentFaultTest, WrongIdFromCreation_IsFoundByTheAuditAndT
     this->corruptOnce( TypeParam::createCall, "udfId", 77 );
     const QualIdList quals = this->made();
     EXPECT_EQ( quals, qualsOf( { 77 } ) );
-    this->expectGone( [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
-    this->expectGone( [ & ] { this->destroy( quals ); } );
+    this->expectGone( this->verifyName, [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
+    this->expectGone( this->destroyName, [ & ] { this->destroy( quals ); } );
     EXPECT_EQ( TypeParam::list( this->unit ), udfsOf( { 1 } ) ) << "the one that nobody knows";
 }
 
@@ -322,7 +323,7 @@ TYPED_TEST( FlexParserSilentFaultTest, UdfLostByTheChip_IsFoundByAuditAndInvento
 {
     const QualIdList quals = this->made( udfDescOf( 2, 2 ) );
     this->chips.chip( this->unit )->flexParser()->stateIs( {} );
-    this->expectGone( [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
+    this->expectGone( this->verifyName, [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
     EXPECT_EQ( TypeParam::list( this->unit ), UdfIdList() );
 }
 

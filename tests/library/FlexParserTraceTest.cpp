@@ -173,10 +173,10 @@ TYPED_TEST( FlexParserTraceTest, List_Any_TracesUnitAndEachFormatsCount )
 
 TYPED_TEST( FlexParserTraceTest, ApiTrace_OfALife_HasEachCallWithItsCode )
 {
-    const std::string format = std::string( this->formatGet.text ) + " (rc:0)";
+    const std::string format = std::string( this->formatGet ) + " (rc:0)";
     const std::string create =
         std::string( TypeParam::createCall ) + "( unit, NULL, &chunkInfo, &udfId ) (rc:0)";
-    const std::string chunks = std::string( this->chunksGet.text ) + " (rc:0)";
+    const std::string chunks = std::string( this->chunksGet ) + " (rc:0)";
     EXPECT_THAT( this->apiLines( TypeParam::source, this->makeAndRemove( udfDescOf( 2, 2 ) ) ),
                  ElementsAre( format,
                               format,
@@ -243,7 +243,7 @@ TEST_F( Sdk6FlexParserTraceTest, Reserved_Any_TracesAllBitmapsInTheTextTraceOnly
 
 TEST_F( Sdk6FlexParserTraceTest, Reserved_ReadingFails_IsFatal )
 {
-    expectNthFatal( formatGet, Sdk6Parser::formatCall, 1, [ this ] {
+    expectNthFatal( formatGetOf( "getUdfReservedBitmap" ), Sdk6Parser::formatCall, 1, [ this ] {
         static_cast< void >( PeloraTcam::getUdfReservedBitmap( unit, format() ) );
     } );
 }

@@ -119,7 +119,7 @@ TYPED_TEST( FlexParserVerifyTest, Verify_FormatOfTheOtherVariant_Dies )
     };
     for ( const char* other : others ) {
         this->corruptFormat( this->format( other ) );
-        this->expectVerifyDies( "assertAllowedFormat", this->formatAssertion );
+        this->expectVerifyDies( "assertExtent", this->formatAssertion );
     }
 }
 
@@ -150,7 +150,7 @@ TYPED_TEST( FlexParserVerifyTest, Verify_SeveralDiffer_DiesByTheFirst )
     this->corrupt( TypeParam::chunksCall, "offset", 3 );
     this->expectVerifyDies( "assertExtent", this->offsetAssertion );
     this->corrupt( TypeParam::chunksCall, "abstract_pkt_format", 0 );
-    this->expectVerifyDies( "assertAllowedFormat", this->formatAssertion );
+    this->expectVerifyDies( "assertExtent", this->formatAssertion );
 }
 
 TYPED_TEST( FlexParserVerifyTest, Verify_OtherChunks_DiesAtTheSecond )
@@ -181,7 +181,7 @@ TYPED_TEST( FlexParserVerifyTest, Verify_AnotherChunkOrFormatOfTheLibrary_IsNotN
 TYPED_TEST( FlexParserVerifyTest, Verify_ReadingFails_IsFatal )
 {
     const QualIdList quals = this->made();
-    this->expectNthFatal( this->chunksGet, TypeParam::chunksCall, 1, [ & ] {
+    this->expectNthFatal( this->chunksGetOf( this->verifyName ), TypeParam::chunksCall, 1, [ & ] {
         this->verify( udfDescOf( 2, 2 ), quals );
     } );
 }
@@ -217,9 +217,10 @@ TYPED_TEST( FlexParserVerifyTest, Positions_OneChunkOfTwoUdfs_Dies )
 TYPED_TEST( FlexParserVerifyTest, Positions_ReadingFails_IsFatal )
 {
     const QualIdList quals = this->made();
-    this->expectNthFatal( this->chunksGet, TypeParam::chunksCall, 1, [ & ] {
-        static_cast< void >( TypeParam::positions( this->unit, quals ) );
-    } );
+    this->expectNthFatal(
+        this->chunksGetOf( this->positionsName ), TypeParam::chunksCall, 1, [ & ] {
+            static_cast< void >( TypeParam::positions( this->unit, quals ) );
+        } );
 }
 
 // ---- Inventory -------------------------------------------------------------------------------
@@ -290,6 +291,33 @@ TYPED_TEST( FlexParserVerifyTest, List_CountIsBeyondTheBuffer_StaysInside )
             return 0;
         };
     EXPECT_EQ( TypeParam::list( this->unit ), udfsOf( { 0 } ) );
+}
+
+// Whatever the SDK has written before it failed; also when it finds none.
+TYPED_TEST( FlexParserVerifyTest, List_CallFailsBehindItsOutput_TakesNothingOfIt )
+{
+    for ( const SdkFailure& failure : allSdkFailures() ) {
+        SCOPED_TRACE( failure.name );
+        this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get =
+            [ &, this ]( int, Format asked, int, bcm_udf_id_t* ids, int* count ) {
+                const bool fails = asked == this->format( ip6Format );
+                ids[ 0 ] = fails ? 66 : 8;
+                ids[ 1 ] = 67;
+                *count = fails ? 2 : 1;
+                return fails ? failure.rc : 0;
+            };
+        const TestSupport::TraceRecorder traces( udfFacility, 1U << 8 );
+        ::testing::internal::CaptureStderr();
+        EXPECT_EQ( TypeParam::list( this->unit ), udfsOf( { 8 } ) );
+        static_cast< void >( ::testing::internal::GetCapturedStderr() );
+        const std::string start = this->listName + " mod:5 abstract packet format: ";
+        EXPECT_THAT( traces.texts(),
+                     ::testing::Contains( start + std::to_string( this->format( ip6Format ) ) +
+                                          " has 0 UDFS" ) );
+        EXPECT_THAT(
+            traces.texts(),
+            ::testing::Contains( start + std::to_string( this->format() ) + " has 1 UDFS" ) );
+    }
 }
 
 TYPED_TEST( FlexParserVerifyTest, List_FormatWithoutUdfs_WritesNoErrorLine )

@@ -423,7 +423,7 @@ TEST_F( UdfModuleCreateTest, Create_UnknownInnerEtherType_Dies )
         desc.ethTypeIs( ethType );
         for ( const Agent::U16 inner : { Agent::U16{ 1 }, arp, Agent::U16{ 0xFFFF } } ) {
             desc.innerEtherTypeIs( inner );
-            expectAssertion( { udfSource, "describe", "" },
+            expectAssertion( { "PeloraTcam/UdfModuleRequest.cpp", "describeTunnel", "" },
                              "No support for GRE innerEtherType other than v4/v6",
                              [ & ] { create( desc ); } );
         }
