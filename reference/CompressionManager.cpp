@@ -300,7 +300,7 @@ bool CompressionManager::verify( const Record& record ) const
     int installed = 0;
     SDK_CHECKED_CALL( bcm_field_entry_installed_get, unit(), entry, &installed );
     AGENT_ASSERT( installed && "the entry is not in the hardware" );
-    const bcm_field_action_t action = Shim::sdk_->bcmFieldActionClassSet();
+    const bcm_field_action_t action = Shim::sdk().bcmFieldActionClassSet();
     Agent::U32 classId = 0;
     Agent::U32 unused = 0;
     SDK_CHECKED_CALL( bcm_field_action_get, unit(), entry, action, &classId, &unused );

@@ -130,7 +130,7 @@ bool EntryManager::install( EntryId entryId )
     const EntryTurn turn( records_, entryId );
     if ( !turn ) {
         return accepted( "bcm_field_entry_install",
-                         Shim::sdk_->BCM_E_NOT_FOUND() ); // It went before its turn came.
+                         Shim::sdk().BCM_E_NOT_FOUND() ); // It went before its turn came.
     }
     const int rc = SDK_TRACED_CALL( bcm_field_entry_install, unit_, sdkEntry( entryId ) );
     if ( !accepted( "bcm_field_entry_install", rc ) ) {
@@ -201,7 +201,7 @@ bool EntryManager::attachPolicer( EntryId entryId, PolicerId policerId )
     const EntryTurn turn( records_, entryId );
     if ( !turn ) {
         // It went before its turn came.
-        return accepted( "bcm_field_entry_policer_attach", Shim::sdk_->BCM_E_NOT_FOUND() );
+        return accepted( "bcm_field_entry_policer_attach", Shim::sdk().BCM_E_NOT_FOUND() );
     }
     if ( !attach( sdkEntry( entryId ), policerId ) ) {
         return false;
@@ -243,7 +243,7 @@ bool EntryManager::attachStatistic( EntryId entryId, int statId )
     const EntryTurn turn( records_, entryId );
     if ( !turn ) {
         return accepted( "bcm_field_entry_stat_attach",
-                         Shim::sdk_->BCM_E_NOT_FOUND() ); // It went before its turn came.
+                         Shim::sdk().BCM_E_NOT_FOUND() ); // It went before its turn came.
     }
     const int rc =
         SDK_TRACED_CALL( bcm_field_entry_stat_attach, unit_, sdkEntry( entryId ), statId );
@@ -317,12 +317,12 @@ void EntryManager::verify( bcm_field_entry_t entry,
                            const StillSeen& stillSeen ) const
 {
     int installed = 0;
-    if ( SDK_AUDIT_CALL( stillSeen, bcm_field_entry_installed_get( unit_, entry, &installed ) ) ) {
+    if ( SDK_AUDIT_CALL( stillSeen, bcm_field_entry_installed_get, unit_, entry, &installed ) ) {
         AGENT_ASSERT( ( installed != 0 ) == ( record.installed && !record.outdated ) );
     }
     verifyQualifiers( unit_, entry, record.desc.qualifiers, stillSeen );
     int priority = 0;
-    if ( SDK_AUDIT_CALL( stillSeen, bcm_field_entry_prio_get( unit_, entry, &priority ) ) ) {
+    if ( SDK_AUDIT_CALL( stillSeen, bcm_field_entry_prio_get, unit_, entry, &priority ) ) {
         AGENT_ASSERT( priority == record.desc.priority );
     }
     verifyActions( entry, record.desc.actions, stillSeen );
@@ -336,10 +336,13 @@ void EntryManager::verifyActions( bcm_field_entry_t entry,
     for ( const EntryAction& wanted : actions ) {
         const bcm_field_action_t action = PeloraTcam::getBcmAction( wanted.type );
         EntryAction inHardware{ wanted.type, 0, 0 };
-        if ( SDK_AUDIT_CALL(
-                 stillSeen,
-                 bcm_field_action_get(
-                     unit_, entry, action, &inHardware.param0, &inHardware.param1 ) ) ) {
+        if ( SDK_AUDIT_CALL( stillSeen,
+                             bcm_field_action_get,
+                             unit_,
+                             entry,
+                             action,
+                             &inHardware.param0,
+                             &inHardware.param1 ) ) {
             AGENT_ASSERT( inHardware == wanted );
         }
     }
@@ -351,13 +354,13 @@ void EntryManager::verifyAttachments( bcm_field_entry_t entry,
 {
     bcm_policer_t policer = 0;
     if ( record.desc.policer &&
-         SDK_AUDIT_CALL( stillSeen,
-                         bcm_field_entry_policer_get( unit_, entry, policerLevel, &policer ) ) ) {
+         SDK_AUDIT_CALL(
+             stillSeen, bcm_field_entry_policer_get, unit_, entry, policerLevel, &policer ) ) {
         AGENT_ASSERT( static_cast< PolicerId >( policer ) == *record.desc.policer );
     }
     int statId = 0;
     if ( record.statistic &&
-         SDK_AUDIT_CALL( stillSeen, bcm_field_entry_stat_get( unit_, entry, &statId ) ) ) {
+         SDK_AUDIT_CALL( stillSeen, bcm_field_entry_stat_get, unit_, entry, &statId ) ) {
         AGENT_ASSERT( statId == *record.statistic );
     }
 }

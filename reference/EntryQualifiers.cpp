@@ -237,8 +237,13 @@ void verifyRanges( int unit,
     std::array< int, most > inverts{};
     int actual = 0;
     if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_RangeCheck_get(
-                              unit, entry, most, ids.data(), inverts.data(), &actual ) ) ) {
+                          bcm_field_qualify_RangeCheck_get,
+                          unit,
+                          entry,
+                          most,
+                          ids.data(),
+                          inverts.data(),
+                          &actual ) ) {
         return;
     }
     std::set< EntryRange > inHardware;
@@ -258,8 +263,7 @@ void verifyClasses( int unit,
     const ClassRecords wanted( expected );
     bcm_field_src_class_t data;
     bcm_field_src_class_t mask;
-    if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_SrcClass_get( unit, entry, &data, &mask ) ) ) {
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_SrcClass_get, unit, entry, &data, &mask ) ) {
         return;
     }
     AGENT_ASSERT( isSame( data, wanted.data ) && isSame( mask, wanted.mask ) );

@@ -21,13 +21,13 @@ void addStage( bcm_field_qset_t& qset, StageType stage )
 {
     switch ( stage ) {
     case StageType::vfp:
-        Shim::sdk_->BCM_FIELD_QSET_ADD( &qset, Shim::sdk_->bcmFieldQualifyStageLookup() );
+        Shim::sdk().BCM_FIELD_QSET_ADD( &qset, Shim::sdk().bcmFieldQualifyStageLookup() );
         return;
     case StageType::ifp:
-        Shim::sdk_->BCM_FIELD_QSET_ADD( &qset, Shim::sdk_->bcmFieldQualifyStageIngress() );
+        Shim::sdk().BCM_FIELD_QSET_ADD( &qset, Shim::sdk().bcmFieldQualifyStageIngress() );
         return;
     case StageType::efp:
-        Shim::sdk_->BCM_FIELD_QSET_ADD( &qset, Shim::sdk_->bcmFieldQualifyStageEgress() );
+        Shim::sdk().BCM_FIELD_QSET_ADD( &qset, Shim::sdk().bcmFieldQualifyStageEgress() );
         return;
     case StageType::invalid:
         break;
@@ -79,7 +79,7 @@ std::optional< bcm_field_group_t > GroupManager::create( const GroupDesc& desc )
 bcm_field_group_config_t GroupManager::configOf( const GroupDesc& desc ) const
 {
     bcm_field_group_config_t config;
-    Shim::sdk_->bcm_field_group_config_t_init( &config );
+    Shim::sdk().bcm_field_group_config_t_init( &config );
     if ( desc.logicalId ) {
         config.group = static_cast< bcm_field_group_t >(
             PeloraTcam::generateSdk6GroupIdFormat( *desc.logicalId, desc.subId ) );
@@ -101,8 +101,8 @@ void GroupManager::verify( bcm_field_group_t group,
                            const StillSeen& stillSeen ) const
 {
     bcm_field_qset_t qset;
-    Shim::sdk_->BCM_FIELD_QSET_INIT( &qset );
-    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_group_get( unit_, group, &qset ) ) ) {
+    Shim::sdk().BCM_FIELD_QSET_INIT( &qset );
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_group_get, unit_, group, &qset ) ) {
         return;
     }
     const QualifierSet inHardware = PeloraTcam::getBcmQualifierSet( &qset );
@@ -115,13 +115,15 @@ bool GroupManager::destroy( bcm_field_group_t group )
     if ( !taken ) {
         return false;
     }
-    const auto isNoResult = []( int rc ) { return rc != Shim::sdk_->BCM_E_BUSY(); };
+    const auto isNoResult = []( int rc ) { return rc != Shim::sdk().BCM_E_BUSY(); };
     int rc = 0;
     try {
         rc = judgedCall( apiTraceHandle_,
                          SDK_CALL_SITE( "bcm_field_group_destroy( unit_, group )" ),
                          isNoResult,
-                         [ & ] { return Shim::sdk_->bcm_field_group_destroy( unit_, group ); } );
+                         &Shim::SdkAccess::bcm_field_group_destroy,
+                         unit_,
+                         group );
     } catch ( ... ) {
         records_.insert( std::move( taken ) );
         throw;

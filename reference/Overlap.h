@@ -28,6 +28,7 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -138,14 +139,17 @@ using StillSeen = std::function< bool() >;
 
 /// A call whose negative return code ends the process if `mustSucceed( rc )`, which is asked with
 /// the locks held again, and is a result otherwise.
-template< class Operation, class MustSucceed >
+template< class MustSucceed, class... Parameters >
 int judgedCall( const Agent::TraceHandle& handle,
                 const Shim::CallSite& site,
                 const MustSucceed& mustSucceed,
-                Operation&& operation )
+                int ( Shim::SdkAccess::*function )( Parameters... ),
+                std::type_identity_t< Parameters >... arguments )
 {
-    Shim::sdk_->preApiCall();
-    const int rc = Shim::callWithLocksReleased( operation );
+    Shim::SdkAccess& access = Shim::sdkFor( site );
+    access.preApiCall();
+    const int rc =
+        Shim::callWithLocksReleased( [ & ] { return ( access.*function )( arguments... ); } );
     if ( rc >= 0 || !mustSucceed( rc ) ) {
         Shim::maybeTraceCall( handle, site, rc );
     } else {
@@ -156,15 +160,16 @@ int judgedCall( const Agent::TraceHandle& handle,
 
 /// The checked call of an audit. False when what it reads has changed meanwhile: then neither the
 /// return code nor what was read says anything.
-template< class Operation >
+template< class... Parameters >
 bool auditCall( const Agent::TraceHandle& handle,
                 const Shim::CallSite& site,
                 const StillSeen& stillSeen,
-                Operation&& operation )
+                int ( Shim::SdkAccess::*function )( Parameters... ),
+                std::type_identity_t< Parameters >... arguments )
 {
     const auto isStillSeen = [ & ] { return !stillSeen || stillSeen(); };
-    judgedCall(
-        handle, site, [ & ]( int ) { return isStillSeen(); }, operation );
+    const auto mustSucceed = [ & ]( int ) { return isStillSeen(); };
+    judgedCall( handle, site, mustSucceed, function, arguments... );
     return isStillSeen();
 }
 
@@ -350,8 +355,10 @@ class SharedRecords
 
 } // namespace Reference
 
-/// The checked call of an audit (`Reference::auditCall`); its text is the call as written.
-#define SDK_AUDIT_CALL( stillSeen, ... )                                                           \
-    ::Reference::auditCall( apiTraceHandle_, SDK_CALL_SITE( #__VA_ARGS__ ), stillSeen, [ & ] {     \
-        return ::Shim::sdk_->__VA_ARGS__;                                                          \
-    } )
+/// The checked call of an audit (`Reference::auditCall`), as `SDK_CHECKED_CALL` is written.
+#define SDK_AUDIT_CALL( stillSeen, function, ... )                                                 \
+    ::Reference::auditCall( apiTraceHandle_,                                                       \
+                            SDK_CALL_SITE( #function "( " #__VA_ARGS__ " )" ),                     \
+                            stillSeen,                                                             \
+                            &::Shim::SdkAccess::function,                                          \
+                            __VA_ARGS__ )

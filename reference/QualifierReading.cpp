@@ -36,8 +36,11 @@ void verifyEtherType( int unit,
 {
     Masked< Agent::U16 > inHardware;
     if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_EtherType_get(
-                              unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+                          bcm_field_qualify_EtherType_get,
+                          unit,
+                          entry,
+                          &inHardware.value,
+                          &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == expected );
@@ -50,8 +53,11 @@ void verifyProtocol( int unit,
 {
     Masked< Agent::U8 > inHardware;
     if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_IpProtocol_get(
-                              unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+                          bcm_field_qualify_IpProtocol_get,
+                          unit,
+                          entry,
+                          &inHardware.value,
+                          &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == expected );
@@ -64,8 +70,11 @@ void verifySourcePort( int unit,
 {
     Masked< Agent::U16 > inHardware;
     if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_L4SrcPort_get(
-                              unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+                          bcm_field_qualify_L4SrcPort_get,
+                          unit,
+                          entry,
+                          &inHardware.value,
+                          &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == expected );
@@ -78,8 +87,11 @@ void verifyDestinationPort( int unit,
 {
     Masked< Agent::U16 > inHardware;
     if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_L4DstPort_get(
-                              unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+                          bcm_field_qualify_L4DstPort_get,
+                          unit,
+                          entry,
+                          &inHardware.value,
+                          &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == expected );
@@ -93,17 +105,19 @@ void verifySource( int unit,
     if ( expected.address.isV6() ) {
         bcm_ip6_t data;
         bcm_ip6_t mask;
-        if ( !SDK_AUDIT_CALL( stillSeen,
-                              bcm_field_qualify_SrcIp6_get( unit, entry, data, mask ) ) ) {
+        if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_SrcIp6_get, unit, entry, data, mask ) ) {
             return;
         }
         AGENT_ASSERT( isSame( Ip6Value( expected ), data, mask ) );
         return;
     }
     Masked< bcm_ip_t > inHardware;
-    if ( !SDK_AUDIT_CALL(
-             stillSeen,
-             bcm_field_qualify_SrcIp_get( unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+    if ( !SDK_AUDIT_CALL( stillSeen,
+                          bcm_field_qualify_SrcIp_get,
+                          unit,
+                          entry,
+                          &inHardware.value,
+                          &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == ip4Value( expected ) );
@@ -117,17 +131,19 @@ void verifyDestination( int unit,
     if ( expected.address.isV6() ) {
         bcm_ip6_t data;
         bcm_ip6_t mask;
-        if ( !SDK_AUDIT_CALL( stillSeen,
-                              bcm_field_qualify_DstIp6_get( unit, entry, data, mask ) ) ) {
+        if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_DstIp6_get, unit, entry, data, mask ) ) {
             return;
         }
         AGENT_ASSERT( isSame( Ip6Value( expected ), data, mask ) );
         return;
     }
     Masked< bcm_ip_t > inHardware;
-    if ( !SDK_AUDIT_CALL(
-             stillSeen,
-             bcm_field_qualify_DstIp_get( unit, entry, &inHardware.value, &inHardware.mask ) ) ) {
+    if ( !SDK_AUDIT_CALL( stillSeen,
+                          bcm_field_qualify_DstIp_get,
+                          unit,
+                          entry,
+                          &inHardware.value,
+                          &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == ip4Value( expected ) );

@@ -107,7 +107,7 @@ std::string_view RuleSetProgrammer::makeEntry( EntryDesc& desc, RuleSet& set, Ru
         return {};
     }
     const SdkRefusal& refusal = managers_.entries.lastRefusal();
-    const bool isGroupFull = refusal.rc == Shim::sdk_->BCM_E_FULL() &&
+    const bool isGroupFull = refusal.rc == Shim::sdk().BCM_E_FULL() &&
                              refusal.function == "bcm_field_entry_create" &&
                              managers_.entries.size( desc.group ) != 0;
     if ( !isGroupFull ) {

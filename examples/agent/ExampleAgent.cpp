@@ -86,11 +86,11 @@ void useUserDefinedField()
 bcm_field_group_t createGroup()
 {
     bcm_field_group_config_t config;
-    Shim::sdk_->bcm_field_group_config_t_init( &config );
+    Shim::sdk().bcm_field_group_config_t_init( &config );
     config.group =
         static_cast< bcm_field_group_t >( generateSdk6GroupIdFormat( logicalGroup, pipe ) );
     config.qset = getBcmQualifierSet( { QualifierType::srcIp, QualifierType::dstIp } );
-    Shim::sdk_->BCM_FIELD_QSET_ADD( &config.qset, Shim::sdk_->bcmFieldQualifyStageIngress() );
+    Shim::sdk().BCM_FIELD_QSET_ADD( &config.qset, Shim::sdk().bcmFieldQualifyStageIngress() );
     config.aset = getBcmActionSet( { ActionType::drop } );
     config.mode = getBcmTcamKeySize( TcamKeySize::doubleWide, stageIfp(), false );
     SDK_CHECKED_CALL( bcm_field_group_config_create, unit, &config );
