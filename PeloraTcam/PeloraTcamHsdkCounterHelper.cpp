@@ -59,14 +59,8 @@ struct Hits
 Hits readFlexctr( const Helper& helper, StageType stage, TcamEntryId entryId, CounterType type )
 {
     Hits hits;
-    flexctrManager().getFlexctr( helper.unit(),
-                                 stage,
-                                 helper.pipeId(),
-                                 helper.chipInfo(),
-                                 entryId,
-                                 packetTypeOfPair( type ),
-                                 hits.packets,
-                                 hits.bytes );
+    flexctrManager().getFlexctr( helper.unit(), stage, helper.pipeId(), helper.chipInfo(), entryId,
+                                 packetTypeOfPair( type ), hits.packets, hits.bytes );
     return hits;
 }
 
@@ -125,22 +119,14 @@ CounterInfo PeloraTcamHsdkCounterHelper::allocateCounter( StageType stage,
 {
     // A copy: the request may change while the manager has the locks released.
     const TcamEntryId entryId = requestedEntryId;
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "allocateCounter",
-                  " GroupId: 0x",
-                  Agent::hex( logicalGroupId ),
-                  " EntryId: 0x",
-                  Agent::hex( entryId ) );
+    Agent::trace( _defaultTraceHandle(), 9, "allocateCounter", " GroupId: 0x",
+                  Agent::hex( logicalGroupId ), " EntryId: 0x", Agent::hex( entryId ) );
     // DIFFERS: SDK-6 learns from the SDK's refusal that there is no room.
     const FlexctrObjectId object =
         counterObjectManager().getCounterObject( unit(), stage, pipeId(), priority );
     if ( object == Shim::sdk().BCM_FLEXCTR_INVALID_OBJECT() ) {
-        Agent::trace( _defaultTraceHandle(),
-                      1,
-                      "allocateCounter",
-                      "FlexctrObject unallocated for prio ",
-                      priority,
+        Agent::trace( _defaultTraceHandle(), 1, "allocateCounter",
+                      "FlexctrObject unallocated for prio ", priority,
                       " not allocating counters " );
         return {};
     }
@@ -165,15 +151,9 @@ bool PeloraTcamHsdkCounterHelper::freeCounter( StageType stage,
                                                const CounterInfo& counterInfo,
                                                TcamGroupPriority priority )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "freeCounter",
-                  " GroupId: 0x",
-                  Agent::hex( logicalGroupId ),
-                  " EntryId: 0x",
-                  Agent::hex( entryId ),
-                  " CounterId: 0x",
-                  Agent::hex( counterInfo.counterId ) );
+    Agent::trace( _defaultTraceHandle(), 9, "freeCounter", " GroupId: 0x",
+                  Agent::hex( logicalGroupId ), " EntryId: 0x", Agent::hex( entryId ),
+                  " CounterId: 0x", Agent::hex( counterInfo.counterId ) );
     flexctrManager().detachFlexctr( unit(), stage, pipeId(), chipInfo(), priority, entryId );
     return true;
 }
@@ -182,13 +162,8 @@ U64 PeloraTcamHsdkCounterHelper::getStatHits( unsigned entryId,
                                               CounterType counterType,
                                               StageType stage )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "getStatHits",
-                  " entryId: ",
-                  entryId,
-                  " counterType: ",
-                  counterType );
+    Agent::trace( _defaultTraceHandle(), 9, "getStatHits", " entryId: ", entryId,
+                  " counterType: ", counterType );
     // DIFFERS: with SDK-6 a type that is neither a byte nor a packet type is a failed assertion.
     const Hits hits = readFlexctr( *this, stage, entryId, counterType );
     return isByteType( counterType ) ? hits.bytes : hits.packets;
@@ -199,20 +174,14 @@ U64 PeloraTcamHsdkCounterHelper::getStatHits( unsigned entryId,
 
 U64 PeloraTcamHsdkCounterHelper::getPacketHits( const CounterInfo& counterInfo )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "getPacketHits",
-                  " CounterId 0x",
+    Agent::trace( _defaultTraceHandle(), 9, "getPacketHits", " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
     return sumOfHits( *this, counterInfo, isPacketType, &Hits::packets );
 }
 
 U64 PeloraTcamHsdkCounterHelper::getByteHits( const CounterInfo& counterInfo )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "getByteHits",
-                  " CounterId 0x",
+    Agent::trace( _defaultTraceHandle(), 9, "getByteHits", " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
     return sumOfHits( *this, counterInfo, isByteType, &Hits::bytes );
 }
@@ -223,13 +192,8 @@ S32 PeloraTcamHsdkCounterHelper::getCounterHwIdx( unsigned entryId,
                                                   CounterType counterType,
                                                   StageType stage )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "getCounterHwIdx",
-                  " entryId  ",
-                  entryId,
-                  " Type : ",
-                  counterType );
+    Agent::trace( _defaultTraceHandle(), 9, "getCounterHwIdx", " entryId  ", entryId,
+                  " Type : ", counterType );
     FlexctrManager& manager = flexctrManager();
     FlexctrActionIndexManager* const actionIndices = manager.actionIndexMgr();
     AGENT_ASSERT_AS( "flexctrManager->actionIndexMgr()", actionIndices );
@@ -245,15 +209,11 @@ S32 PeloraTcamHsdkCounterHelper::getCounterHwIdx( unsigned entryId,
 // DIFFERS: SDK-6 sets the counters of the set to 0, one by one.
 void PeloraTcamHsdkCounterHelper::clearHitsForEntry( const CounterInfo& counterInfo )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "clearHitsForEntry",
-                  " CounterId: 0x",
-                  Agent::hex( counterInfo.counterId ),
-                  " Clearing EntryId: 0x",
+    Agent::trace( _defaultTraceHandle(), 9, "clearHitsForEntry", " CounterId: 0x",
+                  Agent::hex( counterInfo.counterId ), " Clearing EntryId: 0x",
                   Agent::hex( counterInfo.entryId ) );
-    flexctrManager().clearFlexctr(
-        unit(), counterInfo.stage, pipeId(), chipInfo(), counterInfo.entryId, true );
+    flexctrManager().clearFlexctr( unit(), counterInfo.stage, pipeId(), chipInfo(),
+                                   counterInfo.entryId, true );
 }
 
 // DIFFERS: SDK-6 asks the SDK.
@@ -279,13 +239,8 @@ void PeloraTcamHsdkCounterHelper::configureCounter()
 void PeloraTcamHsdkCounterHelper::verifyCounters( unsigned statId,
                                                   const CounterStatus& counterStatus )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "verifyCounters",
-                  " stats: ",
-                  statId,
-                  " counter status: ",
-                  counterStatus );
+    Agent::trace( _defaultTraceHandle(), 9, "verifyCounters", " stats: ", statId,
+                  " counter status: ", counterStatus );
 }
 
 void PeloraTcamHsdkCounterHelper::handleInitialized()

@@ -50,8 +50,8 @@ const Agent::ModuleRecord& PeloraTcamHsdkPolicerHelper::typeData() const
 PolicerId PeloraTcamHsdkPolicerHelper::getPolicer( const Policer& policer, StageType stage )
 {
     // DIFFERS: the SDK-6 helper does not trace the stage.
-    Agent::trace(
-        _defaultTraceHandle(), 9, "getPolicer", " Stage: ", stage, " policer config: ", policer );
+    Agent::trace( _defaultTraceHandle(), 9, "getPolicer", " Stage: ", stage,
+                  " policer config: ", policer );
     PeloraTcamIdManager& idManager = getGeneralIdManager();
     if ( !idManager.canAllocateId( FeatureIdType::policer, stage ) ) {
         Agent::trace( _defaultTraceHandle(), 4, "No free policer ID available " );
@@ -68,10 +68,7 @@ PolicerId PeloraTcamHsdkPolicerHelper::getPolicer( const Policer& policer, Stage
     // DIFFERS: the SDK-6 helper makes a checked call, and asserts that the id is not 0.
     const int rc =
         SDK_TRACED_CALL_AS( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId )",
-                            bcm_policer_create,
-                            unit,
-                            &conf,
-                            ( bcm_policer_t* )&policerId );
+                            bcm_policer_create, unit, &conf, ( bcm_policer_t* )&policerId );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
         // KEPT: required: the error line, and the trace line of a positive code, name "rc" and not
         // the call.
@@ -87,13 +84,11 @@ PolicerId PeloraTcamHsdkPolicerHelper::getPolicer( const Policer& policer, Stage
 // DIFFERS: the SDK-6 helper has no id to give back, and traces nothing of its own.
 void PeloraTcamHsdkPolicerHelper::releasePolicer( PolicerId policerId, StageType stage )
 {
-    Agent::trace(
-        _defaultTraceHandle(), 9, "releasePolicer", " Stage: ", stage, " policer ID: ", policerId );
+    Agent::trace( _defaultTraceHandle(), 9, "releasePolicer", " Stage: ", stage,
+                  " policer ID: ", policerId );
     const int unit = sdkUnit( fapId() );
     SDK_CHECKED_CALL_AS( "bcm_policer_destroy( unit, ( bcm_policer_t )policerId )",
-                         bcm_policer_destroy,
-                         unit,
-                         ( bcm_policer_t )policerId );
+                         bcm_policer_destroy, unit, ( bcm_policer_t )policerId );
     getGeneralIdManager().freeId( FeatureIdType::policer, stage, policerId );
 }
 

@@ -61,12 +61,9 @@ readFormat( const Shim::CallSite& site, U32 unit, bcm_udf_abstract_pkt_format_t 
 {
     bcm_udf_multi_abstract_pkt_format_info_t pfi;
     Shim::sdk().bcm_udf_multi_abstract_pkt_format_info_t_init( &pfi );
-    Shim::checkedCall( apiTraceHandle_,
-                       site,
+    Shim::checkedCall( apiTraceHandle_, site,
                        &Shim::SdkAccess::bcm_udf_multi_abstract_pkt_format_info_get,
-                       static_cast< int >( unit ),
-                       apf,
-                       &pfi );
+                       static_cast< int >( unit ), apf, &pfi );
     return pfi;
 }
 
@@ -74,11 +71,8 @@ bcm_udf_multi_chunk_info_t readChunks( const Shim::CallSite& site, U32 unit, U32
 {
     bcm_udf_multi_chunk_info_t chunkInfo;
     Shim::sdk().bcm_udf_multi_chunk_info_t_init( &chunkInfo );
-    Shim::checkedCall( apiTraceHandle_,
-                       site,
-                       &Shim::SdkAccess::bcm_udf_multi_chunk_info_get,
-                       static_cast< int >( unit ),
-                       static_cast< bcm_udf_id_t >( udfId ),
+    Shim::checkedCall( apiTraceHandle_, site, &Shim::SdkAccess::bcm_udf_multi_chunk_info_get,
+                       static_cast< int >( unit ), static_cast< bcm_udf_id_t >( udfId ),
                        &chunkInfo );
     return chunkInfo;
 }
@@ -192,10 +186,8 @@ void removeUdfs( const RemovalSites& sites,
     const auto before = readFormat( sites.readStart, unit, apf );
     const ChunkSet start = chunksOf( before.chunk_2b_bmap_avail() );
     // DIFFERS: SDK-6 does not name the format here, and shows the reserved chunks.
-    // clang-format off
     traceUdf( 8, "destroyUdfQualifierFlexParserHsdk", " mod: ", unit, " apf: ", apf,
               " Flex bitmap start: ", start );
-    // clang-format on
 
     std::optional< ChunkSet > removed;
     for ( const U32 id : ids ) {
@@ -206,11 +198,8 @@ void removeUdfs( const RemovalSites& sites,
                          !removed || *removed == chunks );
         removed = chunks;
         // DIFFERS: SDK-6 traces the UDF's format.
-        Shim::checkedCall( apiTraceHandle_,
-                           sites.destroyUdf,
-                           &Shim::SdkAccess::bcm_udf_destroy,
-                           static_cast< int >( unit ),
-                           static_cast< bcm_udf_id_t >( id ) );
+        Shim::checkedCall( apiTraceHandle_, sites.destroyUdf, &Shim::SdkAccess::bcm_udf_destroy,
+                           static_cast< int >( unit ), static_cast< bcm_udf_id_t >( id ) );
     }
     // DIFFERS: SDK-6 checks that the chunks were reserved.
     assertChunksWereTaken( removed.value_or( ChunkSet() ), before.chunk_2b_bmap_avail() );
@@ -231,12 +220,9 @@ QualIdList createUdfQualifierFlexParserHsdk( U32 unit,
     int rc = Shim::sdk().BCM_E_NONE();
     QualIdList qualIds;
     UdfHwProgrammingFootprint hwFootprint;
-    // clang-format off
-    traceUdf( 4, "createUdfQualifierFlexParserHsdk", " mod:", unit,
-              " ethType: ", desc.ethType(),
-              " appType: ", static_cast< unsigned >( desc.appType() ),
-              " offset: ", desc.offset(), " length: ", desc.length() );
-    // clang-format on
+    traceUdf( 4, "createUdfQualifierFlexParserHsdk", " mod:", unit, " ethType: ", desc.ethType(),
+              " appType: ", static_cast< unsigned >( desc.appType() ), " offset: ", desc.offset(),
+              " length: ", desc.length() );
 
     // DIFFERS: SDK-6 reads which chunks are reserved, and traces it.
     const auto before = readFormat( SDK_CALL_SITE( readFormatText ), unit, apf );
@@ -251,8 +237,8 @@ QualIdList createUdfQualifierFlexParserHsdk( U32 unit,
         return cleanupUdfFlexParserFootprintHsdk( static_cast< int >( unit ), hwFootprint, apf );
     }
 
-    program_abstract_pkt_type_hsdk(
-        unit, desc, apf, chosenChunks( free, requested ), rc, qualIds, hwFootprint );
+    program_abstract_pkt_type_hsdk( unit, desc, apf, chosenChunks( free, requested ), rc, qualIds,
+                                    hwFootprint );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
         cleanupUdfFlexParserFootprintHsdk( static_cast< int >( unit ), hwFootprint, apf );
         qualIds.clear();
@@ -286,17 +272,12 @@ void program_abstract_pkt_type_hsdk( U32 unit,
 
     bcm_udf_id_t createdUdfId = 0;
     rc = SDK_TRACED_CALL_AS( "bcm_udf_multi_chunk_create( unit, NULL, &chunkInfo, &udfId )",
-                             bcm_udf_multi_chunk_create,
-                             static_cast< int >( unit ),
-                             nullptr,
-                             &chunkInfo,
-                             &createdUdfId );
+                             bcm_udf_multi_chunk_create, static_cast< int >( unit ), nullptr,
+                             &chunkInfo, &createdUdfId );
     if ( rc == Shim::sdk().BCM_E_RESOURCE() ) {
         // DIFFERS: SDK-6 neither traces this nor raises the log message.
-        // clang-format off
         traceUdf( 1, "mod : ", unit, "Out of hw resources to create UDF. apf=", apf,
                   " length=", length );
-        // clang-format on
         logHandles_.full.raise();
     }
     if ( rc == Shim::sdk().BCM_E_NONE() ) {
@@ -374,22 +355,17 @@ void udfQualProgrammedInHwFlexHsdk( U32 unit, const UdfDesc& udfDesc, const Qual
     const QualIdList ids = qualIds;
     const U32 offset = udfDesc.offset();
     const U32 length = udfDesc.length();
-    // clang-format off
-    traceUdf( 4, "udfQualProgrammedInHwFlexHsdk", " mod: ", unit,
-              " ethType: ", udfDesc.ethType(),
-              " appType: ", static_cast< unsigned >( udfDesc.appType() ),
-              " offset: ", offset, " length: ", length );
-    // clang-format on
+    traceUdf( 4, "udfQualProgrammedInHwFlexHsdk", " mod: ", unit, " ethType: ", udfDesc.ethType(),
+              " appType: ", static_cast< unsigned >( udfDesc.appType() ), " offset: ", offset,
+              " length: ", length );
 
     std::optional< ChunkSet > previous;
     for ( const U32 id : ids ) {
         const auto chunkInfo = readChunks( SDK_CALL_SITE( readChunksText ), unit, id );
-        // clang-format off
         traceUdf( 8, "udfQualProgrammedInHwFlexHsdk", "mod: ", unit,
                   " Chunk info offset: ", chunkInfo.offset(), " offset: ", offset );
         traceUdf( 8, "udfQualProgrammedInHwFlexHsdk", "mod: ", unit,
                   " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
-        // clang-format on
         assertExtent( chunkInfo, offset, length );
         const ChunkSet chunks = chunksOf( chunkInfo.two_byte_chunk_bmap() );
         // DIFFERS: SDK-6 does not compare them with those of a UDF on no chunk.
@@ -410,10 +386,8 @@ UdfIdList getAllProgrammedUdfIdsUdfFlexParserHsdk( U32 unit )
     UdfIdList list;
     for ( const bcm_udf_abstract_pkt_format_t absPktFmt : udfAbstractPktFmtHsdk() ) {
         const UdfsOfFormat udfs = readUdfsOfFormat( apiTraceHandle_, site, unit, absPktFmt );
-        // clang-format off
         traceUdf( 8, "getAllProgrammedUdfIdsUdfFlexParserHsdk", " mod:", unit,
                   " abstract packet format: ", absPktFmt, " has ", udfs.count, " UDFS" );
-        // clang-format on
         udfs.addTo( list );
     }
     return list;

@@ -36,17 +36,11 @@ bcm_field_entry_t etherTypeEntry( int unit, const CompressionData& compressionDa
 {
     bcm_field_entry_t entry = 0;
     SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupEtherType(), &entry )",
-                         bcm_field_entry_create,
-                         unit,
-                         compressionGroupEtherType(),
-                         &entry );
+                         bcm_field_entry_create, unit, compressionGroupEtherType(), &entry );
     SDK_CHECKED_CALL_AS( "bcm_field_qualify_EtherType( unit, entry, ( U16 "
                          ")compressionData.key().getU32Key(), 0xFFFF )",
-                         bcm_field_qualify_EtherType,
-                         unit,
-                         entry,
-                         ( U16 )compressionData.key().getU32Key(),
-                         0xFFFF );
+                         bcm_field_qualify_EtherType, unit, entry,
+                         ( U16 )compressionData.key().getU32Key(), 0xFFFF );
     return entry;
 }
 
@@ -54,17 +48,11 @@ bcm_field_entry_t ipProtoEntry( int unit, const CompressionData& compressionData
 {
     bcm_field_entry_t entry = 0;
     SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupIpProto(), &entry )",
-                         bcm_field_entry_create,
-                         unit,
-                         compressionGroupIpProto(),
-                         &entry );
+                         bcm_field_entry_create, unit, compressionGroupIpProto(), &entry );
     SDK_CHECKED_CALL_AS( "bcm_field_qualify_IpProtocol( unit, entry, ( U8 "
                          ")compressionData.key().getU32Key(), 0xFF )",
-                         bcm_field_qualify_IpProtocol,
-                         unit,
-                         entry,
-                         ( U8 )compressionData.key().getU32Key(),
-                         0xFF );
+                         bcm_field_qualify_IpProtocol, unit, entry,
+                         ( U8 )compressionData.key().getU32Key(), 0xFF );
     return entry;
 }
 
@@ -72,17 +60,11 @@ bcm_field_entry_t l4SrcPortEntry( int unit, const CompressionData& compressionDa
 {
     bcm_field_entry_t entry = 0;
     SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupL4SrcPort(), &entry )",
-                         bcm_field_entry_create,
-                         unit,
-                         compressionGroupL4SrcPort(),
-                         &entry );
+                         bcm_field_entry_create, unit, compressionGroupL4SrcPort(), &entry );
     SDK_CHECKED_CALL_AS( "bcm_field_qualify_L4SrcPort( unit, entry, ( U16 "
                          ")compressionData.key().getU32Key(), 0xFFFF )",
-                         bcm_field_qualify_L4SrcPort,
-                         unit,
-                         entry,
-                         ( U16 )compressionData.key().getU32Key(),
-                         0xFFFF );
+                         bcm_field_qualify_L4SrcPort, unit, entry,
+                         ( U16 )compressionData.key().getU32Key(), 0xFFFF );
     return entry;
 }
 
@@ -90,17 +72,11 @@ bcm_field_entry_t l4DstPortEntry( int unit, const CompressionData& compressionDa
 {
     bcm_field_entry_t entry = 0;
     SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupL4DstPort(), &entry )",
-                         bcm_field_entry_create,
-                         unit,
-                         compressionGroupL4DstPort(),
-                         &entry );
+                         bcm_field_entry_create, unit, compressionGroupL4DstPort(), &entry );
     SDK_CHECKED_CALL_AS( "bcm_field_qualify_L4DstPort( unit, entry, ( U16 "
                          ")compressionData.key().getU32Key(), 0xFFFF )",
-                         bcm_field_qualify_L4DstPort,
-                         unit,
-                         entry,
-                         ( U16 )compressionData.key().getU32Key(),
-                         0xFFFF );
+                         bcm_field_qualify_L4DstPort, unit, entry,
+                         ( U16 )compressionData.key().getU32Key(), 0xFFFF );
     return entry;
 }
 
@@ -121,29 +97,19 @@ bcm_field_entry_t srcIpEntry( int unit, const CompressionData& compressionData )
 {
     bcm_field_entry_t entry = 0;
     SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupSrcIp(), &entry )",
-                         bcm_field_entry_create,
-                         unit,
-                         compressionGroupSrcIp(),
-                         &entry );
+                         bcm_field_entry_create, unit, compressionGroupSrcIp(), &entry );
     if ( compressionData.key().getIpAddress().isV6() ) {
         const Ip6Prefix prefix( compressionData.key() );
         const auto& ip6Addr = prefix.address;
         const auto& ip6Mask = prefix.mask;
         SDK_CHECKED_CALL_AS( "bcm_field_qualify_SrcIp6( unit, entry, ip6Addr, ip6Mask )",
-                             bcm_field_qualify_SrcIp6,
-                             unit,
-                             entry,
-                             ip6Addr,
-                             ip6Mask );
+                             bcm_field_qualify_SrcIp6, unit, entry, ip6Addr, ip6Mask );
     } else {
         const U32 fullMask = ip4PrefixMask( compressionData.key().prefixLength() );
         SDK_CHECKED_CALL_AS( "bcm_field_qualify_SrcIp( unit, entry, "
                              "compressionData.key().getIpAddress().value(), fullMask )",
-                             bcm_field_qualify_SrcIp,
-                             unit,
-                             entry,
-                             compressionData.key().getIpAddress().value(),
-                             fullMask );
+                             bcm_field_qualify_SrcIp, unit, entry,
+                             compressionData.key().getIpAddress().value(), fullMask );
     }
     return entry;
 }
@@ -152,29 +118,19 @@ bcm_field_entry_t dstIpEntry( int unit, const CompressionData& compressionData )
 {
     bcm_field_entry_t entry = 0;
     SDK_CHECKED_CALL_AS( "bcm_field_entry_create( unit, compressionGroupDstIp(), &entry )",
-                         bcm_field_entry_create,
-                         unit,
-                         compressionGroupDstIp(),
-                         &entry );
+                         bcm_field_entry_create, unit, compressionGroupDstIp(), &entry );
     if ( compressionData.key().getIpAddress().isV6() ) {
         const Ip6Prefix prefix( compressionData.key() );
         const auto& ip6Addr = prefix.address;
         const auto& ip6Mask = prefix.mask;
         SDK_CHECKED_CALL_AS( "bcm_field_qualify_DstIp6( unit, entry, ip6Addr, ip6Mask )",
-                             bcm_field_qualify_DstIp6,
-                             unit,
-                             entry,
-                             ip6Addr,
-                             ip6Mask );
+                             bcm_field_qualify_DstIp6, unit, entry, ip6Addr, ip6Mask );
     } else {
         const U32 fullMask = ip4PrefixMask( compressionData.key().prefixLength() );
         SDK_CHECKED_CALL_AS( "bcm_field_qualify_DstIp( unit, entry, "
                              "compressionData.key().getIpAddress().value(), fullMask )",
-                             bcm_field_qualify_DstIp,
-                             unit,
-                             entry,
-                             compressionData.key().getIpAddress().value(),
-                             fullMask );
+                             bcm_field_qualify_DstIp, unit, entry,
+                             compressionData.key().getIpAddress().value(), fullMask );
     }
     return entry;
 }
@@ -236,15 +192,8 @@ U64 PeloraTcamSdk6CompressionHelper::getFieldCompressionEntry(
     const CompressionData& compressionData, U64 classId, PeloraCompressionTableType tableType )
 {
     Agent::trace( _defaultTraceHandle(), 9, "getFieldCompressionEntry" );
-    Agent::trace( _defaultTraceHandle(),
-                  7,
-                  "getFieldCompressionEntry",
-                  " compressionData ",
-                  compressionData,
-                  " classId ",
-                  classId,
-                  " tableType ",
-                  tableType );
+    Agent::trace( _defaultTraceHandle(), 7, "getFieldCompressionEntry", " compressionData ",
+                  compressionData, " classId ", classId, " tableType ", tableType );
 
     bcm_field_class_info_t class_info;
     class_info.action = Shim::sdk().bcmFieldActionClassSet();
@@ -253,12 +202,9 @@ U64 PeloraTcamSdk6CompressionHelper::getFieldCompressionEntry(
     const int unit = sdkUnit( fapId() );
     const bcm_field_entry_t entry = qualifiedEntry( unit, compressionData, tableType );
     SDK_CHECKED_CALL_AS( "bcm_field_action_class_add( unit, entry, &class_info )",
-                         bcm_field_action_class_add,
-                         unit,
-                         entry,
-                         &class_info );
-    SDK_CHECKED_CALL_AS(
-        "bcm_field_entry_install( unit, entry )", bcm_field_entry_install, unit, entry );
+                         bcm_field_action_class_add, unit, entry, &class_info );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_install( unit, entry )", bcm_field_entry_install, unit,
+                         entry );
     return static_cast< U64 >( std::int64_t{ entry } );
 }
 
@@ -268,17 +214,10 @@ void PeloraTcamSdk6CompressionHelper::releaseFieldCompressionEntry(
     U64 id, PeloraCompressionTableType tableType )
 {
     Agent::trace( _defaultTraceHandle(), 9, "releaseFieldCompressionEntry" );
-    Agent::trace( _defaultTraceHandle(),
-                  7,
-                  "releaseFieldCompressionEntry",
-                  " id ",
-                  id,
-                  " tableType ",
-                  tableType );
-    SDK_CHECKED_CALL_AS( "bcm_field_entry_remove( fapId().value(), id )",
-                         bcm_field_entry_remove,
-                         sdkUnit( fapId() ),
-                         static_cast< bcm_field_entry_t >( id ) );
+    Agent::trace( _defaultTraceHandle(), 7, "releaseFieldCompressionEntry", " id ", id,
+                  " tableType ", tableType );
+    SDK_CHECKED_CALL_AS( "bcm_field_entry_remove( fapId().value(), id )", bcm_field_entry_remove,
+                         sdkUnit( fapId() ), static_cast< bcm_field_entry_t >( id ) );
 }
 
 void PeloraTcamSdk6CompressionHelper::handleInitialized()

@@ -144,10 +144,7 @@ int PeloraTcamSdk6CounterHelper::attributeOperation( Agent::Node& node,
                                                      void* result )
 {
     return Agent::readableAttributes(
-        node,
-        field,
-        operation,
-        result,
+        node, field, operation, result,
         Agent::ReadableAttribute{ "evictionHelper", &Helper::evictionHelper } );
 }
 
@@ -194,13 +191,8 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
 {
     // Copies: the request may change while the locks are released.
     const TcamEntryId entryId = requestedEntryId;
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "allocateCounter",
-                  " GroupId: 0x",
-                  Agent::hex( logicalGroupId ),
-                  " EntryId: 0x",
-                  Agent::hex( entryId ) );
+    Agent::trace( _defaultTraceHandle(), 9, "allocateCounter", " GroupId: 0x",
+                  Agent::hex( logicalGroupId ), " EntryId: 0x", Agent::hex( entryId ) );
 
     CounterInfo allocated;
     std::array< bcm_field_stat_t, mostCounterTypes > statTypesList;
@@ -219,11 +211,7 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
     int sdkStatId = 0;
     const int rc = SDK_TRACED_CALL_AS(
         "bcm_field_stat_create( unit(), hardwareGroupId, statCount, statTypesList, &sdkStatId )",
-        bcm_field_stat_create,
-        sdkUnit,
-        hardwareGroupId,
-        statCount,
-        statTypesList.data(),
+        bcm_field_stat_create, sdkUnit, hardwareGroupId, statCount, statTypesList.data(),
         &sdkStatId );
     // DIFFERS: HSDK asks beforehand whether there is anything to allocate from.
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
@@ -231,10 +219,8 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
         return allocated;
     }
     SDK_CHECKED_CALL_AS( "bcm_field_entry_stat_attach( unit(), entryId, sdkStatId )",
-                         bcm_field_entry_stat_attach,
-                         sdkUnit,
-                         static_cast< bcm_field_entry_t >( entryId ),
-                         sdkStatId );
+                         bcm_field_entry_stat_attach, sdkUnit,
+                         static_cast< bcm_field_entry_t >( entryId ), sdkStatId );
     allocated.counterId = counterIdInc();
     allocated.stage = stage;
     allocated.logicalGroupId = logicalGroupId;
@@ -250,39 +236,25 @@ bool PeloraTcamSdk6CounterHelper::freeCounter( StageType,
                                                const CounterInfo& counterInfo,
                                                TcamGroupPriority )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "freeCounter",
-                  " GroupId: 0x",
-                  Agent::hex( logicalGroupId ),
-                  " EntryId: 0x",
-                  Agent::hex( entryId ),
-                  " CounterId: 0x",
-                  Agent::hex( counterInfo.counterId ) );
+    Agent::trace( _defaultTraceHandle(), 9, "freeCounter", " GroupId: 0x",
+                  Agent::hex( logicalGroupId ), " EntryId: 0x", Agent::hex( entryId ),
+                  " CounterId: 0x", Agent::hex( counterInfo.counterId ) );
 
     const int sdkUnit = static_cast< int >( unit() );
     const int statId = static_cast< int >( counterInfo.statId );
     const auto entry = static_cast< bcm_field_entry_t >( entryId );
     SDK_CHECKED_CALL_AS( "bcm_field_entry_stat_detach( unit(), entryId, statId )",
-                         bcm_field_entry_stat_detach,
-                         sdkUnit,
-                         entry,
-                         statId );
-    SDK_CHECKED_CALL_AS(
-        "bcm_field_stat_destroy( unit(), statId )", bcm_field_stat_destroy, sdkUnit, statId );
+                         bcm_field_entry_stat_detach, sdkUnit, entry, statId );
+    SDK_CHECKED_CALL_AS( "bcm_field_stat_destroy( unit(), statId )", bcm_field_stat_destroy,
+                         sdkUnit, statId );
     return true;
 }
 
 // KEPT: what was read is given whatever the return code.
 U64 PeloraTcamSdk6CounterHelper::getStatHits( unsigned statId, CounterType counterType, StageType )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "getStatHits",
-                  " StatId: ",
-                  statId,
-                  " counterType: ",
-                  counterType );
+    Agent::trace( _defaultTraceHandle(), 9, "getStatHits", " StatId: ", statId,
+                  " counterType: ", counterType );
     const EvictionHelper eviction = evictionHelper();
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
 
@@ -313,10 +285,7 @@ U64 PeloraTcamSdk6CounterHelper::getStatHits( unsigned statId, CounterType count
 
 U64 PeloraTcamSdk6CounterHelper::getPacketHits( const CounterInfo& counterInfo )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "getPacketHits",
-                  " CounterId 0x",
+    Agent::trace( _defaultTraceHandle(), 9, "getPacketHits", " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
     EvictionHelper eviction = evictionHelper();
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
@@ -326,10 +295,7 @@ U64 PeloraTcamSdk6CounterHelper::getPacketHits( const CounterInfo& counterInfo )
 
 U64 PeloraTcamSdk6CounterHelper::getByteHits( const CounterInfo& counterInfo )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "getByteHits",
-                  " CounterId 0x",
+    Agent::trace( _defaultTraceHandle(), 9, "getByteHits", " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
     EvictionHelper eviction = evictionHelper();
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
@@ -342,8 +308,8 @@ S32 PeloraTcamSdk6CounterHelper::getCounterHwIdx( unsigned statId,
                                                   CounterType counterType,
                                                   StageType )
 {
-    Agent::trace(
-        _defaultTraceHandle(), 9, "getCounterHwIdx", " statId  ", statId, " Type : ", counterType );
+    Agent::trace( _defaultTraceHandle(), 9, "getCounterHwIdx", " statId  ", statId,
+                  " Type : ", counterType );
     const S32 invalidIndex = Shim::sdk().BCM_FIELD_STAT_INVALID_INDEX();
     if ( !evictionHelper()->poolIndicesAvailable() ) {
         return invalidIndex;
@@ -358,48 +324,21 @@ S32 PeloraTcamSdk6CounterHelper::getCounterHwIdx( unsigned statId,
     const int rc = SDK_TRACED_CALL_AS(
         "korvel_bcm_esw_field_stat_pool_index_get( unit(), statId, ( bcm_field_stat_t )bcmField, "
         "&poolId, &poolType, &indices[ 0 ], &indices[ 1 ], &indices[ 2 ], &bcmpipe )",
-        korvel_bcm_esw_field_stat_pool_index_get,
-        sdkUnit,
-        static_cast< int >( statId ),
-        bcmField,
-        &poolId,
-        &poolType,
-        &indices[ 0 ],
-        &indices[ 1 ],
-        &indices[ 2 ],
-        &bcmpipe );
+        korvel_bcm_esw_field_stat_pool_index_get, sdkUnit, static_cast< int >( statId ), bcmField,
+        &poolId, &poolType, &indices[ 0 ], &indices[ 1 ], &indices[ 2 ], &bcmpipe );
     AGENT_ASSERT_AS( "BCM_E_NONE == rc", rc == Shim::sdk().BCM_E_NONE() );
 
-    Agent::trace( _defaultTraceHandle(),
-                  6,
-                  "statId : ",
-                  statId,
-                  " bcmField: ",
-                  bcmField,
-                  " poolId: ",
-                  poolId,
-                  " bcmpipe: ",
-                  bcmpipe,
-                  " unit: ",
-                  unit(),
-                  " Indices: ",
-                  indices[ 0 ],
-                  ", ",
-                  indices[ 1 ],
-                  ", ",
-                  indices[ 2 ],
-                  " CounterType: ",
-                  counterType );
+    Agent::trace( _defaultTraceHandle(), 6, "statId : ", statId, " bcmField: ", bcmField,
+                  " poolId: ", poolId, " bcmpipe: ", bcmpipe, " unit: ", unit(),
+                  " Indices: ", indices[ 0 ], ", ", indices[ 1 ], ", ", indices[ 2 ],
+                  " CounterType: ", counterType );
     return indices[ 0 ];
 }
 
 // DIFFERS: HSDK clears all flex counters of the entry at once, whatever the set.
 void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterInfo )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "clearHitsForEntry",
-                  " CounterId: 0x",
+    Agent::trace( _defaultTraceHandle(), 9, "clearHitsForEntry", " CounterId: 0x",
                   Agent::hex( counterInfo.counterId ) );
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", evictionHelper() );
 
@@ -412,16 +351,13 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
         const bcm_field_stat_t statType = translateStatType( type );
         SDK_CHECKED_CALL_AS(
             "bcm_field_stat_set( unit(), statId, translateStatType( counterIter.key() ), 0 )",
-            bcm_field_stat_set,
-            static_cast< int >( sdkUnit ),
-            static_cast< int >( statId ),
-            statType,
-            0 );
+            bcm_field_stat_set, static_cast< int >( sdkUnit ), static_cast< int >( statId ),
+            statType, 0 );
         // The one that the agent has now. It may wait until the SDK has read the statistic.
         const EvictionHelper eviction = evictionHelper();
         Shim::callWithLocksReleased( [ & ] {
-            eviction->clearEvictionCounter(
-                sdkUnit, statId, statType, statPacketClear, statByteClear );
+            eviction->clearEvictionCounter( sdkUnit, statId, statType, statPacketClear,
+                                            statByteClear );
         } );
     }
 }
@@ -437,8 +373,8 @@ bool PeloraTcamSdk6CounterHelper::isStatIdInstalledInHardware( unsigned statId )
 // DIFFERS: HSDK does not trace it.
 void PeloraTcamSdk6CounterHelper::maybeClearHitsAfterEntryInstall( unsigned statId )
 {
-    Agent::trace(
-        _defaultTraceHandle(), 9, "maybeClearHitsAfterEntryInstall", " StatId: ", statId );
+    Agent::trace( _defaultTraceHandle(), 9, "maybeClearHitsAfterEntryInstall",
+                  " StatId: ", statId );
 }
 
 void PeloraTcamSdk6CounterHelper::handleFlashDownload()
@@ -457,13 +393,8 @@ void PeloraTcamSdk6CounterHelper::configureCounter()
 void PeloraTcamSdk6CounterHelper::verifyCounters( unsigned statId,
                                                   const CounterStatus& counterStatus )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "verifyCounters",
-                  " stats: ",
-                  statId,
-                  " counter status: ",
-                  counterStatus );
+    Agent::trace( _defaultTraceHandle(), 9, "verifyCounters", " stats: ", statId,
+                  " counter status: ", counterStatus );
     for ( const CounterType type : CounterTypeList( counterStatus ) ) {
         if ( isByteType( type ) ) {
             proveReadable( *this, statId, type, getBytes, SDK_CALL_SITE( getBytesText ) );

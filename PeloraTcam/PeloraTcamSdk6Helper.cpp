@@ -63,23 +63,15 @@ constexpr U32 lookupsLine = __LINE__;
 #define TRANSLATION_LOOKUP( fromType, toType, lookup, map, assertion )                             \
     toType lookup( fromType value )                                                                \
     {                                                                                              \
-        return Translations::lookUp(                                                               \
-            map, value, assertion, { lookupsFile, lookupsLine, __PRETTY_FUNCTION__ } );            \
+        return Translations::lookUp( map, value, assertion,                                        \
+                                     { lookupsFile, lookupsLine, __PRETTY_FUNCTION__ } );          \
     }
-#define TRANSLATION_BOTH_WAYS( forwardMap,                                                         \
-                               reverseMap,                                                         \
-                               builder,                                                            \
-                               agentType,                                                          \
-                               sdkType,                                                            \
-                               forwardLookup,                                                      \
-                               reverseLookup,                                                      \
-                               forwardAssertion,                                                   \
-                               reverseAssertion,                                                   \
-                               ... )                                                               \
+#define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
+                               reverseLookup, forwardAssertion, reverseAssertion, ... )            \
     TRANSLATION_LOOKUP( agentType, sdkType, forwardLookup, forwardMap, forwardAssertion )          \
     TRANSLATION_LOOKUP( sdkType, agentType, reverseLookup, reverseMap, reverseAssertion )
-#define TRANSLATION_ONE_WAY(                                                                       \
-    forwardMap, builder, agentType, sdkType, forwardLookup, forwardAssertion, ... )                \
+#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
+                             forwardAssertion, ... )                                               \
     TRANSLATION_LOOKUP( agentType, sdkType, forwardLookup, forwardMap, forwardAssertion )
 #include "PeloraTcam/TranslationMaps.def"
 #undef TRANSLATION_LOOKUP
@@ -113,16 +105,14 @@ void initializeBcmActionMap()
 
 bcm_field_qualify_t getBcmQualifier( QualifierType qtype )
 {
-    return Translations::lookUp( qualifierMap,
-                                 qtype,
+    return Translations::lookUp( qualifierMap, qtype,
                                  "qualifierMap.find( qtype ) != qualifierMap.end()",
                                  { __FILE__, __LINE__, __PRETTY_FUNCTION__ } );
 }
 
 QualifierType getBcmQualifier( bcm_field_qualify_t qual )
 {
-    return Translations::lookUp( qualifierReverseMap,
-                                 qual,
+    return Translations::lookUp( qualifierReverseMap, qual,
                                  "qualifierReverseMap.find( qual ) != qualifierReverseMap.end()",
                                  { __FILE__, __LINE__, __PRETTY_FUNCTION__ } );
 }
@@ -264,15 +254,8 @@ bcm_field_group_mode_t getBcmTcamKeySize( TcamKeySize::TcamKeySizeValue keySize,
                                           StageType stage,
                                           bool narrowWideTcamWidthSupport )
 {
-    Agent::trace( _defaultTraceHandle(),
-                  4,
-                  "getBcmTcamKeySize",
-                  " keySize ",
-                  keySize,
-                  " stage ",
-                  stage,
-                  " narrowWideTcamWidthSupport ",
-                  narrowWideTcamWidthSupport );
+    Agent::trace( _defaultTraceHandle(), 4, "getBcmTcamKeySize", " keySize ", keySize, " stage ",
+                  stage, " narrowWideTcamWidthSupport ", narrowWideTcamWidthSupport );
     const bcm_field_group_mode_t mode =
         groupModeOfKeySize( keySize, stage, narrowWideTcamWidthSupport );
     Agent::trace( _defaultTraceHandle(), 4, "getBcmTcamKeySize", " returns: ", mode );

@@ -40,8 +40,8 @@ namespace PeloraTcam {
 
 /// A map from the agent's values to the SDK's, the one back, their builder, and the lookups. A
 /// lookup of a value that is not in its map ends the process.
-#define TRANSLATION_BOTH_WAYS(                                                                     \
-    forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, reverseLookup, ... )       \
+#define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
+                               reverseLookup, ... )                                                \
     extern PELORA_TCAM_EXPORT std::map< agentType, sdkType > forwardMap;                           \
     extern PELORA_TCAM_EXPORT std::map< sdkType, agentType > reverseMap;                           \
     PELORA_TCAM_EXPORT void builder();                                                             \

@@ -115,10 +115,7 @@ PolicerId PeloraTcamSdk6PolicerHelper::getPolicer( const Policer& policer, Stage
     bcm_policer_config_t conf = getBcmPolicerConfig( policer );
     PolicerId policerId = invalidPolicerId;
     SDK_CHECKED_CALL_AS( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId )",
-                         bcm_policer_create,
-                         unit,
-                         &conf,
-                         ( bcm_policer_t* )&policerId );
+                         bcm_policer_create, unit, &conf, ( bcm_policer_t* )&policerId );
     AGENT_ASSERT( policerId && "Failed to allocate Policer" );
 
     Agent::trace( _defaultTraceHandle(), 4, "getPolicer", "Created policer id : ", policerId );
@@ -130,9 +127,7 @@ void PeloraTcamSdk6PolicerHelper::releasePolicer( PolicerId policerId, StageType
 {
     const int unit = sdkUnit( fapId() );
     SDK_CHECKED_CALL_AS( "bcm_policer_destroy( unit, ( bcm_policer_t )policerId )",
-                         bcm_policer_destroy,
-                         unit,
-                         ( bcm_policer_t )policerId );
+                         bcm_policer_destroy, unit, ( bcm_policer_t )policerId );
 }
 
 void PeloraTcamSdk6PolicerHelper::verifyTcamSanity(
@@ -140,21 +135,14 @@ void PeloraTcamSdk6PolicerHelper::verifyTcamSanity(
 {
     // A reference of its own: the caller's may go while the locks are released.
     const Agent::Ptr< const PolicerData > record = policerData;
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "verifyTcamSanity",
-                  " Policer: ",
-                  record->policerCfg(),
-                  " PolicerId: ",
-                  record->policerId() );
+    Agent::trace( _defaultTraceHandle(), 9, "verifyTcamSanity", " Policer: ", record->policerCfg(),
+                  " PolicerId: ", record->policerId() );
 
     bcm_policer_config_t conf;
     Shim::sdk().bcm_policer_config_t_init( &conf );
     SDK_CHECKED_CALL_AS( "bcm_policer_get( unit, policerData->policerId(), &conf )",
-                         bcm_policer_get,
-                         sdkUnit( fapId() ),
-                         static_cast< bcm_policer_t >( record->policerId() ),
-                         &conf );
+                         bcm_policer_get, sdkUnit( fapId() ),
+                         static_cast< bcm_policer_t >( record->policerId() ), &conf );
 
     const Policer inHardware = agentPolicer( conf, record->policerCfg() );
     AGENT_ASSERT_AS( "( policerCfg == policerData->policerCfg() ) && "

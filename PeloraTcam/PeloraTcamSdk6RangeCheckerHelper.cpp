@@ -79,17 +79,8 @@ const Agent::ModuleRecord& PeloraTcamSdk6RangeCheckerHelper::typeData() const
 RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeCheckerDesc& desc )
 {
     const FapId fap = fapId();
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "getRangeChecker",
-                  "unit: ",
-                  fap.value(),
-                  " high:",
-                  desc.high,
-                  " low:",
-                  desc.low,
-                  " type:",
-                  desc.type );
+    Agent::trace( _defaultTraceHandle(), 9, "getRangeChecker", "unit: ", fap.value(),
+                  " high:", desc.high, " low:", desc.low, " type:", desc.type );
 
     bcm_range_config_t conf;
     Shim::sdk().bcm_range_config_t_init( &conf );
@@ -98,18 +89,14 @@ RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeChe
     conf.instance = pipeId();
     conf.rtype = sdkRangeType( desc.type );
 
-    const int rc = SDK_TRACED_CALL_AS(
-        "bcm_range_create( unit, 0, &conf )", bcm_range_create, sdkUnit( fap ), 0, &conf );
+    const int rc = SDK_TRACED_CALL_AS( "bcm_range_create( unit, 0, &conf )", bcm_range_create,
+                                       sdkUnit( fap ), 0, &conf );
     if ( rc == Shim::sdk().BCM_E_NONE() ) {
         return conf.rid;
     }
     if ( _defaultTraceHandle().enabled( 0 ) ) {
-        Agent::trace( _defaultTraceHandle(),
-                      0,
-                      "Failed to allocate range checker! due to rc: ",
-                      rc,
-                      " ",
-                      Shim::sdk().sdkErrorText( rc ) );
+        Agent::trace( _defaultTraceHandle(), 0, "Failed to allocate range checker! due to rc: ", rc,
+                      " ", Shim::sdk().sdkErrorText( rc ) );
     }
     return invalidRangeCheckerId;
 }
@@ -117,17 +104,10 @@ RangeCheckerId PeloraTcamSdk6RangeCheckerHelper::getRangeChecker( const RangeChe
 void PeloraTcamSdk6RangeCheckerHelper::releaseRangeChecker( RangeCheckerId rangeCheckerId )
 {
     const FapId fap = fapId();
-    Agent::trace( _defaultTraceHandle(),
-                  9,
-                  "releaseRangeChecker",
-                  "unit:",
-                  fap.value(),
-                  " rangeCheckerId:",
-                  Agent::hex( rangeCheckerId ) );
-    SDK_CHECKED_CALL_AS( "bcm_range_destroy( unit, rangeCheckerId )",
-                         bcm_range_destroy,
-                         sdkUnit( fap ),
-                         rangeCheckerId );
+    Agent::trace( _defaultTraceHandle(), 9, "releaseRangeChecker", "unit:", fap.value(),
+                  " rangeCheckerId:", Agent::hex( rangeCheckerId ) );
+    SDK_CHECKED_CALL_AS( "bcm_range_destroy( unit, rangeCheckerId )", bcm_range_destroy,
+                         sdkUnit( fap ), rangeCheckerId );
 }
 
 void PeloraTcamSdk6RangeCheckerHelper::verifyTcamSanity(
@@ -135,13 +115,9 @@ void PeloraTcamSdk6RangeCheckerHelper::verifyTcamSanity(
 {
     // A reference of its own: the caller's may go while the locks are released.
     const Agent::Ptr< const RangeCheckerData > record = rangeCheckerData;
-    Agent::trace( _defaultTraceHandle(),
-                  8,
-                  "verifyTcamSanity",
-                  " RangeCheckerDesc: ",
-                  record->checkerDesc(),
-                  " RangeCheckerId: ",
-                  record->rangeCheckerId() );
+    Agent::trace( _defaultTraceHandle(), 8, "verifyTcamSanity",
+                  " RangeCheckerDesc: ", record->checkerDesc(),
+                  " RangeCheckerId: ", record->rangeCheckerId() );
 
     bcm_range_config_t conf;
     Shim::sdk().bcm_range_config_t_init( &conf );
@@ -158,8 +134,7 @@ void PeloraTcamSdk6RangeCheckerHelper::verifyTcamSanity(
 void PeloraTcamSdk6RangeCheckerHelper::handleInitialized()
 {
     Agent::trace(
-        _defaultTraceHandle(),
-        9,
+        _defaultTraceHandle(), 9,
         "virtual void PeloraTcam::PeloraTcamSdk6RangeCheckerHelper::handleInitialized()" );
 }
 

@@ -76,9 +76,7 @@ bcm_udf_layer_t getUdfLayer( UdfOffsetBase base )
         break;
     }
     // Required: this name of the function, whatever the compiler makes of it.
-    Agent::assertionFailed( "Invalid base UdfBasePacketStart_ used",
-                            __FILE__,
-                            __LINE__,
+    Agent::assertionFailed( "Invalid base UdfBasePacketStart_ used", __FILE__, __LINE__,
                             "bcm_udf_layer_t PeloraTcam::getUdfLayer(PeloraTcam::UdfOffsetBase)" );
 }
 
@@ -156,11 +154,7 @@ bool UdfModuleCreation::describe()
 bool UdfModuleCreation::createUdf()
 {
     const int rc = SDK_TRACED_CALL_AS( "bcm_udf_create( unit, &hints, &udf, &udfId )",
-                                       bcm_udf_create,
-                                       sdkUnit_,
-                                       &hints_,
-                                       &udf_,
-                                       &udfId_ );
+                                       bcm_udf_create, sdkUnit_, &hints_, &udf_, &udfId_ );
     if ( rc == Shim::sdk().BCM_E_RESOURCE() ) {
         reportFull( 1, "Out of hw resources to create UDF. udf: base=", udfDesc_ );
     }
@@ -175,17 +169,13 @@ bool UdfModuleCreation::createUdf()
 
 void UdfModuleCreation::traceFields( const bcm_udf_pkt_format_info_t& stored ) const
 {
-    // clang-format off
-    traceUdf( 8, " Packet fields: ",
-              " EtherType: ", pktFmt_.ethertype(), " ", stored.ethertype(),
-              " L2: ", pktFmt_.l2(), " ", stored.l2(),
-              " Vlan: ", pktFmt_.vlan_tag(), " ", stored.vlan_tag(),
-              " Outer Ip: ", pktFmt_.outer_ip(), " ", stored.outer_ip(),
+    traceUdf( 8, " Packet fields: ", " EtherType: ", pktFmt_.ethertype(), " ", stored.ethertype(),
+              " L2: ", pktFmt_.l2(), " ", stored.l2(), " Vlan: ", pktFmt_.vlan_tag(), " ",
+              stored.vlan_tag(), " Outer Ip: ", pktFmt_.outer_ip(), " ", stored.outer_ip(),
               " Tunnel: ", pktFmt_.tunnel(), " ", stored.tunnel(),
               " ip_protocol: ", pktFmt_.ip_protocol(), " ", stored.ip_protocol(),
               " ip_protocol_mask: ", pktFmt_.ip_protocol_mask(), " ", stored.ip_protocol_mask(),
               " inner_ip: ", pktFmt_.inner_ip(), " ", stored.inner_ip() );
-    // clang-format on
 }
 
 void UdfModuleCreation::findPktFmtToShare()
@@ -196,9 +186,7 @@ void UdfModuleCreation::findPktFmtToShare()
         bcm_udf_pkt_format_info_t stored;
         Shim::sdk().bcm_udf_pkt_format_info_t_init( &stored );
         SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_info_get( unit, iter.key().value(), &tmpFmt )",
-                             bcm_udf_pkt_format_info_get,
-                             sdkUnit_,
-                             getBcmUdfPktFmtId( key ),
+                             bcm_udf_pkt_format_info_get, sdkUnit_, getBcmUdfPktFmtId( key ),
                              &stored );
         traceFields( stored );
         // While the SDK was called entries may have come and gone, this one too.
@@ -216,11 +204,7 @@ bool UdfModuleCreation::createPktFmt()
     traceUdf( 8, " Creating new pkt format object" );
     const int rc =
         SDK_TRACED_CALL_AS( "bcm_udf_pkt_format_create( unit, options, &pktFmt, &pktFmtId )",
-                            bcm_udf_pkt_format_create,
-                            sdkUnit_,
-                            options_,
-                            &pktFmt_,
-                            &pktFmtId_ );
+                            bcm_udf_pkt_format_create, sdkUnit_, options_, &pktFmt_, &pktFmtId_ );
     if ( rc == Shim::sdk().BCM_E_RESOURCE() ) {
         reportFull( 1, " No hw resources to program UDF udf:base=", udfDesc_ );
     }
@@ -244,10 +228,7 @@ bool UdfModuleCreation::chooseOrCreatePktFmt()
 bool UdfModuleCreation::attach()
 {
     const int rc = SDK_TRACED_CALL_AS( "bcm_udf_pkt_format_add( unit, udfId, pktFmtId )",
-                                       bcm_udf_pkt_format_add,
-                                       sdkUnit_,
-                                       udfId_,
-                                       pktFmtId_ );
+                                       bcm_udf_pkt_format_add, sdkUnit_, udfId_, pktFmtId_ );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
         traceUdf( 1, " bcm_udf_pkt_format_add failed rc: ", Shim::sdk().sdkErrorText( rc ) );
         return false;
@@ -275,22 +256,18 @@ QualIdList createUdfQualifierUdfModule( U32 unit,
                                         PktFmtIdToUdfId::Ptr pktFmtIdToUdfId )
 {
     AGENT_ASSERT( pktFmtIdToUdfId );
-    // clang-format off
-    traceUdf( 4, "createUdfQualifierUdfModule",
-              " mod:", unit, " ethType: ", udfDesc.ethType(),
-              " appType: ", static_cast< unsigned >( udfDesc.appType() ),
-              " base: ", udfDesc.base(), " offset: ", udfDesc.offset(),
-              " length: ", udfDesc.length(), " ipProto: ", udfDesc.ipProto(),
-              " innerEtherType: ", udfDesc.innerEtherType(),
+    traceUdf( 4, "createUdfQualifierUdfModule", " mod:", unit, " ethType: ", udfDesc.ethType(),
+              " appType: ", static_cast< unsigned >( udfDesc.appType() ), " base: ", udfDesc.base(),
+              " offset: ", udfDesc.offset(), " length: ", udfDesc.length(),
+              " ipProto: ", udfDesc.ipProto(), " innerEtherType: ", udfDesc.innerEtherType(),
               " priority: ", static_cast< int >( udfDesc.priority() ),
               " lagHashingMask: ", Agent::hex( udfDesc.packedLagHashingMask() ) );
-    // clang-format on
 
     UdfModuleCreation creation( unit, udfDesc, *pktFmtIdToUdfId );
     if ( !creation.describe() || !creation.createUdf() || !creation.chooseOrCreatePktFmt() ||
          !creation.attach() ) {
-        return cleanupUdfModuleFootprint(
-            static_cast< int >( unit ), creation.hwFootprint(), pktFmtIdToUdfId );
+        return cleanupUdfModuleFootprint( static_cast< int >( unit ), creation.hwFootprint(),
+                                          pktFmtIdToUdfId );
     }
     return creation.commit();
 }
@@ -312,18 +289,10 @@ void destroyUdfQualifierUdfModule( U32 unit,
     bcm_udf_pkt_format_id_t pktFmtId = 0;
     int actual = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_get_all( unit, udfId, 1, &pktFmtId, &actual )",
-                         bcm_udf_pkt_format_get_all,
-                         sdkUnit,
-                         udfId,
-                         1,
-                         &pktFmtId,
-                         &actual );
+                         bcm_udf_pkt_format_get_all, sdkUnit, udfId, 1, &pktFmtId, &actual );
     AGENT_ASSERT( actual == 1 );
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_delete( unit, udfId, pktFmtId )",
-                         bcm_udf_pkt_format_delete,
-                         sdkUnit,
-                         udfId,
-                         pktFmtId );
+                         bcm_udf_pkt_format_delete, sdkUnit, udfId, pktFmtId );
 
     const UdfId id( udfId );
     const UdfIdList& udfs = pktFmtIdToUdfId->pktFmtIdToUdfId( PktFmtId( pktFmtId ) );
@@ -332,9 +301,7 @@ void destroyUdfQualifierUdfModule( U32 unit,
     if ( udfs.udfIds() == 1 ) {
         pktFmtIdToUdfId->pktFmtIdToUdfIdDel( PktFmtId( pktFmtId ) );
         SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_destroy( unit, pktFmtId )",
-                             bcm_udf_pkt_format_destroy,
-                             sdkUnit,
-                             pktFmtId );
+                             bcm_udf_pkt_format_destroy, sdkUnit, pktFmtId );
     } else {
         UdfIdList others = udfs;
         others.udfIdDel( id );
@@ -359,18 +326,13 @@ QualIdList cleanupUdfModuleFootprint( int unit,
     if ( pktFmtId != PktFmtId() ) {
         const int rc = SDK_TRACED_CALL_AS(
             "bcm_udf_pkt_format_delete( unit, udfIdToCleanup, pktFmtIdToCleanup )",
-            bcm_udf_pkt_format_delete,
-            unit,
-            udfId,
-            getBcmUdfPktFmtId( pktFmtId ) );
+            bcm_udf_pkt_format_delete, unit, udfId, getBcmUdfPktFmtId( pktFmtId ) );
         // KEPT: the detach is expected to fail. Only a failed attach leads here, so the UDF is not
         // attached.
         AGENT_ASSERT_AS( "rc != BCM_E_NONE", rc != Shim::sdk().BCM_E_NONE() );
         if ( !pktFmtIdToUdfId->pktFmtIdToUdfIdHas( pktFmtId ) ) {
             SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_destroy( unit, pktFmtIdToCleanup )",
-                                 bcm_udf_pkt_format_destroy,
-                                 unit,
-                                 getBcmUdfPktFmtId( pktFmtId ) );
+                                 bcm_udf_pkt_format_destroy, unit, getBcmUdfPktFmtId( pktFmtId ) );
         }
     }
     SDK_CHECKED_CALL_AS( "bcm_udf_destroy( unit, udfIdToCleanup )", bcm_udf_destroy, unit, udfId );
@@ -407,8 +369,8 @@ void udfQualProgrammedInHwUdfModule( U32 unit,
     const int rc =
         SDK_TRACED_CALL_AS( "bcm_udf_get( unit, udfId, &udf )", bcm_udf_get, sdkUnit, udfId, &udf );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
-        traceUdf(
-            8, "udfQualProgrammedInHwUdfModule UDF Qual id: ", udfId, " not programmed in hw!" );
+        traceUdf( 8, "udfQualProgrammedInHwUdfModule UDF Qual id: ", udfId,
+                  " not programmed in hw!" );
         AGENT_FAIL( "0" );
     }
 
@@ -428,12 +390,7 @@ void udfQualProgrammedInHwUdfModule( U32 unit,
     bcm_udf_pkt_format_id_t pktFmtId[ 2 ] = {};
     int actual = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_get_all( unit, udfId, 2, pktFmtId, &actual )",
-                         bcm_udf_pkt_format_get_all,
-                         sdkUnit,
-                         udfId,
-                         2,
-                         pktFmtId,
-                         &actual );
+                         bcm_udf_pkt_format_get_all, sdkUnit, udfId, 2, pktFmtId, &actual );
     AGENT_ASSERT( actual == 1 );
     AGENT_ASSERT( pktFmtId[ 0 ] );
 
@@ -449,12 +406,8 @@ UdfIdList getAllProgrammedUdfIdsUdfModule( U32 unit )
     constexpr int most = 128;
     bcm_udf_id_t udfIds[ most ] = {};
     int count = 0;
-    SDK_CHECKED_CALL_AS( "bcm_udf_get_all( unit, max, udfIds, &numUdfs )",
-                         bcm_udf_get_all,
-                         static_cast< int >( unit ),
-                         most,
-                         udfIds,
-                         &count );
+    SDK_CHECKED_CALL_AS( "bcm_udf_get_all( unit, max, udfIds, &numUdfs )", bcm_udf_get_all,
+                         static_cast< int >( unit ), most, udfIds, &count );
     traceUdf( 8, " retrieve ", count, " UDFs from HW" );
     UdfIdList list;
     for ( int i = 0; i < std::min( count, most ); ++i ) {
@@ -471,11 +424,8 @@ UdfChunkPosList getUdfChunkPosModule( U32 unit, const QualIdList& quals )
     for ( const U32 id : ids ) {
         bcm_udf_t udf;
         Shim::sdk().bcm_udf_t_init( &udf );
-        SDK_CHECKED_CALL_AS( "bcm_udf_get( unit, udfId, &udfInfo )",
-                             bcm_udf_get,
-                             static_cast< int >( unit ),
-                             static_cast< bcm_udf_id_t >( id ),
-                             &udf );
+        SDK_CHECKED_CALL_AS( "bcm_udf_get( unit, udfId, &udfInfo )", bcm_udf_get,
+                             static_cast< int >( unit ), static_cast< bcm_udf_id_t >( id ), &udf );
         for ( UdfChunkPos i = 0; i < hardwareChunks; ++i ) {
             if ( ( udf.hw_bmap() >> i & 1U ) != 0 ) {
                 AGENT_ASSERT( !udfChunkPosList.udfChunkPosHas( i ) );
@@ -495,10 +445,8 @@ void createUdfLagHashingModule( U32 unit, bcm_udf_id_t udfId, const UdfDesc& udf
     Shim::sdk().bcm_udf_hash_config_t_init( &config );
     describeHash( udfDesc, udfId, config );
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_add( unit, BCM_UDF_HASH_ADD_O_NONE, &hash_config )",
-                         bcm_udf_hash_config_add,
-                         static_cast< int >( unit ),
-                         Shim::sdk().BCM_UDF_HASH_ADD_O_NONE(),
-                         &config );
+                         bcm_udf_hash_config_add, static_cast< int >( unit ),
+                         Shim::sdk().BCM_UDF_HASH_ADD_O_NONE(), &config );
     traceUdf( 4, " Added lag hashing config for Udf Id: ", udfId );
 }
 
@@ -509,9 +457,7 @@ void destroyUdfLagHashingModule( U32 unit, bcm_udf_id_t udfId )
     Shim::sdk().bcm_udf_hash_config_t_init( &config );
     config.udf_idIs( udfId );
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_delete( unit, &hash_config )",
-                         bcm_udf_hash_config_delete,
-                         static_cast< int >( unit ),
-                         &config );
+                         bcm_udf_hash_config_delete, static_cast< int >( unit ), &config );
     traceUdf( 4, "Removed lag hashing config for Udf Id: ", udfId );
 }
 
@@ -520,21 +466,13 @@ UdfIdList getAllProgrammedLagHashingUdfIdsUdfModule( U32 unit )
     const int sdkUnit = static_cast< int >( unit );
     int count = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get_all( unit, 0, NULL, &numUdfs )",
-                         bcm_udf_hash_config_get_all,
-                         sdkUnit,
-                         0,
-                         nullptr,
-                         &count );
+                         bcm_udf_hash_config_get_all, sdkUnit, 0, nullptr, &count );
     std::vector< bcm_udf_hash_config_t > configs( static_cast< std::size_t >( count ) );
     for ( bcm_udf_hash_config_t& config : configs ) {
         Shim::sdk().bcm_udf_hash_config_t_init( &config );
     }
     SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get_all( unit, numUdfs, hashConfigs, &numUdfs )",
-                         bcm_udf_hash_config_get_all,
-                         sdkUnit,
-                         count,
-                         configs.data(),
-                         &count );
+                         bcm_udf_hash_config_get_all, sdkUnit, count, configs.data(), &count );
     configs.resize( std::min( configs.size(), static_cast< std::size_t >( count ) ) );
     traceUdf( 8, " retrieve ", count, " UDFs from HW" );
     UdfIdList list;
@@ -554,18 +492,12 @@ void udfLagHashingProgrammedInModule( U32 unit, const QualIdList& quals, const U
     bcm_udf_hash_config_t config;
     Shim::sdk().bcm_udf_hash_config_t_init( &config );
     config.udf_idIs( udfId );
-    SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get( unit, &hash_config )",
-                         bcm_udf_hash_config_get,
-                         static_cast< int >( unit ),
-                         &config );
+    SDK_CHECKED_CALL_AS( "bcm_udf_hash_config_get( unit, &hash_config )", bcm_udf_hash_config_get,
+                         static_cast< int >( unit ), &config );
 
     const U32 mask = packedHashMask( config );
-    // clang-format off
-    traceUdf( 4, "udfLagHashingProgrammedInModule",
-              " unit: ", unit, " udfId: ", udfId,
-              "Hardware: mask_length: ", config.mask_length(),
-              " mask: ", Agent::hex( mask ) );
-    // clang-format on
+    traceUdf( 4, "udfLagHashingProgrammedInModule", " unit: ", unit, " udfId: ", udfId,
+              "Hardware: mask_length: ", config.mask_length(), " mask: ", Agent::hex( mask ) );
     // KEPT: required: only the first four bytes are compared.
     AGENT_ASSERT_AS( "lagHashingMask == hash_mask", expectedMask == mask );
     AGENT_ASSERT_AS( "udfDesc.length() == hash_config.mask_length()",
@@ -586,12 +518,9 @@ readFormat( const Shim::CallSite& site, U32 unit, bcm_udf_abstract_pkt_format_t 
 {
     bcm_udf_abstract_pkt_format_info_t pfi;
     Shim::sdk().bcm_udf_abstract_pkt_format_info_t_init( &pfi );
-    Shim::checkedCall( apiTraceHandle_,
-                       site,
+    Shim::checkedCall( apiTraceHandle_, site,
                        &Shim::SdkAccess::bcm_udf_abstract_pkt_format_info_get,
-                       static_cast< int >( unit ),
-                       apf,
-                       &pfi );
+                       static_cast< int >( unit ), apf, &pfi );
     return pfi;
 }
 
@@ -599,11 +528,8 @@ bcm_udf_chunk_info_t readChunks( const Shim::CallSite& site, U32 unit, U32 udfId
 {
     bcm_udf_chunk_info_t chunkInfo;
     Shim::sdk().bcm_udf_chunk_info_t_init( &chunkInfo );
-    Shim::checkedCall( apiTraceHandle_,
-                       site,
-                       &Shim::SdkAccess::bcm_udf_chunk_info_get,
-                       static_cast< int >( unit ),
-                       static_cast< bcm_udf_id_t >( udfId ),
+    Shim::checkedCall( apiTraceHandle_, site, &Shim::SdkAccess::bcm_udf_chunk_info_get,
+                       static_cast< int >( unit ), static_cast< bcm_udf_id_t >( udfId ),
                        &chunkInfo );
     return chunkInfo;
 }
@@ -633,12 +559,9 @@ readReservedChunks( const Shim::CallSite& site, U32 unit, bcm_udf_abstract_pkt_f
     const ChunkSet used{ pfi.chunk_bmap_used() };
     const ChunkSet unavailable{ pfi.unavail_chunk_bmap() };
     const ChunkSet reserved{ used.bits | unavailable.bits };
-    // clang-format off
-    Agent::trace( _defaultTraceHandle(), 8, "getUdfReservedBitmap",
-                  " apf ", apf, " bitmap size ", chunksOfFormat,
-                  " max chunks ", pfi.num_chunks_max(), " used bmap ", used,
+    Agent::trace( _defaultTraceHandle(), 8, "getUdfReservedBitmap", " apf ", apf, " bitmap size ",
+                  chunksOfFormat, " max chunks ", pfi.num_chunks_max(), " used bmap ", used,
                   " unavailBitmap ", unavailable, " reserved bitmap ", reserved );
-    // clang-format on
     return reserved;
 }
 
@@ -728,11 +651,8 @@ void removeUdfs( const RemovalSites& sites,
         removed = chunks;
         // DIFFERS: HSDK does not trace the UDF's format.
         traceUdf( 8, " mod: ", unit, " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
-        Shim::checkedCall( apiTraceHandle_,
-                           sites.destroyUdf,
-                           &Shim::SdkAccess::bcm_udf_destroy,
-                           static_cast< int >( unit ),
-                           static_cast< bcm_udf_id_t >( id ) );
+        Shim::checkedCall( apiTraceHandle_, sites.destroyUdf, &Shim::SdkAccess::bcm_udf_destroy,
+                           static_cast< int >( unit ), static_cast< bcm_udf_id_t >( id ) );
     }
     // DIFFERS: HSDK checks that the chunks were not free.
     assertChunksWereReserved( removed, start );
@@ -751,12 +671,9 @@ createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract
     int rc = Shim::sdk().BCM_E_NONE();
     QualIdList qualIds;
     UdfHwProgrammingFootprint hwFootprint;
-    // clang-format off
-    traceUdf( 4, "createUdfQualifierFlexParser", " mod:", unit,
-              " ethType: ", desc.ethType(),
-              " appType: ", static_cast< unsigned >( desc.appType() ),
-              " offset: ", desc.offset(), " length: ", desc.length() );
-    // clang-format on
+    traceUdf( 4, "createUdfQualifierFlexParser", " mod:", unit, " ethType: ", desc.ethType(),
+              " appType: ", static_cast< unsigned >( desc.appType() ), " offset: ", desc.offset(),
+              " length: ", desc.length() );
 
     const ChunkSet reserved = readReservedChunks( SDK_CALL_SITE( readFormatText ), unit, apf );
     const U32 requested = chunksNeeded( desc.length() );
@@ -807,10 +724,7 @@ void program_abstract_pkt_type( U32 unit,
 
     bcm_udf_id_t createdUdfId = 0;
     rc = SDK_TRACED_CALL_AS( "bcm_udf_chunk_create( unit, NULL, &chunkInfo, &udfId )",
-                             bcm_udf_chunk_create,
-                             static_cast< int >( unit ),
-                             nullptr,
-                             &chunkInfo,
+                             bcm_udf_chunk_create, static_cast< int >( unit ), nullptr, &chunkInfo,
                              &createdUdfId );
     // DIFFERS: HSDK traces and raises the log message when the SDK is out of resources.
     if ( rc == Shim::sdk().BCM_E_NONE() ) {
@@ -890,22 +804,17 @@ void udfQualProgrammedInHwFlex( U32 unit, const UdfDesc& udfDesc, const QualIdLi
     const QualIdList ids = qualIds;
     const U32 offset = udfDesc.offset();
     const U32 length = udfDesc.length();
-    // clang-format off
-    traceUdf( 4, "udfQualProgrammedInHwFlex", " mod: ", unit,
-              " ethType: ", udfDesc.ethType(),
-              " appType: ", static_cast< unsigned >( udfDesc.appType() ),
-              " offset: ", offset, " length: ", length );
-    // clang-format on
+    traceUdf( 4, "udfQualProgrammedInHwFlex", " mod: ", unit, " ethType: ", udfDesc.ethType(),
+              " appType: ", static_cast< unsigned >( udfDesc.appType() ), " offset: ", offset,
+              " length: ", length );
 
     ChunkSet previous;
     for ( const U32 id : ids ) {
         const auto chunkInfo = readChunks( SDK_CALL_SITE( readChunksText ), unit, id );
-        // clang-format off
         traceUdf( 8, "udfQualProgrammedInHwFlex", "mod: ", unit,
                   " Chunk info offset: ", chunkInfo.offset(), " offset: ", offset );
         traceUdf( 8, "udfQualProgrammedInHwFlex", "mod: ", unit,
                   " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
-        // clang-format on
         assertExtent( chunkInfo, offset, length );
         const ChunkSet chunks{ chunkInfo.chunk_bmap() };
         // DIFFERS: HSDK compares the chunks also with those of a UDF on no chunk.
@@ -925,10 +834,8 @@ UdfIdList getAllProgrammedUdfIdsUdfFlexParser( U32 unit )
     UdfIdList list;
     for ( const bcm_udf_abstract_pkt_format_t absPktFmt : udfAbstractPktFmt() ) {
         const UdfsOfFormat udfs = readUdfsOfFormat( apiTraceHandle_, site, unit, absPktFmt );
-        // clang-format off
         traceUdf( 8, "getAllProgrammedUdfIdsUdfFlexParser", " mod:", unit,
                   " abstract packet format: ", absPktFmt, " has ", udfs.count, " UDFS" );
-        // clang-format on
         udfs.addTo( list );
     }
     return list;

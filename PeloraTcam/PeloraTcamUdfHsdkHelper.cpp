@@ -80,8 +80,8 @@ Agent::Ptr< UdfFlexParserHsdkHelper > UdfFlexParserHsdkHelper::UdfFlexParserHsdk
 Agent::Ptr< UdfFlexParserHsdkHelper >
 udfFlexParserHsdkHelperFactory( U16 moduleId, U8 pipeId, bool lagHashingSupported )
 {
-    return UdfFlexParserHsdkHelper::UdfFlexParserHsdkHelperIs(
-        moduleId, pipeId, lagHashingSupported );
+    return UdfFlexParserHsdkHelper::UdfFlexParserHsdkHelperIs( moduleId, pipeId,
+                                                               lagHashingSupported );
 }
 
 const Agent::ModuleRecord& UdfFlexParserHsdkHelper::typeData() const
@@ -103,23 +103,23 @@ QualIdList UdfFlexParserHsdkHelper::programUdfInHw( const UdfDesc& udfDesc )
 
 void UdfFlexParserHsdkHelper::removeUdfFromHw( const UdfDesc& udfDesc, const QualIdList& quals )
 {
-    traceEntry(
-        4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    traceEntry( 4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc,
+                " quals: ", quals );
     destroyUdfQualifierFlexParserHsdk( moduleId(), quals, getPktFmt( udfDesc ) );
 }
 
 void UdfFlexParserHsdkHelper::verifyProgrammedUdf( const UdfDesc& udfDesc,
                                                    const QualIdList& quals ) const
 {
-    traceEntry(
-        4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    traceEntry( 4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc,
+                " quals: ", quals );
     udfQualProgrammedInHwFlexHsdk( moduleId(), udfDesc, quals );
 }
 
 void UdfFlexParserHsdkHelper::verifyLagHashingUdf( const UdfDesc&, const QualIdList& ) const
 {
-    Agent::assertionFailed(
-        "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__, __PRETTY_FUNCTION__ );
+    Agent::assertionFailed( "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__,
+                            __PRETTY_FUNCTION__ );
 }
 
 UdfIdList UdfFlexParserHsdkHelper::getAllProgrammedUdfIds( U32 unit ) const
@@ -130,8 +130,8 @@ UdfIdList UdfFlexParserHsdkHelper::getAllProgrammedUdfIds( U32 unit ) const
 
 UdfIdList UdfFlexParserHsdkHelper::getAllProgrammedLagHashingUdfIds( U32 ) const
 {
-    Agent::assertionFailed(
-        "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__, __PRETTY_FUNCTION__ );
+    Agent::assertionFailed( "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__,
+                            __PRETTY_FUNCTION__ );
 }
 
 void UdfFlexParserHsdkHelper::handleInitialized()

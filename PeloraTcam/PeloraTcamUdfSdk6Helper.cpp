@@ -145,28 +145,22 @@ QualIdList UdfModuleHelper::programUdfInHw( const UdfDesc& udfDesc )
 
 void UdfModuleHelper::removeUdfFromHw( const UdfDesc& udfDesc, const QualIdList& quals )
 {
-    traceEntry(
-        4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    traceEntry( 4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc,
+                " quals: ", quals );
     destroyUdfQualifierUdfModule( moduleId(), udfDesc, quals, pktFmtIdToUdfId() );
 }
 
 void UdfModuleHelper::verifyProgrammedUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const
 {
-    traceEntry(
-        4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    traceEntry( 4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc,
+                " quals: ", quals );
     udfQualProgrammedInHwUdfModule( moduleId(), udfDesc, quals, pktFmtIdToUdfId() );
 }
 
 void UdfModuleHelper::verifyLagHashingUdf( const UdfDesc& udfDesc, const QualIdList& quals ) const
 {
-    traceEntry( 4,
-                "verifyLagHashingUdf",
-                " mod:",
-                moduleId(),
-                " udfDesc: ",
-                udfDesc,
-                " QualIdList: ",
-                quals );
+    traceEntry( 4, "verifyLagHashingUdf", " mod:", moduleId(), " udfDesc: ", udfDesc,
+                " QualIdList: ", quals );
     udfLagHashingProgrammedInModule( moduleId(), quals, udfDesc );
 }
 
@@ -230,23 +224,23 @@ QualIdList UdfFlexParserHelper::programUdfInHw( const UdfDesc& udfDesc )
 
 void UdfFlexParserHelper::removeUdfFromHw( const UdfDesc& udfDesc, const QualIdList& quals )
 {
-    traceEntry(
-        4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    traceEntry( 4, "removeUdfFromHw", " mod:", moduleId(), " udfDesc: ", udfDesc,
+                " quals: ", quals );
     destroyUdfQualifierFlexParser( moduleId(), quals, getPktFmt( udfDesc ) );
 }
 
 void UdfFlexParserHelper::verifyProgrammedUdf( const UdfDesc& udfDesc,
                                                const QualIdList& quals ) const
 {
-    traceEntry(
-        4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc, " quals: ", quals );
+    traceEntry( 4, "verifyProgrammedUdf", " mod:", moduleId(), " udfDesc: ", udfDesc,
+                " quals: ", quals );
     udfQualProgrammedInHwFlex( moduleId(), udfDesc, quals );
 }
 
 void UdfFlexParserHelper::verifyLagHashingUdf( const UdfDesc&, const QualIdList& ) const
 {
-    Agent::assertionFailed(
-        "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__, __PRETTY_FUNCTION__ );
+    Agent::assertionFailed( "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__,
+                            __PRETTY_FUNCTION__ );
 }
 
 UdfIdList UdfFlexParserHelper::getAllProgrammedUdfIds( U32 unit ) const
@@ -257,8 +251,8 @@ UdfIdList UdfFlexParserHelper::getAllProgrammedUdfIds( U32 unit ) const
 
 UdfIdList UdfFlexParserHelper::getAllProgrammedLagHashingUdfIds( U32 ) const
 {
-    Agent::assertionFailed(
-        "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__, __PRETTY_FUNCTION__ );
+    Agent::assertionFailed( "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__,
+                            __PRETTY_FUNCTION__ );
 }
 
 void UdfFlexParserHelper::handleInitialized()

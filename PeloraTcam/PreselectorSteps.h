@@ -54,8 +54,8 @@ struct Request
     template< class... Pieces >
     void trace( const Pieces&... pieces ) const
     {
-        const Agent::TraceLevel level(
-            4, location.file, static_cast< int >( location.line ), location.function );
+        const Agent::TraceLevel level( 4, location.file, static_cast< int >( location.line ),
+                                       location.function );
         Agent::trace( traceHandle, level, operation, pieces... );
     }
 
@@ -118,12 +118,8 @@ template< class Value >
 [[gnu::always_inline]] inline void
 qualify( QualifyFunction< Value > function, const Request& request, const char* callText, U32 data )
 {
-    Shim::checkedCall( request.apiTraceHandle,
-                       { callText, request.location },
-                       function,
-                       request.sdkUnit(),
-                       request.preselector(),
-                       static_cast< Value >( data ) );
+    Shim::checkedCall( request.apiTraceHandle, { callText, request.location }, function,
+                       request.sdkUnit(), request.preselector(), static_cast< Value >( data ) );
 }
 
 template< class Value >
@@ -132,12 +128,8 @@ template< class Value >
                                             const char* callText,
                                             U32 data )
 {
-    Shim::checkedCall( request.apiTraceHandle,
-                       { callText, request.location },
-                       function,
-                       request.sdkUnit(),
-                       request.preselector(),
-                       static_cast< Value >( data ),
+    Shim::checkedCall( request.apiTraceHandle, { callText, request.location }, function,
+                       request.sdkUnit(), request.preselector(), static_cast< Value >( data ),
                        static_cast< Value >( request.mask ) );
 }
 
@@ -240,8 +232,8 @@ constexpr Row< Name > callRow( Name qualifier,
                                MaskUse maskUse = maskUseOf( function ),
                                U32 line = __builtin_LINE() )
 {
-    return {
-        qualifier, line, label, CallStep{ qualifyWith< function >, callText, translate, maskUse } };
+    return { qualifier, line, label,
+             CallStep{ qualifyWith< function >, callText, translate, maskUse } };
 }
 
 /// A qualifier that goes into a field of the class records, of which `storedBits` are kept. Data

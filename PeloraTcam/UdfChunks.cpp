@@ -26,10 +26,8 @@ AbstractPktKind kindOfMacAcl( Agent::U16 ethType, const Agent::CallLocation& loc
     case Kvnet::EthType::ethTypeArp_:
         return AbstractPktKind::arp;
     case Kvnet::EthType::ethTypeIp_:
-        Agent::assertionFailed( "Cannot specify ethertype ip with mac ACL",
-                                location.file,
-                                location.line,
-                                location.function );
+        Agent::assertionFailed( "Cannot specify ethertype ip with mac ACL", location.file,
+                                location.line, location.function );
     case Kvnet::EthType::ethTypeIp6_:
         return AbstractPktKind::ipv6;
     default:
@@ -62,10 +60,8 @@ void packForRing( Agent::RingPacker& packer, ChunkSet chunks )
 
 std::string notEnoughChunksText( Agent::U32 available, Agent::U32 requested )
 {
-    return Agent::joinPieces( "Not enough chunks to program UDF availChunks ",
-                              available,
-                              " requested chunks: ",
-                              requested );
+    return Agent::joinPieces( "Not enough chunks to program UDF availChunks ", available,
+                              " requested chunks: ", requested );
 }
 
 AbstractPktKind abstractPktKind( const UdfDesc& udfDesc, const Agent::CallLocation& location )
@@ -79,8 +75,8 @@ AbstractPktKind abstractPktKind( const UdfDesc& udfDesc, const Agent::CallLocati
     case UdfAppType::macAcl:
         return kindOfMacAcl( udfDesc.ethType(), location );
     }
-    Agent::assertionFailed(
-        "Specified invalid appType", location.file, location.line, location.function );
+    Agent::assertionFailed( "Specified invalid appType", location.file, location.line,
+                            location.function );
 }
 
 void UdfsOfFormat::addTo( UdfIdList& list ) const

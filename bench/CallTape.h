@@ -134,12 +134,11 @@ class CallTape final : public Shim::ForwardingSdk
         const std::tuple< int&, bcm_field_group_t&, int&, bcm_field_stat_t*&, int*& >& arguments )
     {
         const auto& [ unit, group, statCount, stats, statId ] = arguments;
-        calls_.emplace_back( [ unit = unit,
-                               group = group,
+        calls_.emplace_back( [ unit = unit, group = group,
                                list = std::vector( stats, stats + statCount ),
                                made = *statId ]( Shim::SdkAccess& sdk ) mutable {
-            return sdk.bcm_field_stat_create(
-                unit, group, static_cast< int >( list.size() ), list.data(), &made );
+            return sdk.bcm_field_stat_create( unit, group, static_cast< int >( list.size() ),
+                                              list.data(), &made );
         } );
     }
 

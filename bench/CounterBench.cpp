@@ -51,8 +51,8 @@ const CounterSet& packets()
 
 void allocateAndFree( Helper& counters )
 {
-    const CounterInfo info = counters.allocateCounter(
-        PeloraTcam::stageIfp(), logicalGroup, entry, packets(), priority );
+    const CounterInfo info = counters.allocateCounter( PeloraTcam::stageIfp(), logicalGroup, entry,
+                                                       packets(), priority );
     counters.freeCounter( PeloraTcam::stageIfp(), logicalGroup, entry, info, priority );
 }
 
@@ -124,12 +124,10 @@ void registerReading()
     info.statId = 1;
     info.counterSet = packets();
     const auto ours = [ = ] { benchmark::DoNotOptimize( counters->getPacketHits( info ) ); };
-    registerPair( { "counter: read packet hits", {}, operationBudget }, ours, [] {
-        benchmark::DoNotOptimize( askAndReadByHand( 1 ) );
-    } );
-    registerPair( { "counter: read packet hits; floor: bare calls", {}, {} }, ours, [ = ] {
-        benchmark::DoNotOptimize( readByHand( *evictionHelper, 1 ) );
-    } );
+    registerPair( { "counter: read packet hits", {}, operationBudget }, ours,
+                  [] { benchmark::DoNotOptimize( askAndReadByHand( 1 ) ); } );
+    registerPair( { "counter: read packet hits; floor: bare calls", {}, {} }, ours,
+                  [ = ] { benchmark::DoNotOptimize( readByHand( *evictionHelper, 1 ) ); } );
 }
 
 /// The sum of what `read` gives of each entry.
@@ -183,8 +181,7 @@ void registerCounterBenchmarks()
     Helper* const counters = &helper();
     registerPair(
         { "counter: allocate and free", {}, operationBudget },
-        [ = ] { allocateAndFree( *counters ); },
-        [] { allocateAndFreeByHand(); } );
+        [ = ] { allocateAndFree( *counters ); }, [] { allocateAndFreeByHand(); } );
     registerReading();
     registerPolling();
 }

@@ -194,18 +194,9 @@ constexpr std::string_view chunksText = "1111111111111110";
 void recordTheOperations( const UdfDesc& desc, const QualIdList& quals )
 {
     record( 4, "programUdfInHw", " mod:", unit, " udfDesc: ", desc );
-    record( 4,
-            "create",
-            " mod:",
-            unit,
-            " ethType: ",
-            desc.ethType(),
-            " appType: ",
-            static_cast< unsigned >( desc.appType() ),
-            " offset: ",
-            desc.offset(),
-            " length: ",
-            desc.length() );
+    record( 4, "create", " mod:", unit, " ethType: ", desc.ethType(),
+            " appType: ", static_cast< unsigned >( desc.appType() ), " offset: ", desc.offset(),
+            " length: ", desc.length() );
     record( 4, "create", "mod: ", unit, " Flex bitmap is now: ", chunksText );
     record( 4, "removeUdfFromHw", " mod:", unit, " udfDesc: ", desc, " quals: ", quals );
     record( 4, "destroy" );

@@ -60,15 +60,11 @@ bool printRow( std::ostream& stream,
         ( row.budget.ratio != 0 && ratio > row.budget.ratio ) ||
         ( row.budget.nanoseconds != 0 && ours.nanoseconds > row.budget.nanoseconds );
     printCells( stream,
-                { row.name,
-                  inDecimal( ours.nanoseconds, 1 ),
+                { row.name, inDecimal( ours.nanoseconds, 1 ),
                   row.hasFloor ? inDecimal( floor, 1 ) : "-",
-                  row.hasFloor ? inDecimal( ratio, 2 ) : "-",
-                  budgetText( row.budget ),
-                  inDecimal( ours.allocations, 2 ),
-                  countText( instructions, oursOf( row ) ),
-                  countText( instructions, floorOf( row ) ),
-                  isOver ? "OVER" : "" } );
+                  row.hasFloor ? inDecimal( ratio, 2 ) : "-", budgetText( row.budget ),
+                  inDecimal( ours.allocations, 2 ), countText( instructions, oursOf( row ) ),
+                  countText( instructions, floorOf( row ) ), isOver ? "OVER" : "" } );
     return !isOver;
 }
 
@@ -94,16 +90,8 @@ bool printPairTable( std::ostream& stream,
                      const InstructionCounts& instructions )
 {
     bool allWithin = true;
-    printCells( stream,
-                { "operation",
-                  "ours ns",
-                  "floor ns",
-                  "ratio",
-                  "budget",
-                  "allocs/op",
-                  "instr",
-                  "by hand",
-                  "" } );
+    printCells( stream, { "operation", "ours ns", "floor ns", "ratio", "budget", "allocs/op",
+                          "instr", "by hand", "" } );
     for ( const Row& row : rows() ) {
         const auto ours = measurements.find( oursOf( row ) );
         const auto floor = measurements.find( row.hasFloor ? floorOf( row ) : oursOf( row ) );

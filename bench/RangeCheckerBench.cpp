@@ -57,8 +57,7 @@ void registerRangeCheckerBenchmarks()
     const std::string name = "range checker: allocate and release";
     registerPair( { name, {}, operationBudget }, ours, floor );
     registerPair( { name + ", interpr. held", { .interpreterLockHeld = true }, operationBudget },
-                  ours,
-                  floor );
+                  ours, floor );
     registerPair( { name + ", tracing on", { .tracing = true }, {} }, ours, floor );
 }
 

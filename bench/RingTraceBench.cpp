@@ -25,13 +25,11 @@ template< class Ours >
 void registerRecord( const std::string& name, Ours ours )
 {
     if ( Agent::tickCounterIsSteady() ) {
-        registerPair( { name, {}, recordBudget }, ours, [] {
-            benchmark::DoNotOptimize( Agent::tickCount() );
-        } );
+        registerPair( { name, {}, recordBudget }, ours,
+                      [] { benchmark::DoNotOptimize( Agent::tickCount() ); } );
     } else {
-        registerPair( { name, {}, recordBudget }, ours, [] {
-            benchmark::DoNotOptimize( std::chrono::steady_clock::now() );
-        } );
+        registerPair( { name, {}, recordBudget }, ours,
+                      [] { benchmark::DoNotOptimize( std::chrono::steady_clock::now() ); } );
     }
 }
 
@@ -42,8 +40,8 @@ void registerRingTraceBenchmarks()
     registerRecord( "ring-trace record, no argument",
                     [] { Agent::traceBoth( traceHandle(), 4, "flushed" ); } );
     registerRecord( "ring-trace record, four integers", [] {
-        Agent::traceBoth(
-            traceHandle(), 4, "created", " mod:", 0, " udf:", 7U, " width:", 16, " base:", 2 );
+        Agent::traceBoth( traceHandle(), 4, "created", " mod:", 0, " udf:", 7U, " width:", 16,
+                          " base:", 2 );
     } );
     registerRecord( "ring-trace record, integer and text", [] {
         const std::string_view chunks = "0000000000110000";

@@ -51,10 +51,10 @@ void registerSdkCallBenchmarks()
 
     registerPair( { "checked call", quiet, callBudget }, ourChecked, floor );
     registerPair( { "traced call", quiet, callBudget }, ourTraced, floor );
-    registerPair(
-        { "checked call, interpreter lock held", quietScript, callBudget }, ourChecked, floor );
-    registerPair(
-        { "traced call, interpreter lock held", quietScript, callBudget }, ourTraced, floor );
+    registerPair( { "checked call, interpreter lock held", quietScript, callBudget }, ourChecked,
+                  floor );
+    registerPair( { "traced call, interpreter lock held", quietScript, callBudget }, ourTraced,
+                  floor );
     registerPair( { "checked call, tracing on", tracing, {} }, ourChecked, floor );
     registerPair( { "traced call, tracing on", tracing, {} }, ourTraced, floor );
 }

@@ -63,10 +63,8 @@ spdlog::logger& logger()
 template< class Sink, class... Arguments >
 void log( spdlog::format_string_t< Arguments... > text, Arguments&&... arguments )
 {
-    logger< Sink >().log( spdlog::source_loc{ __FILE__, __LINE__, __func__ },
-                          spdlog::level::trace,
-                          text,
-                          std::forward< Arguments >( arguments )... );
+    logger< Sink >().log( spdlog::source_loc{ __FILE__, __LINE__, __func__ }, spdlog::level::trace,
+                          text, std::forward< Arguments >( arguments )... );
 }
 
 // What the lines say: known to the compiler no more than in a helper.
@@ -85,22 +83,12 @@ void registerLines( const std::string& circumstances, const Scene& scene )
 {
     registerPair(
         { "trace line, no argument" + circumstances, scene, lineBudget },
-        [] { Agent::trace( traceHandle(), 4, "flushed" ); },
-        [] { log< Sink >( "flushed" ); } );
+        [] { Agent::trace( traceHandle(), 4, "flushed" ); }, [] { log< Sink >( "flushed" ); } );
     registerPair(
         { "trace line, four integers" + circumstances, scene, lineBudget },
         [] {
-            Agent::trace( traceHandle(),
-                          4,
-                          "created",
-                          " mod:",
-                          unit,
-                          " udf:",
-                          udf,
-                          " width:",
-                          width,
-                          " base:",
-                          base );
+            Agent::trace( traceHandle(), 4, "created", " mod:", unit, " udf:", udf,
+                          " width:", width, " base:", base );
         },
         [] { log< Sink >( "created mod:{} udf:{} width:{} base:{}", unit, udf, width, base ); } );
     registerPair(
@@ -116,8 +104,8 @@ void registerLines( const std::string& circumstances, const Scene& scene )
     registerPair(
         { "trace line, enumerator, hexadecimal" + circumstances, scene, lineBudget },
         [] {
-            Agent::trace(
-                traceHandle(), 4, "created", " type:", type, " format:0x", Agent::hex( format ) );
+            Agent::trace( traceHandle(), 4, "created", " type:", type, " format:0x",
+                          Agent::hex( format ) );
         },
         [] { log< Sink >( "created type:{} format:0x{:x}", fmt::streamed( type ), format ); } );
 }

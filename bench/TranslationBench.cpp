@@ -174,18 +174,14 @@ void registerPreselectors()
             static bcm_field_src_class_t data;
             static bcm_field_src_class_t mask;
             PeloraTcam::setPeloraTcamPreselectQualifier(
-                unit,
-                preselector,
-                hidden( static_cast< PeloraTcam::U32 >( QualifierType::ipInfo ) ),
-                1,
-                1,
-                &data,
+                unit, preselector,
+                hidden( static_cast< PeloraTcam::U32 >( QualifierType::ipInfo ) ), 1, 1, &data,
                 &mask );
         },
         [] {
             const int rc = withLocksByHand( [] {
-                return Shim::sdk_->bcm_field_qualify_IpInfo(
-                    static_cast< int >( unit ), preselector | 0x40000000, 1, 1 );
+                return Shim::sdk_->bcm_field_qualify_IpInfo( static_cast< int >( unit ),
+                                                             preselector | 0x40000000, 1, 1 );
             } );
             benchmark::DoNotOptimize( rc );
         } );

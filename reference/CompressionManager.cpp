@@ -17,12 +17,8 @@ namespace {
 
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 
-constexpr std::array< Table, 6 > allTables = { Table::etherType,
-                                               Table::ipProto,
-                                               Table::l4SrcPort,
-                                               Table::l4DstPort,
-                                               Table::srcIp,
-                                               Table::dstIp };
+constexpr std::array< Table, 6 > allTables = { Table::etherType, Table::ipProto, Table::l4SrcPort,
+                                               Table::l4DstPort, Table::srcIp,   Table::dstIp };
 
 bool isAddressTable( Table table )
 {

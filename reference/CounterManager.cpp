@@ -59,11 +59,9 @@ bool CounterManager::allocate( const CounterRequest& wanted )
     }
     Turn turn( records_, request.entryId );
     try {
-        const CounterInfo info = helper_->allocateCounter( request.stage,
-                                                           request.logicalGroupId,
-                                                           request.entryId,
-                                                           request.counterSet,
-                                                           request.priority );
+        const CounterInfo info =
+            helper_->allocateCounter( request.stage, request.logicalGroupId, request.entryId,
+                                      request.counterSet, request.priority );
         if ( info == CounterInfo{} ) {
             static_cast< void >( turn.takeOut() );
             return false;
@@ -89,8 +87,8 @@ bool CounterManager::free( TcamEntryId entryId )
     if ( variant_ == SdkVariant::hsdk ) {
         helper_->clearHitsForEntry( record.info ); // Its counters stay in their object.
     }
-    helper_->freeCounter(
-        record.info.stage, record.info.logicalGroupId, entryId, record.info, record.priority );
+    helper_->freeCounter( record.info.stage, record.info.logicalGroupId, entryId, record.info,
+                          record.priority );
     // Only now: until then nobody can give the entry counters again.
     static_cast< void >( turn.takeOut() );
     return true;

@@ -33,8 +33,8 @@ CounterServices::~CounterServices()
 
 bool CounterServices::counterObjectIs( const CounterObjectPlace& place, Agent::U32 counters )
 {
-    return objects_.counterObjectIs(
-               place.unit, place.stage, place.pipe, place.priority, counters ) >= 0;
+    return objects_.counterObjectIs( place.unit, place.stage, place.pipe, place.priority,
+                                     counters ) >= 0;
 }
 
 void CounterServices::counterObjectDel( const CounterObjectPlace& place )

@@ -113,8 +113,8 @@ bool EntryManager::addActions( bcm_field_entry_t entry, const std::vector< Entry
 {
     for ( const EntryAction& wanted : actions ) {
         const bcm_field_action_t action = PeloraTcam::getBcmAction( wanted.type );
-        const int rc = SDK_TRACED_CALL(
-            bcm_field_action_add, unit_, entry, action, wanted.param0, wanted.param1 );
+        const int rc = SDK_TRACED_CALL( bcm_field_action_add, unit_, entry, action, wanted.param0,
+                                        wanted.param1 );
         if ( !accepted( "bcm_field_action_add", rc ) ) {
             return false;
         }
@@ -336,13 +336,8 @@ void EntryManager::verifyActions( bcm_field_entry_t entry,
     for ( const EntryAction& wanted : actions ) {
         const bcm_field_action_t action = PeloraTcam::getBcmAction( wanted.type );
         EntryAction inHardware{ wanted.type, 0, 0 };
-        if ( SDK_AUDIT_CALL( stillSeen,
-                             bcm_field_action_get,
-                             unit_,
-                             entry,
-                             action,
-                             &inHardware.param0,
-                             &inHardware.param1 ) ) {
+        if ( SDK_AUDIT_CALL( stillSeen, bcm_field_action_get, unit_, entry, action,
+                             &inHardware.param0, &inHardware.param1 ) ) {
             AGENT_ASSERT( inHardware == wanted );
         }
     }
@@ -353,9 +348,8 @@ void EntryManager::verifyAttachments( bcm_field_entry_t entry,
                                       const StillSeen& stillSeen ) const
 {
     bcm_policer_t policer = 0;
-    if ( record.desc.policer &&
-         SDK_AUDIT_CALL(
-             stillSeen, bcm_field_entry_policer_get, unit_, entry, policerLevel, &policer ) ) {
+    if ( record.desc.policer && SDK_AUDIT_CALL( stillSeen, bcm_field_entry_policer_get, unit_,
+                                                entry, policerLevel, &policer ) ) {
         AGENT_ASSERT( static_cast< PolicerId >( policer ) == *record.desc.policer );
     }
     int statId = 0;

@@ -114,8 +114,8 @@ class QualifierWriter
 
     void protocol( Masked< Agent::U8 > protocol )
     {
-        const int rc = SDK_TRACED_CALL(
-            bcm_field_qualify_IpProtocol, unit_, entry_, protocol.value, protocol.mask );
+        const int rc = SDK_TRACED_CALL( bcm_field_qualify_IpProtocol, unit_, entry_, protocol.value,
+                                        protocol.mask );
         note( "bcm_field_qualify_IpProtocol", rc );
     }
 
@@ -135,16 +135,16 @@ class QualifierWriter
 
     void range( const EntryRange& range )
     {
-        const int rc = SDK_TRACED_CALL(
-            bcm_field_qualify_RangeCheck, unit_, entry_, range.id, range.outside ? 1 : 0 );
+        const int rc = SDK_TRACED_CALL( bcm_field_qualify_RangeCheck, unit_, entry_, range.id,
+                                        range.outside ? 1 : 0 );
         note( "bcm_field_qualify_RangeCheck", rc );
     }
 
     void classes( const TableClasses& classes )
     {
         ClassRecords records( classes );
-        const int rc = SDK_TRACED_CALL(
-            bcm_field_qualify_SrcClass, unit_, entry_, &records.data, &records.mask );
+        const int rc = SDK_TRACED_CALL( bcm_field_qualify_SrcClass, unit_, entry_, &records.data,
+                                        &records.mask );
         note( "bcm_field_qualify_SrcClass", rc );
     }
 
@@ -236,14 +236,8 @@ void verifyRanges( int unit,
     std::array< Agent::U32, most > ids{};
     std::array< int, most > inverts{};
     int actual = 0;
-    if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_RangeCheck_get,
-                          unit,
-                          entry,
-                          most,
-                          ids.data(),
-                          inverts.data(),
-                          &actual ) ) {
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_RangeCheck_get, unit, entry, most,
+                          ids.data(), inverts.data(), &actual ) ) {
         return;
     }
     std::set< EntryRange > inHardware;

@@ -118,12 +118,9 @@ bool GroupManager::destroy( bcm_field_group_t group )
     const auto isNoResult = []( int rc ) { return rc != Shim::sdk().BCM_E_BUSY(); };
     int rc = 0;
     try {
-        rc = judgedCall( apiTraceHandle_,
-                         SDK_CALL_SITE( "bcm_field_group_destroy( unit_, group )" ),
-                         isNoResult,
-                         &Shim::SdkAccess::bcm_field_group_destroy,
-                         unit_,
-                         group );
+        rc =
+            judgedCall( apiTraceHandle_, SDK_CALL_SITE( "bcm_field_group_destroy( unit_, group )" ),
+                        isNoResult, &Shim::SdkAccess::bcm_field_group_destroy, unit_, group );
     } catch ( ... ) {
         records_.insert( std::move( taken ) );
         throw;

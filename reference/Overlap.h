@@ -357,8 +357,5 @@ class SharedRecords
 
 /// The checked call of an audit (`Reference::auditCall`), as `SDK_CHECKED_CALL` is written.
 #define SDK_AUDIT_CALL( stillSeen, function, ... )                                                 \
-    ::Reference::auditCall( apiTraceHandle_,                                                       \
-                            SDK_CALL_SITE( #function "( " #__VA_ARGS__ " )" ),                     \
-                            stillSeen,                                                             \
-                            &::Shim::SdkAccess::function,                                          \
-                            __VA_ARGS__ )
+    ::Reference::auditCall( apiTraceHandle_, SDK_CALL_SITE( #function "( " #__VA_ARGS__ " )" ),    \
+                            stillSeen, &::Shim::SdkAccess::function, __VA_ARGS__ )

@@ -89,12 +89,10 @@ std::size_t PolicerManager::WantedHash::operator()( const Wanted& wanted ) const
 {
     const Policer& policer = wanted.policer;
     std::size_t hash = static_cast< std::size_t >( wanted.stage );
-    for ( const std::size_t number : { std::size_t( policer.mode ),
-                                       std::size_t( policer.colorAware ),
-                                       std::size_t( policer.committedRate ),
-                                       std::size_t( policer.committedBurst ),
-                                       std::size_t( policer.peakRate ),
-                                       std::size_t( policer.peakBurst ) } ) {
+    for ( const std::size_t number :
+          { std::size_t( policer.mode ), std::size_t( policer.colorAware ),
+            std::size_t( policer.committedRate ), std::size_t( policer.committedBurst ),
+            std::size_t( policer.peakRate ), std::size_t( policer.peakBurst ) } ) {
         hash = mixed( hash, number );
     }
     return hash;

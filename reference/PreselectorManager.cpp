@@ -63,21 +63,13 @@ void PreselectorManager::program( bcm_field_presel_t presel,
     ClassRecords classes;
     for ( const auto& [ qualifier, data, mask ] : qualifiers ) {
         if ( function == PreselectorFunction::current ) {
-            PeloraTcam::setPeloraTcamPreselectQualifier( unit_,
-                                                         entry,
-                                                         static_cast< U32 >( qualifier ),
-                                                         data,
-                                                         mask,
-                                                         &classes.data,
-                                                         &classes.mask );
+            PeloraTcam::setPeloraTcamPreselectQualifier( unit_, entry,
+                                                         static_cast< U32 >( qualifier ), data,
+                                                         mask, &classes.data, &classes.mask );
         } else {
-            PeloraTcam::setPreselectQualifier( unit_,
-                                               entry,
-                                               PeloraTcam::getBcmQualifier( qualifier ),
-                                               data,
-                                               mask,
-                                               &classes.data,
-                                               &classes.mask );
+            PeloraTcam::setPreselectQualifier( unit_, entry,
+                                               PeloraTcam::getBcmQualifier( qualifier ), data, mask,
+                                               &classes.data, &classes.mask );
         }
     }
     if ( !classes.empty() ) {

@@ -35,12 +35,8 @@ void verifyEtherType( int unit,
                       const StillSeen& stillSeen )
 {
     Masked< Agent::U16 > inHardware;
-    if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_EtherType_get,
-                          unit,
-                          entry,
-                          &inHardware.value,
-                          &inHardware.mask ) ) {
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_EtherType_get, unit, entry,
+                          &inHardware.value, &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == expected );
@@ -52,12 +48,8 @@ void verifyProtocol( int unit,
                      const StillSeen& stillSeen )
 {
     Masked< Agent::U8 > inHardware;
-    if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_IpProtocol_get,
-                          unit,
-                          entry,
-                          &inHardware.value,
-                          &inHardware.mask ) ) {
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_IpProtocol_get, unit, entry,
+                          &inHardware.value, &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == expected );
@@ -69,12 +61,8 @@ void verifySourcePort( int unit,
                        const StillSeen& stillSeen )
 {
     Masked< Agent::U16 > inHardware;
-    if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_L4SrcPort_get,
-                          unit,
-                          entry,
-                          &inHardware.value,
-                          &inHardware.mask ) ) {
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_L4SrcPort_get, unit, entry,
+                          &inHardware.value, &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == expected );
@@ -86,12 +74,8 @@ void verifyDestinationPort( int unit,
                             const StillSeen& stillSeen )
 {
     Masked< Agent::U16 > inHardware;
-    if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_L4DstPort_get,
-                          unit,
-                          entry,
-                          &inHardware.value,
-                          &inHardware.mask ) ) {
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_L4DstPort_get, unit, entry,
+                          &inHardware.value, &inHardware.mask ) ) {
         return;
     }
     AGENT_ASSERT( inHardware == expected );
@@ -112,11 +96,7 @@ void verifySource( int unit,
         return;
     }
     Masked< bcm_ip_t > inHardware;
-    if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_SrcIp_get,
-                          unit,
-                          entry,
-                          &inHardware.value,
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_SrcIp_get, unit, entry, &inHardware.value,
                           &inHardware.mask ) ) {
         return;
     }
@@ -138,11 +118,7 @@ void verifyDestination( int unit,
         return;
     }
     Masked< bcm_ip_t > inHardware;
-    if ( !SDK_AUDIT_CALL( stillSeen,
-                          bcm_field_qualify_DstIp_get,
-                          unit,
-                          entry,
-                          &inHardware.value,
+    if ( !SDK_AUDIT_CALL( stillSeen, bcm_field_qualify_DstIp_get, unit, entry, &inHardware.value,
                           &inHardware.mask ) ) {
         return;
     }

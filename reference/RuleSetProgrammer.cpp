@@ -25,8 +25,8 @@ PeloraTcam::LogicalGroupId logicalIdOf( Agent::U32 number )
 }
 
 /// The tables whose classes rules are matched by.
-constexpr std::array< Table, 5 > ruleTables = {
-    Table::srcIp, Table::dstIp, Table::ipProto, Table::l4SrcPort, Table::l4DstPort };
+constexpr std::array< Table, 5 > ruleTables = { Table::srcIp, Table::dstIp, Table::ipProto,
+                                                Table::l4SrcPort, Table::l4DstPort };
 
 } // namespace
 
@@ -126,11 +126,9 @@ std::string_view
 RuleSetProgrammer::countAndInstall( RuleSet& set, RuleParts& parts, RuleCounts& counts )
 {
     if ( !set.options.counterSet.empty() ) {
-        parts.hasCounters = managers_.counters.allocate( { set.options.stage,
-                                                           logicalIdOf( set.groups.back().number ),
-                                                           *parts.entry,
-                                                           set.options.counterSet,
-                                                           0 } );
+        parts.hasCounters = managers_.counters.allocate(
+            { set.options.stage, logicalIdOf( set.groups.back().number ), *parts.entry,
+              set.options.counterSet, 0 } );
         if ( !parts.hasCounters ) {
             return noCounter;
         }
@@ -181,14 +179,10 @@ void RuleSetProgrammer::removeLastGroup( RuleSet& set )
 
 QualifierSet RuleSetProgrammer::qualifiers() const
 {
-    QualifierSet all = { QualifierType::srcIp,
-                         QualifierType::dstIp,
-                         QualifierType::srcIp6,
-                         QualifierType::dstIp6,
-                         QualifierType::ipProtocol,
-                         QualifierType::l4SrcPort,
-                         QualifierType::l4DstPort,
-                         QualifierType::rangeCheck };
+    QualifierSet all = { QualifierType::srcIp,      QualifierType::dstIp,
+                         QualifierType::srcIp6,     QualifierType::dstIp6,
+                         QualifierType::ipProtocol, QualifierType::l4SrcPort,
+                         QualifierType::l4DstPort,  QualifierType::rangeCheck };
     if ( managers_.compression != nullptr ) {
         for ( const Table table : ruleTables ) {
             all.insert( classQualifier( table ) );

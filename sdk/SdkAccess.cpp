@@ -10,8 +10,8 @@ SdkAccess::~SdkAccess() = default;
 
 void sdkIsNotSet( const char* file, unsigned line, const char* function )
 {
-    Agent::assertionFailed(
-        "Shim::sdk_ && \"SDK access object is not set\"", file, line, function );
+    Agent::assertionFailed( "Shim::sdk_ && \"SDK access object is not set\"", file, line,
+                            function );
 }
 
 } // namespace Shim

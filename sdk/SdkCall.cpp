@@ -8,16 +8,9 @@ namespace Shim {
 void writeApiError( const CallSite& site, int rc )
 {
     const char* const message = sdkFor( site ).sdkErrorText( rc );
-    Agent::writeErrorLine( Agent::joinPieces( site.location.file,
-                                              ":",
-                                              site.location.line,
-                                              " ",
-                                              site.text,
-                                              " API ERROR:",
-                                              message == nullptr ? "" : message,
-                                              " (",
-                                              rc,
-                                              ")" ) );
+    Agent::writeErrorLine(
+        Agent::joinPieces( site.location.file, ":", site.location.line, " ", site.text,
+                           " API ERROR:", message == nullptr ? "" : message, " (", rc, ")" ) );
 }
 
 void failCheckedCall( CallSite site, int rc )
@@ -29,12 +22,9 @@ void failCheckedCall( CallSite site, int rc )
 
 void traceCall( const Agent::TraceHandle& handle, CallSite site, int rc )
 {
-    Agent::writeTraceLine(
-        handle,
-        apiTraceLevel,
-        site.location,
-        Agent::joinPieces(
-            site.location.file, ":", site.location.line, " ", site.text, " (rc:", rc, ")" ) );
+    Agent::writeTraceLine( handle, apiTraceLevel, site.location,
+                           Agent::joinPieces( site.location.file, ":", site.location.line, " ",
+                                              site.text, " (rc:", rc, ")" ) );
 }
 
 } // namespace Shim

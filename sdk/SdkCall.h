@@ -167,16 +167,16 @@ template< class... Parameters >
 
 /// A checked call of an SDK function, which is traced and reported with the text given.
 #define SDK_CHECKED_CALL_AS( text, function, ... )                                                 \
-    ::Shim::checkedCall(                                                                           \
-        apiTraceHandle_, SDK_CALL_SITE( text ), &::Shim::SdkAccess::function, __VA_ARGS__ )
+    ::Shim::checkedCall( apiTraceHandle_, SDK_CALL_SITE( text ), &::Shim::SdkAccess::function,     \
+                         __VA_ARGS__ )
 /// The same; its text is the call as written.
 #define SDK_CHECKED_CALL( function, ... )                                                          \
     SDK_CHECKED_CALL_AS( #function "( " #__VA_ARGS__ " )", function, __VA_ARGS__ )
 
 /// A traced call of an SDK function, which is traced with the text given.
 #define SDK_TRACED_CALL_AS( text, function, ... )                                                  \
-    ::Shim::tracedCall(                                                                            \
-        apiTraceHandle_, SDK_CALL_SITE( text ), &::Shim::SdkAccess::function, __VA_ARGS__ )
+    ::Shim::tracedCall( apiTraceHandle_, SDK_CALL_SITE( text ), &::Shim::SdkAccess::function,      \
+                        __VA_ARGS__ )
 /// The same; its text is the call as written.
 #define SDK_TRACED_CALL( function, ... )                                                           \
     SDK_TRACED_CALL_AS( #function "( " #__VA_ARGS__ " )", function, __VA_ARGS__ )

@@ -191,9 +191,7 @@ ChipProfile loadChipProfile( const std::string& nameOrPath )
                         nameOrPath.ends_with( ".yaml" ) ||
                         std::filesystem::exists( nameOrPath, ignored );
     if ( !isPath ) {
-        throw InputError( nameOrPath,
-                          1,
-                          1,
+        throw InputError( nameOrPath, 1, 1,
                           "neither a built-in profile nor a file" +
                               nameHint( nameOrPath, builtInProfileNames() ) );
     }

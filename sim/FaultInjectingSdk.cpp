@@ -92,9 +92,7 @@ int FaultInjectingSdk::injected( SdkFunctionId id,
     int FaultInjectingSdk::name parameters                                                         \
     {                                                                                              \
         return injected(                                                                           \
-            SdkFunctionId::name,                                                                   \
-            unit,                                                                                  \
-            [ & ] { return simulated_.name arguments; },                                           \
+            SdkFunctionId::name, unit, [ & ] { return simulated_.name arguments; },                \
             [ & ]( const SdkFunction& function, const CorruptOutput& corruption ) {                \
                 setOutput WITH_ARGUMENTS arguments;                                                \
             } );                                                                                   \

@@ -185,8 +185,8 @@ std::string inputFileText( const std::string& path )
         content << file.rdbuf();
     }
     if ( !file.is_open() || file.bad() || content.bad() ) {
-        throw InputError(
-            path, 1, 1, "cannot be read: " + std::generic_category().message( errno ) );
+        throw InputError( path, 1, 1,
+                          "cannot be read: " + std::generic_category().message( errno ) );
     }
     return std::move( content ).str();
 }

@@ -22,8 +22,7 @@ size_t distanceOf( std::string_view left, std::string_view right )
                 continue;
             }
             const size_t replaced = left[ i - 1 ] == right[ j - 1 ] ? 0 : 1;
-            distance[ i ][ j ] = std::min( { distance[ i - 1 ][ j ] + 1,
-                                             distance[ i ][ j - 1 ] + 1,
+            distance[ i ][ j ] = std::min( { distance[ i - 1 ][ j ] + 1, distance[ i ][ j - 1 ] + 1,
                                              distance[ i - 1 ][ j - 1 ] + replaced } );
             if ( i > 1 && j > 1 && left[ i - 1 ] == right[ j - 2 ] &&
                  left[ i - 2 ] == right[ j - 1 ] ) {

@@ -183,14 +183,10 @@ int SimFieldEntries::qualifyUdf( bcm_field_entry_t entry,
 bool SimFieldEntries::groupHasUdfs( const FieldEntry& entry ) const
 {
     const bcm_field_qualify_t udfQualifiers[] = {
-        numbering_.bcmFieldQualifyUdf,
-        numbering_.bcmFieldQualifyUdfChunk0,
-        numbering_.bcmFieldQualifyUdfChunk1,
-        numbering_.bcmFieldQualifyUdfChunk2,
-        numbering_.bcmFieldQualifyUdfChunk3,
-        numbering_.bcmFieldQualifyUdfChunk4,
-        numbering_.bcmFieldQualifyUdfChunk5,
-        numbering_.bcmFieldQualifyUdfChunk6,
+        numbering_.bcmFieldQualifyUdf,       numbering_.bcmFieldQualifyUdfChunk0,
+        numbering_.bcmFieldQualifyUdfChunk1, numbering_.bcmFieldQualifyUdfChunk2,
+        numbering_.bcmFieldQualifyUdfChunk3, numbering_.bcmFieldQualifyUdfChunk4,
+        numbering_.bcmFieldQualifyUdfChunk5, numbering_.bcmFieldQualifyUdfChunk6,
         numbering_.bcmFieldQualifyUdfChunk7,
     };
     return std::ranges::any_of( udfQualifiers, [ & ]( bcm_field_qualify_t qualifier ) {

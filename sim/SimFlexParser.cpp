@@ -111,8 +111,7 @@ int SimFlexParser::createChunk( const bcm_udf_chunk_hints_t* hints,
         return ReturnCode::BCM_E_PARAM;
     }
     return create(
-        hints,
-        { info->abstract_pkt_format(), info->offset(), info->width(), info->chunk_bmap() },
+        hints, { info->abstract_pkt_format(), info->offset(), info->width(), info->chunk_bmap() },
         udfId );
 }
 
@@ -125,10 +124,8 @@ int SimFlexParser::createMultiChunk( const bcm_udf_chunk_hints_t* hints,
     }
     const uint32_t chunks = chunksOf( info->two_byte_chunk_bmap() );
     return create( hints,
-                   { info->abstract_pkt_format(),
-                     info->offset(),
-                     count( chunks & allChunks ) * bitsPerChunk,
-                     chunks },
+                   { info->abstract_pkt_format(), info->offset(),
+                     count( chunks & allChunks ) * bitsPerChunk, chunks },
                    udfId );
 }
 

@@ -63,8 +63,8 @@ int SimFlexctr::destroy( uint32_t counterId )
 bool SimFlexctr::isAttached( uint32_t counterId ) const
 {
     return std::ranges::any_of( state_.attachments, [ counterId ]( const auto& row ) {
-        return std::ranges::count(
-                   row.second, counterId, &bcm_field_flexctr_config_t::flexctr_action_id ) != 0;
+        return std::ranges::count( row.second, counterId,
+                                   &bcm_field_flexctr_config_t::flexctr_action_id ) != 0;
     } );
 }
 
@@ -247,9 +247,8 @@ void SimFlexctr::addTo( ChipSnapshot& snapshot ) const
         ChipSnapshot::Fields fields{ { "counters", std::to_string( object.size ) },
                                      { "inUse", std::to_string( countersInUse( state_, id ) ) } };
         for ( const auto& [ index, value ] : object.counters ) {
-            fields.emplace_back( std::to_string( index ),
-                                 std::to_string( value.packets ) + "p," +
-                                     std::to_string( value.bytes ) + "b" );
+            fields.emplace_back( std::to_string( index ), std::to_string( value.packets ) + "p," +
+                                                              std::to_string( value.bytes ) + "b" );
         }
         snapshot.add( "flex counter object " + std::to_string( id ), fields );
     }

@@ -46,8 +46,7 @@ std::vector< Resource > SimulatedChip::occupancy() const
         { "fieldGroups", field_.groups().used(), field_.groups().capacity() },
         { "tcamEntries", field_.entries().used(), field_.entries().capacity() },
         { "preselectors", field_.preselectors().used(), field_.preselectors().capacity() },
-        { "compressionEntries",
-          field_.entries().compressionUsed(),
+        { "compressionEntries", field_.entries().compressionUsed(),
           field_.entries().compressionCapacity() },
         { "policers", policers_.used(), policers_.capacity() },
     };
@@ -90,21 +89,15 @@ void SimulatedChip::addFlexParserTo( std::vector< Resource >& all ) const
 {
     all.push_back( { "udfs", flexParser_.used(), flexParser_.capacity() } );
     for ( const SimFlexParser::Format& format : flexParser_.formats() ) {
-        all.push_back( { "udfChunks" + format.shortName(),
-                         flexParser_.chunksUsed( format ),
+        all.push_back( { "udfChunks" + format.shortName(), flexParser_.chunksUsed( format ),
                          flexParser_.chunkCapacity( format ) } );
     }
 }
 
 SimulatedChip::State SimulatedChip::state() const
 {
-    return { ranges_.state(),
-             field_.state(),
-             policers_.state(),
-             udfModule_.state(),
-             flexParser_.state(),
-             statistics_.state(),
-             flexCounters_.state() };
+    return { ranges_.state(),     field_.state(),      policers_.state(),    udfModule_.state(),
+             flexParser_.state(), statistics_.state(), flexCounters_.state() };
 }
 
 void SimulatedChip::stateIs( const State& state )

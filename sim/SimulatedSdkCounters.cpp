@@ -73,12 +73,8 @@ int SimulatedSdk::korvel_bcm_esw_field_stat_pool_index_get( int unit,
         SimStat::PoolPlace place;
         const int rc = statistics.getPoolPlace( statId, stat, &place );
         if ( rc == ReturnCode::BCM_E_NONE ) {
-            const int values[] = { place.poolId,
-                                   place.poolType,
-                                   place.indices[ 0 ],
-                                   place.indices[ 1 ],
-                                   place.indices[ 2 ],
-                                   place.pipe };
+            const int values[] = { place.poolId,       place.poolType,     place.indices[ 0 ],
+                                   place.indices[ 1 ], place.indices[ 2 ], place.pipe };
             for ( size_t i = 0; i < std::size( values ); ++i ) {
                 *outputs[ i ] = values[ i ];
             }

@@ -128,8 +128,7 @@ int SimulatedSdk::bcm_field_presel_destroy( int unit, bcm_field_presel_t presel 
     int SimulatedSdk::function( int unit, bcm_field_entry_t entry, type data, type mask )          \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
-            return found.field().qualify( entry,                                                   \
-                                          { numbering().qualifier, FieldQualifier::users },        \
+            return found.field().qualify( entry, { numbering().qualifier, FieldQualifier::users }, \
                                           MaskedNumber{ data, mask } );                            \
         } );                                                                                       \
     }
@@ -137,14 +136,13 @@ int SimulatedSdk::bcm_field_presel_destroy( int unit, bcm_field_presel_t presel 
     int SimulatedSdk::function( int unit, bcm_field_entry_t entry, type value )                    \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
-            return found.field().qualify( entry,                                                   \
-                                          { numbering().qualifier, FieldQualifier::users },        \
+            return found.field().qualify( entry, { numbering().qualifier, FieldQualifier::users }, \
                                           namedValue( numbering(), value ) );                      \
         } );                                                                                       \
     }
 #define FIELD_QUALIFIER_ADDRESS( function, qualifier, users )                                      \
-    int SimulatedSdk::function(                                                                    \
-        int unit, bcm_field_entry_t entry, const bcm_ip6_t data, const bcm_ip6_t mask )            \
+    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, const bcm_ip6_t data,           \
+                                const bcm_ip6_t mask )                                             \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
             return found.field().qualifyAddress(                                                   \
@@ -162,8 +160,8 @@ int SimulatedSdk::bcm_field_qualify_RangeCheck( int unit,
         if ( !found.ranges().has( rangeId ) ) {
             return ReturnCode::BCM_E_NOT_FOUND;
         }
-        return found.field().qualify(
-            entry, { numbering().bcmFieldQualifyRangeCheck }, RangeMatch{ rangeId, invert != 0 } );
+        return found.field().qualify( entry, { numbering().bcmFieldQualifyRangeCheck },
+                                      RangeMatch{ rangeId, invert != 0 } );
     } );
 }
 

@@ -63,9 +63,8 @@ int SimulatedSdk::bcm_udf_abstract_pkt_format_object_list_get(
     int unit, bcm_udf_abstract_pkt_format_t format, int max, bcm_udf_id_t* udfIds, int* actual )
 {
     return onFlexParser(
-        unit, { ChipKind::sdk6FlexParser, ChipKind::hsdk }, [ & ]( SimFlexParser& parser ) {
-            return parser.getUdfs( format, max, udfIds, actual );
-        } );
+        unit, { ChipKind::sdk6FlexParser, ChipKind::hsdk },
+        [ & ]( SimFlexParser& parser ) { return parser.getUdfs( format, max, udfIds, actual ); } );
 }
 
 } // namespace Sim

@@ -63,9 +63,7 @@ void refuseStrangeLetters( const std::string& file, const std::string& text )
 
 InputError nothingCloses( const std::string& file, const YamlOpening& opening )
 {
-    return { file,
-             opening.line,
-             opening.column,
+    return { file, opening.line, opening.column,
              std::string( "not YAML: nothing closes this " ) + opening.sign };
 }
 

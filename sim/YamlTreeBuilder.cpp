@@ -68,8 +68,8 @@ void YamlTreeBuilder::OnScalar( const YAML::Mark& mark,
 {
     // The parser gives a scalar without quotes and without a tag of its own the tag "?".
     const bool isPlain = tag == "?";
-    YamlNode node = nodeAt(
-        mark, anchor, isPlain ? YamlNode::Kind::plainScalar : YamlNode::Kind::quotedScalar );
+    YamlNode node = nodeAt( mark, anchor,
+                            isPlain ? YamlNode::Kind::plainScalar : YamlNode::Kind::quotedScalar );
     const std::string objection = objectionTo( value );
     if ( !objection.empty() ) {
         node.fail( objection );

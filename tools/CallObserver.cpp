@@ -13,8 +13,8 @@ bool FailedCall::isForLackOfRoom() const
 
 std::string FailedCall::text() const
 {
-    return fmt::format(
-        "{}: {} ({}), {}", function, Sim::ReturnCode::name( rc ), rc, Sim::ReturnCode::text( rc ) );
+    return fmt::format( "{}: {} ({}), {}", function, Sim::ReturnCode::name( rc ), rc,
+                        Sim::ReturnCode::text( rc ) );
 }
 
 int CallObserver::observed( const char* function, int rc )

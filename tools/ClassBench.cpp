@@ -86,9 +86,7 @@ class LineReader
 
     [[noreturn]] void failAt( std::size_t at, const std::string& expected ) const
     {
-        throw Sim::InputError( file_,
-                               line_,
-                               static_cast< int >( at ) + 1,
+        throw Sim::InputError( file_, line_, static_cast< int >( at ) + 1,
                                "expected " + expected + ", found " + foundAt( at ) );
     }
 
@@ -147,12 +145,8 @@ class LineReader
 std::string prefixText( U32 address, U32 length )
 {
     constexpr U32 byte = 0xFF;
-    return fmt::format( "{}.{}.{}.{}/{}",
-                        address >> 24,
-                        address >> 16 & byte,
-                        address >> 8 & byte,
-                        address & byte,
-                        length );
+    return fmt::format( "{}.{}.{}.{}/{}", address >> 24, address >> 16 & byte, address >> 8 & byte,
+                        address & byte, length );
 }
 
 Ipv4Prefix readPrefix( LineReader& line )
@@ -170,9 +164,8 @@ Ipv4Prefix readPrefix( LineReader& line )
     prefix.length = static_cast< U8 >( line.decimal( 32, "a prefix length (0 to 32)" ) );
     const U32 network = prefix.address & PeloraTcam::ip4PrefixMask( prefix.length );
     if ( prefix.address != network ) {
-        line.failAt( start,
-                     "a prefix without bits behind its length, '" +
-                         prefixText( network, prefix.length ) + "'" );
+        line.failAt( start, "a prefix without bits behind its length, '" +
+                                prefixText( network, prefix.length ) + "'" );
     }
     return prefix;
 }

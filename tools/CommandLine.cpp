@@ -235,9 +235,7 @@ class FirstLines : public CLI::Formatter
     std::string make_subcommand( const CLI::App* command ) const override
     {
         const std::string description = command->get_description();
-        return fmt::format( "  {:<{}}{}\n",
-                            command->get_name(),
-                            get_column_width() - 2,
+        return fmt::format( "  {:<{}}{}\n", command->get_name(), get_column_width() - 2,
                             description.substr( 0, description.find( '\n' ) ) );
     }
 };
@@ -253,31 +251,26 @@ void addRun( CLI::App& app, Command& command )
 {
     const auto given = std::make_shared< RunCommand >();
     CLI::App* app_ = addCommand( app, "run", runHelp, runFooter );
-    app_->footer( fmt::format( "{}\n\nFacilities that can be traced:\n  {}",
-                               runFooter,
+    app_->footer( fmt::format( "{}\n\nFacilities that can be traced:\n  {}", runFooter,
                                fmt::join( knownTraceFacilities(), "\n  " ) ) );
     app_->add_option( "SCENARIO", given->scenario, "The scenario, a YAML file" )
         ->type_name( "FILE" )
         ->required();
-    app_->add_option(
-            "--chip", given->chip, "The chip profile, a name or a file, instead of the scenario's" )
+    app_->add_option( "--chip", given->chip,
+                      "The chip profile, a name or a file, instead of the scenario's" )
         ->type_name( "PROFILE" );
-    app_->add_option( "--trace",
-                      given->traces,
+    app_->add_option( "--trace", given->traces,
                       "Trace these levels, such as 4, 0,8-9 or all, of a facility to standard\n"
                       "error; may be given several times" )
         ->type_name( "FACILITY=LEVELS" )
         ->allow_extra_args( false );
-    app_->add_option( "--numbering",
-                      given->numbering,
+    app_->add_option( "--numbering", given->numbering,
                       "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
         ->type_name( "NUMBERING" );
-    app_->add_option( "--ring-dump",
-                      given->ringDump,
+    app_->add_option( "--ring-dump", given->ringDump,
                       "Write the ring-buffer trace to the file, also if the process ends badly" )
         ->type_name( "FILE" );
-    app_->add_flag( "--snapshot",
-                    given->snapshot,
+    app_->add_flag( "--snapshot", given->snapshot,
                     "Print all that the chip holds at the end, not only how much of it" );
     app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
     app_->callback( [ given, &command ] { command = [ given ] { return run( *given ); }; } );
@@ -290,12 +283,11 @@ void addCompare( CLI::App& app, Command& command )
     app_->add_option( "SCENARIO", given->scenario, "The scenario, a YAML file" )
         ->type_name( "FILE" )
         ->required();
-    app_->add_option(
-            "--chip", given->chips, "A chip profile, a name or a file; may be given several times" )
+    app_->add_option( "--chip", given->chips,
+                      "A chip profile, a name or a file; may be given several times" )
         ->type_name( "PROFILE" )
         ->allow_extra_args( false );
-    app_->add_option( "--numbering",
-                      given->numbering,
+    app_->add_option( "--numbering", given->numbering,
                       "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
         ->type_name( "NUMBERING" );
     app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
@@ -322,8 +314,7 @@ void addMaps( CLI::App& app, Command& command )
     const auto given = std::make_shared< MapsOptions >();
     CLI::App* app_ = addCommand( app, "maps", mapsHelp, mapsFooter );
     app_->add_option( "NAME", given->name, "The map to print" );
-    app_->add_option( "--numbering",
-                      given->numbering,
+    app_->add_option( "--numbering", given->numbering,
                       "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
         ->type_name( "NUMBERING" );
     app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
@@ -372,8 +363,8 @@ void addUdfKeys( CLI::App* app, const std::shared_ptr< ExplainUdfOptions >& give
         const auto keep = [ given, key = option.key ]( const std::string& text ) {
             given->keys.emplace_back( key, text );
         };
-        app->add_option_function< std::string >(
-               std::string( "--" ) + option.key, keep, option.help )
+        app->add_option_function< std::string >( std::string( "--" ) + option.key, keep,
+                                                 option.help )
             ->type_name( option.type )
             ->required( option.required );
     }
@@ -384,22 +375,18 @@ void addExplainUdf( CLI::App& app, Command& command )
     const auto given = std::make_shared< ExplainUdfOptions >();
     CLI::App* app_ = addCommand( app, "explain-udf", explainUdfHelp, explainUdfFooter );
     addUdfKeys( app_, given );
-    app_->add_option( "--chip",
-                      given->chip,
+    app_->add_option( "--chip", given->chip,
                       "The chip profile, a name or a file; not needed with --scenario" )
         ->type_name( "PROFILE" );
-    app_->add_option( "--scenario",
-                      given->scenario,
+    app_->add_option( "--scenario", given->scenario,
                       "Run this scenario before, for what it leaves on the chip" )
         ->type_name( "FILE" );
-    app_->add_option( "--with",
-                      given->with,
+    app_->add_option( "--with", given->with,
                       "A field that exists already: a mapping of the keys of a 'program-udf'\n"
                       "step; may be given several times" )
         ->type_name( "DESCRIPTION" )
         ->allow_extra_args( false );
-    app_->add_option( "--numbering",
-                      given->numbering,
+    app_->add_option( "--numbering", given->numbering,
                       "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
         ->type_name( "NUMBERING" );
     app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );

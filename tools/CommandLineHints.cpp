@@ -32,12 +32,11 @@ std::string unknownOptionText( const CLI::App& app, const std::string& argument 
     const CLI::App* command = commandOf( app );
     const std::string others = commandsWith( app, option );
     if ( command != nullptr && !others.empty() ) {
-        return fmt::format(
-            "'{}' has no option '{}', which belongs to {}", command->get_name(), option, others );
+        return fmt::format( "'{}' has no option '{}', which belongs to {}", command->get_name(),
+                            option, others );
     }
     return fmt::format(
-        "unknown option '{}'{}{}",
-        option,
+        "unknown option '{}'{}{}", option,
         command == nullptr ? "" : fmt::format( " of '{}'", command->get_name() ),
         Sim::nameHint( option, optionNames( command == nullptr ? app : *command ) ) );
 }
@@ -51,8 +50,7 @@ std::string unwantedText( const CLI::App& app )
     }
     const CLI::App* command = commandOf( app );
     if ( command == nullptr && !isOption( unwanted.front() ) ) {
-        return fmt::format( "unknown command '{}'{}",
-                            unwanted.front(),
+        return fmt::format( "unknown command '{}'{}", unwanted.front(),
                             Sim::nameHint( unwanted.front(), commandNames( app ) ) );
     }
     const auto option = std::ranges::find_if( unwanted, isOption );

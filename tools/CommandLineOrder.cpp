@@ -71,8 +71,7 @@ void requireKnown( const CLI::App& app, const std::string& option, const Words& 
     if ( commandsWith( app, option ).empty() ) {
         const std::optional< std::string > nearest =
             Sim::nearestName( option, candidatesFor( app, arguments ) );
-        refuse( fmt::format( "unknown option '{}'{}",
-                             option,
+        refuse( fmt::format( "unknown option '{}'{}", option,
                              nearest ? ", did you mean '" + *nearest + "'?" : "" ) );
     }
 }
@@ -81,14 +80,14 @@ const CLI::App& requiredCommand( const CLI::App& app, const Words& options, cons
 {
     const std::string option = nameIn( options.front() );
     if ( options.size() == arguments.size() ) {
-        refuse( fmt::format(
-            "expected a command with the option '{}': {}", option, commandsWith( app, option ) ) );
+        refuse( fmt::format( "expected a command with the option '{}': {}", option,
+                             commandsWith( app, option ) ) );
     }
     const std::string& name = arguments[ options.size() ];
     const CLI::App* command = commandNamed( app, name );
     if ( command == nullptr ) {
-        refuse( fmt::format(
-            "unknown command '{}'{}", name, Sim::nameHint( name, commandNames( app ) ) ) );
+        refuse( fmt::format( "unknown command '{}'{}", name,
+                             Sim::nameHint( name, commandNames( app ) ) ) );
     }
     return *command;
 }
@@ -151,10 +150,8 @@ std::vector< std::string > withCommandFirst( const CLI::App& app,
     const CLI::App& command = requiredCommand( app, options, arguments );
     for ( const std::string& name : names ) {
         if ( command.get_option_no_throw( name ) == nullptr ) {
-            refuse( fmt::format( "'{}' has no option '{}', which belongs to {}",
-                                 command.get_name(),
-                                 name,
-                                 commandsWith( app, name ) ) );
+            refuse( fmt::format( "'{}' has no option '{}', which belongs to {}", command.get_name(),
+                                 name, commandsWith( app, name ) ) );
         }
     }
     Words ordered{ command.get_name() };

@@ -86,14 +86,14 @@ void printStepOn( const ChipRun& run,
         return;
     }
     const Json& step = steps.at( index );
-    fmt::print(
-        "     {:<{}}  {} {}\n", chip, width, outcomeText( step, painter ), textOf( step, "text" ) );
+    fmt::print( "     {:<{}}  {} {}\n", chip, width, outcomeText( step, painter ),
+                textOf( step, "text" ) );
     if ( step.contains( "given" ) ) {
         fmt::print( "     {:<{}}  given:  {}\n", "", width, textOf( step, "given" ) );
     }
     for ( const Json& note : step.value( "notes", Json::array() ) ) {
-        fmt::print(
-            "     {:<{}}  note:   {}\n", "", width, printable( note.get< std::string >() ) );
+        fmt::print( "     {:<{}}  note:   {}\n", "", width,
+                    printable( note.get< std::string >() ) );
     }
     for ( const Json& line : step.value( "lines", Json::array() ) ) {
         fmt::print( "     {:<{}}  {}\n", "", width, printable( line.get< std::string >() ) );
@@ -130,9 +130,7 @@ void printText( const CompareOptions& options, const std::vector< ChipRun >& run
     const Json& steps = longest( runs ).report.at( "steps" );
     for ( std::size_t index = 0; index < steps.size(); ++index ) {
         const Json& step = steps.at( index );
-        fmt::print( "\n{:>3}  {}  {}\n",
-                    index + 1,
-                    step.at( "step" ).get< std::string >(),
+        fmt::print( "\n{:>3}  {}  {}\n", index + 1, step.at( "step" ).get< std::string >(),
                     textOf( step, "name" ) );
         if ( runs.size() > 1 && isSameOnAll( runs, index ) ) {
             printStepOn( runs.front(), "all", index, width, painter );
@@ -144,8 +142,7 @@ void printText( const CompareOptions& options, const std::vector< ChipRun >& run
     }
     fmt::print( "\n" );
     for ( const ChipRun& run : runs ) {
-        fmt::print( "Result on {}: {}\n",
-                    run.chip,
+        fmt::print( "Result on {}: {}\n", run.chip,
                     painter( run.exitCode == exitAsExpected ? Colour::good : Colour::bad,
                              run.report.at( "result" ).get< std::string >() ) );
     }

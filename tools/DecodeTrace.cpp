@@ -77,9 +77,7 @@ bool reportProblems( const std::string& file, const Rings& rings )
     }
     for ( const DecodedRing& ring : rings ) {
         if ( !ring.problem.empty() ) {
-            fmt::print( stderr,
-                        "{}: the trace is damaged: {}\n",
-                        printable( file ),
+            fmt::print( stderr, "{}: the trace is damaged: {}\n", printable( file ),
                         printable( ring.problem ) );
         }
     }

@@ -177,8 +177,7 @@ void printText( const std::string& chip, const UdfDesc& desc, const Json& explan
 {
     fmt::print( "{}, on chip {}\n\n", udfPlaceText( desc ), chip );
     for ( const Json& line : explanation.at( "lines" ) ) {
-        fmt::print( "  {:<15}{}\n",
-                    line.at( 0 ).get< std::string >(),
+        fmt::print( "  {:<15}{}\n", line.at( 0 ).get< std::string >(),
                     printable( line.at( 1 ).get< std::string >() ) );
     }
 }

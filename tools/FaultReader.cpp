@@ -151,9 +151,8 @@ void askForEffects( YamlMembers& members,
         node.read( dropped, onlyTrue );
         return Sim::DropCall{};
     } );
-    effects.ask( members, "corrupt", [ & ]( const YamlNode& node ) {
-        return readCorruption( node, numbering );
-    } );
+    effects.ask( members, "corrupt",
+                 [ & ]( const YamlNode& node ) { return readCorruption( node, numbering ); } );
 }
 
 struct EffectText
@@ -207,9 +206,7 @@ Sim::Fault readFault( const YamlNode& node, const ReadContext& context )
 
 std::string faultText( const Sim::Fault& fault )
 {
-    return fmt::format( "{}call {}{}: {}",
-                        fault.when.fromThenOn ? "from " : "",
-                        fault.when.call,
+    return fmt::format( "{}call {}{}: {}", fault.when.fromThenOn ? "from " : "", fault.when.call,
                         fault.when.fromThenOn ? " on" : "",
                         std::visit( EffectText{}, fault.what ) );
 }

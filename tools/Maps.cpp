@@ -79,10 +79,8 @@ void printList( const Tables& tables )
 {
     TextTable text( { "NAME", "PAIRS", "BACK", "AGENT", "SDK" } );
     for ( const TranslationTable& table : tables ) {
-        text.add( { table.name,
-                    std::to_string( table.rows.size() ),
-                    table.hasReverse ? std::to_string( table.reversePairs ) : "-",
-                    table.agentType,
+        text.add( { table.name, std::to_string( table.rows.size() ),
+                    table.hasReverse ? std::to_string( table.reversePairs ) : "-", table.agentType,
                     table.sdkType } );
     }
     text.print();
@@ -110,10 +108,7 @@ Json jsonOf( const Tables& tables )
 
 void printTable( const TranslationTable& table )
 {
-    fmt::print( "{}: {} to {}, {} pairs, {}\n\n",
-                table.name,
-                table.agentType,
-                table.sdkType,
+    fmt::print( "{}: {} to {}, {} pairs, {}\n\n", table.name, table.agentType, table.sdkType,
                 table.rows.size(),
                 table.hasReverse ? fmt::format( "{} back", table.reversePairs )
                                  : std::string( "not translated back" ) );
@@ -121,9 +116,7 @@ void printTable( const TranslationTable& table )
     bool anyMarked = false;
     for ( const TranslationRow& row : table.rows ) {
         anyMarked = anyMarked || row.manyToOne;
-        text.add( { std::to_string( row.number ),
-                    row.agentName,
-                    row.sdkName,
+        text.add( { std::to_string( row.number ), row.agentName, row.sdkName,
                     std::to_string( row.sdkValue ),
                     row.backToAgent.value_or( "-" ) + ( row.manyToOne ? " *" : "" ) } );
     }

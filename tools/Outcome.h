@@ -17,8 +17,8 @@ enum class Outcome
 };
 
 /// The names, in the order of the enumerators.
-inline constexpr std::array< std::string_view, 4 > outcomeNames = {
-    "ok", "full", "error", "aborted" };
+inline constexpr std::array< std::string_view, 4 > outcomeNames = { "ok", "full", "error",
+                                                                    "aborted" };
 
 [[nodiscard]] constexpr std::string_view outcomeName( Outcome outcome )
 {

@@ -61,12 +61,8 @@ void printTable( const std::vector< ChipProfile >& profiles )
     }
     fmt::print( "{:<{}}  {:<{}}  {}\n", "NAME", nameWidth, "CHIP", chipWidth, "DESCRIPTION" );
     for ( const ChipProfile& profile : profiles ) {
-        fmt::print( "{:<{}}  {:<{}}  {}\n",
-                    profile.name,
-                    nameWidth,
-                    Sim::nameOf( profile.chip ),
-                    chipWidth,
-                    profile.description );
+        fmt::print( "{:<{}}  {:<{}}  {}\n", profile.name, nameWidth, Sim::nameOf( profile.chip ),
+                    chipWidth, profile.description );
     }
 }
 

@@ -26,8 +26,8 @@ void writeImage( int file ) noexcept
 {
     std::size_t written = 0;
     while ( written < imageSize_ ) {
-        const ssize_t size = ::pwrite(
-            file, image_ + written, imageSize_ - written, static_cast< off_t >( written ) );
+        const ssize_t size = ::pwrite( file, image_ + written, imageSize_ - written,
+                                       static_cast< off_t >( written ) );
         if ( size == 0 || ( size < 0 && errno != EINTR ) ) {
             return;
         }

@@ -80,25 +80,17 @@ class TextReport : public RunReport
         stepCount_ = heading.steps.size();
         profile_ = heading.profile;
         fmt::print( "{}: {} on chip {}, unit {}, pipe {}, numbering {}\n\n",
-                    printable( heading.scenario ),
-                    counted( stepCount_, "step" ),
-                    heading.profile,
-                    heading.unit,
-                    heading.pipe,
-                    heading.numbering );
+                    printable( heading.scenario ), counted( stepCount_, "step" ), heading.profile,
+                    heading.unit, heading.pipe, heading.numbering );
         std::fflush( stdout );
     }
 
     void stepEnded( const StepReport& step ) override
     {
         const StepHeading& heading = step.heading;
-        const std::string start = fmt::format( "{:>{}}  {:<{}}  {:<{}}  ",
-                                               heading.index,
-                                               std::to_string( stepCount_ ).size(),
-                                               heading.kind,
-                                               kindWidth_,
-                                               printable( heading.name ),
-                                               nameWidth_ );
+        const std::string start = fmt::format( "{:>{}}  {:<{}}  {:<{}}  ", heading.index,
+                                               std::to_string( stepCount_ ).size(), heading.kind,
+                                               kindWidth_, printable( heading.name ), nameWidth_ );
         fmt::print( "{}{}", start, paintedOutcome( step ) );
         printRemark( step, start.size() + widestOutcome );
         for ( const std::string& line : step.result.lines ) {
@@ -106,8 +98,8 @@ class TextReport : public RunReport
         }
         printNotes( step.result.produced );
         if ( step.result.outcome == Outcome::aborted ) {
-            printLastWords(
-                step.lastWords, step.end, step.asExpected ? Colour::quiet : Colour::warning );
+            printLastWords( step.lastWords, step.end,
+                            step.asExpected ? Colour::quiet : Colour::warning );
         }
         std::fflush( stdout );
     }
@@ -120,9 +112,8 @@ class TextReport : public RunReport
             printUnexpectedEnd( *summary.unexpectedEnd );
             fmt::print( stderr, "{}", unexpectedEndText( *summary.unexpectedEnd ) );
         } else if ( summary.notAsExpected > 0 ) {
-            printResult(
-                Colour::bad,
-                fmt::format( "{} of {} not as expected", summary.notAsExpected, stepCount_ ) );
+            printResult( Colour::bad, fmt::format( "{} of {} not as expected",
+                                                   summary.notAsExpected, stepCount_ ) );
         } else {
             printResult( Colour::good,
                          fmt::format( "{}, all as expected", counted( stepCount_, "step" ) ) );
@@ -163,10 +154,7 @@ class TextReport : public RunReport
             const StepHeading& step = *unexpected.step;
             printResult( Colour::bad,
                          fmt::format( "the library ended the process in step {} of {}, {} {}",
-                                      step.index,
-                                      stepCount_,
-                                      step.kind,
-                                      printable( step.name ) ) );
+                                      step.index, stepCount_, step.kind, printable( step.name ) ) );
             return;
         }
         printResult( Colour::bad, "the library ended the process between steps" );
@@ -228,8 +216,8 @@ class TextReport : public RunReport
         for ( const auto& [ name, resource ] : chip.items() ) {
             width = std::max( width, inWords( name ).size() + 2 );
         }
-        fmt::print(
-            "\n{:<{}}  {:>8}  {:>8}  {:>8}\n", title, width, "used", "at most", "capacity" );
+        fmt::print( "\n{:<{}}  {:>8}  {:>8}  {:>8}\n", title, width, "used", "at most",
+                    "capacity" );
         for ( const auto& [ name, resource ] : chip.items() ) {
             fmt::print( "{}\n", occupancyLine( inWords( name ), width, resource ) );
         }
@@ -245,13 +233,9 @@ class TextReport : public RunReport
             resource.contains( "setAside" )
                 ? fmt::format( "  {} set aside", resource.at( "setAside" ).get< std::uint64_t >() )
                 : std::string();
-        const std::string line = fmt::format( "  {:<{}}  {:>8}  {:>8}  {:>8}{}",
-                                              name,
-                                              width - 2,
-                                              resource.at( "used" ).get< std::uint64_t >(),
-                                              peak,
-                                              capacity,
-                                              setAside );
+        const std::string line =
+            fmt::format( "  {:<{}}  {:>8}  {:>8}  {:>8}{}", name, width - 2,
+                         resource.at( "used" ).get< std::uint64_t >(), peak, capacity, setAside );
         if ( peak == 0 ) {
             return painter_( Colour::quiet, line );
         }
@@ -270,8 +254,7 @@ class TextReport : public RunReport
         for ( const Json& object : snapshot ) {
             std::string line = object.at( "object" ).get< std::string >() + ":";
             for ( const Json& field : object.at( "fields" ) ) {
-                line += fmt::format( " {}={}",
-                                     field.at( "name" ).get< std::string >(),
+                line += fmt::format( " {}={}", field.at( "name" ).get< std::string >(),
                                      field.at( "value" ).get< std::string >() );
             }
             fmt::print( "  {}\n", printable( line ) );
@@ -301,12 +284,9 @@ class JsonReport : public RunReport
 
     void runStarts( const RunHeading& heading ) override
     {
-        json_ = { { "scenario", heading.scenario },
-                  { "profile", heading.profile },
-                  { "unit", heading.unit },
-                  { "pipe", heading.pipe },
-                  { "numbering", heading.numbering },
-                  { "steps", Json::array() } };
+        json_ = { { "scenario", heading.scenario },   { "profile", heading.profile },
+                  { "unit", heading.unit },           { "pipe", heading.pipe },
+                  { "numbering", heading.numbering }, { "steps", Json::array() } };
     }
 
     void stepEnded( const StepReport& step ) override

@@ -104,15 +104,15 @@ void runStepAndReport( std::size_t index,
                        EventSender& events )
 {
     events.send( { { "event", RunEvent::stepStarted }, { "index", index } } );
-    Agent::traceBoth(
-        traceHandle(), 4, "step ", index, " ", step.kind, " ", step.step->name(), " starts" );
+    Agent::traceBoth( traceHandle(), 4, "step ", index, " ", step.kind, " ", step.step->name(),
+                      " starts" );
     Json event = { { "event", RunEvent::stepEnded } };
     event.update( step.expected == Outcome::aborted ? tryStep( *step.step, context )
                                                     : jsonOf( runStep( *step.step, context ) ) );
     AGENT_ASSERT( Agent::activityLock().heldByThisThread() &&
                   "the activity lock is held after each step" );
-    Agent::traceBoth(
-        traceHandle(), 4, "step ", index, " ends ", event.at( "outcome" ).get< std::string >() );
+    Agent::traceBoth( traceHandle(), 4, "step ", index, " ends ",
+                      event.at( "outcome" ).get< std::string >() );
     addChip( event, context, options );
     events.send( event );
 }
@@ -145,8 +145,7 @@ void runScenarioSteps( const Scenario& scenario, const RunOptions& options, Even
 StepResult stepResultFromJson( const Json& event )
 {
     return { outcomeFromName( event.at( "outcome" ).get< std::string >() ).value(),
-             event.at( "text" ),
-             event.at( "produced" ),
+             event.at( "text" ), event.at( "produced" ),
              event.value( "lines", std::vector< std::string >() ) };
 }
 

@@ -120,12 +120,8 @@ class RunWatcher
 
     void showProgress( std::size_t done, std::size_t total )
     {
-        progress_.show( fmt::format( "{}  {} {}  {} of {}",
-                                     running_->index,
-                                     running_->kind,
-                                     printable( running_->name ),
-                                     done,
-                                     total ) );
+        progress_.show( fmt::format( "{}  {} {}  {} of {}", running_->index, running_->kind,
+                                     printable( running_->name ), done, total ) );
     }
 
     void stepEnded( const Json& event )

@@ -66,8 +66,8 @@ std::unique_ptr< Reference::CompressionManager > makeCompression( const Scenario
     const auto helper =
         PeloraTcam::peloraTcamSdk6CompressionHelperFactory( scenario.pipe, fapIdOf( scenario ) );
     helper->handleInitialized();
-    const Reference::CompressionLimits limits{
-        scenario.profile.field.compressionEntries, 1, classIds };
+    const Reference::CompressionLimits limits{ scenario.profile.field.compressionEntries, 1,
+                                               classIds };
     return std::make_unique< Reference::CompressionManager >( helper,
                                                               Reference::sameLimits( limits ) );
 }

@@ -17,15 +17,9 @@ constexpr std::string_view everyFacility = "*";
 /// The facilities whose handles are made at their first use, so that the trace settings do not
 /// know them before.
 constexpr std::string_view lateFacilities[] = {
-    "PeloraTcamCounterManager",
-    "PeloraTcamHsdkCounterHelper",
-    "PeloraTcamPolicer",
-    "PeloraTcamRangeChecker",
-    "PeloraTcamSdk6CompressionHelper",
-    "PeloraTcamSdk6Helper",
-    "PeloraTcamUdfHsdkHelper",
-    "PeloraTcamUdfProgramHelper",
-    "PeloraTcamUdfSdk6Helper",
+    "PeloraTcamCounterManager", "PeloraTcamHsdkCounterHelper",     "PeloraTcamPolicer",
+    "PeloraTcamRangeChecker",   "PeloraTcamSdk6CompressionHelper", "PeloraTcamSdk6Helper",
+    "PeloraTcamUdfHsdkHelper",  "PeloraTcamUdfProgramHelper",      "PeloraTcamUdfSdk6Helper",
     toolTraceFacility,
 };
 

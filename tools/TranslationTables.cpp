@@ -104,9 +104,7 @@ TranslationTable readQualifiers()
     };
     PeloraTcam::initializeBcmQualifierMap();
     return tableOf( { "qualifierMap", "QualifierType", "bcm_field_qualify_t" },
-                    PeloraTcam::qualifierMap,
-                    PeloraTcam::qualifierReverseMap,
-                    accessors );
+                    PeloraTcam::qualifierMap, PeloraTcam::qualifierReverseMap, accessors );
 }
 
 TranslationTable readActions()
@@ -117,10 +115,8 @@ TranslationTable readActions()
 #include "PeloraTcam/Actions.def"
     };
     PeloraTcam::initializeBcmActionMap();
-    return tableOf( { "actionMap", "ActionType", "bcm_field_action_t" },
-                    PeloraTcam::actionMap,
-                    PeloraTcam::actionReverseMap,
-                    accessors );
+    return tableOf( { "actionMap", "ActionType", "bcm_field_action_t" }, PeloraTcam::actionMap,
+                    PeloraTcam::actionReverseMap, accessors );
 }
 
 /// Adds the tables of `TranslationMaps.def`.

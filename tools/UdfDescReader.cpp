@@ -109,11 +109,8 @@ std::string udfPlaceText( const UdfDesc& desc )
             base = name;
         }
     }
-    return fmt::format( "{} {} at {} from {}",
-                        desc.length(),
-                        desc.length() == 1 ? "byte" : "bytes",
-                        desc.offset(),
-                        base );
+    return fmt::format( "{} {} at {} from {}", desc.length(), desc.length() == 1 ? "byte" : "bytes",
+                        desc.offset(), base );
 }
 
 } // namespace Tool

@@ -66,17 +66,14 @@ void explainPlace( const bcm_udf_t& udf,
                                        bytesText( first, udf.width() / bitsPerByte ),
                                        headerText( udf.layer(), numbering ) );
     if ( first != desc.offset() ) {
-        matches += fmt::format(
-            ": offset {} behind a header of {} bytes", desc.offset(), first - desc.offset() );
+        matches += fmt::format( ": offset {} behind a header of {} bytes", desc.offset(),
+                                first - desc.offset() );
     }
     const std::vector< int > chunks = chunksIn( udf.hw_bmap() );
     told.say( "Matches", matches );
-    told.say( "Chip gets",
-              fmt::format( "layer {}, start {} bits, width {} bits, {}",
-                           numbering.nameOf( udf.layer() ),
-                           udf.start(),
-                           udf.width(),
-                           chunksText( chunks ) ) );
+    told.say( "Chip gets", fmt::format( "layer {}, start {} bits, width {} bits, {}",
+                                        numbering.nameOf( udf.layer() ), udf.start(), udf.width(),
+                                        chunksText( chunks ) ) );
     told.json[ "udf" ] = { { "layer", numbering.nameOf( udf.layer() ) },
                            { "start", udf.start() },
                            { "width", udf.width() },
@@ -157,10 +154,8 @@ void explainFormat( bcm_udf_id_t id,
         told.say( "Packet format",
                   others.empty()
                       ? fmt::format( "{}, of its own, priority {}", formatId, format.info.prio() )
-                      : fmt::format( "{}, shared with {}, priority {}",
-                                     formatId,
-                                     fmt::join( others, ", " ),
-                                     format.info.prio() ) );
+                      : fmt::format( "{}, shared with {}, priority {}", formatId,
+                                     fmt::join( others, ", " ), format.info.prio() ) );
         told.json[ "packetFormat" ] = jsonOf( format.info, numbering );
         told.json[ "packetFormat" ][ "id" ] = formatId;
         told.json[ "packetFormat" ][ "sharedWith" ] = others;
@@ -217,10 +212,8 @@ void explainOnFlexParser( bcm_udf_id_t id,
                            "told no base",
                            bytesText( static_cast< int >( udf.offset ) / bitsPerByte,
                                       bytesTaken( id, context ) ) ) );
-    told.say(
-        "Chip gets",
-        fmt::format(
-            "offset {} bits, width {} bits, {}", udf.offset, udf.width, chunksText( chunks ) ) );
+    told.say( "Chip gets", fmt::format( "offset {} bits, width {} bits, {}", udf.offset, udf.width,
+                                        chunksText( chunks ) ) );
     told.say( "Packets", "all of the packet format; the chip is told no IP protocol" );
     told.say( "Packet format",
               others.empty() ? fmt::format( "{}, with no other field", format )
@@ -247,10 +240,9 @@ void explainProgrammed( const PeloraTcam::QualIdList& ids,
     } else {
         explainOnFlexParser( id, *chip.flexParser(), context, told );
     }
-    told.say( "On the chip",
-              users == 1 ? std::string( "a new field" )
-                         : fmt::format( "nothing new: it is {}, with one more user",
-                                        udfText( id, context ) ) );
+    told.say( "On the chip", users == 1 ? std::string( "a new field" )
+                                        : fmt::format( "nothing new: it is {}, with one more user",
+                                                       udfText( id, context ) ) );
     const std::vector< std::string > notes = udfNotes( id, desc, context );
     for ( const std::string& note : notes ) {
         told.say( "Note", note );

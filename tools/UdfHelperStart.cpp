@@ -40,20 +40,14 @@ struct UdfHelperKind
 };
 
 constexpr std::array< UdfHelperKind, 3 > helperKinds{ {
-    { Sim::ChipKind::sdk6UdfModule,
-      Reference::UdfPath::udfModule,
-      "PeloraTcam::UdfModuleHelper",
+    { Sim::ChipKind::sdk6UdfModule, Reference::UdfPath::udfModule, "PeloraTcam::UdfModuleHelper",
       asBase< PeloraTcam::udfModuleHelperFactory >,
       asBase< PeloraTcam::UdfModuleHelper::UdfModuleHelperIs > },
-    { Sim::ChipKind::sdk6FlexParser,
-      Reference::UdfPath::flexParser,
-      "PeloraTcam::UdfFlexParserHelper",
-      asBase< PeloraTcam::udfFlexParserHelperFactory >,
+    { Sim::ChipKind::sdk6FlexParser, Reference::UdfPath::flexParser,
+      "PeloraTcam::UdfFlexParserHelper", asBase< PeloraTcam::udfFlexParserHelperFactory >,
       asBase< PeloraTcam::UdfFlexParserHelper::UdfFlexParserHelperIs > },
-    { Sim::ChipKind::hsdk,
-      Reference::UdfPath::flexParserHsdk,
-      "PeloraTcam::UdfFlexParserHsdkHelper",
-      asBase< PeloraTcam::udfFlexParserHsdkHelperFactory >,
+    { Sim::ChipKind::hsdk, Reference::UdfPath::flexParserHsdk,
+      "PeloraTcam::UdfFlexParserHsdkHelper", asBase< PeloraTcam::udfFlexParserHsdkHelperFactory >,
       asBase< PeloraTcam::UdfFlexParserHsdkHelper::UdfFlexParserHsdkHelperIs > },
 } };
 

@@ -25,8 +25,8 @@ std::string countedBytes( int count )
 std::optional< std::string > noteOnLength( int asked, int taken )
 {
     if ( taken < asked ) {
-        return fmt::format(
-            "the chip takes only {} of the {} asked for", taken, countedBytes( asked ) );
+        return fmt::format( "the chip takes only {} of the {} asked for", taken,
+                            countedBytes( asked ) );
     }
     if ( taken > asked ) {
         return fmt::format( "the chip takes {}, {} asked for", countedBytes( taken ), asked );
@@ -39,15 +39,7 @@ std::optional< std::string > noteOnLength( int asked, int taken )
 bool neverCarriesIp( std::uint16_t etherType )
 {
     constexpr std::string_view names[] = {
-        "arp",
-        "rarp",
-        "pppoeDiscovery",
-        "slowProtocols",
-        "eapol",
-        "lldp",
-        "ptp",
-        "cfm",
-        "fcoe",
+        "arp", "rarp", "pppoeDiscovery", "slowProtocols", "eapol", "lldp", "ptp", "cfm", "fcoe",
     };
     return std::ranges::any_of( etherTypeNames(), [ & ]( const PacketName& row ) {
         return row.second == etherType && std::ranges::count( names, row.first ) != 0;
@@ -82,8 +74,7 @@ std::optional< std::string > noteOnEtherType( std::uint16_t etherType )
     }
     return fmt::format( "{} (0x{:04X}) is no EtherType, which are from 0x0600; hexadecimal numbers "
                         "begin with 0x",
-                        etherType,
-                        etherType );
+                        etherType, etherType );
 }
 
 std::optional< std::string > noteOnBase( const UdfDesc& desc )
@@ -132,8 +123,7 @@ udfNotes( bcm_udf_id_t udfId, const UdfDesc& desc, const RunContext& context )
     std::vector< std::string > notes;
     for ( const std::optional< std::string >& note :
           { noteOnLength( desc.length(), bytesTaken( udfId, context ) ),
-            noteOnEtherType( desc.ethType() ),
-            base,
+            noteOnEtherType( desc.ethType() ), base,
             base || module == nullptr ? std::nullopt : noteOnPayload( udfId, desc, *module ) } ) {
         if ( note ) {
             notes.push_back( *note );

@@ -11,11 +11,9 @@ onModule( bcm_udf_id_t udfId, const Sim::SimUdfModule& module, const Sim::SdkNum
 {
     const Sim::SimUdfModule::State& state = module.state();
     const bcm_udf_t& udf = state.udfs.at( udfId ).udf;
-    std::string text = fmt::format( "layer {}, start {}, width {}, {}",
-                                    numbering.nameOf( udf.layer() ),
-                                    udf.start(),
-                                    udf.width(),
-                                    chunksText( chunksIn( udf.hw_bmap() ) ) );
+    std::string text =
+        fmt::format( "layer {}, start {}, width {}, {}", numbering.nameOf( udf.layer() ),
+                     udf.start(), udf.width(), chunksText( chunksIn( udf.hw_bmap() ) ) );
     for ( const auto& [ formatId, format ] : state.pktFormats ) {
         if ( format.udfs.contains( udfId ) ) {
             text += fmt::format( ", packet format {}", formatId );
@@ -29,11 +27,8 @@ std::string onFlexParser( bcm_udf_id_t udfId,
                           const Sim::SdkNumbering& numbering )
 {
     const Sim::SimFlexParser::Udf& udf = parser.state().at( udfId );
-    return fmt::format( "format {}, offset {}, width {}, {}",
-                        numbering.nameOf( udf.format ),
-                        udf.offset,
-                        udf.width,
-                        chunksText( chunksIn( udf.chunks ) ) );
+    return fmt::format( "format {}, offset {}, width {}, {}", numbering.nameOf( udf.format ),
+                        udf.offset, udf.width, chunksText( chunksIn( udf.chunks ) ) );
 }
 
 } // namespace
@@ -54,8 +49,8 @@ std::string chunksText( const std::vector< int >& chunks )
     if ( chunks.empty() ) {
         return "no chunk";
     }
-    return fmt::format(
-        "{} {}", chunks.size() == 1 ? "chunk" : "chunks", fmt::join( chunks, ", " ) );
+    return fmt::format( "{} {}", chunks.size() == 1 ? "chunk" : "chunks",
+                        fmt::join( chunks, ", " ) );
 }
 
 std::string udfText( bcm_udf_id_t udfId, const RunContext& context )

@@ -12,13 +12,8 @@ void assertionFailed( const char* expression,
                       const char* function )
 {
     std::fflush( stdout );
-    std::fprintf( stderr,
-                  "%s: %s:%u: %s: Assertion `%s' failed.\n",
-                  program_invocation_short_name,
-                  file,
-                  line,
-                  function,
-                  expression );
+    std::fprintf( stderr, "%s: %s:%u: %s: Assertion `%s' failed.\n", program_invocation_short_name,
+                  file, line, function, expression );
     std::fflush( stderr );
     std::abort();
 }

@@ -57,8 +57,8 @@ struct RingHeader
 };
 
 /// What a block begins with.
-inline constexpr std::array< char, 16 > ringMagic = {
-    'P', 'E', 'L', 'O', 'R', 'A', '-', 'R', 'I', 'N', 'G', '-', 'V', '2', '\n', '\0' };
+inline constexpr std::array< char, 16 > ringMagic = { 'P', 'E', 'L', 'O', 'R', 'A', '-',  'R',
+                                                      'I', 'N', 'G', '-', 'V', '2', '\n', '\0' };
 
 /// The start of a record; the packed arguments follow. Records start at multiples of 8 bytes and
 /// do not wrap: a record with description `ringPadding` fills the end of the room.
@@ -109,8 +109,8 @@ class AGENT_EXPORT RingTrace
         std::byte* place = records_ + nextPlace_;
         // The ring is larger than the nearest cache: the lines of the next records are fetched now.
         __builtin_prefetch( place + prefetchDistance, 1 );
-        new ( place ) RingRecord{
-            size, description, readingTime_, static_cast< U32 >( argumentsSize ), ticks };
+        new ( place ) RingRecord{ size, description, readingTime_,
+                                  static_cast< U32 >( argumentsSize ), ticks };
         put( place + sizeof( RingRecord ) );
         added( size );
         ++header().count;

@@ -94,8 +94,7 @@ struct TraceSettings
         if ( auto settings = traceSettingsFromText( environment ) ) {
             masks.insert( settings->begin(), settings->end() );
         } else {
-            std::fprintf( stderr,
-                          "PELORA_TRACE: \"%s\" is not of the form FACILITY=LEVELS;...\n",
+            std::fprintf( stderr, "PELORA_TRACE: \"%s\" is not of the form FACILITY=LEVELS;...\n",
                           environment );
         }
     }

@@ -63,10 +63,7 @@ int PeloraTcamCompressionHelperBase::attributeOperation( Agent::Node& node,
 {
     using Helper = PeloraTcamCompressionHelperBase;
     using Agent::ReadableAttribute;
-    return Agent::readableAttributes( node,
-                                      field,
-                                      operation,
-                                      result,
+    return Agent::readableAttributes( node, field, operation, result,
                                       ReadableAttribute{ "fapId", &Helper::fapId },
                                       ReadableAttribute{ "pipeId", &Helper::pipeId } );
 }

@@ -84,8 +84,8 @@ int PeloraTcamSdk6CounterEvictionHelper::fieldStatCreate( Shim::SdkAccess& sdk,
                                                           std::span< bcm_field_stat_t > statTypes,
                                                           int* statId )
 {
-    const int rc = sdk.bcm_field_stat_create(
-        unit, group, static_cast< int >( statTypes.size() ), statTypes.data(), statId );
+    const int rc = sdk.bcm_field_stat_create( unit, group, static_cast< int >( statTypes.size() ),
+                                              statTypes.data(), statId );
     if ( rc >= 0 ) {
         const auto made = std::make_shared< Statistic >();
         for ( const bcm_field_stat_t statType : statTypes ) {

@@ -21,10 +21,7 @@ int PeloraTcamCounterHelper::attributeOperation( Agent::Node& node,
 {
     using Helper = PeloraTcamCounterHelper;
     using Agent::ReadableAttribute;
-    return Agent::readableAttributes( node,
-                                      field,
-                                      operation,
-                                      result,
+    return Agent::readableAttributes( node, field, operation, result,
                                       ReadableAttribute{ "chipInfo", &Helper::chipInfo },
                                       ReadableAttribute{ "pipeId", &Helper::pipeId },
                                       ReadableAttribute{ "unit", &Helper::unit } );

@@ -8,15 +8,8 @@ namespace PeloraTcam {
 namespace {
 
 constexpr std::array< std::string_view, 9 > names = {
-    "invalid",
-    "bytes",
-    "packets",
-    "redBytes",
-    "redPackets",
-    "greenBytes",
-    "greenPackets",
-    "yellowBytes",
-    "yellowPackets",
+    "invalid",    "bytes",        "packets",     "redBytes",      "redPackets",
+    "greenBytes", "greenPackets", "yellowBytes", "yellowPackets",
 };
 
 } // namespace

@@ -38,10 +38,7 @@ int PeloraTcamPolicerHelper::attributeOperation( Agent::Node& node,
 {
     using Helper = PeloraTcamPolicerHelper;
     using Agent::ReadableAttribute;
-    return Agent::readableAttributes( node,
-                                      field,
-                                      operation,
-                                      result,
+    return Agent::readableAttributes( node, field, operation, result,
                                       ReadableAttribute{ "fapId", &Helper::fapId },
                                       ReadableAttribute{ "pipeId", &Helper::pipeId } );
 }

@@ -40,10 +40,7 @@ int PeloraTcamRangeCheckerHelper::attributeOperation( Agent::Node& node,
 {
     using Helper = PeloraTcamRangeCheckerHelper;
     using Agent::ReadableAttribute;
-    return Agent::readableAttributes( node,
-                                      field,
-                                      operation,
-                                      result,
+    return Agent::readableAttributes( node, field, operation, result,
                                       ReadableAttribute{ "fapId", &Helper::fapId },
                                       ReadableAttribute{ "model", &Helper::model },
                                       ReadableAttribute{ "pipeId", &Helper::pipeId } );

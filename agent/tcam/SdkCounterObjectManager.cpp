@@ -22,8 +22,8 @@ int SdkCounterObjectManager::counterObjectIs(
     Shim::sdk().bcm_flexctr_action_t_init( &action );
     action.index_num = firstIndex + counters;
     FlexctrObjectId object = 0;
-    const int rc = SDK_TRACED_CALL(
-        bcm_flexctr_action_create, static_cast< int >( unit ), 0, &action, &object );
+    const int rc = SDK_TRACED_CALL( bcm_flexctr_action_create, static_cast< int >( unit ), 0,
+                                    &action, &object );
     if ( rc < 0 ) {
         return rc;
     }

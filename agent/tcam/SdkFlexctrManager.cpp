@@ -209,12 +209,11 @@ void SdkFlexctrManager::getFlexctr( U32 unit,
     }
     // Held: the record may go while the locks are released.
     const Agent::Ptr< FlexctrCounter > counter = found->second;
-    Shim::tracedCall( apiTraceHandle_,
-                      SDK_CALL_SITE( "bcm_flexctr_stat_get( unit, object, index, &value )" ),
-                      [ & ] {
-                          return counter->read(
-                              static_cast< int >( unit ), counterMask_, packets, bytes );
-                      } );
+    Shim::tracedCall(
+        apiTraceHandle_, SDK_CALL_SITE( "bcm_flexctr_stat_get( unit, object, index, &value )" ),
+        [ & ] {
+            return counter->read( static_cast< int >( unit ), counterMask_, packets, bytes );
+        } );
 }
 
 void SdkFlexctrManager::clearFlexctr( U32 unit,

@@ -20,10 +20,7 @@ int UdfHelperBase::attributeOperation( Agent::Node& node,
     using Helper = UdfHelperBase;
     using Agent::ReadableAttribute;
     return Agent::readableAttributes(
-        node,
-        field,
-        operation,
-        result,
+        node, field, operation, result,
         ReadableAttribute{ "lagHashingSupported", &Helper::lagHashingSupported },
         ReadableAttribute{ "moduleId", &Helper::moduleId },
         ReadableAttribute{ "pipeId", &Helper::pipeId } );

@@ -12,15 +12,9 @@ namespace {
 using Agent::packForRing;
 
 constexpr std::array< std::string_view, 9 > baseNames = {
-    "UdfBasePacketStart_",
-    "UdfBaseL2Header_",
-    "UdfBaseL3Header_",
-    "UdfBaseL3OuterHeader_",
-    "UdfBaseL3OuterPayload_",
-    "UdfBaseL3InnerHeader_",
-    "UdfBaseL4InnerHeader_",
-    "UdfBaseL4OuterHeader_",
-    "UdfBaseL4OuterPayload_",
+    "UdfBasePacketStart_",   "UdfBaseL2Header_",       "UdfBaseL3Header_",
+    "UdfBaseL3OuterHeader_", "UdfBaseL3OuterPayload_", "UdfBaseL3InnerHeader_",
+    "UdfBaseL4InnerHeader_", "UdfBaseL4OuterHeader_",  "UdfBaseL4OuterPayload_",
 };
 
 constexpr std::array< std::string_view, 4 > appTypeNames = {

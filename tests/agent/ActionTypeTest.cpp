@@ -17,8 +17,8 @@ using Agent::joinPieces;
 std::string lowerCase( std::string_view text )
 {
     std::string lower( text );
-    std::ranges::transform(
-        lower, lower.begin(), []( unsigned char c ) { return std::tolower( c ); } );
+    std::ranges::transform( lower, lower.begin(),
+                            []( unsigned char c ) { return std::tolower( c ); } );
     return lower;
 }
 
@@ -62,15 +62,9 @@ TEST( ActionTypeTest, Print_NumberWithoutName_NamesTypeAndNumber )
 TEST( ActionTypeTest, Numbers_ThatOthersRelyOn_NeverChange )
 {
     const std::pair< unsigned, const char* > known[] = {
-        { 11, "classIdAssign" },
-        { 16, "cosMapNew" },
-        { 35, "drop" },
-        { 36, "dropColorAware" },
-        { 70, "mirrorIngress" },
-        { 71, "mirrorIngressTruncated" },
-        { 72, "noAction" },
-        { 93, "redirect" },
-        { 131, "vxlanVniNew" },
+        { 11, "classIdAssign" },  { 16, "cosMapNew" },     { 35, "drop" },
+        { 36, "dropColorAware" }, { 70, "mirrorIngress" }, { 71, "mirrorIngressTruncated" },
+        { 72, "noAction" },       { 93, "redirect" },      { 131, "vxlanVniNew" },
     };
     for ( const auto& [ number, name ] : known ) {
         EXPECT_EQ( joinPieces( static_cast< ActionType >( number ) ), name );

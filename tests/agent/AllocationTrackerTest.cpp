@@ -50,10 +50,9 @@ TEST( AllocationTrackerTest, AllocationReports_OfTheTrackersThatLive_AreSortedBy
     {
         const AllocationTracker gone( "Gone" );
         const AllocationTracker first( "First" );
-        EXPECT_THAT( allocationReports(),
-                     ElementsAre( AllocationReport{ "First", 0, 0 },
-                                  AllocationReport{ "Gone", 0, 0 },
-                                  AllocationReport{ "Second", 1, 4 } ) );
+        EXPECT_THAT( allocationReports(), ElementsAre( AllocationReport{ "First", 0, 0 },
+                                                       AllocationReport{ "Gone", 0, 0 },
+                                                       AllocationReport{ "Second", 1, 4 } ) );
     }
 
     EXPECT_THAT( allocationReports(), ElementsAre( AllocationReport{ "Second", 1, 4 } ) );

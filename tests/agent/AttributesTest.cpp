@@ -33,10 +33,7 @@ class Fan final : public Node
 
 int serve( const Fan& fan, std::string_view attribute, AttributeOperation operation, void* result )
 {
-    return readableAttributes( fan,
-                               FieldDescriptor{ attribute },
-                               operation,
-                               result,
+    return readableAttributes( fan, FieldDescriptor{ attribute }, operation, result,
                                ReadableAttribute{ "blades", &Fan::blades },
                                ReadableAttribute{ "name", &Fan::name },
                                ReadableAttribute{ "slot", &Fan::slot } );

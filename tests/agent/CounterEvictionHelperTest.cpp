@@ -297,8 +297,8 @@ class Traffic
         const bool isPackets = random_() % 2 == 0;
         const bcm_field_stat_t type = typeOf( isPackets );
         ASSERT_EQ( sdk_.bcm_field_stat_set( unit, statistic->first, type, 0 ), 0 );
-        eviction_->clearEvictionCounter(
-            unit, static_cast< U32 >( statistic->first ), type, isPackets, !isPackets );
+        eviction_->clearEvictionCounter( unit, static_cast< U32 >( statistic->first ), type,
+                                         isPackets, !isPackets );
         statistic->second.at( isPackets ) = {};
     }
 

@@ -26,17 +26,8 @@ TEST( CounterTypesTest, IsByteType_EveryNumber_IsTheFourOddOnes )
 
 TEST( CounterTypesTest, PacketTypeOfPair_EveryType_IsTheNextOfAByteTypeOrItself )
 {
-    const int pairs[][ 2 ] = { { 0, 0 },
-                               { 1, 2 },
-                               { 2, 2 },
-                               { 3, 4 },
-                               { 4, 4 },
-                               { 5, 6 },
-                               { 6, 6 },
-                               { 7, 8 },
-                               { 8, 8 },
-                               { 9, 9 },
-                               { 255, 255 } };
+    const int pairs[][ 2 ] = { { 0, 0 }, { 1, 2 }, { 2, 2 }, { 3, 4 }, { 4, 4 },    { 5, 6 },
+                               { 6, 6 }, { 7, 8 }, { 8, 8 }, { 9, 9 }, { 255, 255 } };
     for ( const auto& [ type, packetType ] : pairs ) {
         EXPECT_EQ( packetTypeOfPair( typeOf( type ) ), typeOf( packetType ) ) << type;
     }
@@ -44,15 +35,9 @@ TEST( CounterTypesTest, PacketTypeOfPair_EveryType_IsTheNextOfAByteTypeOrItself 
 
 TEST( CounterTypesTest, Print_EachType_IsItsNameOrNumber )
 {
-    const char* names[] = { "invalid",
-                            "bytes",
-                            "packets",
-                            "redBytes",
-                            "redPackets",
-                            "greenBytes",
-                            "greenPackets",
-                            "yellowBytes",
-                            "yellowPackets" };
+    const char* names[] = { "invalid",      "bytes",       "packets",
+                            "redBytes",     "redPackets",  "greenBytes",
+                            "greenPackets", "yellowBytes", "yellowPackets" };
     for ( int number = 0; number <= 8; ++number ) {
         EXPECT_EQ( Agent::joinPieces( typeOf( number ) ), names[ number ] );
     }

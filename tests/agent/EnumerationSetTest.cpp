@@ -49,12 +49,8 @@ TEST( EnumerationSetTest, Insert_SameValueTwice_HoldsItOnce )
 
 TEST( EnumerationSetTest, Iteration_AnyOrderOfInsertion_IsInTheOrderOfTheNumbers )
 {
-    const QualifierSet set{ qualifier( 255 ),
-                            qualifier( 64 ),
-                            qualifier( 0 ),
-                            qualifier( 63 ),
-                            qualifier( 128 ),
-                            qualifier( 5 ) };
+    const QualifierSet set{ qualifier( 255 ), qualifier( 64 ),  qualifier( 0 ),
+                            qualifier( 63 ),  qualifier( 128 ), qualifier( 5 ) };
     EXPECT_THAT( numbersOf( set ), ElementsAre( 0, 5, 63, 64, 128, 255 ) );
 }
 

@@ -18,11 +18,11 @@ class FlexctrCounterTest : public ::testing::Test
     FlexctrCounterTest()
     {
         Shim::sdk_ = &sdk;
-        sdk.on.bcm_flexctr_stat_get =
-            [ this ]( int, uint32_t, uint32_t, bcm_flexctr_counter_value_t* value ) {
-                *value = chip;
-                return rc;
-            };
+        sdk.on.bcm_flexctr_stat_get = [ this ]( int, uint32_t, uint32_t,
+                                                bcm_flexctr_counter_value_t* value ) {
+            *value = chip;
+            return rc;
+        };
     }
 
     ~FlexctrCounterTest() override { Shim::sdk_ = nullptr; }

@@ -11,8 +11,8 @@ namespace {
 
 using Agent::U32;
 
-constexpr IpAddress::Bytes documentation = {
-    0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1 };
+constexpr IpAddress::Bytes documentation = { 0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0,
+                                             0,    0,    0,    0,    0, 0, 0, 1 };
 
 TEST( IpAddressTest, V4_AnAddress_HasItsValueInHostByteOrder )
 {

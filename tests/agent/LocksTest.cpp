@@ -122,11 +122,8 @@ TEST( LocksTest, Anchors_InTheOrderOfAnSdkCall_ReleaseAndRetakeInReverse )
 
     EXPECT_TRUE( interpreterLock().heldByThisThread() );
     EXPECT_TRUE( activityLock().heldByThisThread() );
-    EXPECT_THAT( locks.events(),
-                 ElementsAre( "interpreter lock released",
-                              "activity lock released",
-                              "activity lock taken",
-                              "interpreter lock taken" ) );
+    EXPECT_THAT( locks.events(), ElementsAre( "interpreter lock released", "activity lock released",
+                                              "activity lock taken", "interpreter lock taken" ) );
 }
 
 TEST( LocksTest, Anchors_LeftByAnException_RetakeInReverseToo )
@@ -143,11 +140,8 @@ TEST( LocksTest, Anchors_LeftByAnException_RetakeInReverseToo )
     EXPECT_THROW( fail(), std::runtime_error );
     EXPECT_TRUE( interpreterLock().heldByThisThread() );
     EXPECT_TRUE( activityLock().heldByThisThread() );
-    EXPECT_THAT( locks.events(),
-                 ElementsAre( "interpreter lock released",
-                              "activity lock released",
-                              "activity lock taken",
-                              "interpreter lock taken" ) );
+    EXPECT_THAT( locks.events(), ElementsAre( "interpreter lock released", "activity lock released",
+                                              "activity lock taken", "interpreter lock taken" ) );
 }
 
 TEST( LocksTest, MaybeGilUnlockAnchor_InterpreterLockNotHeld_LeavesItAlone )

@@ -22,8 +22,8 @@ namespace Agent {
 
 namespace {
 
-AGENT_LOG_MESSAGE const LogDescriptor fanFailed{
-    "FAN_FAILED", "A fan failed", "A fan does not turn.", "Replace the fan.", 3 };
+AGENT_LOG_MESSAGE const LogDescriptor fanFailed{ "FAN_FAILED", "A fan failed",
+                                                 "A fan does not turn.", "Replace the fan.", 3 };
 AGENT_LOG_MESSAGE const LogDescriptor doorOpened{ "DOOR_OPENED", "The door was opened", "", "", 6 };
 
 using ::testing::ElementsAre;

@@ -32,10 +32,8 @@ TEST( PolicerTest, Equality_EachField_Counts )
 {
     const Policer policer;
     EXPECT_EQ( policer, Policer{} );
-    for ( const auto field : { &Policer::committedRate,
-                               &Policer::peakRate,
-                               &Policer::committedBurst,
-                               &Policer::peakBurst } ) {
+    for ( const auto field : { &Policer::committedRate, &Policer::peakRate,
+                               &Policer::committedBurst, &Policer::peakBurst } ) {
         Policer other;
         other.*field = 1;
         EXPECT_NE( policer, other );

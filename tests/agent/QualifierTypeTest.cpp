@@ -17,8 +17,8 @@ using Agent::joinPieces;
 std::string lowerCase( std::string_view text )
 {
     std::string lower( text );
-    std::ranges::transform(
-        lower, lower.begin(), []( unsigned char c ) { return std::tolower( c ); } );
+    std::ranges::transform( lower, lower.begin(),
+                            []( unsigned char c ) { return std::tolower( c ); } );
     return lower;
 }
 

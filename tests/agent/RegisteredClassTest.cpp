@@ -68,10 +68,7 @@ class ProbeBase : public Node
                                    AttributeOperation operation,
                                    void* result )
     {
-        return readableAttributes( node,
-                                   field,
-                                   operation,
-                                   result,
+        return readableAttributes( node, field, operation, result,
                                    ReadableAttribute{ "pipeId", &ProbeBase::pipeId },
                                    ReadableAttribute{ "unit", &ProbeBase::unit } );
     }
@@ -124,8 +121,8 @@ class Probe : public RegisteredClass< Probe, ProbeBase, ProbeState >
                                    AttributeOperation operation,
                                    void* result )
     {
-        return readableAttributes(
-            node, field, operation, result, ReadableAttribute{ "bits", &Probe::bits } );
+        return readableAttributes( node, field, operation, result,
+                                   ReadableAttribute{ "bits", &Probe::bits } );
     }
 
     static AllocationTracker memAllocationTracker_;

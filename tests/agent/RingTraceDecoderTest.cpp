@@ -146,9 +146,8 @@ TEST( RingTraceDecoderTest, DecodeRings_CutOffAtAnyLength_SaysSo )
             continue;
         }
         ASSERT_THAT( rings, SizeIs( 1 ) );
-        EXPECT_EQ( rings[ 0 ].problem,
-                   length < sizeof( RingHeader ) ? "the header is cut off"
-                                                 : "the header is damaged" );
+        EXPECT_EQ( rings[ 0 ].problem, length < sizeof( RingHeader ) ? "the header is cut off"
+                                                                     : "the header is damaged" );
         EXPECT_THAT( rings[ 0 ].records, SizeIs( 0 ) );
     }
 }
@@ -200,8 +199,7 @@ TEST( RingTraceDecoderTest, DecodeRings_RecordThatDoesNotAddUp_GivesThoseBeforeI
 TEST( RingTraceDecoderTest, DecodeRings_RecordOfNoStatement_SaysSo )
 {
     const std::string image =
-        patched( imageOf( 4 ),
-                 recordsStart + numberRecord + offsetof( RingRecord, description ),
+        patched( imageOf( 4 ), recordsStart + numberRecord + offsetof( RingRecord, description ),
                  U32{ 999 } );
 
     EXPECT_EQ( decodedOne( image ).problem, "a record has no description" );
@@ -252,12 +250,9 @@ TEST( RingTraceDecoderTest, DecodeRings_AnyByteChanged_EndsWithWhatCanBeRead )
             if ( !rings.empty() ) {
                 EXPECT_LE( rings[ 0 ].records.size(), mostRecords );
                 EXPECT_THAT( rings[ 0 ].problem,
-                             AnyOf( "",
-                                    "its format is of an unknown version",
-                                    "the header is damaged",
-                                    "a record is damaged",
-                                    "a record has no description",
-                                    "a description is damaged" ) );
+                             AnyOf( "", "its format is of an unknown version",
+                                    "the header is damaged", "a record is damaged",
+                                    "a record has no description", "a description is damaged" ) );
             }
         }
     }

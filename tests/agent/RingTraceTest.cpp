@@ -364,8 +364,8 @@ TEST( RingTraceTest, Describe_RoomExhausted_GivesTheUnknownStatement )
 TEST( RingPackerTest, Pack_BeyondTheRoom_CutsOffEverythingFromThereOn )
 {
     RingTrace ring( 2048, 256 );
-    const std::array< const char*, 9 > pieces = {
-        nullptr, "|", nullptr, "|", nullptr, "|", nullptr, "|", nullptr };
+    const std::array< const char*, 9 > pieces = { nullptr, "|",     nullptr, "|",    nullptr,
+                                                  "|",     nullptr, "|",     nullptr };
     RingPacker packer;
     for ( int i = 0; i < 3; ++i ) {
         packForRing( packer, std::string( 255, 'x' ) );

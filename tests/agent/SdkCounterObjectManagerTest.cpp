@@ -65,14 +65,14 @@ TEST_F( SdkCounterObjectManagerTest, CounterObjectIs_SdkRefuses_GivesItsCodeAndK
 TEST_F( SdkCounterObjectManagerTest, CounterObjectIs_MadeByAnotherDuringTheCall_LeavesTheOther )
 {
     bool isFirst = true;
-    sdk.on.bcm_flexctr_action_create =
-        [ & ]( int u, int options, bcm_flexctr_action_t* action, uint32_t* object ) {
-            if ( std::exchange( isFirst, false ) ) {
-                const Agent::LockAnchor otherThread( Agent::activityLock() );
-                EXPECT_EQ( make( 3 ), 0 );
-            }
-            return faulty.bcm_flexctr_action_create( u, options, action, object );
-        };
+    sdk.on.bcm_flexctr_action_create = [ & ]( int u, int options, bcm_flexctr_action_t* action,
+                                              uint32_t* object ) {
+        if ( std::exchange( isFirst, false ) ) {
+            const Agent::LockAnchor otherThread( Agent::activityLock() );
+            EXPECT_EQ( make( 3 ), 0 );
+        }
+        return faulty.bcm_flexctr_action_create( u, options, action, object );
+    };
     EXPECT_EQ( make( 4 ), -8 );
     EXPECT_EQ( get(), 1U ) << "the other's";
     EXPECT_EQ( objects.indices( unit, 1 ).size(), 3U );

@@ -59,8 +59,8 @@ class SdkFlexctrManagerTest : public AgentTest::FlexctrScene
     Hits hits( TcamEntryId entry, CounterType type = CounterType::packets )
     {
         Hits read{ 4711, 4711 };
-        flexctrs.getFlexctr(
-            unit, stageIfp(), pipe, chipInfo, entry, type, read.packets, read.bytes );
+        flexctrs.getFlexctr( unit, stageIfp(), pipe, chipInfo, entry, type, read.packets,
+                             read.bytes );
         return read;
     }
 
@@ -114,11 +114,9 @@ TEST_F( SdkFlexctrManagerTest, Attach_APair_TakesOneIndexAndClearsItFirst )
 
 TEST_F( SdkFlexctrManagerTest, Attach_AllColors_TakeAnIndexEach )
 {
-    const TcamEntryId entry = attachedEntry( setOf( { CounterType::packets,
-                                                      CounterType::redBytes,
-                                                      CounterType::greenPackets,
-                                                      CounterType::yellowBytes,
-                                                      CounterType::yellowPackets } ) );
+    const TcamEntryId entry = attachedEntry(
+        setOf( { CounterType::packets, CounterType::redBytes, CounterType::greenPackets,
+                 CounterType::yellowBytes, CounterType::yellowPackets } ) );
     EXPECT_EQ( *allocation( entry ),
                ( FlexctrAllocPerEntry{ { CounterType::packets, 1 },
                                        { CounterType::redPackets, 2 },
@@ -203,15 +201,15 @@ TEST_F( SdkFlexctrManagerTest, Attach_EntryGetsOthersDuringTheCall_IsRefusedAndU
 {
     const TcamEntryId entry = newEntry();
     bool isFirst = true;
-    sdk.on.bcm_field_entry_flexctr_attach =
-        [ & ]( int u, bcm_field_entry_t id, bcm_field_flexctr_config_t* config ) {
-            if ( std::exchange( isFirst, false ) ) {
-                const Agent::LockAnchor otherThread( Agent::activityLock() );
-                EXPECT_EQ( attach( entry, setOf( { CounterType::greenPackets } ) ),
-                           FlexctrAttachState::complete );
-            }
-            return faulty.bcm_field_entry_flexctr_attach( u, id, config );
-        };
+    sdk.on.bcm_field_entry_flexctr_attach = [ & ]( int u, bcm_field_entry_t id,
+                                                   bcm_field_flexctr_config_t* config ) {
+        if ( std::exchange( isFirst, false ) ) {
+            const Agent::LockAnchor otherThread( Agent::activityLock() );
+            EXPECT_EQ( attach( entry, setOf( { CounterType::greenPackets } ) ),
+                       FlexctrAttachState::complete );
+        }
+        return faulty.bcm_field_entry_flexctr_attach( u, id, config );
+    };
     EXPECT_EQ( attach( entry, both ), FlexctrAttachState::refused );
     EXPECT_EQ( *allocation( entry ), ( FlexctrAllocPerEntry{ { CounterType::greenPackets, 2 } } ) );
     EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 1U );
@@ -278,9 +276,8 @@ TEST_F( SdkFlexctrManagerDeathTest, Operations_SdkFails_Die )
     const TcamEntryId entry = attachedEntry( both );
     sdk.on.bcm_field_entry_flexctr_detach = TestSupport::returns( -7 );
     sdk.on.bcm_flexctr_stat_set = TestSupport::returns( -13 );
-    EXPECT_DEATH( detach( entry ),
-                  "bcm_field_entry_flexctr_detach\\( unit, entry, &config \\) API "
-                  "ERROR:.* \\(-7\\)" );
+    EXPECT_DEATH( detach( entry ), "bcm_field_entry_flexctr_detach\\( unit, entry, &config \\) API "
+                                   "ERROR:.* \\(-7\\)" );
     EXPECT_DEATH( clear( entry, true ), "bcm_flexctr_stat_set.* API ERROR:.* \\(-13\\)" );
     EXPECT_DEATH( attach( newEntry(), both ), "bcm_flexctr_stat_set.* API ERROR:.* \\(-13\\)" );
 }
@@ -325,12 +322,12 @@ TEST_F( SdkFlexctrManagerTest, Get_EntryDetachedDuringTheCall_IsSafe )
 {
     const TcamEntryId entry = attachedEntry( both );
     count( entry, { 9, 90 } );
-    sdk.on.bcm_flexctr_stat_get =
-        [ & ]( int u, uint32_t object, uint32_t index, bcm_flexctr_counter_value_t* value ) {
-            const Agent::LockAnchor otherThread( Agent::activityLock() );
-            detach( entry );
-            return faulty.bcm_flexctr_stat_get( u, object, index, value );
-        };
+    sdk.on.bcm_flexctr_stat_get = [ & ]( int u, uint32_t object, uint32_t index,
+                                         bcm_flexctr_counter_value_t* value ) {
+        const Agent::LockAnchor otherThread( Agent::activityLock() );
+        detach( entry );
+        return faulty.bcm_flexctr_stat_get( u, object, index, value );
+    };
     EXPECT_EQ( hits( entry ).packets, 9U );
     EXPECT_EQ( allocation( entry ), nullptr );
 }

@@ -93,15 +93,10 @@ template< class Integer >
 void expectAsPrinted()
 {
     using Limits = std::numeric_limits< Integer >;
-    for ( const Integer value : { Limits::min(),
-                                  static_cast< Integer >( Limits::min() + 1 ),
-                                  static_cast< Integer >( -1 ),
-                                  Integer{ 0 },
-                                  Integer{ 1 },
-                                  Integer{ 99 },
-                                  Integer{ 100 },
-                                  static_cast< Integer >( Limits::max() - 1 ),
-                                  Limits::max() } ) {
+    for ( const Integer value :
+          { Limits::min(), static_cast< Integer >( Limits::min() + 1 ),
+            static_cast< Integer >( -1 ), Integer{ 0 }, Integer{ 1 }, Integer{ 99 }, Integer{ 100 },
+            static_cast< Integer >( Limits::max() - 1 ), Limits::max() } ) {
         EXPECT_EQ( joinPieces( value ), printed( value ) );
     }
 }

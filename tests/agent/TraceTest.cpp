@@ -272,8 +272,7 @@ TEST_F( TraceEnvironmentTest, Levels_EnvironmentEmpty_AreOff )
 TEST_F( TraceEnvironmentTest, Levels_MalformedEnvironment_AreOffAndItSaysSo )
 {
     setenv( "PELORA_TRACE", "A=4;B=nine", 1 );
-    EXPECT_EXIT( printMasks(),
-                 ExitedWithCode( 0 ),
+    EXPECT_EXIT( printMasks(), ExitedWithCode( 0 ),
                  StrEq( "PELORA_TRACE: \"A=4;B=nine\" is not of the form FACILITY=LEVELS;...\n"
                         "A=0 B=0\n" ) );
 }

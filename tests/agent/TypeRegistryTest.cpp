@@ -72,13 +72,8 @@ int baseAttribute( Node& node, const FieldDescriptor& field, AttributeOperation,
 }
 
 const std::array< TypeRecord, 2 > fanTypes = {
-    TypeRecord{ "Cooling::Fan",
-                &typeid( Fan ),
-                fanArguments,
-                fanAttributes,
-                constructFan,
-                ownAttribute,
-                baseAttribute },
+    TypeRecord{ "Cooling::Fan", &typeid( Fan ), fanArguments, fanAttributes, constructFan,
+                ownAttribute, baseAttribute },
     TypeRecord{
         "Cooling::Abstract", &typeid( Node ), {}, {}, nullptr, ownAttribute, baseAttribute } };
 const ModuleRecord fanModule = { "Cooling/Fan", fanTypes };

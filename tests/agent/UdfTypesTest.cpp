@@ -94,9 +94,8 @@ TEST( UdfTypesTest, PackForRing_EachBaseAndAppType_IsTheTextThatItPrints )
     for ( unsigned appType = 0; appType <= appTypeNames.size(); ++appType ) {
         UdfDesc desc;
         desc.appTypeIs( static_cast< UdfAppType >( appType ) );
-        EXPECT_EQ( ringText( desc ),
-                   "value: " + Agent::joinPieces( desc.appType() ) +
-                       " 0 UdfBasePacketStart_ 0 0 0 0 0 0" );
+        EXPECT_EQ( ringText( desc ), "value: " + Agent::joinPieces( desc.appType() ) +
+                                         " 0 UdfBasePacketStart_ 0 0 0 0 0 0" );
     }
 }
 
@@ -143,15 +142,9 @@ TEST( UdfTypesTest, PackForRing_Desc_HasTheWidthsOfItsFields )
                                              : 2U;
     }
     EXPECT_THAT( kinds,
-                 ElementsAre( RingKind::text,
-                              RingKind::unsigned16,
-                              RingKind::text,
-                              RingKind::unsigned8,
-                              RingKind::unsigned16,
-                              RingKind::unsigned8,
-                              RingKind::unsigned8,
-                              RingKind::unsigned32,
-                              RingKind::unsigned8 ) );
+                 ElementsAre( RingKind::text, RingKind::unsigned16, RingKind::text,
+                              RingKind::unsigned8, RingKind::unsigned16, RingKind::unsigned8,
+                              RingKind::unsigned8, RingKind::unsigned32, RingKind::unsigned8 ) );
 }
 
 TEST( UdfTypesTest, PackForRing_IdsAndLists_AreNumbers )

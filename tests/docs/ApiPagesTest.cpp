@@ -70,8 +70,7 @@ TEST( ApiPagesTest, Headers_OfThePages_AreThoseThatAreInstalled )
     EXPECT_GT( installed.size(), 80U );
     std::set< std::string > shown;
     std::ranges::set_difference(
-        headersOf( { "agent/base", "agent/tcam", "sdk", "PeloraTcam", "sim" } ),
-        excluded(),
+        headersOf( { "agent/base", "agent/tcam", "sdk", "PeloraTcam", "sim" } ), excluded(),
         std::inserter( shown, shown.end() ) );
     EXPECT_EQ( shown, installed );
 }

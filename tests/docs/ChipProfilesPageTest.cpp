@@ -29,8 +29,7 @@ std::string functionAt( std::size_t position )
     static const std::regex head( "(read\\w+)\\( const YamlNode& node \\)" );
     std::string function;
     for ( std::sregex_iterator match( reader().begin(), reader().end(), head ), end;
-          match != end && static_cast< std::size_t >( match->position() ) < position;
-          ++match ) {
+          match != end && static_cast< std::size_t >( match->position() ) < position; ++match ) {
         function = ( *match )[ 1 ];
     }
     return function;
@@ -117,8 +116,7 @@ TEST( ChipProfilesPageTest, KindsAndPacketFormats_OfTheSources_AreNamed )
     for ( const auto& [ source, expression ] :
           { std::pair( &reader(), &kind ), std::pair( &enumerators, &format ) } ) {
         for ( std::sregex_iterator match( source->begin(), source->end(), *expression ), end;
-              match != end;
-              ++match, ++names ) {
+              match != end; ++match, ++names ) {
             EXPECT_THAT( code, testing::Contains( ( *match )[ 1 ].str() ) );
         }
     }

@@ -271,19 +271,11 @@ TEST( JsonPageTest, DecodeTrace_WholeAndDamaged_HasTheMembersOfThePage )
 
 TEST( JsonPageTest, ExplainUdf_OnEachKindOfChip_HasTheMembersOfThePage )
 {
-    const auto explained = []( const std::string& chip,
-                               const std::string& base,
+    const auto explained = []( const std::string& chip, const std::string& base,
                                const std::vector< std::string >& more ) {
-        std::vector< std::string > arguments = { "explain-udf",
-                                                 "--json",
-                                                 "--chip",
-                                                 chip,
-                                                 "--base",
-                                                 base,
-                                                 "--ethertype",
-                                                 "ipv4",
-                                                 "--offset",
-                                                 "4" };
+        std::vector< std::string > arguments = { "explain-udf", "--json", "--chip",      chip,
+                                                 "--base",      base,     "--ethertype", "ipv4",
+                                                 "--offset",    "4" };
         arguments.insert( arguments.end(), more.begin(), more.end() );
         return printed( arguments );
     };

@@ -21,9 +21,8 @@ const Layering::SourceTree& theTree()
 std::vector< std::string > pages()
 {
     std::vector< std::string > files;
-    std::ranges::copy_if( theTree().files(), std::back_inserter( files ), []( const auto& file ) {
-        return file.ends_with( ".md" );
-    } );
+    std::ranges::copy_if( theTree().files(), std::back_inserter( files ),
+                          []( const auto& file ) { return file.ends_with( ".md" ); } );
     return files;
 }
 

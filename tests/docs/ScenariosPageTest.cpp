@@ -49,8 +49,7 @@ Keys allKeys()
     Keys keys;
     for ( const std::string& file : tree.files() ) {
         if ( file.starts_with( "tools/" ) && file.ends_with( ".cpp" ) ) {
-            addMatches( keys,
-                        contentOf( file ),
+            addMatches( keys, contentOf( file ),
                         "(?:members\\.(?:required|optional)|effects\\.ask)\\(\\s*(?:members,\\s*)?"
                         "\"([a-z-]+)\"" );
         }

@@ -49,15 +49,8 @@ TEST( SourceCallsTest, AssertionTexts_OfASource_AreOfAllKindsAndNoLabels )
                          "classRow( name, \" label\", field, replace, 0xFFFF ),\n"
                          "refusalRow( name, \"y\" ),\n";
     EXPECT_THAT( assertionTextsOfSource( source ),
-                 UnorderedElementsAre( "( a == b ) && \"c d\"",
-                                       "f( a, b )",
-                                       "h && \"i\"",
-                                       "j k",
-                                       "e",
-                                       "m.find( k )",
-                                       "0 && \"g\"",
-                                       "x",
-                                       "y" ) );
+                 UnorderedElementsAre( "( a == b ) && \"c d\"", "f( a, b )", "h && \"i\"", "j k",
+                                       "e", "m.find( k )", "0 && \"g\"", "x", "y" ) );
 }
 
 TEST( SourceCallsTest, AssertionTexts_OfATable_AreTheLiteralsOfItsRows )

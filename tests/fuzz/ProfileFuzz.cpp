@@ -13,8 +13,8 @@ namespace {
 std::optional< Sim::ChipProfile > readProfile( const std::string& text )
 {
     std::optional< Sim::ChipProfile > profile;
-    acceptsOrRefuses(
-        "profile.yaml", text, [ & ] { profile = Sim::readChipProfile( "profile.yaml", text ); } );
+    acceptsOrRefuses( "profile.yaml", text,
+                      [ & ] { profile = Sim::readChipProfile( "profile.yaml", text ); } );
     return profile;
 }
 

@@ -14,27 +14,17 @@ namespace {
 
 std::string prefixText( const Tool::Ipv4Prefix& prefix )
 {
-    return fmt::format( "{}.{}.{}.{}/{}",
-                        prefix.address >> 24,
-                        prefix.address >> 16 & 0xFF,
-                        prefix.address >> 8 & 0xFF,
-                        prefix.address & 0xFF,
-                        prefix.length );
+    return fmt::format( "{}.{}.{}.{}/{}", prefix.address >> 24, prefix.address >> 16 & 0xFF,
+                        prefix.address >> 8 & 0xFF, prefix.address & 0xFF, prefix.length );
 }
 
 std::string ruleText( const Tool::Rule& rule )
 {
     return fmt::format( "@{}\t{}\t{} : {}\t{} : {}\t{:#x}/{:#x}\t{:#x}/{:#x}",
-                        prefixText( rule.source ),
-                        prefixText( rule.destination ),
-                        rule.sourcePorts.low,
-                        rule.sourcePorts.high,
-                        rule.destinationPorts.low,
-                        rule.destinationPorts.high,
-                        rule.protocol.value,
-                        rule.protocol.mask,
-                        rule.tcpFlags.value,
-                        rule.tcpFlags.mask );
+                        prefixText( rule.source ), prefixText( rule.destination ),
+                        rule.sourcePorts.low, rule.sourcePorts.high, rule.destinationPorts.low,
+                        rule.destinationPorts.high, rule.protocol.value, rule.protocol.mask,
+                        rule.tcpFlags.value, rule.tcpFlags.mask );
 }
 
 void checkRules( const Tool::RuleSet& ruleSet )
@@ -56,8 +46,8 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* data, std::size_t siz
 {
     const std::string_view text = Fuzz::textOf( data, size );
     std::optional< Tool::RuleSet > ruleSet;
-    Fuzz::acceptsOrRefuses(
-        "fuzz.rules", text, [ & ] { ruleSet = Tool::parseRuleSet( text, "fuzz.rules" ); } );
+    Fuzz::acceptsOrRefuses( "fuzz.rules", text,
+                            [ & ] { ruleSet = Tool::parseRuleSet( text, "fuzz.rules" ); } );
     if ( ruleSet ) {
         Fuzz::checkRules( *ruleSet );
     }

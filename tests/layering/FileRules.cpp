@@ -126,8 +126,7 @@ struct LongSource
 
 constexpr LongSource longSources[] = {
     { "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.cpp",
-      "its name stands in the traces and error lines of both paths to user-defined fields",
-      850 },
+      "its name stands in the traces and error lines of both paths to user-defined fields", 850 },
 };
 
 int mostLinesOf( std::string_view file )
@@ -156,8 +155,7 @@ Offences checkTable( const std::string& file, std::string_view text )
     }
     const Lines lines = logicalLines( text );
     if ( !startsWithError( lines ) ) {
-        return { { file,
-                   lines.empty() ? 0 : lines.front().number,
+        return { { file, lines.empty() ? 0 : lines.front().number,
                    "does not start with an #error for when no macro is defined" } };
     }
     const Names macros = macrosOf( lines );
@@ -174,8 +172,7 @@ Offences checkLength( const std::string& file, std::string_view text )
     if ( mayBeLong || !isSource( file ) || length <= most ) {
         return {};
     }
-    return { { file,
-               most + 1,
+    return { { file, most + 1,
                "has " + std::to_string( length ) + " lines; a source has at most " +
                    std::to_string( most ) } };
 }

@@ -62,25 +62,23 @@ TEST( FileRulesTest, CheckTable_UndefinedBeforeTheEnd_IsAnOffence )
 
 TEST( FileRulesTest, CheckTable_RowOverSeveralLines_HasNoOffence )
 {
-    EXPECT_THAT( checkTable( "sdk/A.def",
-                             guard +
-                                 "ROW( one,\n    \"text) (\",\n    // why\n    PAIR( a )\n"
-                                 "    PAIR( b )\n)\nOTHER( two )\n" +
-                                 undefinitions ),
-                 IsEmpty() );
+    EXPECT_THAT(
+        checkTable( "sdk/A.def", guard +
+                                     "ROW( one,\n    \"text) (\",\n    // why\n    PAIR( a )\n"
+                                     "    PAIR( b )\n)\nOTHER( two )\n" +
+                                     undefinitions ),
+        IsEmpty() );
 }
 
 TEST( FileRulesTest, CheckTable_LineThatIsNoRow_IsAnOffence )
 {
     const std::string text = "is neither a row nor a comment";
-    EXPECT_THAT( checkTable( "sdk/A.def",
-                             guard +
-                                 "ROW( one,\n( two ) ) )\nint a;\nROW( b ) ROW( c )\nNONE( d )\n" +
-                                 undefinitions ),
-                 ElementsAre( Offence{ "sdk/A.def", 8, text },
-                              Offence{ "sdk/A.def", 10, text },
-                              Offence{ "sdk/A.def", 11, text },
-                              Offence{ "sdk/A.def", 12, text } ) );
+    EXPECT_THAT(
+        checkTable( "sdk/A.def",
+                    guard + "ROW( one,\n( two ) ) )\nint a;\nROW( b ) ROW( c )\nNONE( d )\n" +
+                        undefinitions ),
+        ElementsAre( Offence{ "sdk/A.def", 8, text }, Offence{ "sdk/A.def", 10, text },
+                     Offence{ "sdk/A.def", 11, text }, Offence{ "sdk/A.def", 12, text } ) );
 }
 
 TEST( FileRulesTest, CheckTable_RowThatIsNotClosed_IsAnOffence )

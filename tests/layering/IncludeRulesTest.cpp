@@ -15,16 +15,9 @@ using ::testing::IsEmpty;
 Offences check( const std::string& file, const std::string& text )
 {
     static const std::set< std::string > tree{
-        "agent/base/Trace.h",
-        "agent/tcam/TcamTypes.h",
-        "sdk/SdkAccess.h",
-        "sdk/SdkCall.h",
-        "PeloraTcam/Udf.h",
-        "sim/SimRange.h",
-        "reference/Agent.h",
-        "tools/Scenario.h",
-        "tests/Common.h",
-        "bench/Floor.h",
+        "agent/base/Trace.h", "agent/tcam/TcamTypes.h", "sdk/SdkAccess.h",   "sdk/SdkCall.h",
+        "PeloraTcam/Udf.h",   "sim/SimRange.h",         "reference/Agent.h", "tools/Scenario.h",
+        "tests/Common.h",     "bench/Floor.h",
     };
     return IncludeRules( []( const std::string& path ) { return tree.contains( path ); } )
         .check( file, text );
@@ -34,16 +27,10 @@ Offences check( const std::string& file, const std::string& text )
 std::set< std::string > allowedTo( const std::string& file )
 {
     std::set< std::string > allowed;
-    for ( const std::string path : { "agent/base/Trace.h",
-                                     "sdk/SdkAccess.h",
-                                     "sdk/SdkCall.h",
-                                     "agent/tcam/TcamTypes.h",
-                                     "PeloraTcam/Udf.h",
-                                     "sim/SimRange.h",
-                                     "reference/Agent.h",
-                                     "tools/Scenario.h",
-                                     "bench/Floor.h",
-                                     "tests/Common.h" } ) {
+    for ( const std::string path :
+          { "agent/base/Trace.h", "sdk/SdkAccess.h", "sdk/SdkCall.h", "agent/tcam/TcamTypes.h",
+            "PeloraTcam/Udf.h", "sim/SimRange.h", "reference/Agent.h", "tools/Scenario.h",
+            "bench/Floor.h", "tests/Common.h" } ) {
         if ( check( file, "#include \"" + path + "\"" ).empty() ) {
             allowed.insert( path );
         }
@@ -64,20 +51,16 @@ TEST( IncludeRulesTest, Check_Sdk_KnowsAgentBaseToo )
 
 TEST( IncludeRulesTest, Check_AgentTcam_KnowsSdkAndAgentBase )
 {
-    EXPECT_THAT(
-        allowedTo( "agent/tcam/IdManager.h" ),
-        ElementsAre(
-            "agent/base/Trace.h", "agent/tcam/TcamTypes.h", "sdk/SdkAccess.h", "sdk/SdkCall.h" ) );
+    EXPECT_THAT( allowedTo( "agent/tcam/IdManager.h" ),
+                 ElementsAre( "agent/base/Trace.h", "agent/tcam/TcamTypes.h", "sdk/SdkAccess.h",
+                              "sdk/SdkCall.h" ) );
 }
 
 TEST( IncludeRulesTest, Check_Library_KnowsWhatIsBelowIt )
 {
     EXPECT_THAT( allowedTo( "PeloraTcam/Counter.cpp" ),
-                 ElementsAre( "PeloraTcam/Udf.h",
-                              "agent/base/Trace.h",
-                              "agent/tcam/TcamTypes.h",
-                              "sdk/SdkAccess.h",
-                              "sdk/SdkCall.h" ) );
+                 ElementsAre( "PeloraTcam/Udf.h", "agent/base/Trace.h", "agent/tcam/TcamTypes.h",
+                              "sdk/SdkAccess.h", "sdk/SdkCall.h" ) );
 }
 
 TEST( IncludeRulesTest, Check_Simulator_KnowsSdkWithoutTheCallWrappers )
@@ -89,36 +72,23 @@ TEST( IncludeRulesTest, Check_Simulator_KnowsSdkWithoutTheCallWrappers )
 TEST( IncludeRulesTest, Check_ReferenceAgent_KnowsTheLibraryAndNotTheSimulator )
 {
     EXPECT_THAT( allowedTo( "reference/Manager.cpp" ),
-                 ElementsAre( "PeloraTcam/Udf.h",
-                              "agent/base/Trace.h",
-                              "agent/tcam/TcamTypes.h",
-                              "reference/Agent.h",
-                              "sdk/SdkAccess.h",
-                              "sdk/SdkCall.h" ) );
+                 ElementsAre( "PeloraTcam/Udf.h", "agent/base/Trace.h", "agent/tcam/TcamTypes.h",
+                              "reference/Agent.h", "sdk/SdkAccess.h", "sdk/SdkCall.h" ) );
 }
 
 TEST( IncludeRulesTest, Check_Tool_KnowsAllButTestsAndBenchmarks )
 {
     EXPECT_THAT( allowedTo( "tools/Main.cpp" ),
-                 ElementsAre( "PeloraTcam/Udf.h",
-                              "agent/base/Trace.h",
-                              "agent/tcam/TcamTypes.h",
-                              "reference/Agent.h",
-                              "sdk/SdkAccess.h",
-                              "sdk/SdkCall.h",
-                              "sim/SimRange.h",
-                              "tools/Scenario.h" ) );
+                 ElementsAre( "PeloraTcam/Udf.h", "agent/base/Trace.h", "agent/tcam/TcamTypes.h",
+                              "reference/Agent.h", "sdk/SdkAccess.h", "sdk/SdkCall.h",
+                              "sim/SimRange.h", "tools/Scenario.h" ) );
 }
 
 TEST( IncludeRulesTest, Check_Example_KnowsWhatIsInstalled )
 {
     EXPECT_THAT( allowedTo( "examples/agent/Agent.cpp" ),
-                 ElementsAre( "PeloraTcam/Udf.h",
-                              "agent/base/Trace.h",
-                              "agent/tcam/TcamTypes.h",
-                              "sdk/SdkAccess.h",
-                              "sdk/SdkCall.h",
-                              "sim/SimRange.h" ) );
+                 ElementsAre( "PeloraTcam/Udf.h", "agent/base/Trace.h", "agent/tcam/TcamTypes.h",
+                              "sdk/SdkAccess.h", "sdk/SdkCall.h", "sim/SimRange.h" ) );
 }
 
 TEST( IncludeRulesTest, Check_TestsAndBenchmarks_KnowEverything )
@@ -131,15 +101,14 @@ TEST( IncludeRulesTest, Check_Offence_IsReportedWithItsLine )
 {
     EXPECT_THAT( check( "sim/SimField.cpp",
                         "// comment\n#include <vector>\n#include \"PeloraTcam/Udf.h\"\n" ),
-                 ElementsAre( Offence{
-                     "sim/SimField.cpp", 3, "sim/ must not include \"PeloraTcam/Udf.h\"" } ) );
+                 ElementsAre( Offence{ "sim/SimField.cpp", 3,
+                                       "sim/ must not include \"PeloraTcam/Udf.h\"" } ) );
 }
 
 TEST( IncludeRulesTest, Check_SeveralOffences_AreAllReported )
 {
-    EXPECT_EQ( check( "sdk/SdkTypes.h",
-                      "#include \"sim/SimRange.h\"\n#include <fmt/format.h>\n"
-                      "  #  include \"tests/Common.h\"\n" )
+    EXPECT_EQ( check( "sdk/SdkTypes.h", "#include \"sim/SimRange.h\"\n#include <fmt/format.h>\n"
+                                        "  #  include \"tests/Common.h\"\n" )
                    .size(),
                3U );
 }
@@ -148,8 +117,7 @@ TEST( IncludeRulesTest, Check_UnknownFile_IsAnOffence )
 {
     EXPECT_THAT( check( "sim/SimField.cpp", "#include \"SimRange.h\"" ),
                  ElementsAre( Offence{
-                     "sim/SimField.cpp",
-                     1,
+                     "sim/SimField.cpp", 1,
                      "\"SimRange.h\" is no path from the root to a file of this tree" } ) );
 }
 
@@ -163,8 +131,7 @@ TEST( IncludeRulesTest, Check_ProjectFileInAngleBrackets_IsAnOffence )
     EXPECT_THAT(
         check( "sim/SimField.cpp", "#include <sdk/SdkAccess.h>" ),
         ElementsAre( Offence{
-            "sim/SimField.cpp",
-            1,
+            "sim/SimField.cpp", 1,
             "<sdk/SdkAccess.h> is a file of this tree and goes between double quotes" } ) );
 }
 
@@ -182,10 +149,8 @@ TEST( IncludeRulesTest, Check_LibraryIncludesStandardLibraryAndCLibrary_IsAllowe
 
 TEST( IncludeRulesTest, Check_LibraryIncludesAnotherLibrary_IsAnOffence )
 {
-    for ( const std::string file : { "agent/base/Log.cpp",
-                                     "agent/tcam/IdManager.cpp",
-                                     "sdk/SdkAccess.cpp",
-                                     "PeloraTcam/Udf.cpp" } ) {
+    for ( const std::string file : { "agent/base/Log.cpp", "agent/tcam/IdManager.cpp",
+                                     "sdk/SdkAccess.cpp", "PeloraTcam/Udf.cpp" } ) {
         EXPECT_EQ( check( file, "#include <fmt/format.h>" ).size(), 1U ) << file;
     }
 }
@@ -205,8 +170,8 @@ TEST( IncludeRulesTest, Check_IncludeInComment_IsAllowed )
 TEST( IncludeRulesTest, Check_FileOutsideAllFloors_IsAnOffence )
 {
     EXPECT_THAT( check( "attic/Old.cpp", "" ),
-                 ElementsAre( Offence{
-                     "attic/Old.cpp", 0, "stands in no folder that the layering knows" } ) );
+                 ElementsAre( Offence{ "attic/Old.cpp", 0,
+                                       "stands in no folder that the layering knows" } ) );
 }
 
 } // namespace

@@ -57,19 +57,15 @@ class ActionMapTest : public ::testing::Test
     static void expectUnmapped( ActionType type, const std::string& name )
     {
         expectDeath( [ & ] { static_cast< void >( getBcmAction( type ) ); },
-                     "Unmapped actionType: " + name + "\n",
-                     source,
-                     "getBcmAction",
+                     "Unmapped actionType: " + name + "\n", source, "getBcmAction",
                      "( actionMap.find( actionType ) != actionMap.end() )" );
     }
 
     static void expectUnmapped( bcm_field_action_t sdkAction )
     {
         expectDeath( [ & ] { static_cast< void >( getBcmAction( sdkAction ) ); },
-                     "Unmapped action: " + std::to_string( sdkAction ) + "\n",
-                     source,
-                     "getBcmAction",
-                     "actionReverseMap.find( action ) != actionReverseMap.end()" );
+                     "Unmapped action: " + std::to_string( sdkAction ) + "\n", source,
+                     "getBcmAction", "actionReverseMap.find( action ) != actionReverseMap.end()" );
     }
 
     FieldScene scene_;
@@ -100,8 +96,8 @@ TEST_F( ActionMapTest, Builder_Once_HoldsEveryPair )
 
 TEST_F( ActionMapTest, Builder_Once_LeavesOutExactlyTheUntranslatedTypes )
 {
-    const std::set< unsigned > absent = {
-        0, 7, 17, 18, 19, 20, 34, 49, 57, 63, 72, 74, 78, 79, 87, 115, 118, 119, 120 };
+    const std::set< unsigned > absent = { 0,  7,  17, 18, 19, 20,  34,  49,  57, 63,
+                                          72, 74, 78, 79, 87, 115, 118, 119, 120 };
     initializeBcmActionMap();
     for ( unsigned number = 0; number < 256; ++number ) {
         const bool isPresent = number <= 131 && !absent.contains( number );
@@ -203,18 +199,14 @@ TEST_F( ActionMapTest, GetBcmAction_StandardErrorSpoilt_ReportsInDecimalAllTheSa
             spoilStandardError();
             static_cast< void >( getBcmAction( action( 255 ) ) );
         },
-        "Unmapped actionType: ActionType(255)\n",
-        source,
-        "getBcmAction",
+        "Unmapped actionType: ActionType(255)\n", source, "getBcmAction",
         "( actionMap.find( actionType ) != actionMap.end() )" );
     expectDeath(
         [ & ] {
             spoilStandardError();
             static_cast< void >( getBcmAction( unmapped ) );
         },
-        "Unmapped action: 4095\n",
-        source,
-        "getBcmAction",
+        "Unmapped action: 4095\n", source, "getBcmAction",
         "actionReverseMap.find( action ) != actionReverseMap.end()" );
 }
 
@@ -286,9 +278,8 @@ TEST_F( ActionSetTest, Build_OfSeveral_AddsThemInTheOrderOfTheirNumbers )
 {
     const bcm_field_aset_t aset =
         getBcmActionSet( ActionSet{ ActionType::drop, ActionType::copyToCpu } );
-    EXPECT_THAT(
-        scene_.sdk.setCalls,
-        ElementsAre( "init", add( "bcmFieldActionCopyToCpu" ), add( "bcmFieldActionDrop" ) ) );
+    EXPECT_THAT( scene_.sdk.setCalls, ElementsAre( "init", add( "bcmFieldActionCopyToCpu" ),
+                                                   add( "bcmFieldActionDrop" ) ) );
     EXPECT_TRUE( scene_.chip.BCM_FIELD_ASET_TEST( &aset, scene_.chip.bcmFieldActionDrop() ) );
     EXPECT_FALSE( scene_.chip.BCM_FIELD_ASET_TEST( &aset, scene_.chip.bcmFieldActionCosQNew() ) );
 }
@@ -317,10 +308,8 @@ TEST_F( ActionSetTest, Build_OfNoActionOnly_GivesTheInitialisedEmptySetSilently 
 TEST_F( ActionSetTest, Build_OfNoActionAmongOthers_LeavesOutOnlyIt )
 {
     static_cast< void >( getBcmActionSet( ActionSet{ action( 71 ), action( 72 ), action( 73 ) } ) );
-    EXPECT_THAT( scene_.sdk.setCalls,
-                 ElementsAre( "init",
-                              add( "bcmFieldActionMirrorIngress" ),
-                              add( "bcmFieldActionOamTxNew" ) ) );
+    EXPECT_THAT( scene_.sdk.setCalls, ElementsAre( "init", add( "bcmFieldActionMirrorIngress" ),
+                                                   add( "bcmFieldActionOamTxNew" ) ) );
 }
 
 // It is left out because it has no entry, not because of what it is.
@@ -337,9 +326,7 @@ TEST_F( ActionSetTest, Build_WithAnUnmappedAction_NamesItAndDies )
           std::map< unsigned, std::string >{ { 7, "cancelLearn" }, { 255, "ActionType(255)" } } ) {
         const ActionSet set{ ActionType::copyToCpu, action( number ) };
         expectDeath( [ & ] { static_cast< void >( getBcmActionSet( set ) ); },
-                     " Unsupported action: " + name + "\n",
-                     source,
-                     "getBcmActionSet",
+                     " Unsupported action: " + name + "\n", source, "getBcmActionSet",
                      "\"false\" == nullptr" );
     }
 }
@@ -351,9 +338,7 @@ TEST_F( ActionSetTest, Build_StandardErrorSpoilt_NamesTheActionAllTheSame )
             spoilStandardError();
             static_cast< void >( getBcmActionSet( ActionSet{ action( 255 ) } ) );
         },
-        " Unsupported action: ActionType(255)\n",
-        source,
-        "getBcmActionSet",
+        " Unsupported action: ActionType(255)\n", source, "getBcmActionSet",
         "\"false\" == nullptr" );
 }
 
@@ -362,10 +347,7 @@ TEST_F( ActionSetTest, Build_BeforeTheMapIsBuilt_DiesButForNoAction )
     clear();
     static_cast< void >( getBcmActionSet( ActionSet{ ActionType::noAction } ) );
     expectDeath( [] { static_cast< void >( getBcmActionSet( ActionSet{ ActionType::drop } ) ); },
-                 " Unsupported action: drop\n",
-                 source,
-                 "getBcmActionSet",
-                 "\"false\" == nullptr" );
+                 " Unsupported action: drop\n", source, "getBcmActionSet", "\"false\" == nullptr" );
 }
 
 TEST_F( ActionSetTest, BuildAndLookUp_TracesOff_AllocateNothing )
@@ -383,8 +365,8 @@ TEST_F( ActionSetTest, BuildAndLookUp_TracesOff_AllocateNothing )
 
 TEST( IsActionColoredTest, IsActionColored_OfEveryValue_IsTrueForTheColouredOnes )
 {
-    const std::set< unsigned > coloured = {
-        36, 37, 38, 39, 40, 88, 89, 90, 104, 105, 106, 110, 111, 112, 113, 114 };
+    const std::set< unsigned > coloured = { 36,  37,  38,  39,  40,  88,  89,  90,
+                                            104, 105, 106, 110, 111, 112, 113, 114 };
     for ( unsigned number = 0; number < 256; ++number ) {
         EXPECT_EQ( isActionColored( action( number ) ), coloured.contains( number ) ) << number;
     }

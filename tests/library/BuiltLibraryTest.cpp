@@ -105,16 +105,11 @@ TEST( BuiltLibraryTest, ListOfExports_InGroups_SaysOfEachWhichFileAndWhat )
         EXPECT_THAT( names, Not( IsEmpty() ) ) << group;
     }
     EXPECT_THAT( files,
-                 ElementsAre( "PeloraTcamHsdkCounterHelper",
-                              "PeloraTcamHsdkPolicerHelper",
-                              "PeloraTcamHsdkUdfEntryHelper",
-                              "PeloraTcamSdk6CompressionHelper",
-                              "PeloraTcamSdk6CounterHelper",
-                              "PeloraTcamSdk6Helper",
-                              "PeloraTcamSdk6PolicerHelper",
-                              "PeloraTcamSdk6RangeCheckerHelper",
-                              "PeloraTcamSdk6UdfEntryHelper",
-                              "PeloraTcamUdfHsdkHelper",
+                 ElementsAre( "PeloraTcamHsdkCounterHelper", "PeloraTcamHsdkPolicerHelper",
+                              "PeloraTcamHsdkUdfEntryHelper", "PeloraTcamSdk6CompressionHelper",
+                              "PeloraTcamSdk6CounterHelper", "PeloraTcamSdk6Helper",
+                              "PeloraTcamSdk6PolicerHelper", "PeloraTcamSdk6RangeCheckerHelper",
+                              "PeloraTcamSdk6UdfEntryHelper", "PeloraTcamUdfHsdkHelper",
                               "PeloraTcamUdfSdk6Helper" ) );
 }
 
@@ -147,13 +142,9 @@ TEST( BuiltLibraryTest, Needs_OfTheFile_AreTheAgentAndTheRunTimeOnly )
         } );
     }
     EXPECT_THAT( needed, Contains( StartsWith( "libPeloraAgent.so" ) ) );
-    EXPECT_THAT( needed,
-                 Each( AnyOf( StartsWith( "libPeloraAgent.so" ),
-                              Eq( "libstdc++.so.6" ),
-                              Eq( "libm.so.6" ),
-                              Eq( "libgcc_s.so.1" ),
-                              Eq( "libc.so.6" ),
-                              Eq( "ld-linux-x86-64.so.2" ) ) ) );
+    EXPECT_THAT( needed, Each( AnyOf( StartsWith( "libPeloraAgent.so" ), Eq( "libstdc++.so.6" ),
+                                      Eq( "libm.so.6" ), Eq( "libgcc_s.so.1" ), Eq( "libc.so.6" ),
+                                      Eq( "ld-linux-x86-64.so.2" ) ) ) );
 }
 
 // ---- The slots -------------------------------------------------------------------------------
@@ -245,16 +236,14 @@ TEST( BuiltLibraryTest, Trackers_OfTheLoadedLibrary_AreNamedAfterTheirClasses )
             names.push_back( report.className );
         }
     }
-    EXPECT_THAT( names,
-                 ElementsAre( "PeloraTcam::PeloraTcamHsdkCounterHelper",
-                              "PeloraTcam::PeloraTcamHsdkPolicerHelper",
-                              "PeloraTcam::PeloraTcamSdk6CompressionHelper",
-                              "PeloraTcam::PeloraTcamSdk6CounterHelper",
-                              "PeloraTcam::PeloraTcamSdk6PolicerHelper",
-                              "PeloraTcam::PeloraTcamSdk6RangeCheckerHelper",
-                              "PeloraTcam::UdfFlexParserHelper",
-                              "PeloraTcam::UdfFlexParserHsdkHelper",
-                              "PeloraTcam::UdfModuleHelper" ) );
+    EXPECT_THAT(
+        names,
+        ElementsAre(
+            "PeloraTcam::PeloraTcamHsdkCounterHelper", "PeloraTcam::PeloraTcamHsdkPolicerHelper",
+            "PeloraTcam::PeloraTcamSdk6CompressionHelper",
+            "PeloraTcam::PeloraTcamSdk6CounterHelper", "PeloraTcam::PeloraTcamSdk6PolicerHelper",
+            "PeloraTcam::PeloraTcamSdk6RangeCheckerHelper", "PeloraTcam::UdfFlexParserHelper",
+            "PeloraTcam::UdfFlexParserHsdkHelper", "PeloraTcam::UdfModuleHelper" ) );
 }
 
 TEST( BuiltLibraryTest, Unload_ByTheLoader_LeavesNothingBehind )

@@ -96,11 +96,11 @@ TEST_F( CompressionOrderTest, Get_Action_IsTheOneOfTheActionMap )
 {
     PeloraTcam::initializeBcmActionMap();
     bcm_field_class_info_t added;
-    sdk.on.bcm_field_action_class_add =
-        [ & ]( int, bcm_field_entry_t, const bcm_field_class_info_t* info ) {
-            added = *info;
-            return 0;
-        };
+    sdk.on.bcm_field_action_class_add = [ & ]( int, bcm_field_entry_t,
+                                               const bcm_field_class_info_t* info ) {
+        added = *info;
+        return 0;
+    };
     getTcp();
     EXPECT_EQ( added.action,
                PeloraTcam::getBcmAction( static_cast< PeloraTcam::ActionType >( 11 ) ) );
@@ -141,19 +141,15 @@ TEST_F( CompressionOrderTest, Operations_EverySdkCall_IsMadeWithTheLockReleased 
         get( table, v6 );
     }
     EXPECT_THAT( watching.held, IsEmpty() );
-    EXPECT_THAT( watching.free,
-                 ElementsAre( Pair( "bcm_field_action_class_add", 8U ),
-                              Pair( "bcm_field_entry_create", 8U ),
-                              Pair( "bcm_field_entry_install", 8U ),
-                              Pair( "bcm_field_entry_remove", 1U ),
-                              Pair( "bcm_field_qualify_DstIp", 1U ),
-                              Pair( "bcm_field_qualify_DstIp6", 1U ),
-                              Pair( "bcm_field_qualify_EtherType", 1U ),
-                              Pair( "bcm_field_qualify_IpProtocol", 1U ),
-                              Pair( "bcm_field_qualify_L4DstPort", 1U ),
-                              Pair( "bcm_field_qualify_L4SrcPort", 1U ),
-                              Pair( "bcm_field_qualify_SrcIp", 1U ),
-                              Pair( "bcm_field_qualify_SrcIp6", 1U ) ) );
+    EXPECT_THAT(
+        watching.free,
+        ElementsAre(
+            Pair( "bcm_field_action_class_add", 8U ), Pair( "bcm_field_entry_create", 8U ),
+            Pair( "bcm_field_entry_install", 8U ), Pair( "bcm_field_entry_remove", 1U ),
+            Pair( "bcm_field_qualify_DstIp", 1U ), Pair( "bcm_field_qualify_DstIp6", 1U ),
+            Pair( "bcm_field_qualify_EtherType", 1U ), Pair( "bcm_field_qualify_IpProtocol", 1U ),
+            Pair( "bcm_field_qualify_L4DstPort", 1U ), Pair( "bcm_field_qualify_L4SrcPort", 1U ),
+            Pair( "bcm_field_qualify_SrcIp", 1U ), Pair( "bcm_field_qualify_SrcIp6", 1U ) ) );
 }
 
 // Nothing of an operation is undone.

@@ -99,8 +99,8 @@ class Sdk6World final : public CounterWorld
         PeloraTcam::registeredInitFuncIs( PeloraTcam::baseSdk6InitFuncName,
                                           Agent::Ptr< PeloraTcam::BaseSdk6InitFunc >(
                                               new PeloraTcam::BaseSdk6InitFunc( eviction_ ) ) );
-        helper = PeloraTcam::peloraTcamSdk6CounterHelperFactory(
-            pipeId, unit, PeloraCentral::ChipInfo() );
+        helper = PeloraTcam::peloraTcamSdk6CounterHelperFactory( pipeId, unit,
+                                                                 PeloraCentral::ChipInfo() );
         for ( U32 entry = 1; entry <= entryCount; ++entry ) {
             entries.push_back( entry );
         }
@@ -144,8 +144,8 @@ class HsdkWorld final : public CounterWorld
         EXPECT_EQ( objects_.counterObjectIs( unit, stageIfp(), pipeId, priority, counters ), 0 );
         PeloraTcam::counterObjectManagerIs( &objects_ );
         PeloraTcam::flexctrManagerIs( &flexctrs_ );
-        helper = PeloraTcam::peloraTcamHsdkCounterHelperFactory(
-            pipeId, unit, PeloraCentral::ChipInfo() );
+        helper = PeloraTcam::peloraTcamHsdkCounterHelperFactory( pipeId, unit,
+                                                                 PeloraCentral::ChipInfo() );
         makeEntries();
     }
 
@@ -283,8 +283,8 @@ class CounterModelTest : public ::testing::TestWithParam< Run >
 
     void release( U32 entry )
     {
-        ASSERT_TRUE( world->helper->freeCounter(
-            stageIfp(), logicalGroup, entry, live_.at( entry ).info, priority ) );
+        ASSERT_TRUE( world->helper->freeCounter( stageIfp(), logicalGroup, entry,
+                                                 live_.at( entry ).info, priority ) );
         live_.erase( entry );
     }
 
@@ -375,14 +375,10 @@ class CounterModelTest : public ::testing::TestWithParam< Run >
 };
 
 constexpr Run runs[] = {
-    { "Sdk6With1Bit", false, 1 },
-    { "Sdk6With8Bits", false, 8 },
-    { "Sdk6With36Bits", false, 36 },
-    { "Sdk6With64Bits", false, 64 },
-    { "HsdkWith1Bit", true, 1 },
-    { "HsdkWith8Bits", true, 8 },
-    { "HsdkWith36Bits", true, 36 },
-    { "HsdkWith64Bits", true, 64 },
+    { "Sdk6With1Bit", false, 1 },    { "Sdk6With8Bits", false, 8 },
+    { "Sdk6With36Bits", false, 36 }, { "Sdk6With64Bits", false, 64 },
+    { "HsdkWith1Bit", true, 1 },     { "HsdkWith8Bits", true, 8 },
+    { "HsdkWith36Bits", true, 36 },  { "HsdkWith64Bits", true, 64 },
 };
 
 #ifdef __OPTIMIZE__

@@ -31,12 +31,12 @@ class CounterTwinsTest : public HsdkCounterScene
         PeloraTcam::registeredInitFuncIs( PeloraTcam::baseSdk6InitFuncName,
                                           Agent::Ptr< PeloraTcam::BaseSdk6InitFunc >(
                                               new PeloraTcam::BaseSdk6InitFunc( eviction ) ) );
-        sdk.on.bcm_field_stat_create =
-            [ this ]( int, bcm_field_group_t group, int, bcm_field_stat_t*, int* statId ) {
-                sdkGroup = group;
-                *statId = 31;
-                return 0;
-            };
+        sdk.on.bcm_field_stat_create = [ this ]( int, bcm_field_group_t group, int,
+                                                 bcm_field_stat_t*, int* statId ) {
+            sdkGroup = group;
+            *statId = 31;
+            return 0;
+        };
         sdk.on.bcm_field_entry_stat_attach = returns( 0 );
         sdk.on.bcm_field_stat_set = returns( 0 );
         sdk.on.bcm_field_stat_get = [ this ]( int, int, bcm_field_stat_t type, uint64_t* value ) {
@@ -86,9 +86,8 @@ TEST_F( CounterTwinsTest, Allocate_GroupKey_HasThePipesBitsOrNot )
 TEST_F( CounterTwinsTest, Allocate_Work_IsTheSdksOrTheServices )
 {
     allocateSdk6( setOf( { 1 } ) );
-    EXPECT_THAT(
-        names(),
-        ElementsAre( "bcm_field_stat_create", "preApiCall", "bcm_field_entry_stat_attach" ) );
+    EXPECT_THAT( names(), ElementsAre( "bcm_field_stat_create", "preApiCall",
+                                       "bcm_field_entry_stat_attach" ) );
     EXPECT_THAT( flexctrs.calls, IsEmpty() );
     sdk.clear();
     allocate( setOf( { 1 } ) );
@@ -120,11 +119,9 @@ TEST_F( CounterTwinsTest, Allocate_RefusedAttachment_DiesOrGivesTheDefault )
 {
     sdk.on.bcm_field_entry_stat_attach = returns( -14 );
     flexctrs.state = PeloraTcam::FlexctrAttachState::refused;
-    expectFatalCall( { sdk6Source,
-                       "allocateCounter",
+    expectFatalCall( { sdk6Source, "allocateCounter",
                        "bcm_field_entry_stat_attach( unit(), entryId, sdkStatId )" },
-                     -14,
-                     "Out of hardware resources",
+                     -14, "Out of hardware resources",
                      [ this ] { allocateSdk6( setOf( { 1 } ) ); } );
     EXPECT_EQ( allocate( setOf( { 1 } ) ), CounterInfo() );
 }
@@ -158,9 +155,8 @@ TEST_F( CounterTwinsTest, GetStatHits_Pair_HasACounterEachOrOne )
 TEST_F( CounterTwinsTest, GetStatHits_TypeThatIsNeither_DiesOrReadsPackets )
 {
     const auto type = static_cast< CounterType >( 9 );
-    expectAssertion( { sdk6Source, "getStatHits", "" }, "0 && \"Invalid stat type\"", [ & ] {
-        sdk6->getStatHits( 31, type, stageIfp() );
-    } );
+    expectAssertion( { sdk6Source, "getStatHits", "" }, "0 && \"Invalid stat type\"",
+                     [ & ] { sdk6->getStatHits( 31, type, stageIfp() ); } );
     flexctrs.hits[ type ] = { 3, 4 };
     EXPECT_EQ( hsdk->getStatHits( entry, type, stageIfp() ), 3U );
 }
@@ -179,8 +175,7 @@ TEST_F( CounterTwinsTest, GetStatHits_Trace_NamesStatisticOrEntry )
 TEST_F( CounterTwinsTest, GetHits_NoEvictionHelper_DiesOrDoesNotMatter )
 {
     PeloraTcam::registeredInitFuncIs( PeloraTcam::baseSdk6InitFuncName, nullptr );
-    expectAssertion( { sdk6Source, "evictionHelper", "" },
-                     "initFunc && \"invalid BaseInitFunc\"",
+    expectAssertion( { sdk6Source, "evictionHelper", "" }, "initFunc && \"invalid BaseInitFunc\"",
                      [ this ] { sdk6->getPacketHits( recordOf( { 2 } ) ); } );
     EXPECT_EQ( hsdk->getPacketHits( recordOf( { 2 } ) ), 0U );
 }
@@ -251,9 +246,8 @@ TEST_F( CounterTwinsTest, IsInstalled_AStatistic_IsAskedForOrForbidden )
 {
     sdk.on.korvel_bcm_field_stat_installed_in_hw = []( int, int ) { return true; };
     EXPECT_TRUE( sdk6->isStatIdInstalledInHardware( 31 ) );
-    expectAssertion( site( "isStatIdInstalledInHardware" ), "0 && \"Unreachable code\"", [ this ] {
-        hsdk->isStatIdInstalledInHardware( entry );
-    } );
+    expectAssertion( site( "isStatIdInstalledInHardware" ), "0 && \"Unreachable code\"",
+                     [ this ] { hsdk->isStatIdInstalledInHardware( entry ); } );
 }
 
 TEST_F( CounterTwinsTest, MaybeClear_AStatistic_IsTracedOrNot )

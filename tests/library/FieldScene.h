@@ -60,9 +60,8 @@ inline void expectDeath( const std::function< void() >& function,
     EXPECT_TRUE( run.aborted );
     const std::string prettyName =
         ".*PeloraTcam::" + TestSupport::literally( name ) + "\\([A-Za-z0-9_:*& ]+\\)";
-    EXPECT_THAT(
-        run.errors,
-        ::testing::MatchesRegex( TestSupport::literally( message ) +
+    EXPECT_THAT( run.errors, ::testing::MatchesRegex(
+                                 TestSupport::literally( message ) +
                                  TestSupport::assertionLine( file, prettyName, assertion ) ) );
 }
 

@@ -198,10 +198,8 @@ TYPED_TEST( FlexParserCallSitesTest, Sites_OfAllCalls_HaveLinesOfTheirOwn )
         lines.push_back( this->expectSite( function, this->formatRead( nth ), this->creating() ) );
     }
     this->made();
-    for ( const FailingCall& call : { this->formatRead( 1 ),
-                                      this->chunksRead(),
-                                      this->destruction(),
-                                      this->formatRead( 2 ) } ) {
+    for ( const FailingCall& call : { this->formatRead( 1 ), this->chunksRead(),
+                                      this->destruction(), this->formatRead( 2 ) } ) {
         lines.push_back( this->expectSite( this->destroyName, call, this->removing() ) );
         lines.push_back( this->expectSite( this->cleanUpName, call, this->rollingBack() ) );
     }

@@ -136,11 +136,11 @@ TYPED_TEST( FlexParserCallersDataTest, Program_Any_IsOfTheDescriptorAsItWas )
             if constexpr ( TypeParam::isHsdk ) {
                 const Agent::Bitmap::Ptr chunks( new Agent::Bitmap( 16 ) );
                 chunks->bitIs( 3, true );
-                PeloraTcam::program_abstract_pkt_type_hsdk(
-                    this->unit, data.desc, this->format(), chunks, code, quals, footprint );
+                PeloraTcam::program_abstract_pkt_type_hsdk( this->unit, data.desc, this->format(),
+                                                            chunks, code, quals, footprint );
             } else {
-                PeloraTcam::program_abstract_pkt_type(
-                    this->unit, data.desc, this->format(), 0b1000, code, quals, footprint );
+                PeloraTcam::program_abstract_pkt_type( this->unit, data.desc, this->format(),
+                                                       0b1000, code, quals, footprint );
             }
             EXPECT_EQ( footprint.udfIds, quals );
             return std::to_string( code ) + ": " + listText( quals );
@@ -192,8 +192,8 @@ TEST_F( HsdkFlexParserCallersDataTest, Program_BitmapChangesMeanwhile_IsOnTheChu
     int rc = 1;
     QualIdList quals;
     UdfHwProgrammingFootprint footprint;
-    PeloraTcam::program_abstract_pkt_type_hsdk(
-        unit, udfDescOf( 2, 2 ), format(), chunks, rc, quals, footprint );
+    PeloraTcam::program_abstract_pkt_type_hsdk( unit, udfDescOf( 2, 2 ), format(), chunks, rc,
+                                                quals, footprint );
     Shim::sdk_ = &sdk;
     EXPECT_EQ( listText( HsdkParser::positions( unit, quals ) ), "3 " );
     EXPECT_EQ( sdk.countOf( "BCM_UDF_CBMP_CHUNK_ADD" ), 1U );

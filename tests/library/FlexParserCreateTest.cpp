@@ -27,11 +27,8 @@ TYPED_TEST( FlexParserCreateTest, Create_RoomForIt_ReadsTheFormatCreatesAndReads
 {
     const auto calls =
         this->functionsOf( [ this ] { EXPECT_EQ( this->create( udfDescOf() ).qualIds(), 1U ); } );
-    EXPECT_THAT( calls,
-                 ElementsAre( TypeParam::formatCall,
-                              TypeParam::formatCall,
-                              TypeParam::createCall,
-                              TypeParam::formatCall ) );
+    EXPECT_THAT( calls, ElementsAre( TypeParam::formatCall, TypeParam::formatCall,
+                                     TypeParam::createCall, TypeParam::formatCall ) );
 }
 
 TYPED_TEST( FlexParserCreateTest, Create_Any_NamesUnitAndFormatAndGivesNoHints )
@@ -44,9 +41,8 @@ TYPED_TEST( FlexParserCreateTest, Create_Any_NamesUnitAndFormatAndGivesNoHints )
     const std::string record = TypeParam::isHsdk
                                    ? "{offset: 32, width: 0, two_byte_chunk_bmap: {w: 1}, "
                                    : "{offset: 32, width: 16, chunk_bmap: 1, ";
-    EXPECT_EQ( this->sdk.calls()[ 2 ],
-               std::string( TypeParam::createCall ) + "( 5, null, " + record +
-                   "abstract_pkt_format: " + name + "}, & )" );
+    EXPECT_EQ( this->sdk.calls()[ 2 ], std::string( TypeParam::createCall ) + "( 5, null, " +
+                                           record + "abstract_pkt_format: " + name + "}, & )" );
 }
 
 TYPED_TEST( FlexParserCreateTest, Create_LowChunksTaken_AsksForTheLowestFreeOne )
@@ -117,13 +113,9 @@ TYPED_TEST( FlexParserCreateTest, Create_SdkRefuses_GivesAnEmptyListAndLeavesThe
         this->fail( TypeParam::createCall, failure.rc );
         const auto calls = this->functionsOf(
             [ this ] { EXPECT_EQ( this->create( udfDescOf( 4, 2 ) ).qualIds(), 0U ); } );
-        EXPECT_THAT( calls,
-                     ElementsAre( TypeParam::formatCall,
-                                  TypeParam::formatCall,
-                                  TypeParam::createCall,
-                                  TypeParam::formatCall,
-                                  TypeParam::formatCall,
-                                  TypeParam::formatCall ) );
+        EXPECT_THAT( calls, ElementsAre( TypeParam::formatCall, TypeParam::formatCall,
+                                         TypeParam::createCall, TypeParam::formatCall,
+                                         TypeParam::formatCall, TypeParam::formatCall ) );
         EXPECT_EQ( this->chipText(), chip );
     }
 }
@@ -152,9 +144,7 @@ TYPED_TEST( FlexParserCreateTest, Create_FormatCannotBeRead_IsFatalAtEachReading
     std::uint64_t nth = 0;
     for ( const std::string& function :
           { this->createName, this->programName, this->createName } ) {
-        this->expectNthFatal( this->formatGetOf( function ),
-                              TypeParam::formatCall,
-                              ++nth,
+        this->expectNthFatal( this->formatGetOf( function ), TypeParam::formatCall, ++nth,
                               [ this ] { this->create( udfDescOf() ); } );
     }
 }
@@ -175,9 +165,7 @@ TYPED_TEST( FlexParserCreateTest, Create_RollbackCannotReadTheFormat_IsFatal )
             [ answer ]( int, Format, bcm_udf_multi_abstract_pkt_format_info_t* ) mutable {
                 return answer();
             };
-        this->expectFatalCall( this->formatGetOf( this->cleanUpName ),
-                               -1,
-                               "Internal error",
+        this->expectFatalCall( this->formatGetOf( this->cleanUpName ), -1, "Internal error",
                                [ this ] { this->create( udfDescOf() ); } );
     }
 }
@@ -207,8 +195,8 @@ class Sdk6FlexParserProgramTest : public FlexParserScene< Sdk6Parser >
   protected:
     void program( Agent::U32 chunks, UdfHwProgrammingFootprint& footprint )
     {
-        program_abstract_pkt_type(
-            unit, udfDescOf( 2, 2 ), format(), chunks, rc, quals, footprint );
+        program_abstract_pkt_type( unit, udfDescOf( 2, 2 ), format(), chunks, rc, quals,
+                                   footprint );
     }
 
     int rc = 99;
@@ -240,8 +228,7 @@ TEST_F( Sdk6FlexParserProgramTest, Program_ChunkInUse_Dies )
 {
     freeChunksAre( 0xFFFE );
     expectAssertion( { Sdk6Parser::source, "PeloraTcam::program_abstract_pkt_type", "" },
-                     "!( chunkBmap & pfi.chunk_bmap_used() )",
-                     [ this ] {
+                     "!( chunkBmap & pfi.chunk_bmap_used() )", [ this ] {
                          UdfHwProgrammingFootprint footprint;
                          program( 0b11, footprint );
                      } );
@@ -251,8 +238,7 @@ TEST_F( Sdk6FlexParserProgramTest, Program_IdOfTheFootprint_Dies )
 {
     createdUdfIs( 12 );
     expectAssertion( { Sdk6Parser::source, "PeloraTcam::program_abstract_pkt_type", "" },
-                     "!hwFootprint.udfIds.qualIdHas( udfId )",
-                     [ this ] {
+                     "!hwFootprint.udfIds.qualIdHas( udfId )", [ this ] {
                          UdfHwProgrammingFootprint footprint;
                          footprint.udfIds = qualsOf( { 12 } );
                          program( 0b1, footprint );
@@ -268,8 +254,8 @@ class HsdkFlexParserProgramTest : public FlexParserScene< HsdkParser >
         for ( const Agent::U32 chunk : chunks ) {
             bitmap->bitIs( chunk, true );
         }
-        program_abstract_pkt_type_hsdk(
-            unit, udfDescOf( 2, 4 ), format(), bitmap, rc, quals, footprint );
+        program_abstract_pkt_type_hsdk( unit, udfDescOf( 2, 4 ), format(), bitmap, rc, quals,
+                                        footprint );
         EXPECT_EQ( bitmap->numBitsInSetState(), chunks.size() ) << "as it was";
     }
 
@@ -297,8 +283,7 @@ TEST_F( HsdkFlexParserProgramTest, Program_ChunkNotFree_Dies )
 {
     freeChunksAre( 0xFFFE );
     expectAssertion( { HsdkParser::source, "addChunks", "" },
-                     "BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), bit )",
-                     [ this ] {
+                     "BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), bit )", [ this ] {
                          UdfHwProgrammingFootprint footprint;
                          program( { 0 }, footprint );
                      } );
@@ -308,8 +293,7 @@ TEST_F( HsdkFlexParserProgramTest, Program_IdOfTheFootprint_Dies )
 {
     createdUdfIs( 12 );
     expectAssertion( { HsdkParser::source, "PeloraTcam::program_abstract_pkt_type_hsdk", "" },
-                     "!hwFootprint.udfIds.qualIdHas( udfId )",
-                     [ this ] {
+                     "!hwFootprint.udfIds.qualIdHas( udfId )", [ this ] {
                          UdfHwProgrammingFootprint footprint;
                          footprint.udfIds = qualsOf( { 12 } );
                          program( { 1 }, footprint );

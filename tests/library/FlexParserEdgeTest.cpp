@@ -48,11 +48,11 @@ class FlexParserEdgeTest : public FlexParserScene< Parser >
         if constexpr ( Parser::isHsdk ) {
             const Agent::Bitmap::Ptr bitmap( new Agent::Bitmap( 16 ) );
             bitmap->bitIs( chunk, true );
-            program_abstract_pkt_type_hsdk(
-                this->unit, desc, this->format(), bitmap, rc, quals, footprint );
+            program_abstract_pkt_type_hsdk( this->unit, desc, this->format(), bitmap, rc, quals,
+                                            footprint );
         } else {
-            program_abstract_pkt_type(
-                this->unit, desc, this->format(), 1U << chunk, rc, quals, footprint );
+            program_abstract_pkt_type( this->unit, desc, this->format(), 1U << chunk, rc, quals,
+                                       footprint );
         }
     }
 
@@ -77,8 +77,7 @@ TYPED_TEST( FlexParserEdgeTest, Verify_ChunkBeyondTheSixteen_IsNotCounted )
     this->verify( udfDescOf( 2, 2 ), qualsOf( { 1 } ) );
     this->readChunksAre( { 0x10000 } );
     const std::string function = "PeloraTcam::" + this->named( "udfQualProgrammedInHwFlex" );
-    this->expectAssertion( { TypeParam::source, function.c_str(), "" },
-                           "chunks == setChunks",
+    this->expectAssertion( { TypeParam::source, function.c_str(), "" }, "chunks == setChunks",
                            [ this ] { this->verify( udfDescOf( 2, 2 ), qualsOf( { 1 } ) ); } );
 }
 
@@ -113,12 +112,12 @@ using Sdk6FlexParserEdgeTest = FlexParserEdgeTest< Sdk6Parser >;
 
 TEST_F( Sdk6FlexParserEdgeTest, Reserved_ChunkBeyondTheSixteen_IsNotInTheBitmap )
 {
-    sdk.on.bcm_udf_abstract_pkt_format_info_get =
-        []( int, Format, bcm_udf_abstract_pkt_format_info_t* info ) {
-            info->chunk_bmap_usedIs( 0x80010004 );
-            info->unavail_chunk_bmapIs( 0x18000 );
-            return 0;
-        };
+    sdk.on.bcm_udf_abstract_pkt_format_info_get = []( int, Format,
+                                                      bcm_udf_abstract_pkt_format_info_t* info ) {
+        info->chunk_bmap_usedIs( 0x80010004 );
+        info->unavail_chunk_bmapIs( 0x18000 );
+        return 0;
+    };
     const TestSupport::TraceRecorder traces( udfFacility, 1U << 8 );
     const Agent::Bitmap::Ptr reserved = PeloraTcam::getUdfReservedBitmap( unit, format() );
     EXPECT_EQ( reserved->size(), 16U );
@@ -138,8 +137,7 @@ TEST_F( Sdk6FlexParserEdgeTest, Remove_FreeChunkAndOneBeyond_DiesByTheFreeOne )
     readChunksAre( { 0x10001 } );
     sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
     expectAssertion( { Sdk6Parser::source, "assertChunksWereReserved", "" },
-                     "udfBmap->isBitSet( i )",
-                     [ this ] { destroy( qualsOf( { 1 } ) ); } );
+                     "udfBmap->isBitSet( i )", [ this ] { destroy( qualsOf( { 1 } ) ); } );
 }
 
 // ---- The highest chunk -----------------------------------------------------------------------
@@ -158,8 +156,7 @@ TYPED_TEST( FlexParserEdgeTest, Remove_HighestChunkThatWasFree_Dies )
     this->sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
     this->expectAssertion(
         { TypeParam::source,
-          TypeParam::isHsdk ? "assertChunksWereTaken" : "assertChunksWereReserved",
-          "" },
+          TypeParam::isHsdk ? "assertChunksWereTaken" : "assertChunksWereReserved", "" },
         TypeParam::isHsdk ? "!BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), i )"
                           : "udfBmap->isBitSet( i )",
         [ this ] { this->destroy( qualsOf( { 1 } ) ); } );
@@ -241,12 +238,12 @@ TYPED_TEST( FlexParserEdgeTest, Create_PositiveCode_IsRolledBackLikeAFailure )
 
 TYPED_TEST( FlexParserEdgeTest, List_PositiveCode_IsTracedLikeSuccess )
 {
-    this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get =
-        []( int, Format, int, bcm_udf_id_t* ids, int* count ) {
-            ids[ 0 ] = 8;
-            *count = 1;
-            return 3;
-        };
+    this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get = []( int, Format, int,
+                                                                   bcm_udf_id_t* ids, int* count ) {
+        ids[ 0 ] = 8;
+        *count = 1;
+        return 3;
+    };
     const std::string call = "bcm_udf_abstract_pkt_format_object_list_get( unit, absPktFmt, max, "
                              "udfIds, &numUdfs ) (rc:3)";
     ::testing::internal::CaptureStderr();
@@ -269,8 +266,7 @@ TYPED_TEST( FlexParserEdgeTest, Program_ChunkTaken_DiesBeforeTheSdkIsAsked )
     this->sdk.on.bcm_udf_multi_chunk_create = create;
     this->expectAssertion(
         { TypeParam::source,
-          TypeParam::isHsdk ? "addChunks" : "PeloraTcam::program_abstract_pkt_type",
-          "" },
+          TypeParam::isHsdk ? "addChunks" : "PeloraTcam::program_abstract_pkt_type", "" },
         TypeParam::isHsdk ? "BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), bit )"
                           : "!( chunkBmap & pfi.chunk_bmap_used() )",
         [ this ] { this->programChunk( udfDescOf( 2, 2 ), 0 ); } );
@@ -284,10 +280,9 @@ TEST_F( HsdkFlexParserEdgeTest, Create_OutOfResourcesAgain_IsLoggedEachTime )
     for ( int i = 0; i < 3; ++i ) {
         create( udfDescOf( 2, 2 ) );
     }
-    EXPECT_THAT( logged,
-                 ElementsAre( "PELORA_TCAM_UDF_HW_RESOURCE_FULL",
-                              "PELORA_TCAM_UDF_HW_RESOURCE_FULL",
-                              "PELORA_TCAM_UDF_HW_RESOURCE_FULL" ) );
+    EXPECT_THAT( logged, ElementsAre( "PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+                                      "PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+                                      "PELORA_TCAM_UDF_HW_RESOURCE_FULL" ) );
 }
 
 } // namespace

@@ -192,12 +192,9 @@ TYPED_TEST( FlexParserFaultSweepTest, Remove_TwoUdfs_EachFailureOfEachCall )
         *TypeParam::create( this->unit, udfDescOf( 2, 2 ), this->format( ip6Format ) ).begin() );
     const auto remove = [ & ] { this->destroy( quals ); };
     const std::vector< Call > calls = {
-        this->readFormat( this->destroyName ),
-        this->readChunks( this->destroyName ),
-        this->destroyUdf( this->destroyName ),
-        this->readChunks( this->destroyName ),
-        this->destroyUdf( this->destroyName ),
-        this->readFormat( this->destroyName ),
+        this->readFormat( this->destroyName ), this->readChunks( this->destroyName ),
+        this->destroyUdf( this->destroyName ), this->readChunks( this->destroyName ),
+        this->destroyUdf( this->destroyName ), this->readFormat( this->destroyName ),
     };
     this->sweep( calls, remove );
     EXPECT_EQ( this->functionsOf( remove ), this->namesOf( calls ) );
@@ -264,8 +261,8 @@ TYPED_TEST( FlexParserFaultSweepTest, List_EachFailureOfEachCall_LosesThatFormat
                          ::testing::MatchesRegex(
                              failure.rc == notFound
                                  ? ""
-                                 : TestSupport::apiErrorLine(
-                                       TypeParam::source, listText, failure.text, failure.rc ) ) );
+                                 : TestSupport::apiErrorLine( TypeParam::source, listText,
+                                                              failure.text, failure.rc ) ) );
             EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
         }
     }

@@ -79,15 +79,14 @@ TYPED_TEST( FlexParserFirstUseTest, Formats_FirstUse_AsksForFourInOrderAndNeverA
 
 TYPED_TEST( FlexParserFirstUseTest, List_FirstUse_ReadsTheFormatsInAscendingOrderOfTheirValues )
 {
-    this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get =
-        []( int, Format asked, int, bcm_udf_id_t*, int* ) {
-            say( "listed " + std::to_string( asked ) );
-            return 0;
-        };
+    this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get = []( int, Format asked, int,
+                                                                   bcm_udf_id_t*, int* ) {
+        say( "listed " + std::to_string( asked ) );
+        return 0;
+    };
     const std::string words = this->wordsOf( [] { static_cast< void >( TypeParam::list( 5 ) ); } );
-    EXPECT_EQ( words,
-               std::string( this->formatsInOrder ) +
-                   "listed 66\nlisted 67\nlisted 68\nlisted 69\n" );
+    EXPECT_EQ( words, std::string( this->formatsInOrder ) +
+                          "listed 66\nlisted 67\nlisted 68\nlisted 69\n" );
 }
 
 } // namespace

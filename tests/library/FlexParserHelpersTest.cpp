@@ -171,9 +171,8 @@ TYPED_TEST( FlexParserHelpersTest, Operations_OnEntry_TraceTheirArguments )
                         "verifyProgrammedUdf mod:5 udfDesc: " + ring + " quals: 1",
                         [ & ] { this->helper->verifyProgrammedUdf( desc, quals ); } );
     this->expectTraced(
-        "getUdfChunkPosList mod: 5 quals: {1}", "getUdfChunkPosList mod: 5 quals: 1", [ & ] {
-            static_cast< void >( this->helper->getUdfChunkPosList( this->unit, quals ) );
-        } );
+        "getUdfChunkPosList mod: 5 quals: {1}", "getUdfChunkPosList mod: 5 quals: 1",
+        [ & ] { static_cast< void >( this->helper->getUdfChunkPosList( this->unit, quals ) ); } );
     this->expectTraced( "removeUdfFromHw mod:5 udfDesc: " + text + " quals: {1}",
                         "removeUdfFromHw mod:5 udfDesc: " + ring + " quals: 1",
                         [ & ] { this->helper->removeUdfFromHw( desc, quals ); } );
@@ -181,8 +180,8 @@ TYPED_TEST( FlexParserHelpersTest, Operations_OnEntry_TraceTheirArguments )
     this->expectTraced( "getAllProgrammedUdfIds mod:5", "getAllProgrammedUdfIds mod:5", [ & ] {
         static_cast< void >( this->helper->getAllProgrammedUdfIds( 9 ) );
     } );
-    this->expectTraced(
-        "handleInitialized", "handleInitialized", [ & ] { this->helper->handleInitialized(); } );
+    this->expectTraced( "handleInitialized", "handleInitialized",
+                        [ & ] { this->helper->handleInitialized(); } );
 }
 
 TYPED_TEST( FlexParserHelpersTest, Construction_AtItsEnd_CallsHandleInitialized )
@@ -204,19 +203,12 @@ TYPED_TEST( FlexParserHelpersTest, Slots_OfTheBuiltTable_AreInTheirOrder )
     // The compiler may let the classes of one module share the function.
     const auto typeData = ::testing::AnyOf( of + "typeData", "UdfModuleHelper::typeData" );
     EXPECT_THAT( virtualSlots( *this->helper ),
-                 ElementsAre( of + "~" + TypeParam::name,
-                              of + "~" + TypeParam::name,
-                              "Node::lastUserGone",
-                              "Node::publisher",
-                              typeData,
-                              of + "getUdfChunkPosList",
-                              of + "programUdfInHw",
-                              of + "removeUdfFromHw",
-                              of + "verifyProgrammedUdf",
-                              of + "verifyLagHashingUdf",
-                              of + "getAllProgrammedUdfIds",
-                              of + "getAllProgrammedLagHashingUdfIds",
-                              of + "handleInitialized" ) );
+                 ElementsAre( of + "~" + TypeParam::name, of + "~" + TypeParam::name,
+                              "Node::lastUserGone", "Node::publisher", typeData,
+                              of + "getUdfChunkPosList", of + "programUdfInHw",
+                              of + "removeUdfFromHw", of + "verifyProgrammedUdf",
+                              of + "verifyLagHashingUdf", of + "getAllProgrammedUdfIds",
+                              of + "getAllProgrammedLagHashingUdfIds", of + "handleInitialized" ) );
 }
 
 TYPED_TEST( FlexParserHelpersTest, Construct_NewAndLastPtr_CountsGoUpAndBack )

@@ -107,9 +107,7 @@ TYPED_TEST( FlexParserOrderTest, Create_TooFewChunks_TracesTheMessageBeforeTheRo
         { "4 " + this->createName + " mod:5 ethType: 2048 appType: 0 offset: 2 length: 3",
           "1 " + this->createName + ( TypeParam::isHsdk ? "mod:5" : "mod: 5" ) +
               " Msg: Not enough chunks to program UDF availChunks 1 requested chunks: 2",
-          "8 " + this->cleanUpName,
-          "4 " + this->destroyName,
-          this->startLine( 0b1 ),
+          "8 " + this->cleanUpName, "4 " + this->destroyName, this->startLine( 0b1 ),
           this->endLine( 0b1 ) },
         [ this ] { this->create( udfDescOf( 2, 3 ) ); } );
 }
@@ -121,9 +119,7 @@ TYPED_TEST( FlexParserOrderTest, Create_SdkRefuses_TracesTheFailureBeforeTheRoll
         { "4 " + this->createName + " mod:5 ethType: 2048 appType: 0 offset: 2 length: 2",
           TypeParam::isHsdk ? "1  bcm_udf_multi_chunk_create failed -6 Table full"
                             : "1  bcm_udf_chunk_create failed rc: -6 Table full",
-          "8 " + this->cleanUpName,
-          "4 " + this->destroyName,
-          this->startLine( 0xFFFF ),
+          "8 " + this->cleanUpName, "4 " + this->destroyName, this->startLine( 0xFFFF ),
           this->endLine( 0xFFFF ),
           "4 " + this->createName + "mod: 5 Flex bitmap is now: " + this->shown( 0xFFFF ) },
         [ this ] { this->create( udfDescOf( 2, 2 ) ); } );
@@ -160,11 +156,10 @@ TYPED_TEST( FlexParserOrderTest, Verify_OffsetDiffers_IsTracedBeforeItDies )
     this->readChunksAre( { 0b1 } );
     const std::string words = this->lastWords(
         udfFacility, 1U << 8, [ this ] { this->verify( udfDescOf( 9, 2 ), qualsOf( { 1 } ) ); } );
-    EXPECT_THAT( words,
-                 StartsWith( this->verifyName +
-                             "mod: 5 Chunk info offset: " + ( TypeParam::isHsdk ? "16" : "2" ) +
-                             " offset: 9\n" + this->verifyName +
-                             "mod: 5 Abstract pkt format: " + this->numberOf() + "\n" ) );
+    EXPECT_THAT( words, StartsWith( this->verifyName + "mod: 5 Chunk info offset: " +
+                                    ( TypeParam::isHsdk ? "16" : "2" ) + " offset: 9\n" +
+                                    this->verifyName +
+                                    "mod: 5 Abstract pkt format: " + this->numberOf() + "\n" ) );
 }
 
 TYPED_TEST( FlexParserOrderTest, Remove_ChunkWasFree_HasDestroyedButNotReadAgain )
@@ -196,9 +191,8 @@ TYPED_TEST( FlexParserOrderTest, Program_InvalidAppType_IsTracedBeforeItDies )
                               : PeloraTcam::udfFlexParserHelperFactory( 5, 0, false );
         static_cast< void >( helper->programUdfInHw( desc ) );
     } );
-    EXPECT_THAT( words,
-                 StartsWith( "handleInitialized\nprogramUdfInHw mod:5 udfDesc: {appType: "
-                             "UdfAppType(4), " ) );
+    EXPECT_THAT( words, StartsWith( "handleInitialized\nprogramUdfInHw mod:5 udfDesc: {appType: "
+                                    "UdfAppType(4), " ) );
     EXPECT_THAT( words, HasSubstr( "Assertion `Specified invalid appType' failed." ) );
 }
 

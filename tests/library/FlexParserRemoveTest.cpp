@@ -16,8 +16,8 @@ class FlexParserRemoveTest : public FlexParserScene< Parser >
     void expectRemovalDies( const char* function, const char* assertion, const QualIdList& quals )
     {
         this->sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
-        this->expectAssertion(
-            { Parser::source, function, "" }, assertion, [ & ] { this->destroy( quals ); } );
+        this->expectAssertion( { Parser::source, function, "" }, assertion,
+                               [ & ] { this->destroy( quals ); } );
     }
 };
 
@@ -27,11 +27,8 @@ TYPED_TEST( FlexParserRemoveTest, Remove_OneUdf_ReadsDestroysAndReadsAgain )
 {
     const QualIdList quals = this->made();
     const auto calls = this->functionsOf( [ & ] { this->destroy( quals ); } );
-    EXPECT_THAT( calls,
-                 ElementsAre( TypeParam::formatCall,
-                              TypeParam::chunksCall,
-                              "bcm_udf_destroy",
-                              TypeParam::formatCall ) );
+    EXPECT_THAT( calls, ElementsAre( TypeParam::formatCall, TypeParam::chunksCall,
+                                     "bcm_udf_destroy", TypeParam::formatCall ) );
     EXPECT_EQ( this->sdk.calls()[ 1 ],
                std::string( TypeParam::chunksCall ) + "( 5, 1, " +
                    ( TypeParam::isHsdk ? "{offset: 0, width: 0, two_byte_chunk_bmap: "
@@ -55,12 +52,8 @@ TYPED_TEST( FlexParserRemoveTest, Remove_SeveralOnTheSameChunks_DestroysEach )
     this->sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
     const auto calls = this->functionsOf( [ this ] { this->destroy( qualsOf( { 4, 9 } ) ); } );
     EXPECT_THAT( calls,
-                 ElementsAre( TypeParam::formatCall,
-                              TypeParam::chunksCall,
-                              "bcm_udf_destroy",
-                              TypeParam::chunksCall,
-                              "bcm_udf_destroy",
-                              TypeParam::formatCall ) );
+                 ElementsAre( TypeParam::formatCall, TypeParam::chunksCall, "bcm_udf_destroy",
+                              TypeParam::chunksCall, "bcm_udf_destroy", TypeParam::formatCall ) );
 }
 
 TYPED_TEST( FlexParserRemoveTest, Remove_OtherChunks_DiesBeforeTheSecondIsDestroyed )
@@ -99,8 +92,7 @@ TYPED_TEST( FlexParserRemoveTest, Remove_WithAnotherFormat_ChecksTheChunksOfThat
     };
     this->expectAssertion(
         { TypeParam::source,
-          TypeParam::isHsdk ? "assertChunksWereTaken" : "assertChunksWereReserved",
-          "" },
+          TypeParam::isHsdk ? "assertChunksWereTaken" : "assertChunksWereReserved", "" },
         TypeParam::isHsdk ? "!BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), i )"
                           : "udfBmap->isBitSet( i )",
         removal );
@@ -112,8 +104,8 @@ TYPED_TEST( FlexParserRemoveTest, Remove_EachCallFails_IsFatal )
     const std::function< void() > removal = [ & ] { this->destroy( quals ); };
     const SdkCallSite reading = this->formatGetOf( this->destroyName );
     this->expectNthFatal( reading, TypeParam::formatCall, 1, removal );
-    this->expectNthFatal(
-        this->chunksGetOf( this->destroyName ), TypeParam::chunksCall, 1, removal );
+    this->expectNthFatal( this->chunksGetOf( this->destroyName ), TypeParam::chunksCall, 1,
+                          removal );
     this->expectNthFatal( reading, TypeParam::formatCall, 2, removal );
     this->expectNthFatal( this->destroyOf( this->destroyName ), "bcm_udf_destroy", 1, removal );
 }
@@ -142,8 +134,7 @@ TEST_F( Sdk6FlexParserRemoveTest, Remove_ChunkBeyondTheSixteen_Dies )
     freeChunksAre( 0 );
     readChunksAre( { 0x10001 } );
     sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
-    expectAssertion( { Sdk6Parser::source, "assertChunksWereReserved", "" },
-                     "!progChunkBmap",
+    expectAssertion( { Sdk6Parser::source, "assertChunksWereReserved", "" }, "!progChunkBmap",
                      [ this ] { destroy( qualsOf( { 1 } ) ); } );
 }
 

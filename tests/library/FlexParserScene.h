@@ -145,8 +145,8 @@ class FlexParserScene : public UdfScene
         auto next = [ chunks, i = std::size_t{ 0 } ]() mutable {
             return chunks[ i + 1 < chunks.size() ? i++ : i ];
         };
-        sdk.on.bcm_udf_chunk_info_get = [ next,
-                                          this ]( int, int, bcm_udf_chunk_info_t* info ) mutable {
+        sdk.on.bcm_udf_chunk_info_get = [ next, this ]( int, int,
+                                                        bcm_udf_chunk_info_t* info ) mutable {
             info->offsetIs( 2 );
             info->widthIs( 2 );
             info->chunk_bmapIs( next() );

@@ -234,9 +234,7 @@ TYPED_TEST( FlexParserSequenceTest, Lines_OfARemoval_NameTheFormatBeforeTheUdfIs
         TypeParam::isHsdk
             ? std::vector< std::string >()
             : std::vector{ " mod: 5 Abstract pkt format: " + std::to_string( this->format() ) };
-    this->expectLines( { this->removalStart( 0xFFFE ),
-                         this->called( this->chunksGet ),
-                         udfFormat,
+    this->expectLines( { this->removalStart( 0xFFFE ), this->called( this->chunksGet ), udfFormat,
                          this->called( "bcm_udf_destroy( unit, udfId )" ),
                          this->removalEnd( 0xFFFF ) },
                        [ & ] { this->destroy( quals ); } );

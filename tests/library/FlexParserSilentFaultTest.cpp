@@ -165,8 +165,8 @@ TYPED_TEST( FlexParserSilentFaultTest, TakenChunkReadAsFree_Once_IsNoticedBefore
 {
     static_cast< void >( this->made() );
     this->saysFree( 1, 0b1 );
-    this->expectNoticed(
-        this->freeCheck_, this->freeAssertion_, [ this ] { this->create( udfDescOf( 4, 2 ) ); } );
+    this->expectNoticed( this->freeCheck_, this->freeAssertion_,
+                         [ this ] { this->create( udfDescOf( 4, 2 ) ); } );
 }
 
 // The SDK knows better and refuses.
@@ -212,11 +212,11 @@ TYPED_TEST( FlexParserSilentFaultTest, Removal_ChunkThatWasFree_IsNoticedBehindT
 {
     const QualIdList quals = this->made();
     this->corruptOnce( TypeParam::chunksCall, TypeParam::chunksOutput, 0b10 );
-    this->expectNoticed(
-        this->takenCheck_, this->takenAssertion_, [ & ] { this->destroy( quals ); } );
+    this->expectNoticed( this->takenCheck_, this->takenAssertion_,
+                         [ & ] { this->destroy( quals ); } );
     this->saysFree( 1, 0xFFFF );
-    this->expectNoticed(
-        this->takenCheck_, this->takenAssertion_, [ & ] { this->destroy( quals ); } );
+    this->expectNoticed( this->takenCheck_, this->takenAssertion_,
+                         [ & ] { this->destroy( quals ); } );
 }
 
 // No chunk at all has nothing to be compared; a chunk of another UDF was taken, too; the extent of
@@ -280,8 +280,8 @@ TYPED_TEST( FlexParserSilentFaultTest, Audit_EachOutputItLooksAt_IsFound )
     for ( const auto& wrong : cases ) {
         SCOPED_TRACE( std::string( wrong.output ) + " " + std::to_string( wrong.value ) );
         this->corruptOnce( TypeParam::chunksCall, wrong.output, wrong.value );
-        this->expectNoticed(
-            wrong.function, wrong.assertion, [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
+        this->expectNoticed( wrong.function, wrong.assertion,
+                             [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
     }
 }
 
@@ -334,10 +334,10 @@ TYPED_TEST( FlexParserSilentFaultTest, Positions_ChunkReadTwice_IsNoticed )
     QualIdList quals = this->made();
     quals.qualIdIs( *this->made( udfDescOf( 4, 2 ) ).begin() );
     this->corruptNth( TypeParam::chunksCall, 2, TypeParam::chunksOutput, 0b1 );
-    this->expectNoticed(
-        "PeloraTcam::" + this->named( "getUdfChunkPosFlexParser" ),
-        "!udfChunkPosList.udfChunkPosHas( i )",
-        [ & ] { static_cast< void >( TypeParam::positions( this->unit, quals ) ); } );
+    this->expectNoticed( "PeloraTcam::" + this->named( "getUdfChunkPosFlexParser" ),
+                         "!udfChunkPosList.udfChunkPosHas( i )", [ & ] {
+                             static_cast< void >( TypeParam::positions( this->unit, quals ) );
+                         } );
 }
 
 // The inventory gives what the SDK says: whether it is so, the agent finds out by comparing.

@@ -88,22 +88,21 @@ TYPED_TEST( FlexParserTraceTest, Create_SdkRefuses_StillTracesTheChunksAtTheEnd 
     this->create( udfDescOf() );
     ASSERT_EQ( traces.texts().size(), 3U );
     EXPECT_EQ( traces.texts()[ 1 ], this->named( "destroyUdfQualifierFlexParser" ) );
-    EXPECT_EQ( traces.texts()[ 2 ],
-               this->named( "createUdfQualifierFlexParser" ) +
-                   "mod: 5 Flex bitmap is now: " + this->noChunkTaken );
+    EXPECT_EQ( traces.texts()[ 2 ], this->named( "createUdfQualifierFlexParser" ) +
+                                        "mod: 5 Flex bitmap is now: " + this->noChunkTaken );
 }
 
 TYPED_TEST( FlexParserTraceTest, CleanUp_Any_TracesItsNameAtLevel8 )
 {
     this->freeChunksAre( 0 );
-    this->expectBoth(
-        8, this->named( "cleanupUdfFlexParserFootprint" ), this->makeAndRemove( udfDescOf() ) );
+    this->expectBoth( 8, this->named( "cleanupUdfFlexParserFootprint" ),
+                      this->makeAndRemove( udfDescOf() ) );
 }
 
 TYPED_TEST( FlexParserTraceTest, Remove_Any_TracesItsNameAtLevel4 )
 {
-    this->expectBoth(
-        4, this->named( "destroyUdfQualifierFlexParser" ), this->makeAndRemove( udfDescOf() ) );
+    this->expectBoth( 4, this->named( "destroyUdfQualifierFlexParser" ),
+                      this->makeAndRemove( udfDescOf() ) );
 }
 
 TYPED_TEST( FlexParserTraceTest, Remove_Any_TracesTheChunksBeforeAndAfter )
@@ -111,19 +110,16 @@ TYPED_TEST( FlexParserTraceTest, Remove_Any_TracesTheChunksBeforeAndAfter )
     const std::string name = this->named( "destroyUdfQualifierFlexParser" );
     const std::string format =
         TypeParam::isHsdk ? " apf: " + this->numberOf( TypeParam::ipv4Format ) : "";
-    this->expectBoth( 8,
-                      name + " mod: 5" + format + " Flex bitmap start: " + this->firstChunkTaken,
+    this->expectBoth( 8, name + " mod: 5" + format + " Flex bitmap start: " + this->firstChunkTaken,
                       this->makeAndRemove( udfDescOf( 2, 2 ) ) );
-    this->expectBoth( 8,
-                      name + " mod: 5 Flex bitmap end: " + this->noChunkTaken,
+    this->expectBoth( 8, name + " mod: 5 Flex bitmap end: " + this->noChunkTaken,
                       this->makeAndRemove( udfDescOf( 2, 2 ) ) );
 }
 
 TYPED_TEST( FlexParserTraceTest, Positions_OnEntry_TraceTheName )
 {
-    this->expectBoth( 8, this->named( "getUdfChunkPosFlexParser" ), [] {
-        static_cast< void >( TypeParam::positions( 5, QualIdList() ) );
-    } );
+    this->expectBoth( 8, this->named( "getUdfChunkPosFlexParser" ),
+                      [] { static_cast< void >( TypeParam::positions( 5, QualIdList() ) ); } );
 }
 
 TYPED_TEST( FlexParserTraceTest, Verify_OnEntry_TracesTheRequest )
@@ -178,14 +174,8 @@ TYPED_TEST( FlexParserTraceTest, ApiTrace_OfALife_HasEachCallWithItsCode )
         std::string( TypeParam::createCall ) + "( unit, NULL, &chunkInfo, &udfId ) (rc:0)";
     const std::string chunks = std::string( this->chunksGet ) + " (rc:0)";
     EXPECT_THAT( this->apiLines( TypeParam::source, this->makeAndRemove( udfDescOf( 2, 2 ) ) ),
-                 ElementsAre( format,
-                              format,
-                              create,
-                              format,
-                              format,
-                              chunks,
-                              "bcm_udf_destroy( unit, udfId ) (rc:0)",
-                              format ) );
+                 ElementsAre( format, format, create, format, format, chunks,
+                              "bcm_udf_destroy( unit, udfId ) (rc:0)", format ) );
 }
 
 TYPED_TEST( FlexParserTraceTest, ApiTrace_OfARefusedCreation_HasItsCode )
@@ -218,13 +208,13 @@ using Sdk6FlexParserTraceTest = FlexParserTraceTest< Sdk6Parser >;
 
 TEST_F( Sdk6FlexParserTraceTest, Reserved_Any_TracesAllBitmapsInTheTextTraceOnly )
 {
-    sdk.on.bcm_udf_abstract_pkt_format_info_get =
-        []( int, Format, bcm_udf_abstract_pkt_format_info_t* info ) {
-            info->num_chunks_maxIs( 14 );
-            info->chunk_bmap_usedIs( 0b101 );
-            info->unavail_chunk_bmapIs( 0x8001 );
-            return 0;
-        };
+    sdk.on.bcm_udf_abstract_pkt_format_info_get = []( int, Format,
+                                                      bcm_udf_abstract_pkt_format_info_t* info ) {
+        info->num_chunks_maxIs( 14 );
+        info->chunk_bmap_usedIs( 0b101 );
+        info->unavail_chunk_bmapIs( 0x8001 );
+        return 0;
+    };
     const std::string text = "getUdfReservedBitmap apf " + numberOf( Sdk6Parser::ipv4Format ) +
                              " bitmap size 16 max chunks 14 used bmap 0000000000000101 "
                              "unavailBitmap 1000000000000001 reserved bitmap 1000000000000101";
@@ -250,8 +240,7 @@ TEST_F( Sdk6FlexParserTraceTest, Reserved_ReadingFails_IsFatal )
 
 TEST_F( Sdk6FlexParserTraceTest, Remove_EachUdf_TracesUnitAndFormat )
 {
-    expectBoth( 8,
-                " mod: 5 Abstract pkt format: " + numberOf( Sdk6Parser::ipv4Format ),
+    expectBoth( 8, " mod: 5 Abstract pkt format: " + numberOf( Sdk6Parser::ipv4Format ),
                 makeAndRemove( udfDescOf( 2, 2 ) ) );
 }
 
@@ -274,10 +263,8 @@ TEST_F( HsdkFlexParserTraceTest, Create_OutOfResources_TracesLogsAndTracesTheFai
     Agent::traceLevelsIs( udfFacility, 0 );
     Agent::logSinkIs( sink );
     EXPECT_THAT(
-        events,
-        ElementsAre( shortage,
-                     "PELORA_TCAM_UDF_HW_RESOURCE_FULL",
-                     " bcm_udf_multi_chunk_create failed -14 Out of hardware resources" ) );
+        events, ElementsAre( shortage, "PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+                             " bcm_udf_multi_chunk_create failed -14 Out of hardware resources" ) );
     expectBoth( 1, shortage, makeAndRemove( udfDescOf( 2, 4 ) ) );
 }
 

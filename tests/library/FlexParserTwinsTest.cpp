@@ -169,12 +169,12 @@ TEST_F( FlexParserTwinsTest, Create_Record_HasANumberOrASet )
 
 TEST_F( FlexParserTwinsTest, Create_FreeChunks_AreTheRestOrTheSdks )
 {
-    sdk.on.bcm_udf_abstract_pkt_format_info_get =
-        []( int, Format, bcm_udf_abstract_pkt_format_info_t* info ) {
-            info->chunk_bmap_usedIs( 0b0011 );
-            info->unavail_chunk_bmapIs( 0b0110 );
-            return 0;
-        };
+    sdk.on.bcm_udf_abstract_pkt_format_info_get = []( int, Format,
+                                                      bcm_udf_abstract_pkt_format_info_t* info ) {
+        info->chunk_bmap_usedIs( 0b0011 );
+        info->unavail_chunk_bmapIs( 0b0110 );
+        return 0;
+    };
     sdk.on.bcm_udf_multi_abstract_pkt_format_info_get =
         []( int, Format, bcm_udf_multi_abstract_pkt_format_info_t* info ) {
             info->num_chunks_availableIs( 1 );
@@ -187,11 +187,11 @@ TEST_F( FlexParserTwinsTest, Create_FreeChunks_AreTheRestOrTheSdks )
 
 TEST_F( FlexParserTwinsTest, Create_Room_IsOneCountOrTheSmallerOfTwo )
 {
-    sdk.on.bcm_udf_abstract_pkt_format_info_get =
-        []( int, Format, bcm_udf_abstract_pkt_format_info_t* info ) {
-            info->num_chunks_maxIs( 1 ); // does not count
-            return 0;
-        };
+    sdk.on.bcm_udf_abstract_pkt_format_info_get = []( int, Format,
+                                                      bcm_udf_abstract_pkt_format_info_t* info ) {
+        info->num_chunks_maxIs( 1 ); // does not count
+        return 0;
+    };
     EXPECT_NE( recordOf< Sdk6Parser >( udfDescOf( 2, 4 ) ), "none" );
     for ( const auto& counts : { std::pair{ 1U, 0b11U }, std::pair{ 2U, 0b1U } } ) {
         sdk.on.bcm_udf_multi_abstract_pkt_format_info_get =
@@ -235,11 +235,11 @@ TEST_F( FlexParserTwinsTest, Create_ReadingTheFormat_IsTracedOrNot )
 // Chunk 0 is unavailable, and used by no UDF.
 TEST_F( FlexParserTwinsTest, Program_ChosenChunk_MustNotBeUsedOrMustBeFree )
 {
-    sdk.on.bcm_udf_abstract_pkt_format_info_get =
-        []( int, Format, bcm_udf_abstract_pkt_format_info_t* info ) {
-            info->unavail_chunk_bmapIs( 0b1 );
-            return 0;
-        };
+    sdk.on.bcm_udf_abstract_pkt_format_info_get = []( int, Format,
+                                                      bcm_udf_abstract_pkt_format_info_t* info ) {
+        info->unavail_chunk_bmapIs( 0b1 );
+        return 0;
+    };
     sdk.on.bcm_udf_multi_abstract_pkt_format_info_get =
         []( int, Format, bcm_udf_multi_abstract_pkt_format_info_t* info ) {
             info->chunk_2b_bmap_avail().w[ 0 ] = 0xFFFE;
@@ -248,15 +248,15 @@ TEST_F( FlexParserTwinsTest, Program_ChosenChunk_MustNotBeUsedOrMustBeFree )
     int rc = 99;
     QualIdList quals;
     UdfHwProgrammingFootprint footprint;
-    program_abstract_pkt_type(
-        unit, udfDescOf( 2, 2 ), format( ip6Format ), 0b1, rc, quals, footprint );
+    program_abstract_pkt_type( unit, udfDescOf( 2, 2 ), format( ip6Format ), 0b1, rc, quals,
+                               footprint );
     EXPECT_EQ( quals, qualsOf( { 7 } ) );
     const ChildRun run = runInChild( [ & ] {
         const Agent::Bitmap::Ptr chunks( new Agent::Bitmap( 16 ) );
         chunks->bitIs( 0, true );
         UdfHwProgrammingFootprint none;
-        program_abstract_pkt_type_hsdk(
-            unit, udfDescOf( 2, 2 ), format( ip6Format ), chunks, rc, quals, none );
+        program_abstract_pkt_type_hsdk( unit, udfDescOf( 2, 2 ), format( ip6Format ), chunks, rc,
+                                        quals, none );
     } );
     EXPECT_THAT( run.errors,
                  HasSubstr( "Assertion `BCM_UDF_CBMP_CHUNK_TEST( pfi.chunk_2b_bmap_avail(), "

@@ -24,9 +24,8 @@ class FlexParserVerifyTest : public FlexParserScene< Parser >
                            const std::string& assertion,
                            const QualIdList& quals = qualsOf( { 1 } ) )
     {
-        this->expectAssertion( { Parser::source, function, "" }, assertion, [ & ] {
-            this->verify( udfDescOf( 2, 2 ), quals );
-        } );
+        this->expectAssertion( { Parser::source, function, "" }, assertion,
+                               [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
     }
 
     /// From now on a UDF reads back as one of that format.
@@ -40,14 +39,14 @@ class FlexParserVerifyTest : public FlexParserScene< Parser >
             info->abstract_pkt_formatIs( format );
             return 0;
         };
-        this->sdk.on.bcm_udf_multi_chunk_info_get =
-            [ format ]( int, int, bcm_udf_multi_chunk_info_t* info ) {
-                info->offsetIs( 16 );
-                info->widthIs( 2 );
-                info->two_byte_chunk_bmap().w[ 0 ] = 1;
-                info->abstract_pkt_formatIs( format );
-                return 0;
-            };
+        this->sdk.on.bcm_udf_multi_chunk_info_get = [ format ]( int, int,
+                                                                bcm_udf_multi_chunk_info_t* info ) {
+            info->offsetIs( 16 );
+            info->widthIs( 2 );
+            info->two_byte_chunk_bmap().w[ 0 ] = 1;
+            info->abstract_pkt_formatIs( format );
+            return 0;
+        };
     }
 
     /// From now on listing that format fails.
@@ -181,9 +180,8 @@ TYPED_TEST( FlexParserVerifyTest, Verify_AnotherChunkOrFormatOfTheLibrary_IsNotN
 TYPED_TEST( FlexParserVerifyTest, Verify_ReadingFails_IsFatal )
 {
     const QualIdList quals = this->made();
-    this->expectNthFatal( this->chunksGetOf( this->verifyName ), TypeParam::chunksCall, 1, [ & ] {
-        this->verify( udfDescOf( 2, 2 ), quals );
-    } );
+    this->expectNthFatal( this->chunksGetOf( this->verifyName ), TypeParam::chunksCall, 1,
+                          [ & ] { this->verify( udfDescOf( 2, 2 ), quals ); } );
 }
 
 // ---- Positions of chunks ---------------------------------------------------------------------
@@ -207,8 +205,7 @@ TYPED_TEST( FlexParserVerifyTest, Positions_OneChunkOfTwoUdfs_Dies )
     this->readChunksAre( { 0b110, 0b100 } );
     const std::string function = "PeloraTcam::" + this->named( "getUdfChunkPosFlexParser" );
     this->expectAssertion(
-        { TypeParam::source, function.c_str(), "" },
-        "!udfChunkPosList.udfChunkPosHas( i )",
+        { TypeParam::source, function.c_str(), "" }, "!udfChunkPosList.udfChunkPosHas( i )",
         [ this ] {
             static_cast< void >( TypeParam::positions( this->unit, qualsOf( { 1, 2 } ) ) );
         } );
@@ -218,17 +215,15 @@ TYPED_TEST( FlexParserVerifyTest, Positions_ReadingFails_IsFatal )
 {
     const QualIdList quals = this->made();
     this->expectNthFatal(
-        this->chunksGetOf( this->positionsName ), TypeParam::chunksCall, 1, [ & ] {
-            static_cast< void >( TypeParam::positions( this->unit, quals ) );
-        } );
+        this->chunksGetOf( this->positionsName ), TypeParam::chunksCall, 1,
+        [ & ] { static_cast< void >( TypeParam::positions( this->unit, quals ) ); } );
 }
 
 // ---- Inventory -------------------------------------------------------------------------------
 
 TYPED_TEST( FlexParserVerifyTest, Formats_OfTheLibrary_AreFourAndTheSameSetEveryTime )
 {
-    const std::set< Format > expected = { this->format(),
-                                          this->format( TypeParam::arpFormat ),
+    const std::set< Format > expected = { this->format(), this->format( TypeParam::arpFormat ),
                                           this->format( ip6Format ),
                                           this->format( unknownFormat ) };
     EXPECT_EQ( TypeParam::formats(), expected );
@@ -261,12 +256,12 @@ TYPED_TEST( FlexParserVerifyTest, List_UdfsOfTheChip_AreThoseOfTheLibrarysFormat
 
 TYPED_TEST( FlexParserVerifyTest, List_OneUdfInTwoFormats_IsThereOnce )
 {
-    this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get =
-        []( int, Format, int, bcm_udf_id_t* ids, int* count ) {
-            ids[ 0 ] = 8;
-            *count = 1;
-            return 0;
-        };
+    this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get = []( int, Format, int,
+                                                                   bcm_udf_id_t* ids, int* count ) {
+        ids[ 0 ] = 8;
+        *count = 1;
+        return 0;
+    };
     EXPECT_EQ( TypeParam::list( this->unit ), udfsOf( { 8 } ) );
 }
 
@@ -285,11 +280,11 @@ TYPED_TEST( FlexParserVerifyTest, List_FormatIsFull_HasItsFirst128 )
 
 TYPED_TEST( FlexParserVerifyTest, List_CountIsBeyondTheBuffer_StaysInside )
 {
-    this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get =
-        []( int, Format, int, bcm_udf_id_t*, int* count ) {
-            *count = 1000;
-            return 0;
-        };
+    this->sdk.on.bcm_udf_abstract_pkt_format_object_list_get = []( int, Format, int, bcm_udf_id_t*,
+                                                                   int* count ) {
+        *count = 1000;
+        return 0;
+    };
     EXPECT_EQ( TypeParam::list( this->unit ), udfsOf( { 0 } ) );
 }
 
@@ -314,9 +309,8 @@ TYPED_TEST( FlexParserVerifyTest, List_CallFailsBehindItsOutput_TakesNothingOfIt
         EXPECT_THAT( traces.texts(),
                      ::testing::Contains( start + std::to_string( this->format( ip6Format ) ) +
                                           " has 0 UDFS" ) );
-        EXPECT_THAT(
-            traces.texts(),
-            ::testing::Contains( start + std::to_string( this->format() ) + " has 1 UDFS" ) );
+        EXPECT_THAT( traces.texts(), ::testing::Contains( start + std::to_string( this->format() ) +
+                                                          " has 1 UDFS" ) );
     }
 }
 

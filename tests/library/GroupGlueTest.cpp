@@ -67,8 +67,7 @@ using GroupGlueDeathTest = GroupGlueTest;
 bcm_field_group_mode_t modeOf( U32 keySize, U32 stage, bool narrowWide )
 {
     return PeloraTcam::getBcmTcamKeySize( static_cast< TcamKeySize::TcamKeySizeValue >( keySize ),
-                                          static_cast< StageType >( stage ),
-                                          narrowWide );
+                                          static_cast< StageType >( stage ), narrowWide );
 }
 
 TEST_F( GroupGlueTest, GetBcmTcamKeySize_SizesThatFitAnyStage_GiveTheirMode )

@@ -32,10 +32,10 @@ template< class Helper >
 void expectCounterOperations()
 {
     using Info = const CounterInfo&;
-    using Allocate = CounterInfo ( Helper::* )(
-        StageType, LogicalGroupId, const TcamEntryId&, const CounterSet&, TcamGroupPriority );
-    using Free = bool ( Helper::* )(
-        StageType, LogicalGroupId, const TcamEntryId&, Info, TcamGroupPriority );
+    using Allocate = CounterInfo ( Helper::* )( StageType, LogicalGroupId, const TcamEntryId&,
+                                                const CounterSet&, TcamGroupPriority );
+    using Free = bool ( Helper::* )( StageType, LogicalGroupId, const TcamEntryId&, Info,
+                                     TcamGroupPriority );
     using StatHits = uint64_t ( Helper::* )( unsigned, CounterType, StageType );
     using HwIdx = int32_t ( Helper::* )( unsigned, CounterType, StageType );
     using Verify = void ( Helper::* )( unsigned, const CounterStatus& );

@@ -28,10 +28,9 @@ class HsdkCounterOrderTest : public HsdkCounterScene
 TEST_F( HsdkCounterOrderTest, Allocate_Everything_HappensInTheOrderOfTheSteps )
 {
     allocate( setOf( { 1 } ) );
-    EXPECT_THAT( flexctrs.calls,
-                 ElementsAre( "allocateCounter GroupId: 0x1000005 EntryId: 0xab",
-                              "getCounterObject 5 ifp 2 1",
-                              "attachFlexctr 5 ifp 2 1 171 {bytes} 7" ) );
+    EXPECT_THAT( flexctrs.calls, ElementsAre( "allocateCounter GroupId: 0x1000005 EntryId: 0xab",
+                                              "getCounterObject 5 ifp 2 1",
+                                              "attachFlexctr 5 ifp 2 1 171 {bytes} 7" ) );
 }
 
 TEST_F( HsdkCounterOrderTest, Allocate_NoObject_TracesTheShortageLast )
@@ -57,13 +56,10 @@ TEST_F( HsdkCounterOrderTest, Rest_Everything_IsTracedBeforeTheServiceIsCalled )
     helper->freeCounter( stageIfp(), logicalGroup, entry, recordOf( {} ), priority );
     EXPECT_THAT( flexctrs.calls,
                  ElementsAre( "getStatHits entryId: 171 counterType: bytes",
+                              "getFlexctr 5 ifp 2 171 packets", "getPacketHits CounterId 0x1f",
+                              "getFlexctr 5 ifp 2 171 packets", "getByteHits CounterId 0x1f",
                               "getFlexctr 5 ifp 2 171 packets",
-                              "getPacketHits CounterId 0x1f",
-                              "getFlexctr 5 ifp 2 171 packets",
-                              "getByteHits CounterId 0x1f",
-                              "getFlexctr 5 ifp 2 171 packets",
-                              "getCounterHwIdx entryId  171 Type : bytes",
-                              "getPipe 2 ifp",
+                              "getCounterHwIdx entryId  171 Type : bytes", "getPipe 2 ifp",
                               "getFlexctrAllocPerEntry 5 171 42",
                               "clearHitsForEntry CounterId: 0x1f Clearing EntryId: 0xab",
                               "clearFlexctr 5 ifp 2 171 1",
@@ -73,21 +69,15 @@ TEST_F( HsdkCounterOrderTest, Rest_Everything_IsTracedBeforeTheServiceIsCalled )
 
 TEST_F( HsdkCounterAssertionTest, Assertions_OfAll_FollowTheTrace )
 {
-    expectTracesThenAssertion(
-        facility,
-        { "9 getCounterHwIdx entryId  171 Type : bytes" },
-        site( "getCounterHwIdx" ),
-        "flexctrAlloc",
-        [ this ] { helper->getCounterHwIdx( entry, CounterType::bytes, stageIfp() ); } );
-    expectTracesThenAssertion( facility,
-                               { "8 handleInitialized" },
-                               site( "handleInitialized" ),
-                               "initialized()",
-                               [ this ] { helper->handleInitialized(); } );
-    expectTracesThenAssertion(
-        facility, {}, site( "isStatIdInstalledInHardware" ), "0 && \"Unreachable code\"", [ this ] {
-            helper->isStatIdInstalledInHardware( 1 );
-        } );
+    expectTracesThenAssertion( facility, { "9 getCounterHwIdx entryId  171 Type : bytes" },
+                               site( "getCounterHwIdx" ), "flexctrAlloc", [ this ] {
+                                   helper->getCounterHwIdx( entry, CounterType::bytes, stageIfp() );
+                               } );
+    expectTracesThenAssertion( facility, { "8 handleInitialized" }, site( "handleInitialized" ),
+                               "initialized()", [ this ] { helper->handleInitialized(); } );
+    expectTracesThenAssertion( facility, {}, site( "isStatIdInstalledInHardware" ),
+                               "0 && \"Unreachable code\"",
+                               [ this ] { helper->isStatIdInstalledInHardware( 1 ); } );
 }
 
 TEST_F( HsdkCounterAssertionTest, Operations_NoFlexctrManager_DieForThatReason )
@@ -104,8 +94,7 @@ TEST_F( HsdkCounterAssertionTest, Operations_NoFlexctrManager_DieForThatReason )
     };
     for ( const auto& operation : operations ) {
         expectAssertion( site( "flexctrManager" ),
-                         "getFlexctrManager() && \"flex counter manager is not set\"",
-                         operation );
+                         "getFlexctrManager() && \"flex counter manager is not set\"", operation );
     }
 }
 

@@ -62,20 +62,8 @@ class RecordingFlexctrs final : public PeloraTcam::FlexctrManager,
     {
         chipInfo = &info;
         whileAttaching();
-        note( "attachFlexctr ",
-              unit,
-              " ",
-              stage,
-              " ",
-              pipe,
-              " ",
-              priority,
-              " ",
-              entryId,
-              " ",
-              set,
-              " ",
-              group );
+        note( "attachFlexctr ", unit, " ", stage, " ", pipe, " ", priority, " ", entryId, " ", set,
+              " ", group );
         return { state };
     }
 

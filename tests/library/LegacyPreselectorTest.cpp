@@ -113,8 +113,8 @@ class LegacyPreselectorCall : public ::testing::TestWithParam< Case >
 
 TEST_P( LegacyPreselectorCall, Set_TracingOn_CallsTheSdkOnceAndTracesRequestAndCall )
 {
-    scene_.expectCall(
-        PeloraTcam::setPreselectQualifier, functionName, qualifier(), GetParam().call );
+    scene_.expectCall( PeloraTcam::setPreselectQualifier, functionName, qualifier(),
+                       GetParam().call );
     EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0, 0, 0, 0, 0, 0 ) );
     EXPECT_THAT( fieldsOf( scene_.classMask ), ElementsAre( 0, 0, 0, 0, 0, 0 ) );
 }
@@ -128,8 +128,8 @@ using LegacyPreselectorCallDeathTest = LegacyPreselectorCall;
 
 TEST_P( LegacyPreselectorCallDeathTest, Set_SdkFails_EndsTheProcessWithTheCallText )
 {
-    scene_.expectFatalFailure(
-        PeloraTcam::setPreselectQualifier, functionName, qualifier(), GetParam().call );
+    scene_.expectFatalFailure( PeloraTcam::setPreselectQualifier, functionName, qualifier(),
+                               GetParam().call );
 }
 
 std::string nameOf( const ::testing::TestParamInfo< Case >& info )
@@ -194,26 +194,17 @@ TEST_F( LegacyPreselectorTest, Set_LastQualifier_AsksForAllInTheFixedOrder )
     Shim::sdk_ = &asked;
     set( last, 1, 1 );
     EXPECT_THAT( asked.taken(),
-                 ElementsAre( "bcmFieldQualifyForwardingStatus",
-                              "bcmFieldQualifyPktType",
-                              "bcmFieldQualifyOverlayPktType",
-                              "bcmFieldQualifyIpType",
-                              "bcmFieldQualifyIpInfo",
-                              "bcmFieldQualifyTunnelType",
+                 ElementsAre( "bcmFieldQualifyForwardingStatus", "bcmFieldQualifyPktType",
+                              "bcmFieldQualifyOverlayPktType", "bcmFieldQualifyIpType",
+                              "bcmFieldQualifyIpInfo", "bcmFieldQualifyTunnelType",
                               "bcmFieldQualifyInterfaceClassPort",
                               "bcmFieldQualifyInterfaceClassVPort",
-                              "bcmFieldQualifyInterfaceClassL2",
-                              "bcmFieldQualifyIngressStpState",
-                              "bcmFieldQualifyDstClassField",
-                              "bcmFieldQualifySrcClassField",
-                              "bcmFieldQualifyForwardingType",
-                              "bcmFieldQualifyL2SrcStatic",
-                              "bcmFieldQualifyL2SrcHit",
-                              "bcmFieldQualifyL2StationMove",
-                              "bcmFieldQualifyL2InterfaceMatch",
-                              "bcmFieldQualifyMirrorPktType",
-                              "bcmFieldQualifyPktFwdType",
-                              "bcmFieldQualifyPortGroupClassId" ) );
+                              "bcmFieldQualifyInterfaceClassL2", "bcmFieldQualifyIngressStpState",
+                              "bcmFieldQualifyDstClassField", "bcmFieldQualifySrcClassField",
+                              "bcmFieldQualifyForwardingType", "bcmFieldQualifyL2SrcStatic",
+                              "bcmFieldQualifyL2SrcHit", "bcmFieldQualifyL2StationMove",
+                              "bcmFieldQualifyL2InterfaceMatch", "bcmFieldQualifyMirrorPktType",
+                              "bcmFieldQualifyPktFwdType", "bcmFieldQualifyPortGroupClassId" ) );
 }
 
 TEST_F( LegacyPreselectorTest, Set_FirstQualifier_AsksForNoOther )
@@ -240,13 +231,8 @@ TEST_F( LegacyPreselectorTest, Set_TwoQualifiersWithOneNumber_ActsOnTheFirst )
 TEST_F( LegacyPreselectorTest, Set_AnyEntry_ReachesTheSdkWithBit30 )
 {
     for ( const U32 entry : { 0U, 7U, 0x40000007U, 0xFFFFFFFFU } ) {
-        PeloraTcam::setPreselectQualifier( 0,
-                                           entry,
-                                           scene_.sdk.bcmFieldQualifyL2SrcHit(),
-                                           1,
-                                           1,
-                                           &scene_.classData,
-                                           &scene_.classMask );
+        PeloraTcam::setPreselectQualifier( 0, entry, scene_.sdk.bcmFieldQualifyL2SrcHit(), 1, 1,
+                                           &scene_.classData, &scene_.classMask );
     }
     EXPECT_THAT( scene_.sdk.calls(),
                  ElementsAre( "bcm_field_qualify_L2SrcHit( 0, 1073741824, 1, 1 )",
@@ -320,11 +306,10 @@ TEST_F( LegacyPreselectorTest, SetClasses_TracingOn_TraceTheLinesOfTheirRows )
 {
     TestSupport::TraceRecorder traces( PreselectorScene::facility, PreselectorScene::level4 );
     std::vector< std::string > rows;
-    for ( const Accessor qualifier : { &Sdk::bcmFieldQualifyInterfaceClassPort,
-                                       &Sdk::bcmFieldQualifyInterfaceClassVPort,
-                                       &Sdk::bcmFieldQualifyInterfaceClassL2,
-                                       &Sdk::bcmFieldQualifyDstClassField,
-                                       &Sdk::bcmFieldQualifySrcClassField } ) {
+    for ( const Accessor qualifier :
+          { &Sdk::bcmFieldQualifyInterfaceClassPort, &Sdk::bcmFieldQualifyInterfaceClassVPort,
+            &Sdk::bcmFieldQualifyInterfaceClassL2, &Sdk::bcmFieldQualifyDstClassField,
+            &Sdk::bcmFieldQualifySrcClassField } ) {
         set( qualifier, 1, 1 );
         EXPECT_EQ( traces.lines().back().file, preselectorSource );
         rows.push_back( sourceLine( traces.lines().back().line ) );
@@ -404,13 +389,11 @@ struct WideClassCase
 TEST_F( LegacyPreselectorDeathTest, SetDstAndSrcClass_MoreThan16Bits_FailAndWriteNothing )
 {
     const WideClassCase rows[] = {
-        { &Sdk::bcmFieldQualifyDstClassField,
-          "classRow( &Sdk::bcmFieldQualifyDstClassField,",
+        { &Sdk::bcmFieldQualifyDstClassField, "classRow( &Sdk::bcmFieldQualifyDstClassField,",
           "setPreselectQualifier Setting DstClassField data: 0x 10000  mask: 0xff\n",
           "Assertion `!( data & 0xFFFF0000 ) && \" DstClassField value is greater than 16 bit\"' "
           "failed." },
-        { &Sdk::bcmFieldQualifySrcClassField,
-          "classRow( &Sdk::bcmFieldQualifySrcClassField,",
+        { &Sdk::bcmFieldQualifySrcClassField, "classRow( &Sdk::bcmFieldQualifySrcClassField,",
           "setPreselectQualifier Setting SrcClassField data: 0x 10000  mask: 0xff\n",
           "Assertion `!( data & 0xFFFF0000 ) && \" SrcClassField value is greater than 16 bit\"' "
           "failed." },
@@ -420,8 +403,8 @@ TEST_F( LegacyPreselectorDeathTest, SetDstAndSrcClass_MoreThan16Bits_FailAndWrit
         const U32 qualifier = ( scene_.sdk.*row.qualifier )();
         const ChildRun run = runInChild( [ & ] {
             Agent::traceLevelsIs( PreselectorScene::facility, PreselectorScene::level4 );
-            PeloraTcam::setPreselectQualifier(
-                3, 7, qualifier, 0x10000, 0xFF, &records.data(), &records.mask() );
+            PeloraTcam::setPreselectQualifier( 3, 7, qualifier, 0x10000, 0xFF, &records.data(),
+                                               &records.mask() );
         } );
         EXPECT_TRUE( run.aborted );
         EXPECT_THAT( run.errors, HasSubstr( row.trace ) );
@@ -485,10 +468,8 @@ TEST_F( LegacyPreselectorDeathTest, Set_QualifiersOfTheCurrentFunctionOnly_AreUn
 TEST_F( LegacyPreselectorDeathTest, Set_EveryNumber_IsAnSdkQualifierOrFails )
 {
     const Accessor classes[] = {
-        &Sdk::bcmFieldQualifyInterfaceClassPort,
-        &Sdk::bcmFieldQualifyInterfaceClassVPort,
-        &Sdk::bcmFieldQualifyInterfaceClassL2,
-        &Sdk::bcmFieldQualifyDstClassField,
+        &Sdk::bcmFieldQualifyInterfaceClassPort, &Sdk::bcmFieldQualifyInterfaceClassVPort,
+        &Sdk::bcmFieldQualifyInterfaceClassL2,   &Sdk::bcmFieldQualifyDstClassField,
         &Sdk::bcmFieldQualifySrcClassField,
     };
     std::map< U32, const char* > assertions = { { 0xFFFFFFFF, PreselectorScene::unsupported } };

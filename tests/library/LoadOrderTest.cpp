@@ -96,8 +96,8 @@ void logHandleMade( Agent::LogHandle* handle,
                     Agent::U32 limit )
 {
     eventIs( "log ", descriptor.name );
-    nextOf< decltype( logHandleMade ) >( LOG_HANDLE )(
-        handle, descriptor, intervalSeconds, intervalGrowth, burst, limit );
+    nextOf< decltype( logHandleMade ) >( LOG_HANDLE )( handle, descriptor, intervalSeconds,
+                                                       intervalGrowth, burst, limit );
 }
 
 void logHandleGone( Agent::LogHandle* handle )
@@ -119,11 +119,8 @@ TEST( LoadOrderTest, Load_OfTheProbe_IsModuleThenTraceThenLogs )
 {
     events().clear();
     const LoadedLibrary library( PELORA_PROBE_LIBRARY );
-    EXPECT_THAT( events(),
-                 ElementsAre( "module tests/library/probe/Probe",
-                              "trace ApiPelora",
-                              "log PROBE_LAMP_BROKEN",
-                              "log PROBE_LAMP_MENDED" ) );
+    EXPECT_THAT( events(), ElementsAre( "module tests/library/probe/Probe", "trace ApiPelora",
+                                        "log PROBE_LAMP_BROKEN", "log PROBE_LAMP_MENDED" ) );
 }
 
 TEST( LoadOrderTest, Unload_OfTheProbe_IsTheReverse )
@@ -132,10 +129,8 @@ TEST( LoadOrderTest, Unload_OfTheProbe_IsTheReverse )
     events().clear();
     library.unload();
     EXPECT_THAT( events(),
-                 ElementsAre( "no log PROBE_LAMP_MENDED",
-                              "no log PROBE_LAMP_BROKEN",
-                              "no trace ApiPelora",
-                              "no module tests/library/probe/Probe" ) );
+                 ElementsAre( "no log PROBE_LAMP_MENDED", "no log PROBE_LAMP_BROKEN",
+                              "no trace ApiPelora", "no module tests/library/probe/Probe" ) );
 }
 
 TEST( LoadOrderTest, Load_OfTheLibrary_EachModuleIsFollowedByItsTraceHandle )
@@ -242,9 +237,7 @@ TEST( LoadOrderTest, Load_OfTheUdfHelpers_IsModuleThenTraceThenLogs )
         const auto module = std::ranges::find( events(), record );
         ASSERT_GE( std::distance( module, events().end() ), 4 ) << record;
         EXPECT_THAT( std::vector< std::string >( module, module + 4 ),
-                     ElementsAre( record,
-                                  "trace ApiPelora",
-                                  "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
+                     ElementsAre( record, "trace ApiPelora", "log PELORA_TCAM_UDF_HW_RESOURCE_FULL",
                                   "log PELORA_TCAM_UDF_HW_RESOURCE_NORMAL" ) );
     }
 }

@@ -163,8 +163,7 @@ TEST_F( NoAccessObjectTest, Sdk6Counters_EachOperation_SaysSoOrTraces )
                     USE( helper->freeCounter( stageIfp(), 1, 1, info, 1 ) ),
                     USE( helper->getStatHits( 1, CounterType::bytes, stageIfp() ) ),
                     USE( helper->getStatHits( 1, CounterType::packets, stageIfp() ) ),
-                    USE( helper->getPacketHits( info ) ),
-                    USE( helper->getByteHits( info ) ),
+                    USE( helper->getPacketHits( info ) ), USE( helper->getByteHits( info ) ),
                     USE( helper->getCounterHwIdx( 1, CounterType::bytes, stageIfp() ) ),
                     USE( helper->clearHitsForEntry( info ) ),
                     USE( helper->isStatIdInstalledInHardware( 1 ) ),
@@ -172,8 +171,7 @@ TEST_F( NoAccessObjectTest, Sdk6Counters_EachOperation_SaysSoOrTraces )
                     USE( translateStatType( CounterType::bytes ) ),
                     USE( eviction->fieldStatGetBytes( 5, 1, {}, nullptr ) ) } );
     expectWorks( { USE( helper->maybeClearHitsAfterEntryInstall( 1 ) ),
-                   USE( helper->configureCounter() ),
-                   USE( helper->handleInitialized() ) } );
+                   USE( helper->configureCounter() ), USE( helper->handleInitialized() ) } );
     registeredInitFuncIs( baseSdk6InitFuncName, nullptr );
 }
 
@@ -191,11 +189,9 @@ TEST_F( NoAccessObjectTest, HsdkCounters_EachOperation_SaysSoOrWorks )
     const auto helper = peloraTcamHsdkCounterHelperFactory( 0, 5, PeloraCentral::ChipInfo() );
     helper->initializedIs( true );
     expectSaysSo( { USE( helper->allocateCounter( stageIfp(), 1, 1, {}, 1 ) ) } );
-    expectWorks( { USE( helper->getPacketHits( {} ) ),
-                   USE( helper->getByteHits( {} ) ),
+    expectWorks( { USE( helper->getPacketHits( {} ) ), USE( helper->getByteHits( {} ) ),
                    USE( helper->maybeClearHitsAfterEntryInstall( 1 ) ),
-                   USE( helper->configureCounter() ),
-                   USE( helper->verifyCounters( 1, {} ) ),
+                   USE( helper->configureCounter() ), USE( helper->verifyCounters( 1, {} ) ),
                    USE( helper->handleInitialized() ) } );
     counterObjectManagerIs( nullptr );
 }
@@ -232,14 +228,11 @@ TEST_F( NoAccessObjectTest, GroupsAndSets_Each_SaySo )
 {
     bcm_field_qset_t qset{};
     const Agent::Ptr< const Agent::Bitmap > ports( new Agent::Bitmap( 8 ) );
-    expectSaysSo( { USE( getBcmQualifierSet( QualifierSet() ) ),
-                    USE( getBcmQualifierSet( &qset ) ),
-                    USE( getBcmActionSet( ActionSet() ) ),
-                    USE( getPbmp( ports ) ),
+    expectSaysSo( { USE( getBcmQualifierSet( QualifierSet() ) ), USE( getBcmQualifierSet( &qset ) ),
+                    USE( getBcmActionSet( ActionSet() ) ), USE( getPbmp( ports ) ),
                     USE( pbmpToStr( {} ) ),
                     USE( getBcmTcamKeySize( TcamKeySize::single, stageIfp(), true ) ) } );
-    expectWorks( { USE( isActionColored( ActionType{} ) ),
-                   USE( skipGroupDataWithNullAset( 1 ) ),
+    expectWorks( { USE( isActionColored( ActionType{} ) ), USE( skipGroupDataWithNullAset( 1 ) ),
                    USE( generateSdk6GroupIdFormat( 1, 1 ) ) } );
 }
 
@@ -255,36 +248,32 @@ TEST_F( NoAccessObjectTest, PreselectorsAndFieldData_Each_SaySo )
                     USE( setUdfDataAndMask( 5, 1, 1, bytes, bytes, 2 ) ),
                     USE( getUdfDataAndMask( 5, 1, 1, 2, bytes, bytes, &length ) ),
                     USE( getUdfLayer( UdfBaseL3Header_ ) ) } );
-    expectWorks( { USE( getUdfStart( UdfBaseL3Header_, 0x0800, 0 ) ),
-                   USE( getBcmUdfId( 1 ) ),
+    expectWorks( { USE( getUdfStart( UdfBaseL3Header_, 0x0800, 0 ) ), USE( getBcmUdfId( 1 ) ),
                    USE( getBcmUdfPktFmtId( 1 ) ) } );
 }
 
 TEST_F( NoAccessObjectTest, UdfModuleFunctions_Each_SaySo )
 {
     const PktFmtIdToUdfId::Ptr map( new PktFmtIdToUdfId );
-    expectSaysSo( { USE( createUdfQualifierUdfModule( 5, desc, map ) ),
-                    USE( destroyUdfQualifierUdfModule( 5, desc, quals, map ) ),
-                    USE( udfQualProgrammedInHwUdfModule( 5, desc, quals, map ) ),
-                    USE( getAllProgrammedUdfIdsUdfModule( 5 ) ),
-                    USE( getUdfChunkPosModule( 5, quals ) ),
-                    USE( createUdfLagHashingModule( 5, 1, desc ) ),
-                    USE( destroyUdfLagHashingModule( 5, 1 ) ),
-                    USE( getAllProgrammedLagHashingUdfIdsUdfModule( 5 ) ),
-                    USE( udfLagHashingProgrammedInModule( 5, quals, desc ) ) } );
+    expectSaysSo(
+        { USE( createUdfQualifierUdfModule( 5, desc, map ) ),
+          USE( destroyUdfQualifierUdfModule( 5, desc, quals, map ) ),
+          USE( udfQualProgrammedInHwUdfModule( 5, desc, quals, map ) ),
+          USE( getAllProgrammedUdfIdsUdfModule( 5 ) ), USE( getUdfChunkPosModule( 5, quals ) ),
+          USE( createUdfLagHashingModule( 5, 1, desc ) ), USE( destroyUdfLagHashingModule( 5, 1 ) ),
+          USE( getAllProgrammedLagHashingUdfIdsUdfModule( 5 ) ),
+          USE( udfLagHashingProgrammedInModule( 5, quals, desc ) ) } );
 }
 
 TEST_F( NoAccessObjectTest, FlexParserFunctions_Each_SaySo )
 {
     const bcm_udf_abstract_pkt_format_t format{};
-    expectSaysSo( { USE( udfAbstractPktFmt() ),
-                    USE( getUdfReservedBitmap( 5, format ) ),
+    expectSaysSo( { USE( udfAbstractPktFmt() ), USE( getUdfReservedBitmap( 5, format ) ),
                     USE( getUdfChunkPosFlexParser( 5, quals ) ),
                     USE( createUdfQualifierFlexParser( 5, desc, format ) ),
                     USE( destroyUdfQualifierFlexParser( 5, quals, format ) ),
                     USE( udfQualProgrammedInHwFlex( 5, desc, quals ) ),
-                    USE( getAllProgrammedUdfIdsUdfFlexParser( 5 ) ),
-                    USE( udfAbstractPktFmtHsdk() ),
+                    USE( getAllProgrammedUdfIdsUdfFlexParser( 5 ) ), USE( udfAbstractPktFmtHsdk() ),
                     USE( getUdfChunkPosFlexParserHsdk( 5, quals ) ),
                     USE( createUdfQualifierFlexParserHsdk( 5, desc, format ) ),
                     USE( destroyUdfQualifierFlexParserHsdk( 5, quals, format ) ),

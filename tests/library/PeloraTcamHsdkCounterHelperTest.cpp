@@ -43,9 +43,8 @@ TEST_F( HsdkCounterTest, Allocate_Complete_FillsTheRecord )
 TEST_F( HsdkCounterTest, Allocate_Any_AsksForTheObjectThenAttaches )
 {
     allocate( setOf( { 1, 2 } ) );
-    EXPECT_THAT( flexctrs.calls,
-                 ElementsAre( "getCounterObject 5 ifp 2 1",
-                              "attachFlexctr 5 ifp 2 1 171 {bytes, packets} 7" ) );
+    EXPECT_THAT( flexctrs.calls, ElementsAre( "getCounterObject 5 ifp 2 1",
+                                              "attachFlexctr 5 ifp 2 1 171 {bytes, packets} 7" ) );
     EXPECT_EQ( flexctrs.chipInfo, &helper->chipInfo() );
 }
 
@@ -134,10 +133,8 @@ TEST_F( HsdkCounterTest, Clear_AnySet_ClearsTheEntryInHardware )
 
 TEST_F( HsdkCounterTest, GetStatHits_EachType_ReadsTheCounterOfItsPair )
 {
-    const CounterType packetTypes[] = { CounterType::packets,
-                                        CounterType::redPackets,
-                                        CounterType::greenPackets,
-                                        CounterType::yellowPackets };
+    const CounterType packetTypes[] = { CounterType::packets, CounterType::redPackets,
+                                        CounterType::greenPackets, CounterType::yellowPackets };
     Agent::U64 value = 10;
     for ( const CounterType type : packetTypes ) {
         flexctrs.hits[ type ] = { value, value + 1 };
@@ -170,9 +167,8 @@ TEST_F( HsdkCounterTest, GetHits_TypesOneAndTwo_ReadTheEntrysCounterOnce )
 {
     helper->getPacketHits( recordOf( { 1, 2 } ) );
     helper->getByteHits( recordOf( { 1, 2 } ) );
-    EXPECT_THAT(
-        flexctrs.calls,
-        ElementsAre( "getFlexctr 5 ifp 2 171 packets", "getFlexctr 5 ifp 2 171 packets" ) );
+    EXPECT_THAT( flexctrs.calls, ElementsAre( "getFlexctr 5 ifp 2 171 packets",
+                                              "getFlexctr 5 ifp 2 171 packets" ) );
 }
 
 TEST_F( HsdkCounterTest, GetHits_WithoutTypesOfTheKind_AreZeroWithoutReading )
@@ -227,9 +223,8 @@ TEST_F( HsdkCounterTest, VerifyMaybeClearAndConfigure_Any_AskNobody )
 
 TEST_F( HsdkCounterTest, IsInstalledAndHandleFlashDownload_Any_Die )
 {
-    expectAssertion( site( "isStatIdInstalledInHardware" ), "0 && \"Unreachable code\"", [ this ] {
-        helper->isStatIdInstalledInHardware( 1 );
-    } );
+    expectAssertion( site( "isStatIdInstalledInHardware" ), "0 && \"Unreachable code\"",
+                     [ this ] { helper->isStatIdInstalledInHardware( 1 ); } );
     expectAssertion( site( "handleFlashDownload" ),
                      "false && \"Call to unimplemented interface handleFlashDownload\"",
                      [ this ] { helper->handleFlashDownload(); } );
@@ -237,8 +232,8 @@ TEST_F( HsdkCounterTest, IsInstalledAndHandleFlashDownload_Any_Die )
 
 TEST_F( HsdkCounterTest, HandleInitialized_FlagClear_Dies )
 {
-    expectAssertion(
-        site( "handleInitialized" ), "initialized()", [ this ] { helper->handleInitialized(); } );
+    expectAssertion( site( "handleInitialized" ), "initialized()",
+                     [ this ] { helper->handleInitialized(); } );
     helper->initializedIs( true );
     helper->handleInitialized();
 }
@@ -261,9 +256,8 @@ TEST_F( HsdkCounterTest, FreeAndClear_Level9_TraceTheirIds )
     expectHelperLine( 9, "freeCounter GroupId: 0x1000005 EntryId: 0xab CounterId: 0x1f", [ this ] {
         helper->freeCounter( stageIfp(), logicalGroup, entry, recordOf( {} ), priority );
     } );
-    expectHelperLine( 9, "clearHitsForEntry CounterId: 0x1f Clearing EntryId: 0xab", [ this ] {
-        helper->clearHitsForEntry( recordOf( {} ) );
-    } );
+    expectHelperLine( 9, "clearHitsForEntry CounterId: 0x1f Clearing EntryId: 0xab",
+                      [ this ] { helper->clearHitsForEntry( recordOf( {} ) ); } );
 }
 
 TEST_F( HsdkCounterTest, Reads_Level9_TraceTheirRequest )
@@ -273,11 +267,10 @@ TEST_F( HsdkCounterTest, Reads_Level9_TraceTheirRequest )
     expectHelperLine( 9, "getStatHits entryId: 171 counterType: redBytes", [ this ] {
         helper->getStatHits( entry, CounterType::redBytes, stageIfp() );
     } );
-    expectHelperLine( 9, "getPacketHits CounterId 0x1f", [ this ] {
-        helper->getPacketHits( recordOf( { 2 } ) );
-    } );
-    expectHelperLine(
-        9, "getByteHits CounterId 0x1f", [ this ] { helper->getByteHits( recordOf( { 1 } ) ); } );
+    expectHelperLine( 9, "getPacketHits CounterId 0x1f",
+                      [ this ] { helper->getPacketHits( recordOf( { 2 } ) ); } );
+    expectHelperLine( 9, "getByteHits CounterId 0x1f",
+                      [ this ] { helper->getByteHits( recordOf( { 1 } ) ); } );
     expectHelperLine( 9, "getCounterHwIdx entryId  171 Type : redBytes", [ this ] {
         helper->getCounterHwIdx( entry, CounterType::redBytes, stageIfp() );
     } );
@@ -325,11 +318,8 @@ class HsdkCounterChipTest : public HelperScene
         EXPECT_EQ( chips.bcm_field_entry_create( unit, 7, &entry ), 0 );
         EXPECT_EQ( chips.bcm_field_entry_install( unit, entry ), 0 );
         return helper->allocateCounter(
-            stageIfp(),
-            5,
-            static_cast< Agent::U32 >( entry ),
-            { { CounterType::bytes, true }, { CounterType::packets, true } },
-            1 );
+            stageIfp(), 5, static_cast< Agent::U32 >( entry ),
+            { { CounterType::bytes, true }, { CounterType::packets, true } }, 1 );
     }
 
     void count( const CounterInfo& info, const Sim::Traffic& traffic )
@@ -379,11 +369,9 @@ TEST_F( HsdkCounterChipTest, Allocate_AttachmentWasDropped_IsNoticedWhenItIsFree
     const auto entry = static_cast< bcm_field_entry_t >( info.entryId );
     EXPECT_FALSE( chips.chip( unit )->count( entry, { 3, 180 } ) );
     EXPECT_EQ( helper->getPacketHits( info ), 0U );
-    expectFatalCall( { "agent/tcam/SdkFlexctrManager.cpp",
-                       "detachAll",
+    expectFatalCall( { "agent/tcam/SdkFlexctrManager.cpp", "detachAll",
                        "bcm_field_entry_flexctr_detach( unit, entry, &config )" },
-                     -7,
-                     "Entry not found",
+                     -7, "Entry not found",
                      [ & ] { helper->freeCounter( stageIfp(), 5, info.entryId, info, 1 ); } );
 }
 

@@ -106,8 +106,8 @@ TEST_F( HsdkPolicerTest, Get_ChipExhausted_DiesNamingRc )
 {
     hsdk->getPolicer( oneRate, stageIfp() );
     hsdk->getPolicer( oneRate, stageIfp() );
-    expectFatalCall(
-        hsdkCreate, -6, "Table full", [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
+    expectFatalCall( hsdkCreate, -6, "Table full",
+                     [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
 }
 
 TEST_F( HsdkPolicerTest, Get_IdIsTakenInTheChip_DiesNamingRc )
@@ -117,15 +117,14 @@ TEST_F( HsdkPolicerTest, Get_IdIsTakenInTheChip_DiesNamingRc )
     conf.mode = sdk.bcmPolicerModeCommitted();
     bcm_policer_t id = firstIfpId;
     ASSERT_EQ( chips.bcm_policer_create( unit, &conf, &id ), 0 );
-    expectFatalCall(
-        hsdkCreate, -8, "Entry exists", [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
+    expectFatalCall( hsdkCreate, -8, "Entry exists",
+                     [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
 }
 
 TEST_F( HsdkPolicerTest, Get_EachFailure_DiesNamingRc )
 {
     expectEveryFailureFatal(
-        hsdkCreate,
-        [ this ]( int rc ) { sdk.on.bcm_policer_create = returns( rc ); },
+        hsdkCreate, [ this ]( int rc ) { sdk.on.bcm_policer_create = returns( rc ); },
         [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
 }
 
@@ -205,9 +204,8 @@ TEST_F( HsdkPolicerTest, Release_ThenGet_GivesTheSameIdAgain )
 
 TEST_F( HsdkPolicerTest, Release_UnknownId_DiesAtTheChip )
 {
-    expectFatalCall( hsdkDestroy, -7, "Entry not found", [ this ] {
-        hsdk->releasePolicer( firstIfpId, stageIfp() );
-    } );
+    expectFatalCall( hsdkDestroy, -7, "Entry not found",
+                     [ this ] { hsdk->releasePolicer( firstIfpId, stageIfp() ); } );
 }
 
 TEST_F( HsdkPolicerTest, Release_OfAnotherStage_DiesAtTheIdManager )
@@ -221,8 +219,7 @@ TEST_F( HsdkPolicerTest, Release_OfAnotherStage_DiesAtTheIdManager )
 TEST_F( HsdkPolicerTest, Release_EachFailure_Dies )
 {
     expectEveryFailureFatal(
-        hsdkDestroy,
-        [ this ]( int rc ) { sdk.on.bcm_policer_destroy = returns( rc ); },
+        hsdkDestroy, [ this ]( int rc ) { sdk.on.bcm_policer_destroy = returns( rc ); },
         [ this ] { hsdk->releasePolicer( firstIfpId, stageIfp() ); } );
 }
 
@@ -241,8 +238,8 @@ TEST_F( HsdkPolicerTest, Release_DestructionWasDropped_IsNoticedWhenTheIdIsUsedA
     faulty.add( { { .function = "bcm_policer_destroy" }, Sim::DropCall{} } );
     hsdk->releasePolicer( id, stageIfp() );
     EXPECT_EQ( allocatedIds(), 0U );
-    expectFatalCall(
-        hsdkCreate, -8, "Entry exists", [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
+    expectFatalCall( hsdkCreate, -8, "Entry exists",
+                     [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
 }
 
 // ---- What it has from the SDK-6 helper ---------------------------------------------------------
@@ -261,17 +258,14 @@ TEST_F( HsdkPolicerTest, Verify_CreateWasDropped_Dies )
 {
     faulty.add( { { .function = "bcm_policer_create" }, Sim::DropCall{} } );
     const PolicerId id = hsdk->getPolicer( oneRate, stageIfp() );
-    expectFatalCall( sdk6Get, -7, "Entry not found", [ & ] {
-        hsdk->verifyTcamSanity( recordOf( oneRate, id ) );
-    } );
+    expectFatalCall( sdk6Get, -7, "Entry not found",
+                     [ & ] { hsdk->verifyTcamSanity( recordOf( oneRate, id ) ); } );
 }
 
 TEST_F( HsdkPolicerTest, HandleInitialized_Level9_TracesTheSdk6Name )
 {
-    expectLine(
-        sdk6Create, policerFacility, 9, "PeloraTcamSdk6PolicerHelper::handleInitialized", [ this ] {
-            hsdk->handleInitialized();
-        } );
+    expectLine( sdk6Create, policerFacility, 9, "PeloraTcamSdk6PolicerHelper::handleInitialized",
+                [ this ] { hsdk->handleInitialized(); } );
 }
 
 // ---- What it writes --------------------------------------------------------------------------
@@ -283,9 +277,7 @@ TEST_F( HsdkPolicerTest, Get_Levels9And8_TraceStageAndId )
         const PolicerId id = hsdk->getPolicer( oneRate, stageIfp() );
         ids.freeId( FeatureIdType::policer, stageIfp(), id );
     };
-    expectLine( hsdkCreate,
-                policerFacility,
-                9,
+    expectLine( hsdkCreate, policerFacility, 9,
                 "getPolicer Stage: ifp policer config: committed cir:1000 cbs:64 pir:2000 "
                 "pbs:128 colorAware:0",
                 get );
@@ -295,19 +287,18 @@ TEST_F( HsdkPolicerTest, Get_Levels9And8_TraceStageAndId )
 TEST_F( HsdkPolicerTest, Get_PoolExhausted_Level4TracesTheShortage )
 {
     exhaustPool();
-    expectLine( hsdkCreate, policerFacility, 4, "No free policer ID available ", [ this ] {
-        hsdk->getPolicer( oneRate, stageIfp() );
-    } );
+    expectLine( hsdkCreate, policerFacility, 4, "No free policer ID available ",
+                [ this ] { hsdk->getPolicer( oneRate, stageIfp() ); } );
 }
 
 TEST_F( HsdkPolicerTest, Release_Level9_TracesStageAndId )
 {
     sdk.on.bcm_policer_destroy = returns( 0 );
-    expectLine(
-        hsdkDestroy, policerFacility, 9, "releasePolicer Stage: ifp policer ID: 100", [ this ] {
-            static_cast< void >( ids.allocateId( FeatureIdType::policer, stageIfp() ) );
-            hsdk->releasePolicer( firstIfpId, stageIfp() );
-        } );
+    expectLine( hsdkDestroy, policerFacility, 9, "releasePolicer Stage: ifp policer ID: 100",
+                [ this ] {
+                    static_cast< void >( ids.allocateId( FeatureIdType::policer, stageIfp() ) );
+                    hsdk->releasePolicer( firstIfpId, stageIfp() );
+                } );
 }
 
 TEST_F( HsdkPolicerTest, Operations_ApiLevel4_TraceTheirCalls )
@@ -338,9 +329,8 @@ TEST_F( HsdkPolicerTest, Get_PoolExhausted_TracesTheRequestThenTheShortage )
     exhaustPool();
     const TestSupport::TraceRecorder traces( "*", allTraceLevels );
     hsdk->getPolicer( oneRate, stageIfp() );
-    EXPECT_THAT(
-        traces.texts(),
-        ElementsAre( HasSubstr( "getPolicer Stage: ifp" ), "No free policer ID available " ) );
+    EXPECT_THAT( traces.texts(), ElementsAre( HasSubstr( "getPolicer Stage: ifp" ),
+                                              "No free policer ID available " ) );
 }
 
 TEST_F( HsdkPolicerTest, Get_UnknownModeAndNoId_GivesNoIdBeforeTheModeMatters )

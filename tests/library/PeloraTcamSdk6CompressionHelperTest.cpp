@@ -76,83 +76,51 @@ void PrintTo( const TableRow& row, std::ostream* stream )
 }
 
 const TableRow rows[] = {
-    { "etherType",
-      TableType::etherType,
-      number( 0xABCD86DD ),
-      "etherTypeEntry",
+    { "etherType", TableType::etherType, number( 0xABCD86DD ), "etherTypeEntry",
       "bcm_field_entry_create( unit, compressionGroupEtherType(), &entry )",
-      "bcm_field_entry_create( 5, 246, & )",
-      "bcm_field_qualify_EtherType",
+      "bcm_field_entry_create( 5, 246, & )", "bcm_field_qualify_EtherType",
       "bcm_field_qualify_EtherType( unit, entry, ( U16 )compressionData.key().getU32Key(), 0xFFFF "
       ")",
       "bcm_field_qualify_EtherType( 5, 1, 34525, 65535 )" },
-    { "ipProto",
-      TableType::ipProto,
-      number( 0x1FF06 ),
-      "ipProtoEntry",
+    { "ipProto", TableType::ipProto, number( 0x1FF06 ), "ipProtoEntry",
       "bcm_field_entry_create( unit, compressionGroupIpProto(), &entry )",
-      "bcm_field_entry_create( 5, 245, & )",
-      "bcm_field_qualify_IpProtocol",
+      "bcm_field_entry_create( 5, 245, & )", "bcm_field_qualify_IpProtocol",
       "bcm_field_qualify_IpProtocol( unit, entry, ( U8 )compressionData.key().getU32Key(), 0xFF )",
       "bcm_field_qualify_IpProtocol( 5, 1, 6, 255 )" },
-    { "l4SrcPort",
-      TableType::l4SrcPort,
-      number( 0x10050 ),
-      "l4SrcPortEntry",
+    { "l4SrcPort", TableType::l4SrcPort, number( 0x10050 ), "l4SrcPortEntry",
       "bcm_field_entry_create( unit, compressionGroupL4SrcPort(), &entry )",
-      "bcm_field_entry_create( 5, 241, & )",
-      "bcm_field_qualify_L4SrcPort",
+      "bcm_field_entry_create( 5, 241, & )", "bcm_field_qualify_L4SrcPort",
       "bcm_field_qualify_L4SrcPort( unit, entry, ( U16 )compressionData.key().getU32Key(), 0xFFFF "
       ")",
       "bcm_field_qualify_L4SrcPort( 5, 1, 80, 65535 )" },
-    { "l4DstPort",
-      TableType::l4DstPort,
-      number( 0x101BB ),
-      "l4DstPortEntry",
+    { "l4DstPort", TableType::l4DstPort, number( 0x101BB ), "l4DstPortEntry",
       "bcm_field_entry_create( unit, compressionGroupL4DstPort(), &entry )",
-      "bcm_field_entry_create( 5, 242, & )",
-      "bcm_field_qualify_L4DstPort",
+      "bcm_field_entry_create( 5, 242, & )", "bcm_field_qualify_L4DstPort",
       "bcm_field_qualify_L4DstPort( unit, entry, ( U16 )compressionData.key().getU32Key(), 0xFFFF "
       ")",
       "bcm_field_qualify_L4DstPort( 5, 1, 443, 65535 )" },
-    { "srcIp",
-      TableType::srcIp,
-      v4( 0xC0000200, 24 ),
-      "srcIpEntry",
+    { "srcIp", TableType::srcIp, v4( 0xC0000200, 24 ), "srcIpEntry",
       "bcm_field_entry_create( unit, compressionGroupSrcIp(), &entry )",
-      "bcm_field_entry_create( 5, 243, & )",
-      "bcm_field_qualify_SrcIp",
+      "bcm_field_entry_create( 5, 243, & )", "bcm_field_qualify_SrcIp",
       "bcm_field_qualify_SrcIp( unit, entry, compressionData.key().getIpAddress().value(), "
       "fullMask "
       ")",
       "bcm_field_qualify_SrcIp( 5, 1, 3221225984, 4294967040 )" },
-    { "dstIp",
-      TableType::dstIp,
-      v4( 0x0A000000, 8 ),
-      "dstIpEntry",
+    { "dstIp", TableType::dstIp, v4( 0x0A000000, 8 ), "dstIpEntry",
       "bcm_field_entry_create( unit, compressionGroupDstIp(), &entry )",
-      "bcm_field_entry_create( 5, 244, & )",
-      "bcm_field_qualify_DstIp",
+      "bcm_field_entry_create( 5, 244, & )", "bcm_field_qualify_DstIp",
       "bcm_field_qualify_DstIp( unit, entry, compressionData.key().getIpAddress().value(), "
       "fullMask "
       ")",
       "bcm_field_qualify_DstIp( 5, 1, 167772160, 4278190080 )" },
-    { "srcIp6",
-      TableType::srcIp,
-      v6( 64 ),
-      "srcIpEntry",
+    { "srcIp6", TableType::srcIp, v6( 64 ), "srcIpEntry",
       "bcm_field_entry_create( unit, compressionGroupSrcIp(), &entry )",
-      "bcm_field_entry_create( 5, 243, & )",
-      "bcm_field_qualify_SrcIp6",
+      "bcm_field_entry_create( 5, 243, & )", "bcm_field_qualify_SrcIp6",
       "bcm_field_qualify_SrcIp6( unit, entry, ip6Addr, ip6Mask )",
       "bcm_field_qualify_SrcIp6( 5, 1, &, & )" },
-    { "dstIp6",
-      TableType::dstIp,
-      v6( 64 ),
-      "dstIpEntry",
+    { "dstIp6", TableType::dstIp, v6( 64 ), "dstIpEntry",
       "bcm_field_entry_create( unit, compressionGroupDstIp(), &entry )",
-      "bcm_field_entry_create( 5, 244, & )",
-      "bcm_field_qualify_DstIp6",
+      "bcm_field_entry_create( 5, 244, & )", "bcm_field_qualify_DstIp6",
       "bcm_field_qualify_DstIp6( unit, entry, ip6Addr, ip6Mask )",
       "bcm_field_qualify_DstIp6( 5, 1, &, & )" },
 };
@@ -170,9 +138,8 @@ class CompressionTableTest : public CompressionTest,
             SCOPED_TRACE( failure.name );
             faulty.clearFaults();
             faulty.addFromNow( { { .function = sdkFunction }, Sim::FailCall{ failure.rc } } );
-            expectFatalCall( { source, function, text }, failure.rc, failure.text, [ this ] {
-                get( row.table, row.data );
-            } );
+            expectFatalCall( { source, function, text }, failure.rc, failure.text,
+                             [ this ] { get( row.table, row.data ); } );
         }
     }
 };
@@ -181,25 +148,19 @@ TEST_P( CompressionTableTest, Get_EachTable_MakesFourCheckedCalls )
 {
     EXPECT_EQ( get( row.table, row.data ), 1U );
     EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "preApiCall()",
-                              row.createCall,
-                              "preApiCall()",
-                              row.qualifyCall,
+                 ElementsAre( "preApiCall()", row.createCall, "preApiCall()", row.qualifyCall,
                               "preApiCall()",
                               "bcm_field_action_class_add( 5, 1, {action: bcmFieldActionClassSet, "
                               "class_id: 9} )",
-                              "preApiCall()",
-                              "bcm_field_entry_install( 5, 1 )" ) );
+                              "preApiCall()", "bcm_field_entry_install( 5, 1 )" ) );
 }
 
 TEST_P( CompressionTableTest, Get_ApiLevel4_TracesTheFourCalls )
 {
     const auto traced = []( const char* text ) { return std::string( text ) + " (rc:0)"; };
     EXPECT_THAT( apiLines( source, [ this ] { get( row.table, row.data ); } ),
-                 ElementsAre( traced( row.createText ),
-                              traced( row.qualifyText ),
-                              traced( addClassText ),
-                              traced( installText ) ) );
+                 ElementsAre( traced( row.createText ), traced( row.qualifyText ),
+                              traced( addClassText ), traced( installText ) ) );
 }
 
 TEST_P( CompressionTableTest, Get_CreateFails_Dies )
@@ -216,17 +177,14 @@ TEST_P( CompressionTableTest, Get_GroupHasNoRoom_Dies )
 {
     get( row.table, row.data );
     get( row.table, row.data );
-    expectFatalCall( { source, row.createFunction, row.createText }, -6, "Table full", [ this ] {
-        get( row.table, row.data );
-    } );
+    expectFatalCall( { source, row.createFunction, row.createText }, -6, "Table full",
+                     [ this ] { get( row.table, row.data ); } );
 }
 
 TEST_P( CompressionTableTest, Get_CreateWasDropped_DiesAtTheQualifier )
 {
     faulty.add( { { .function = "bcm_field_entry_create" }, Sim::DropCall{} } );
-    expectFatalCall( { source, row.createFunction, row.qualifyText },
-                     -7,
-                     "Entry not found",
+    expectFatalCall( { source, row.createFunction, row.qualifyText }, -7, "Entry not found",
                      [ this ] { get( row.table, row.data ); } );
 }
 
@@ -260,9 +218,8 @@ TEST_F( CompressionTest, Get_UnknownTable_DiesBeforeAnySdkCall )
 {
     sdk.on.preApiCall = [] { say( "preApiCall" ); };
     for ( const int table : { 0, 7, 8, 255 } ) {
-        expectAssertion( { source, "qualifiedEntry", "" }, invalidTable, [ & ] {
-            get( static_cast< TableType >( table ), number( 1 ) );
-        } );
+        expectAssertion( { source, "qualifiedEntry", "" }, invalidTable,
+                         [ & ] { get( static_cast< TableType >( table ), number( 1 ) ); } );
     }
 }
 
@@ -309,9 +266,8 @@ TEST_F( CompressionTest, Get_Ip6Prefix_HasAddressAndMaskInNetworkOrder )
 TEST_F( CompressionTest, Get_Ip6PrefixAbove128_Dies )
 {
     for ( const TableType table : { TableType::srcIp, TableType::dstIp } ) {
-        expectAssertion( { "agent/tcam/IpAddress.cpp", "ip6PrefixMask", "" }, "len <= 128", [ & ] {
-            get( table, v6( 129 ) );
-        } );
+        expectAssertion( { "agent/tcam/IpAddress.cpp", "ip6PrefixMask", "" }, "len <= 128",
+                         [ & ] { get( table, v6( 129 ) ); } );
     }
 }
 
@@ -364,9 +320,8 @@ TEST_F( CompressionTest, Release_AnEntry_RemovesButDoesNotDestroyIt )
     sdk.clear();
     helper->releaseFieldCompressionEntry( id, TableType::ipProto );
     EXPECT_THAT( sdk.allCalls(), ElementsAre( "preApiCall()", "bcm_field_entry_remove( 5, 1 )" ) );
-    EXPECT_EQ( chipText(),
-               "field entry 1: group=245 priority=0 installed=no IpProtocol=0x6/0xff "
-               "action:ClassSet=9,0\n" );
+    EXPECT_EQ( chipText(), "field entry 1: group=245 priority=0 installed=no IpProtocol=0x6/0xff "
+                           "action:ClassSet=9,0\n" );
 }
 
 TEST_F( CompressionTest, Release_AnyTable_DoesNotMatter )
@@ -380,8 +335,8 @@ TEST_F( CompressionTest, Release_UnknownOrRemovedEntry_Dies )
 {
     const Agent::U64 id = get( TableType::ipProto, number( 6 ) );
     helper->releaseFieldCompressionEntry( id, TableType::ipProto );
-    const SdkCallSite remove{
-        source, "releaseFieldCompressionEntry", "bcm_field_entry_remove( fapId().value(), id )" };
+    const SdkCallSite remove{ source, "releaseFieldCompressionEntry",
+                              "bcm_field_entry_remove( fapId().value(), id )" };
     for ( const Agent::U64 wrong : { id, Agent::U64{ 0 }, Agent::U64{ 4711 } } ) {
         expectFatalCall( remove, -7, "Entry not found", [ & ] {
             helper->releaseFieldCompressionEntry( wrong, TableType::ipProto );
@@ -417,8 +372,7 @@ TEST_F( CompressionTest, Get_InstallationWasDropped_IsNoticedAtTheRelease )
     const Agent::U64 id = get( TableType::ipProto, number( 6 ) );
     expectFatalCall(
         { source, "releaseFieldCompressionEntry", "bcm_field_entry_remove( fapId().value(), id )" },
-        -7,
-        "Entry not found",
+        -7, "Entry not found",
         [ & ] { helper->releaseFieldCompressionEntry( id, TableType::ipProto ); } );
 }
 
@@ -442,9 +396,7 @@ TEST_F( CompressionTest, Get_Levels9And7_TraceEntryAndArguments )
     const SdkCallSite site{ source, "getFieldCompressionEntry", "" };
     const auto operation = [ this ] { get( TableType::srcIp, v4( 0xC0000200, 24 ), 31 ); };
     expectLine( site, facility, 9, "getFieldCompressionEntry", operation );
-    expectLine( site,
-                facility,
-                7,
+    expectLine( site, facility, 7,
                 "getFieldCompressionEntry compressionData 192.0.2.0/24 classId 31 tableType srcIp",
                 operation );
 }
@@ -457,17 +409,16 @@ TEST_F( CompressionTest, Release_Levels9And7_TraceEntryAndArguments )
         helper->releaseFieldCompressionEntry( 31, TableType::dstIp );
     };
     expectLine( site, facility, 9, "releaseFieldCompressionEntry", operation );
-    expectLine(
-        site, facility, 7, "releaseFieldCompressionEntry id 31 tableType dstIp", operation );
+    expectLine( site, facility, 7, "releaseFieldCompressionEntry id 31 tableType dstIp",
+                operation );
     EXPECT_THAT( apiLines( source, operation ),
                  ElementsAre( "bcm_field_entry_remove( fapId().value(), id ) (rc:0)" ) );
 }
 
 TEST_F( CompressionTest, HandleInitialized_Level9_TracesAndDoesNothingElse )
 {
-    expectLine( { source, "handleInitialized", "" }, facility, 9, "handleInitialized", [ this ] {
-        helper->handleInitialized();
-    } );
+    expectLine( { source, "handleInitialized", "" }, facility, 9, "handleInitialized",
+                [ this ] { helper->handleInitialized(); } );
     EXPECT_THAT( sdk.allCalls(), IsEmpty() );
     EXPECT_FALSE( helper->initialized() );
 }

@@ -114,11 +114,11 @@ TEST_F( Sdk6CounterReadTest, GetHits_OneReadDoesNotSucceed_LeavesItOut )
     const CounterInfo info = allocate( setOf( { 2, 6 } ) );
     count( 3, 0 );
     for ( const int rc : { -1, -7, 1 } ) {
-        sdk.on.bcm_field_stat_get =
-            [ & ]( int chip, int statId, bcm_field_stat_t type, uint64_t* value ) {
-                const int read = faulty.bcm_field_stat_get( chip, statId, type, value );
-                return type == sdk.bcmFieldStatPackets() ? rc : read;
-            };
+        sdk.on.bcm_field_stat_get = [ & ]( int chip, int statId, bcm_field_stat_t type,
+                                           uint64_t* value ) {
+            const int read = faulty.bcm_field_stat_get( chip, statId, type, value );
+            return type == sdk.bcmFieldStatPackets() ? rc : read;
+        };
         EXPECT_EQ( helper->getPacketHits( info ), 3U ) << rc;
     }
     sdk.on.bcm_field_stat_get = {};
@@ -202,11 +202,8 @@ TEST_F( Sdk6CounterReadTest, Reads_BothLocksHeld_AreReleasedForTheReadOnly )
     };
     helper->getPacketHits( info );
     EXPECT_THAT( locks.events(),
-                 ElementsAre( "interpreter lock released",
-                              "activity lock released",
-                              "get",
-                              "activity lock taken",
-                              "interpreter lock taken" ) );
+                 ElementsAre( "interpreter lock released", "activity lock released", "get",
+                              "activity lock taken", "interpreter lock taken" ) );
 }
 
 // ---- The eviction helper ---------------------------------------------------------------------
@@ -236,12 +233,10 @@ TEST_F( Sdk6CounterReadTest, EvictionHelper_NoInitFunc_Dies )
 TEST_F( Sdk6CounterReadTest, EvictionHelper_InitFuncHasNone_Dies )
 {
     evictionHelperIs( nullptr );
-    expectAssertion( site( "evictionHelper" ), noEvictionHelper, [ this ] {
-        static_cast< void >( helper->evictionHelper() );
-    } );
-    expectAssertion( site( "evictionHelper" ), noEvictionHelper, [ this ] {
-        helper->getStatHits( 1, CounterType::bytes, stageIfp() );
-    } );
+    expectAssertion( site( "evictionHelper" ), noEvictionHelper,
+                     [ this ] { static_cast< void >( helper->evictionHelper() ); } );
+    expectAssertion( site( "evictionHelper" ), noEvictionHelper,
+                     [ this ] { helper->getStatHits( 1, CounterType::bytes, stageIfp() ); } );
 }
 
 // ---- getCounterHwIdx -------------------------------------------------------------------------
@@ -273,15 +268,9 @@ TEST_F( Sdk6CounterReadTest, GetHwIdx_SdkWritesNothing_AllIsInvalid )
 {
     eviction->poolIndicesAvailableIs( true );
     const int invalid = sdk.BCM_FIELD_STAT_INVALID_INDEX();
-    sdk.on.korvel_bcm_esw_field_stat_pool_index_get = [ & ]( int,
-                                                             int,
-                                                             bcm_field_stat_t,
-                                                             int* poolId,
-                                                             int* poolType,
-                                                             int* i0,
-                                                             int* i1,
-                                                             int* i2,
-                                                             int* ) {
+    sdk.on.korvel_bcm_esw_field_stat_pool_index_get = [ & ]( int, int, bcm_field_stat_t,
+                                                             int* poolId, int* poolType, int* i0,
+                                                             int* i1, int* i2, int* ) {
         for ( const int* value : { poolId, poolType, i0, i1, i2 } ) {
             EXPECT_EQ( *value, invalid );
         }
@@ -309,8 +298,7 @@ TEST_F( Sdk6CounterReadTest, GetHwIdx_QueryDoesNotSucceed_Dies )
 TEST_F( Sdk6CounterReadTest, GetHwIdx_TypeZero_Dies )
 {
     eviction->poolIndicesAvailableIs( true );
-    expectAssertion( site( "translateStatType" ),
-                     "false && \"invalid counter type requested\"",
+    expectAssertion( site( "translateStatType" ), "false && \"invalid counter type requested\"",
                      [ this ] { helper->getCounterHwIdx( 1, CounterType::invalid, stageIfp() ); } );
 }
 
@@ -323,8 +311,7 @@ TEST_F( Sdk6CounterReadTest, Verify_EachTypeOfTheStatus_IsReadByACheckedCall )
     helper->verifyCounters( info.statId,
                             { { CounterType::packets, 0 }, { CounterType::bytes, 0 } } );
     EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "preApiCall()",
-                              "bcm_field_stat_get( 5, 1, bcmFieldStatBytes, & )",
+                 ElementsAre( "preApiCall()", "bcm_field_stat_get( 5, 1, bcmFieldStatBytes, & )",
                               "preApiCall()",
                               "bcm_field_stat_get( 5, 1, bcmFieldStatPackets, & )" ) );
 }

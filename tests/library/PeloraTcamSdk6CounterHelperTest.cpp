@@ -48,9 +48,8 @@ INSTANTIATE_TEST_SUITE_P( Table,
 TEST_F( Sdk6CounterTest, Translate_TypeZero_Dies )
 {
     expectAssertion(
-        site( "translateStatType" ), "false && \"invalid counter type requested\"", [] {
-            static_cast< void >( PeloraTcam::translateStatType( CounterType::invalid ) );
-        } );
+        site( "translateStatType" ), "false && \"invalid counter type requested\"",
+        [] { static_cast< void >( PeloraTcam::translateStatType( CounterType::invalid ) ); } );
 }
 
 // ---- allocateCounter -------------------------------------------------------------------------
@@ -58,16 +57,15 @@ TEST_F( Sdk6CounterTest, Translate_TypeZero_Dies )
 TEST_F( Sdk6CounterTest, Allocate_TypesOneAndTwo_MakeOneStatisticOfBothInOrder )
 {
     std::vector< bcm_field_stat_t > types;
-    sdk.on.bcm_field_stat_create =
-        [ & ]( int chip, bcm_field_group_t group, int count, bcm_field_stat_t* stats, int* id ) {
-            types.assign( stats, stats + count );
-            return faulty.bcm_field_stat_create( chip, group, count, stats, id );
-        };
+    sdk.on.bcm_field_stat_create = [ & ]( int chip, bcm_field_group_t group, int count,
+                                          bcm_field_stat_t* stats, int* id ) {
+        types.assign( stats, stats + count );
+        return faulty.bcm_field_stat_create( chip, group, count, stats, id );
+    };
     allocate( setOf( { 2, 1 } ) );
     EXPECT_THAT( types, ElementsAre( sdk.bcmFieldStatBytes(), sdk.bcmFieldStatPackets() ) );
     EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "bcm_field_stat_create( 5, 7, 2, &, & )",
-                              "preApiCall()",
+                 ElementsAre( "bcm_field_stat_create( 5, 7, 2, &, & )", "preApiCall()",
                               "bcm_field_entry_stat_attach( 5, 1, 1 )" ) );
 }
 
@@ -106,11 +104,11 @@ TEST_P( Sdk6GroupKeyTest, Allocate_EachGroupAndPipe_AsksForItsKey )
     PeloraTcam::getGroupIdMap().hardwareGroupIdDel( 0x0A000005 );
     PeloraTcam::getGroupIdMap().hardwareGroupIdIs( GetParam().key, 4711 );
     bcm_field_group_t asked = 0;
-    sdk.on.bcm_field_stat_create =
-        [ & ]( int, bcm_field_group_t group, int, bcm_field_stat_t*, int* ) {
-            asked = group;
-            return -1;
-        };
+    sdk.on.bcm_field_stat_create = [ & ]( int, bcm_field_group_t group, int, bcm_field_stat_t*,
+                                          int* ) {
+        asked = group;
+        return -1;
+    };
     Helper::PeloraTcamSdk6CounterHelperIs( GetParam().pipe, unit, PeloraCentral::ChipInfo() )
         ->allocateCounter( stageIfp(), GetParam().logicalGroup, entry, setOf( { 1 } ), priority );
     PeloraTcam::getGroupIdMap().hardwareGroupIdDel( GetParam().key );
@@ -172,14 +170,14 @@ TEST_F( Sdk6CounterTest, Allocate_EveryTypeNumber_IsTranslated )
     }
     int types = 0;
     bool restAreDefault = true;
-    sdk.on.bcm_field_stat_create =
-        [ & ]( int, bcm_field_group_t, int count, bcm_field_stat_t* stats, int* ) {
-            types = count;
-            for ( int i = 8; i < count; ++i ) {
-                restAreDefault = restAreDefault && stats[ i ] == sdk.bcmFieldStatDefault();
-            }
-            return -4;
-        };
+    sdk.on.bcm_field_stat_create = [ & ]( int, bcm_field_group_t, int count,
+                                          bcm_field_stat_t* stats, int* ) {
+        types = count;
+        for ( int i = 8; i < count; ++i ) {
+            restAreDefault = restAreDefault && stats[ i ] == sdk.bcmFieldStatDefault();
+        }
+        return -4;
+    };
     allocate( all );
     EXPECT_EQ( types, 255 );
     EXPECT_TRUE( restAreDefault );
@@ -191,18 +189,17 @@ TEST_F( Sdk6CounterTest, Allocate_TypeZero_DiesBeforeAnySdkCall )
         say( "bcm_field_stat_create" );
         return 0;
     };
-    expectAssertion(
-        site( "translateStatType" ), "false && \"invalid counter type requested\"", [ this ] {
-            allocate( setOf( { 0, 1 } ) );
-        } );
+    expectAssertion( site( "translateStatType" ), "false && \"invalid counter type requested\"",
+                     [ this ] {
+                         allocate( setOf( { 0, 1 } ) );
+                     } );
 }
 
 TEST_F( Sdk6CounterTest, Allocate_EntryHasAStatistic_Dies )
 {
     allocate( setOf( { 1 } ) );
-    expectFatalCall( site( "allocateCounter", attachText ), -8, "Entry exists", [ this ] {
-        allocate( setOf( { 1 } ) );
-    } );
+    expectFatalCall( site( "allocateCounter", attachText ), -8, "Entry exists",
+                     [ this ] { allocate( setOf( { 1 } ) ); } );
 }
 
 TEST_F( Sdk6CounterTest, Allocate_AttachFails_Dies )
@@ -216,21 +213,20 @@ TEST_F( Sdk6CounterTest, Allocate_AttachFails_Dies )
 TEST_F( Sdk6CounterTest, Allocate_CreateWasDropped_DiesAtTheAttachment )
 {
     faulty.add( { { .function = "bcm_field_stat_create" }, Sim::DropCall{} } );
-    expectFatalCall( site( "allocateCounter", attachText ), -7, "Entry not found", [ this ] {
-        allocate( setOf( { 1 } ) );
-    } );
+    expectFatalCall( site( "allocateCounter", attachText ), -7, "Entry not found",
+                     [ this ] { allocate( setOf( { 1 } ) ); } );
 }
 
 TEST_F( Sdk6CounterTest, Allocate_RequestChangesDuringACall_UsesWhatItWasGiven )
 {
     CounterSet set = setOf( { 1, 2 } );
     Agent::U32 requested = entry;
-    sdk.on.bcm_field_stat_create =
-        [ & ]( int chip, bcm_field_group_t group, int count, bcm_field_stat_t* stats, int* id ) {
-            set.clear();
-            requested = 4711;
-            return faulty.bcm_field_stat_create( chip, group, count, stats, id );
-        };
+    sdk.on.bcm_field_stat_create = [ & ]( int chip, bcm_field_group_t group, int count,
+                                          bcm_field_stat_t* stats, int* id ) {
+        set.clear();
+        requested = 4711;
+        return faulty.bcm_field_stat_create( chip, group, count, stats, id );
+    };
     const CounterInfo info =
         helper->allocateCounter( stageIfp(), logicalGroup, requested, set, priority );
     EXPECT_EQ( info.counterSet, setOf( { 1, 2 } ) );
@@ -259,10 +255,8 @@ TEST_F( Sdk6CounterTest, Free_Allocated_DetachesThenDestroys )
     sdk.clear();
     EXPECT_TRUE( release( info ) );
     EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "preApiCall()",
-                              "bcm_field_entry_stat_detach( 5, 1, 1 )",
-                              "preApiCall()",
-                              "bcm_field_stat_destroy( 5, 1 )" ) );
+                 ElementsAre( "preApiCall()", "bcm_field_entry_stat_detach( 5, 1, 1 )",
+                              "preApiCall()", "bcm_field_stat_destroy( 5, 1 )" ) );
     EXPECT_EQ( chips.chip( unit )->statistics()->used(), 0U );
 }
 
@@ -286,9 +280,8 @@ TEST_F( Sdk6CounterTest, Free_EntryAndStatistic_AreTheArgumentsNotTheRecords )
     info.statId = 8;
     info.entryId = 9;
     helper->freeCounter( stageIfp(), logicalGroup, 10, info, priority );
-    EXPECT_THAT( sdk.calls(),
-                 ElementsAre( "bcm_field_entry_stat_detach( 5, 10, 8 )",
-                              "bcm_field_stat_destroy( 5, 8 )" ) );
+    EXPECT_THAT( sdk.calls(), ElementsAre( "bcm_field_entry_stat_detach( 5, 10, 8 )",
+                                           "bcm_field_stat_destroy( 5, 8 )" ) );
 }
 
 TEST_F( Sdk6CounterTest, Free_EachFailure_Dies )
@@ -309,10 +302,8 @@ TEST_F( Sdk6CounterTest, Free_DetachWasDropped_DiesAtTheDestruction )
 {
     const CounterInfo info = allocate( setOf( { 1 } ) );
     faulty.add( { { .function = "bcm_field_entry_stat_detach" }, Sim::DropCall{} } );
-    expectFatalCall( site( "freeCounter", destroyText ),
-                     -10,
-                     "Operation still running or object in use",
-                     [ & ] { release( info ); } );
+    expectFatalCall( site( "freeCounter", destroyText ), -10,
+                     "Operation still running or object in use", [ & ] { release( info ); } );
 }
 
 TEST_F( Sdk6CounterTest, Free_DestructionWasDropped_IsNotNoticed )
@@ -336,8 +327,7 @@ TEST_F( Sdk6CounterTest, Clear_EachTypeOfTheSet_SetsItToZeroAndForgetsItsSum )
     sdk.clear();
     helper->clearHitsForEntry( info );
     EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "preApiCall()",
-                              "bcm_field_stat_set( 5, 1, bcmFieldStatBytes, 0 )",
+                 ElementsAre( "preApiCall()", "bcm_field_stat_set( 5, 1, bcmFieldStatBytes, 0 )",
                               "preApiCall()",
                               "bcm_field_stat_set( 5, 1, bcmFieldStatPackets, 0 )" ) );
     EXPECT_EQ( helper->getPacketHits( info ), 0U );
@@ -369,9 +359,8 @@ TEST_F( Sdk6CounterTest, Clear_TypeThatIsNeither_DiesWhenItIsReached )
     for ( const int type : { 0, 9, 255 } ) {
         CounterInfo info;
         info.counterSet = setOf( { type } );
-        expectAssertion( site( "clearHitsForEntry" ), "statPacketClear == !statByteClear", [ & ] {
-            helper->clearHitsForEntry( info );
-        } );
+        expectAssertion( site( "clearHitsForEntry" ), "statPacketClear == !statByteClear",
+                         [ & ] { helper->clearHitsForEntry( info ); } );
     }
     CounterInfo info = allocate( setOf( { 1 } ) );
     info.counterSet = setOf( { 1, 9 } );
@@ -411,9 +400,8 @@ TEST_F( Sdk6CounterTest, Clear_SetChangesDuringACall_ClearsWhatItWasGiven )
     };
     sdk.clear();
     helper->clearHitsForEntry( info );
-    EXPECT_THAT( sdk.calls(),
-                 ElementsAre( "bcm_field_stat_set( 5, 1, bcmFieldStatBytes, 0 )",
-                              "bcm_field_stat_set( 5, 1, bcmFieldStatPackets, 0 )" ) );
+    EXPECT_THAT( sdk.calls(), ElementsAre( "bcm_field_stat_set( 5, 1, bcmFieldStatBytes, 0 )",
+                                           "bcm_field_stat_set( 5, 1, bcmFieldStatPackets, 0 )" ) );
 }
 
 TEST_F( Sdk6CounterTest, Clear_OtherEvictionHelperDuringTheCall_ClearsTheSumThere )
@@ -479,8 +467,8 @@ TEST_F( Sdk6CounterTest, HandleFlashDownload_Any_Dies )
 
 TEST_F( Sdk6CounterTest, HandleInitialized_FlagClear_DiesAfterItsTrace )
 {
-    expectAssertion(
-        site( "handleInitialized" ), "initialized()", [ this ] { helper->handleInitialized(); } );
+    expectAssertion( site( "handleInitialized" ), "initialized()",
+                     [ this ] { helper->handleInitialized(); } );
     helper->initializedIs( true );
     helper->handleInitialized();
     EXPECT_THAT( sdk.allCalls(), IsEmpty() );

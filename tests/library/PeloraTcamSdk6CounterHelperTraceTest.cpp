@@ -15,11 +15,11 @@ class Sdk6CounterTraceTest : public Sdk6CounterScene
   protected:
     Sdk6CounterTraceTest()
     {
-        sdk.on.bcm_field_stat_create =
-            []( int, bcm_field_group_t, int, bcm_field_stat_t*, int* statId ) {
-                *statId = 31;
-                return 0;
-            };
+        sdk.on.bcm_field_stat_create = []( int, bcm_field_group_t, int, bcm_field_stat_t*,
+                                           int* statId ) {
+            *statId = 31;
+            return 0;
+        };
         sdk.on.bcm_field_entry_stat_attach = returns( 0 );
         sdk.on.bcm_field_entry_stat_detach = returns( 0 );
         sdk.on.bcm_field_stat_destroy = returns( 0 );
@@ -49,9 +49,8 @@ TEST_F( Sdk6CounterTraceTest, Allocate_Levels9And8_TraceRequestAndGroup )
 
 TEST_F( Sdk6CounterTraceTest, Free_Level9_TracesIdsInHexadecimal )
 {
-    expectHelperLine( 9, "freeCounter GroupId: 0x1000005 EntryId: 0xab CounterId: 0x1f", [ this ] {
-        release( info );
-    } );
+    expectHelperLine( 9, "freeCounter GroupId: 0x1000005 EntryId: 0xab CounterId: 0x1f",
+                      [ this ] { release( info ); } );
 }
 
 TEST_F( Sdk6CounterTraceTest, GetStatHits_Level9_TracesStatisticAndType )
@@ -63,22 +62,16 @@ TEST_F( Sdk6CounterTraceTest, GetStatHits_Level9_TracesStatisticAndType )
 
 TEST_F( Sdk6CounterTraceTest, GetHits_Level9_TraceTheCounter )
 {
-    expectHelperLine(
-        9, "getPacketHits CounterId 0x1f", [ this ] { helper->getPacketHits( info ); } );
+    expectHelperLine( 9, "getPacketHits CounterId 0x1f",
+                      [ this ] { helper->getPacketHits( info ); } );
     expectHelperLine( 9, "getByteHits CounterId 0x1f", [ this ] { helper->getByteHits( info ); } );
 }
 
 TEST_F( Sdk6CounterTraceTest, GetHwIdx_Levels9And6_TraceRequestAndAnswer )
 {
     eviction->poolIndicesAvailableIs( true );
-    sdk.on.korvel_bcm_esw_field_stat_pool_index_get = []( int,
-                                                          int,
-                                                          bcm_field_stat_t,
-                                                          int* poolId,
-                                                          int* poolType,
-                                                          int* i0,
-                                                          int* i1,
-                                                          int* i2,
+    sdk.on.korvel_bcm_esw_field_stat_pool_index_get = []( int, int, bcm_field_stat_t, int* poolId,
+                                                          int* poolType, int* i0, int* i1, int* i2,
                                                           int* pipe ) {
         *poolId = 3;
         *poolType = 4;
@@ -101,27 +94,25 @@ TEST_F( Sdk6CounterTraceTest, GetHwIdx_Levels9And6_TraceRequestAndAnswer )
 
 TEST_F( Sdk6CounterTraceTest, Clear_Level9_TracesTheCounter )
 {
-    expectHelperLine(
-        9, "clearHitsForEntry CounterId: 0x1f", [ this ] { helper->clearHitsForEntry( info ); } );
+    expectHelperLine( 9, "clearHitsForEntry CounterId: 0x1f",
+                      [ this ] { helper->clearHitsForEntry( info ); } );
 }
 
 TEST_F( Sdk6CounterTraceTest, Verify_Level9_TracesStatisticAndStatus )
 {
-    expectHelperLine(
-        9, "verifyCounters stats: 31 counter status: {bytes: 64, packets: 1}", [ this ] {
-            helper->verifyCounters( 31,
-                                    { { CounterType::bytes, 64 }, { CounterType::packets, 1 } } );
-        } );
+    expectHelperLine( 9, "verifyCounters stats: 31 counter status: {bytes: 64, packets: 1}",
+                      [ this ] {
+                          helper->verifyCounters(
+                              31, { { CounterType::bytes, 64 }, { CounterType::packets, 1 } } );
+                      } );
 }
 
 TEST_F( Sdk6CounterTraceTest, Rest_Level9_TraceTheirNames )
 {
-    expectHelperLine( 9, "isStatIdInstalledInHardware StatId: 31", [ this ] {
-        helper->isStatIdInstalledInHardware( 31 );
-    } );
-    expectHelperLine( 9, "maybeClearHitsAfterEntryInstall StatId: 31", [ this ] {
-        helper->maybeClearHitsAfterEntryInstall( 31 );
-    } );
+    expectHelperLine( 9, "isStatIdInstalledInHardware StatId: 31",
+                      [ this ] { helper->isStatIdInstalledInHardware( 31 ); } );
+    expectHelperLine( 9, "maybeClearHitsAfterEntryInstall StatId: 31",
+                      [ this ] { helper->maybeClearHitsAfterEntryInstall( 31 ); } );
     expectHelperLine( 9, "configureCounter", [ this ] { helper->configureCounter(); } );
 }
 
@@ -151,22 +142,17 @@ TEST_F( Sdk6CounterTraceTest, Operations_ApiLevel4_TraceTheirCalls )
                       helper->verifyCounters( 31, { { CounterType::packets, 0 } } );
                       release( info );
                   } ),
-        ElementsAre( traced( createText ),
-                     traced( attachText ),
+        ElementsAre( traced( createText ), traced( attachText ),
                      "evictionHelper()->fieldStatGetBytes( unit(), sid, translateStatType( "
                      "counterType ), &stats ) (rc:0)",
                      "evictionHelper()->fieldStatGetPackets( unit(), sid, translateStatType( "
                      "counterType ), &stats ) (rc:0)",
-                     traced( getBytesText ),
-                     traced( getPacketsText ),
+                     traced( getBytesText ), traced( getPacketsText ),
                      "korvel_bcm_esw_field_stat_pool_index_get( unit(), statId, ( "
                      "bcm_field_stat_t )bcmField, &poolId, &poolType, &indices[ 0 ], &indices[ 1 "
                      "], &indices[ 2 ], &bcmpipe ) (rc:0)",
-                     traced( setText ),
-                     traced( getBytesText ),
-                     traced( getPacketsText ),
-                     traced( detachText ),
-                     traced( destroyText ) ) );
+                     traced( setText ), traced( getBytesText ), traced( getPacketsText ),
+                     traced( detachText ), traced( destroyText ) ) );
 }
 
 TEST_F( Sdk6CounterTraceTest, TracedCalls_Fail_ApiLineHasTheCode )
@@ -187,10 +173,8 @@ TEST_F( Sdk6CounterTraceTest, Allocate_Everything_IsWrittenInTheOrderOfTheSteps 
     const TraceRecorder traces( "*", allTraceLevels );
     allocate( setOf( { 1 } ) );
     EXPECT_THAT( traces.texts(),
-                 ElementsAre( HasSubstr( "allocateCounter GroupId" ),
-                              " Creating stat for group: 7",
-                              HasSubstr( createText ),
-                              HasSubstr( attachText ) ) );
+                 ElementsAre( HasSubstr( "allocateCounter GroupId" ), " Creating stat for group: 7",
+                              HasSubstr( createText ), HasSubstr( attachText ) ) );
 }
 
 } // namespace

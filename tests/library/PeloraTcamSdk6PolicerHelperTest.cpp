@@ -132,24 +132,22 @@ TEST_F( Sdk6PolicerTest, Get_AnyStage_LetsTheSdkChooseTheId )
 TEST_F( Sdk6PolicerTest, Get_SdkGivesZero_Dies )
 {
     sdk.on.bcm_policer_create = returns( 0 );
-    expectAssertion( sdk6Create, "policerId && \"Failed to allocate Policer\"", [ this ] {
-        sdk6->getPolicer( twoRates, stageIfp() );
-    } );
+    expectAssertion( sdk6Create, "policerId && \"Failed to allocate Policer\"",
+                     [ this ] { sdk6->getPolicer( twoRates, stageIfp() ); } );
 }
 
 TEST_F( Sdk6PolicerTest, Get_TableExhausted_Dies )
 {
     sdk6->getPolicer( twoRates, stageIfp() );
     sdk6->getPolicer( twoRates, stageIfp() );
-    expectFatalCall(
-        sdk6Create, -6, "Table full", [ this ] { sdk6->getPolicer( twoRates, stageIfp() ); } );
+    expectFatalCall( sdk6Create, -6, "Table full",
+                     [ this ] { sdk6->getPolicer( twoRates, stageIfp() ); } );
 }
 
 TEST_F( Sdk6PolicerTest, Get_EachFailure_Dies )
 {
     expectEveryFailureFatal(
-        sdk6Create,
-        [ this ]( int rc ) { sdk.on.bcm_policer_create = returns( rc ); },
+        sdk6Create, [ this ]( int rc ) { sdk.on.bcm_policer_create = returns( rc ); },
         [ this ] { sdk6->getPolicer( twoRates, stageIfp() ); } );
 }
 
@@ -187,16 +185,15 @@ TEST_F( Sdk6PolicerTest, Release_Allocated_DestroysItAlone )
 TEST_F( Sdk6PolicerTest, Release_UnknownId_Dies )
 {
     for ( const PolicerId id : { 0U, 4711U, 0xFFFFFFFFU } ) {
-        expectFatalCall(
-            sdk6Destroy, -7, "Entry not found", [ & ] { sdk6->releasePolicer( id, stageIfp() ); } );
+        expectFatalCall( sdk6Destroy, -7, "Entry not found",
+                         [ & ] { sdk6->releasePolicer( id, stageIfp() ); } );
     }
 }
 
 TEST_F( Sdk6PolicerTest, Release_EachFailure_Dies )
 {
     expectEveryFailureFatal(
-        sdk6Destroy,
-        [ this ]( int rc ) { sdk.on.bcm_policer_destroy = returns( rc ); },
+        sdk6Destroy, [ this ]( int rc ) { sdk.on.bcm_policer_destroy = returns( rc ); },
         [ this ] { sdk6->releasePolicer( 1, stageIfp() ); } );
 }
 
@@ -217,10 +214,8 @@ TEST_F( Sdk6PolicerTest, Verify_AsRecorded_ReadsOnceAndLeavesTheChipAlone )
 TEST_F( Sdk6PolicerTest, Verify_EachFieldOffByOne_Dies )
 {
     const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
-    for ( const auto field : { &Policer::committedRate,
-                               &Policer::peakRate,
-                               &Policer::committedBurst,
-                               &Policer::peakBurst } ) {
+    for ( const auto field : { &Policer::committedRate, &Policer::peakRate,
+                               &Policer::committedBurst, &Policer::peakBurst } ) {
         Policer other = twoRates;
         ++( other.*field );
         expectOutOfSync( other, id );
@@ -295,9 +290,8 @@ TEST_F( Sdk6PolicerTest, Verify_Flags_ComparesBit80Only )
 TEST_F( Sdk6PolicerTest, Verify_CreateWasDroppedOrIdReleased_Dies )
 {
     const auto expectNotFound = [ this ]( PolicerId id ) {
-        expectFatalCall( sdk6Get, -7, "Entry not found", [ & ] {
-            sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
-        } );
+        expectFatalCall( sdk6Get, -7, "Entry not found",
+                         [ & ] { sdk6->verifyTcamSanity( recordOf( twoRates, id ) ); } );
     };
     faulty.add( { { .function = "bcm_policer_create" }, Sim::DropCall{} } );
     expectNotFound( sdk6->getPolicer( twoRates, stageIfp() ) );
@@ -337,13 +331,13 @@ TEST_F( Sdk6PolicerTest, Verify_RecordIsReplacedDuringTheCall_AuditsTheOneItWasG
 {
     const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
     auto record = recordOf( twoRates, id );
-    sdk.on.bcm_policer_get =
-        [ & ]( int ofUnit, bcm_policer_t policer, bcm_policer_config_t* conf ) {
-            record = nullptr;
-            // In the memory of the old one, if that has gone.
-            record = recordOf( policerOf( PolicerMode::committed, true ), id + 1 );
-            return faulty.bcm_policer_get( ofUnit, policer, conf );
-        };
+    sdk.on.bcm_policer_get = [ & ]( int ofUnit, bcm_policer_t policer,
+                                    bcm_policer_config_t* conf ) {
+        record = nullptr;
+        // In the memory of the old one, if that has gone.
+        record = recordOf( policerOf( PolicerMode::committed, true ), id + 1 );
+        return faulty.bcm_policer_get( ofUnit, policer, conf );
+    };
     sdk6->verifyTcamSanity( record );
     EXPECT_EQ( record->policerId(), id + 1 );
 }
@@ -351,8 +345,7 @@ TEST_F( Sdk6PolicerTest, Verify_RecordIsReplacedDuringTheCall_AuditsTheOneItWasG
 TEST_F( Sdk6PolicerTest, Verify_EachFailure_Dies )
 {
     expectEveryFailureFatal(
-        sdk6Get,
-        [ this ]( int rc ) { sdk.on.bcm_policer_get = returns( rc ); },
+        sdk6Get, [ this ]( int rc ) { sdk.on.bcm_policer_get = returns( rc ); },
         [ this ] { sdk6->verifyTcamSanity( recordOf( twoRates, 1 ) ); } );
 }
 
@@ -365,9 +358,7 @@ TEST_F( Sdk6PolicerTest, Get_Level9_TracesThePolicer )
         return 0;
     };
     const auto get = [ this ] { sdk6->getPolicer( twoRates, stageIfp() ); };
-    expectLine( sdk6Create,
-                policerFacility,
-                9,
+    expectLine( sdk6Create, policerFacility, 9,
                 "getPolicerPolicer config: trTcm cir:1000 cbs:64 pir:2000 pbs:128 colorAware:0",
                 get );
     expectLine( sdk6Create, policerFacility, 4, "getPolicerCreated policer id : 31", get );
@@ -377,9 +368,7 @@ TEST_F( Sdk6PolicerTest, Verify_Level9_TracesTheRecord )
 {
     const Policer aware = policerOf( PolicerMode::committed, true );
     const PolicerId id = sdk6->getPolicer( aware, stageIfp() );
-    expectLine( sdk6Get,
-                policerFacility,
-                9,
+    expectLine( sdk6Get, policerFacility, 9,
                 "verifyTcamSanity Policer: committed cir:1000 cbs:64 pir:2000 pbs:128 "
                 "colorAware:1 PolicerId: 1",
                 [ & ] { sdk6->verifyTcamSanity( recordOf( aware, id ) ); } );
@@ -395,10 +384,8 @@ TEST_F( Sdk6PolicerTest, Release_AnyLevel_TracesNothingOfItsOwn )
 
 TEST_F( Sdk6PolicerTest, HandleInitialized_Level9_TracesAndDoesNothingElse )
 {
-    expectLine(
-        sdk6Create, policerFacility, 9, "PeloraTcamSdk6PolicerHelper::handleInitialized", [ this ] {
-            sdk6->handleInitialized();
-        } );
+    expectLine( sdk6Create, policerFacility, 9, "PeloraTcamSdk6PolicerHelper::handleInitialized",
+                [ this ] { sdk6->handleInitialized(); } );
     EXPECT_THAT( sdk.allCalls(), IsEmpty() );
 }
 
@@ -423,8 +410,7 @@ TEST_F( Sdk6PolicerTest, Operations_Everything_IsWrittenInTheOrderOfTheSteps )
     sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
     EXPECT_THAT( traces.texts(),
                  ElementsAre( StartsWith( "getPolicerPolicer config: " ),
-                              EndsWith( "&policerId ) (rc:0)" ),
-                              "getPolicerCreated policer id : 1",
+                              EndsWith( "&policerId ) (rc:0)" ), "getPolicerCreated policer id : 1",
                               StartsWith( "verifyTcamSanity Policer: " ),
                               EndsWith( "policerData->policerId(), &conf ) (rc:0)" ) ) );
 }
@@ -432,36 +418,29 @@ TEST_F( Sdk6PolicerTest, Operations_Everything_IsWrittenInTheOrderOfTheSteps )
 TEST_F( Sdk6PolicerTest, Assertions_OfAll_FollowTheEntrysTraceAlone )
 {
     const std::string config = " cir:1000 cbs:64 pir:2000 pbs:128 colorAware:0";
-    expectTracesThenAssertion( policerFacility,
-                               { "9 getPolicerPolicer config: PolicerMode(3)" + config },
-                               { sdk6PolicerSource, "sdkMode", "" },
-                               "0 && \"Invalid policer mode\"",
-                               [ this ] {
-                                   sdk6->getPolicer( policerOf( static_cast< PolicerMode >( 3 ) ),
-                                                     stageIfp() );
-                               } );
+    expectTracesThenAssertion(
+        policerFacility, { "9 getPolicerPolicer config: PolicerMode(3)" + config },
+        { sdk6PolicerSource, "sdkMode", "" }, "0 && \"Invalid policer mode\"", [ this ] {
+            sdk6->getPolicer( policerOf( static_cast< PolicerMode >( 3 ) ), stageIfp() );
+        } );
     const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
     expectTracesThenAssertion(
-        policerFacility,
-        { "9 verifyTcamSanity Policer: srTcm" + config + " PolicerId: 1" },
-        sdk6Get,
-        outOfSync,
+        policerFacility, { "9 verifyTcamSanity Policer: srTcm" + config + " PolicerId: 1" },
+        sdk6Get, outOfSync,
         [ & ] { sdk6->verifyTcamSanity( recordOf( policerOf( PolicerMode::srTcm ), id ) ); } );
     sdk.on.bcm_policer_create = returns( 0 );
-    expectTracesThenAssertion( policerFacility,
-                               { "9 getPolicerPolicer config: trTcm" + config },
-                               sdk6Create,
-                               "policerId && \"Failed to allocate Policer\"",
+    expectTracesThenAssertion( policerFacility, { "9 getPolicerPolicer config: trTcm" + config },
+                               sdk6Create, "policerId && \"Failed to allocate Policer\"",
                                [ this ] { sdk6->getPolicer( twoRates, stageIfp() ); } );
 }
 
 TEST_F( Sdk6PolicerTest, VerifyAndRelease_PositiveReturnCode_AreSuccess )
 {
     const PolicerId id = sdk6->getPolicer( twoRates, stageIfp() );
-    sdk.on.bcm_policer_get =
-        [ this ]( int chip, bcm_policer_t policer, bcm_policer_config_t* conf ) {
-            return faulty.bcm_policer_get( chip, policer, conf ) + 1;
-        };
+    sdk.on.bcm_policer_get = [ this ]( int chip, bcm_policer_t policer,
+                                       bcm_policer_config_t* conf ) {
+        return faulty.bcm_policer_get( chip, policer, conf ) + 1;
+    };
     sdk.on.bcm_policer_destroy = returns( 1 );
     sdk6->verifyTcamSanity( recordOf( twoRates, id ) );
     sdk6->releasePolicer( id, stageIfp() );

@@ -280,22 +280,17 @@ class RangeCheckerLockTest : public RangeCheckerScene
 TEST_F( RangeCheckerLockTest, Get_ActivityLockHeld_IsReleasedForTheCallOnly )
 {
     EXPECT_THAT( eventsOf( [ this ] { helper->getRangeChecker( ports ); } ),
-                 ElementsAre( "init activity held, interpreter free",
-                              "activity lock released",
-                              "create activity free, interpreter free",
-                              "activity lock taken" ) );
+                 ElementsAre( "init activity held, interpreter free", "activity lock released",
+                              "create activity free, interpreter free", "activity lock taken" ) );
 }
 
 TEST_F( RangeCheckerLockTest, Get_BothLocksHeld_AreReleasedForTheCallOnly )
 {
     const Agent::LockAnchor interpreter( Agent::interpreterLock() );
     EXPECT_THAT( eventsOf( [ this ] { helper->getRangeChecker( ports ); } ),
-                 ElementsAre( "init activity held, interpreter held",
-                              "interpreter lock released",
-                              "activity lock released",
-                              "create activity free, interpreter free",
-                              "activity lock taken",
-                              "interpreter lock taken" ) );
+                 ElementsAre( "init activity held, interpreter held", "interpreter lock released",
+                              "activity lock released", "create activity free, interpreter free",
+                              "activity lock taken", "interpreter lock taken" ) );
 }
 
 TEST_F( RangeCheckerLockTest, Release_BothLocksHeld_AreReleasedForTheCallOnly )
@@ -303,10 +298,8 @@ TEST_F( RangeCheckerLockTest, Release_BothLocksHeld_AreReleasedForTheCallOnly )
     const Agent::LockAnchor interpreter( Agent::interpreterLock() );
     EXPECT_THAT( eventsOf( [ this ] { helper->releaseRangeChecker( 1 ); } ),
                  ElementsAre( "preApiCall activity held, interpreter held",
-                              "interpreter lock released",
-                              "activity lock released",
-                              "destroy activity free, interpreter free",
-                              "activity lock taken",
+                              "interpreter lock released", "activity lock released",
+                              "destroy activity free, interpreter free", "activity lock taken",
                               "interpreter lock taken" ) );
 }
 
@@ -316,10 +309,8 @@ TEST_F( RangeCheckerLockTest, Verify_BothLocksHeld_AreReleasedForTheCallOnly )
     EXPECT_THAT( eventsOf( [ this ] { helper->verifyTcamSanity( recordOf( ports, 1 ) ); } ),
                  ElementsAre( "init activity held, interpreter held",
                               "preApiCall activity held, interpreter held",
-                              "interpreter lock released",
-                              "activity lock released",
-                              "get activity free, interpreter free",
-                              "activity lock taken",
+                              "interpreter lock released", "activity lock released",
+                              "get activity free, interpreter free", "activity lock taken",
                               "interpreter lock taken" ) );
 }
 
@@ -329,10 +320,8 @@ TEST_F( RangeCheckerLockTest, Operations_SdkThrows_LocksAreRetakenInTheSameOrder
     throws = true;
     EXPECT_THAT( eventsOf( [ this ] { helper->releaseRangeChecker( 1 ); } ),
                  ElementsAre( "preApiCall activity held, interpreter held",
-                              "interpreter lock released",
-                              "activity lock released",
-                              "destroy activity free, interpreter free",
-                              "activity lock taken",
+                              "interpreter lock released", "activity lock released",
+                              "destroy activity free, interpreter free", "activity lock taken",
                               "interpreter lock taken" ) );
 }
 

@@ -52,9 +52,8 @@ TEST_F( RangeCheckerHelperTest, Get_Supported_InitialisesThenCreates )
 TEST_F( RangeCheckerHelperTest, Get_Supported_StandsInTheChip )
 {
     const RangeCheckerId id = helper->getRangeChecker( ports );
-    EXPECT_EQ( chipText(),
-               "range checker " + std::to_string( id ) +
-                   ": type=bcmRangeTypeL4SrcPort min=1024 max=2000 instance=3\n" );
+    EXPECT_EQ( chipText(), "range checker " + std::to_string( id ) +
+                               ": type=bcmRangeTypeL4SrcPort min=1024 max=2000 instance=3\n" );
 }
 
 TEST_F( RangeCheckerHelperTest, Get_PipeAndUnitDiffer_PipeIsInstanceAndFapIsUnit )
@@ -147,9 +146,8 @@ class RangeTypeTest : public RangeCheckerScene, public ::testing::WithParamInter
 TEST_P( RangeTypeTest, Get_EachType_HasItsSdkType )
 {
     const RangeCheckerId id = helper->getRangeChecker( desc_ );
-    EXPECT_EQ( chipText(),
-               "range checker " + std::to_string( id ) + ": type=" + GetParam().sdk +
-                   " min=10 max=20 instance=3\n" );
+    EXPECT_EQ( chipText(), "range checker " + std::to_string( id ) + ": type=" + GetParam().sdk +
+                               " min=10 max=20 instance=3\n" );
 }
 
 TEST_P( RangeTypeTest, Verify_EachSdkType_IsTheAgentsType )
@@ -184,9 +182,8 @@ TEST_F( RangeCheckerHelperTest, Get_EachType_IsTheConstantDeclaredInItsPlace )
             return 0;
         };
         helper->getRangeChecker( { 1, 2, static_cast< RangeType >( type++ ) } );
-        EXPECT_EQ( created,
-                   static_cast< bcm_range_type_t >(
-                       chips.numbering().valueOf( declared[ place ] ).value() ) );
+        EXPECT_EQ( created, static_cast< bcm_range_type_t >(
+                                chips.numbering().valueOf( declared[ place ] ).value() ) );
     }
 }
 
@@ -223,9 +220,8 @@ TEST_F( RangeCheckerHelperTest, Release_Allocated_DestroysItAlone )
     EXPECT_THAT(
         sdk.allCalls(),
         ElementsAre( "preApiCall()", "bcm_range_destroy( 5, " + std::to_string( first ) + " )" ) );
-    EXPECT_EQ( chipText(),
-               "range checker " + std::to_string( second ) +
-                   ": type=bcmRangeTypeL4DstPort min=7 max=7 instance=3\n" );
+    EXPECT_EQ( chipText(), "range checker " + std::to_string( second ) +
+                               ": type=bcmRangeTypeL4DstPort min=7 max=7 instance=3\n" );
 }
 
 TEST_F( RangeCheckerHelperTest, Release_PositiveReturnCode_IsSuccess )
@@ -239,13 +235,12 @@ TEST_F( RangeCheckerHelperTest, Release_UnknownId_DiesWithErrorLineThenAssertion
 {
     operationsSpeak();
     Agent::traceLevelsIs( apiFacility, 1U << 4 );
-    EXPECT_DEATH(
-        helper->releaseRangeChecker( unusedId ),
-        MatchesRegex(
-            "preApiCall\n" +
-            apiErrorLine(
-                source, "bcm_range_destroy( unit, rangeCheckerId )", "Entry not found", -7 ) +
-            "onApiError\n" + assertionLine( source, ".*releaseRangeChecker.*", "0" ) ) );
+    EXPECT_DEATH( helper->releaseRangeChecker( unusedId ),
+                  MatchesRegex( "preApiCall\n" +
+                                apiErrorLine( source, "bcm_range_destroy( unit, rangeCheckerId )",
+                                              "Entry not found", -7 ) +
+                                "onApiError\n" +
+                                assertionLine( source, ".*releaseRangeChecker.*", "0" ) ) );
     Agent::traceLevelsIs( "*", 0 );
     Agent::traceSinkIs( {} );
 }
@@ -266,21 +261,18 @@ TEST_P( FatalFailureTest, Release_DestroyFails_Dies )
 {
     sdk.on.bcm_range_destroy = returns( GetParam().rc );
     EXPECT_DEATH( helper->releaseRangeChecker( 1 ),
-                  MatchesRegex( apiErrorLine( source,
-                                              "bcm_range_destroy( unit, rangeCheckerId )",
-                                              GetParam().text,
-                                              GetParam().rc ) +
+                  MatchesRegex( apiErrorLine( source, "bcm_range_destroy( unit, rangeCheckerId )",
+                                              GetParam().text, GetParam().rc ) +
                                 assertionLine( source, ".*releaseRangeChecker.*", "0" ) ) );
 }
 
 TEST_P( FatalFailureTest, Verify_GetFails_Dies )
 {
     sdk.on.bcm_range_get = returns( GetParam().rc );
-    EXPECT_DEATH(
-        helper->verifyTcamSanity( recordOf( ports, 1 ) ),
-        MatchesRegex(
-            apiErrorLine( source, "bcm_range_get( unit, &conf )", GetParam().text, GetParam().rc ) +
-            assertionLine( source, ".*verifyTcamSanity.*", "0" ) ) );
+    EXPECT_DEATH( helper->verifyTcamSanity( recordOf( ports, 1 ) ),
+                  MatchesRegex( apiErrorLine( source, "bcm_range_get( unit, &conf )",
+                                              GetParam().text, GetParam().rc ) +
+                                assertionLine( source, ".*verifyTcamSanity.*", "0" ) ) );
 }
 
 INSTANTIATE_TEST_SUITE_P( ReturnCodes,
@@ -379,22 +371,20 @@ TEST_F( RangeCheckerHelperTest, Verify_CreateWasDropped_Dies )
     faulty.add( { { .function = "bcm_range_create" }, Sim::DropCall{} } );
     const RangeCheckerId id = helper->getRangeChecker( ports );
     ASSERT_NE( id, invalidRangeCheckerId );
-    EXPECT_DEATH(
-        helper->verifyTcamSanity( recordOf( ports, id ) ),
-        MatchesRegex(
-            apiErrorLine( source, "bcm_range_get( unit, &conf )", "Entry not found", -7 ) +
-            assertionLine( source, ".*verifyTcamSanity.*", "0" ) ) );
+    EXPECT_DEATH( helper->verifyTcamSanity( recordOf( ports, id ) ),
+                  MatchesRegex( apiErrorLine( source, "bcm_range_get( unit, &conf )",
+                                              "Entry not found", -7 ) +
+                                assertionLine( source, ".*verifyTcamSanity.*", "0" ) ) );
 }
 
 TEST_F( RangeCheckerHelperTest, Verify_ReleasedId_Dies )
 {
     const RangeCheckerId id = helper->getRangeChecker( ports );
     helper->releaseRangeChecker( id );
-    EXPECT_DEATH(
-        helper->verifyTcamSanity( recordOf( ports, id ) ),
-        MatchesRegex(
-            apiErrorLine( source, "bcm_range_get( unit, &conf )", "Entry not found", -7 ) +
-            assertionLine( source, ".*verifyTcamSanity.*", "0" ) ) );
+    EXPECT_DEATH( helper->verifyTcamSanity( recordOf( ports, id ) ),
+                  MatchesRegex( apiErrorLine( source, "bcm_range_get( unit, &conf )",
+                                              "Entry not found", -7 ) +
+                                assertionLine( source, ".*verifyTcamSanity.*", "0" ) ) );
 }
 
 /// The caller's reference is the last one, and another thread drops it meanwhile.

@@ -79,9 +79,8 @@ class RangeCheckerTraceTest : public RangeCheckerScene
         EXPECT_EQ( line.level, 4U );
         EXPECT_EQ( line.file, source );
         EXPECT_EQ( line.function, function );
-        EXPECT_EQ( line.text,
-                   std::string( source ) + ":" + std::to_string( line.line ) + " " + call +
-                       " (rc:" + std::to_string( rc ) + ")" );
+        EXPECT_EQ( line.text, std::string( source ) + ":" + std::to_string( line.line ) + " " +
+                                  call + " (rc:" + std::to_string( rc ) + ")" );
         EXPECT_GT( line.line, 0U );
 
         const TraceRecorder without( apiFacility, allLevels & ~( 1U << 4 ) );
@@ -94,29 +93,26 @@ class RangeCheckerTraceTest : public RangeCheckerScene
 
 TEST_F( RangeCheckerTraceTest, Get_Level9_TracesArguments )
 {
-    expectLine( 9, "getRangeCheckerunit: 5 high:2000 low:1024 type:l4SrcPort", [ this ] {
-        helper->getRangeChecker( ports );
-    } );
+    expectLine( 9, "getRangeCheckerunit: 5 high:2000 low:1024 type:l4SrcPort",
+                [ this ] { helper->getRangeChecker( ports ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, Get_GreatestBounds_AreDecimal )
 {
     sdk.on.bcm_range_create = returns( 0 );
-    expectLine(
-        9, "getRangeCheckerunit: 5 high:4294967295 low:4294967294 type:packetLength", [ & ] {
-            helper->getRangeChecker( { 0xFFFFFFFE, 0xFFFFFFFF, RangeType::packetLength } );
-        } );
+    expectLine( 9, "getRangeCheckerunit: 5 high:4294967295 low:4294967294 type:packetLength",
+                [ & ] {
+                    helper->getRangeChecker( { 0xFFFFFFFE, 0xFFFFFFFF, RangeType::packetLength } );
+                } );
 }
 
 TEST_F( RangeCheckerTraceTest, Release_Level9_TracesTheIdInHexadecimal )
 {
     sdk.on.bcm_range_destroy = returns( 0 );
-    expectLine( 9, "releaseRangeCheckerunit:5 rangeCheckerId:1f", [ this ] {
-        helper->releaseRangeChecker( 31 );
-    } );
-    expectLine( 9, "releaseRangeCheckerunit:5 rangeCheckerId:ffffffff", [ this ] {
-        helper->releaseRangeChecker( invalidRangeCheckerId );
-    } );
+    expectLine( 9, "releaseRangeCheckerunit:5 rangeCheckerId:1f",
+                [ this ] { helper->releaseRangeChecker( 31 ); } );
+    expectLine( 9, "releaseRangeCheckerunit:5 rangeCheckerId:ffffffff",
+                [ this ] { helper->releaseRangeChecker( invalidRangeCheckerId ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, GetAndRelease_UnitAbove31Bits_IsTracedUnsigned )
@@ -124,29 +120,25 @@ TEST_F( RangeCheckerTraceTest, GetAndRelease_UnitAbove31Bits_IsTracedUnsigned )
     sdk.on.bcm_range_create = returns( 0 );
     sdk.on.bcm_range_destroy = returns( 0 );
     const Agent::Ptr< PeloraTcam::PeloraTcamSdk6RangeCheckerHelper > ofGreatUnit(
-        new PeloraTcam::PeloraTcamSdk6RangeCheckerHelper(
-            pipeId, PeloraTcam::FapId( 0x80000001 ), { "model" } ) );
-    expectLine( 9, "getRangeCheckerunit: 2147483649 high:2000 low:1024 type:l4SrcPort", [ & ] {
-        ofGreatUnit->getRangeChecker( ports );
-    } );
-    expectLine( 9, "releaseRangeCheckerunit:2147483649 rangeCheckerId:1f", [ & ] {
-        ofGreatUnit->releaseRangeChecker( 31 );
-    } );
+        new PeloraTcam::PeloraTcamSdk6RangeCheckerHelper( pipeId, PeloraTcam::FapId( 0x80000001 ),
+                                                          { "model" } ) );
+    expectLine( 9, "getRangeCheckerunit: 2147483649 high:2000 low:1024 type:l4SrcPort",
+                [ & ] { ofGreatUnit->getRangeChecker( ports ); } );
+    expectLine( 9, "releaseRangeCheckerunit:2147483649 rangeCheckerId:1f",
+                [ & ] { ofGreatUnit->releaseRangeChecker( 31 ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, Verify_Level8_TracesTheRecord )
 {
     const RangeCheckerId id = helper->getRangeChecker( ports );
     ASSERT_EQ( id, 1U );
-    expectLine( 8,
-                "verifyTcamSanity RangeCheckerDesc: l4SrcPort 1024..2000 RangeCheckerId: 1",
+    expectLine( 8, "verifyTcamSanity RangeCheckerDesc: l4SrcPort 1024..2000 RangeCheckerId: 1",
                 [ & ] { helper->verifyTcamSanity( recordOf( ports, id ) ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, HandleInitialized_Level9_TracesTheSignatureAndNothingElse )
 {
-    expectLine( 9,
-                "virtual void PeloraTcam::PeloraTcamSdk6RangeCheckerHelper::handleInitialized()",
+    expectLine( 9, "virtual void PeloraTcam::PeloraTcamSdk6RangeCheckerHelper::handleInitialized()",
                 [ this ] { helper->handleInitialized(); } );
     EXPECT_THAT( sdk.allCalls(), IsEmpty() );
     EXPECT_FALSE( helper->initialized() );
@@ -155,18 +147,16 @@ TEST_F( RangeCheckerTraceTest, HandleInitialized_Level9_TracesTheSignatureAndNot
 TEST_F( RangeCheckerTraceTest, Get_CreateFails_Level0TracesTheReason )
 {
     sdk.on.bcm_range_create = returns( -6 );
-    expectLine( 0, "Failed to allocate range checker! due to rc: -6 Table full", [ this ] {
-        helper->getRangeChecker( ports );
-    } );
+    expectLine( 0, "Failed to allocate range checker! due to rc: -6 Table full",
+                [ this ] { helper->getRangeChecker( ports ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, Get_CreateFails_TextIsTheOneOfTheSdk )
 {
     sdk.on.bcm_range_create = returns( -99 );
     sdk.on.sdkErrorText = []( int rc ) { return rc == -99 ? "Chip on fire" : "?"; };
-    expectLine( 0, "Failed to allocate range checker! due to rc: -99 Chip on fire", [ this ] {
-        helper->getRangeChecker( ports );
-    } );
+    expectLine( 0, "Failed to allocate range checker! due to rc: -99 Chip on fire",
+                [ this ] { helper->getRangeChecker( ports ); } );
     EXPECT_EQ( sdk.countOf( "sdkErrorText" ), 1U ) << "asked for only where it is written";
 }
 
@@ -202,33 +192,29 @@ INSTANTIATE_TEST_SUITE_P( ReturnCodes,
 TEST_F( RangeCheckerTraceTest, Get_ApiLevel4_TracesTheCall )
 {
     sdk.on.bcm_range_create = returns( 0 );
-    expectApiLine( "bcm_range_create( unit, 0, &conf )", 0, getFunction, [ this ] {
-        helper->getRangeChecker( ports );
-    } );
+    expectApiLine( "bcm_range_create( unit, 0, &conf )", 0, getFunction,
+                   [ this ] { helper->getRangeChecker( ports ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, Get_CreateFails_ApiLineHasTheCode )
 {
     sdk.on.bcm_range_create = returns( -14 );
-    expectApiLine( "bcm_range_create( unit, 0, &conf )", -14, getFunction, [ this ] {
-        helper->getRangeChecker( ports );
-    } );
+    expectApiLine( "bcm_range_create( unit, 0, &conf )", -14, getFunction,
+                   [ this ] { helper->getRangeChecker( ports ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, Release_ApiLevel4_TracesTheCall )
 {
     sdk.on.bcm_range_destroy = returns( 0 );
-    expectApiLine( "bcm_range_destroy( unit, rangeCheckerId )", 0, releaseFunction, [ this ] {
-        helper->releaseRangeChecker( 1 );
-    } );
+    expectApiLine( "bcm_range_destroy( unit, rangeCheckerId )", 0, releaseFunction,
+                   [ this ] { helper->releaseRangeChecker( 1 ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, Verify_ApiLevel4_TracesTheCall )
 {
     const RangeCheckerId id = helper->getRangeChecker( ports );
-    expectApiLine( "bcm_range_get( unit, &conf )", 0, verifyFunction, [ & ] {
-        helper->verifyTcamSanity( recordOf( ports, id ) );
-    } );
+    expectApiLine( "bcm_range_get( unit, &conf )", 0, verifyFunction,
+                   [ & ] { helper->verifyTcamSanity( recordOf( ports, id ) ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, Get_Everything_IsWrittenInTheOrderOfTheSteps )
@@ -259,9 +245,8 @@ TEST_F( RangeCheckerTraceTest, Get_PositiveReturnCode_TracesItAsAFailure )
 {
     sdk.on.bcm_range_create = returns( 1 );
     sdk.on.sdkErrorText = []( int ) { return "?"; };
-    expectLine( 0, "Failed to allocate range checker! due to rc: 1 ?", [ this ] {
-        helper->getRangeChecker( ports );
-    } );
+    expectLine( 0, "Failed to allocate range checker! due to rc: 1 ?",
+                [ this ] { helper->getRangeChecker( ports ); } );
 }
 
 TEST_F( RangeCheckerTraceTest, Operations_TracingOff_AskTheSdkForNoText )

@@ -104,10 +104,9 @@ TEST_F( UdfModuleHelperTest, Unit_OfListing_IsTheGivenOne )
     sdk.clear();
     EXPECT_EQ( helper->getAllProgrammedUdfIds( 9 ), UdfIdList() );
     EXPECT_EQ( helper->getAllProgrammedLagHashingUdfIds( 9 ), UdfIdList() );
-    EXPECT_THAT( sdk.calls(),
-                 ElementsAre( "bcm_udf_get_all( 9, 128, &, & )",
-                              "bcm_udf_hash_config_get_all( 9, 0, null, & )",
-                              "bcm_udf_hash_config_get_all( 9, 0, null, & )" ) );
+    EXPECT_THAT( sdk.calls(), ElementsAre( "bcm_udf_get_all( 9, 128, &, & )",
+                                           "bcm_udf_hash_config_get_all( 9, 0, null, & )",
+                                           "bcm_udf_hash_config_get_all( 9, 0, null, & )" ) );
 }
 
 TEST_F( UdfModuleHelperTest, Unit_OfChunks_IsTheGivenOne )
@@ -116,9 +115,8 @@ TEST_F( UdfModuleHelperTest, Unit_OfChunks_IsTheGivenOne )
     const QualIdList quals = createUdfQualifierUdfModule( 9, udfDescOf( 2, 4 ), formats );
     sdk.clear();
     expectTraced(
-        "getUdfChunkPosList mod: 9 quals: {1}", "getUdfChunkPosList mod: 9 quals: 1", [ & ] {
-            EXPECT_THAT( helper->getUdfChunkPosList( 9, quals ), ElementsAre( 0, 1 ) );
-        } );
+        "getUdfChunkPosList mod: 9 quals: {1}", "getUdfChunkPosList mod: 9 quals: 1",
+        [ & ] { EXPECT_THAT( helper->getUdfChunkPosList( 9, quals ), ElementsAre( 0, 1 ) ); } );
     ASSERT_EQ( sdk.calls().size(), 1U );
     EXPECT_THAT( sdk.calls()[ 0 ], ::testing::StartsWith( "bcm_udf_get( 9, 1, " ) );
 }
@@ -170,8 +168,7 @@ TEST_F( UdfModuleHelperTest, Operations_OnEntry_TraceTheirArguments )
     const std::string text = descText;
     const std::string ring = descRing;
     QualIdList quals;
-    expectTraced( "programUdfInHw mod:5 udfDesc: " + text,
-                  "programUdfInHw mod:5 udfDesc: " + ring,
+    expectTraced( "programUdfInHw mod:5 udfDesc: " + text, "programUdfInHw mod:5 udfDesc: " + ring,
                   [ & ] { quals = helper->programUdfInHw( desc ); } );
     expectTraced( "verifyProgrammedUdf mod:5 udfDesc: " + text + " quals: {1}",
                   "verifyProgrammedUdf mod:5 udfDesc: " + ring + " quals: 1",
@@ -179,14 +176,13 @@ TEST_F( UdfModuleHelperTest, Operations_OnEntry_TraceTheirArguments )
     expectTraced( "verifyLagHashingUdf mod:5 udfDesc: " + text + " QualIdList: {1}",
                   "verifyLagHashingUdf mod:5 udfDesc: " + ring + " QualIdList: 1",
                   [ & ] { helper->verifyLagHashingUdf( desc, quals ); } );
-    expectTraced( "getUdfChunkPosList mod: 5 quals: {1}",
-                  "getUdfChunkPosList mod: 5 quals: 1",
+    expectTraced( "getUdfChunkPosList mod: 5 quals: {1}", "getUdfChunkPosList mod: 5 quals: 1",
                   [ & ] { static_cast< void >( helper->getUdfChunkPosList( unit, quals ) ); } );
     expectTraced( "removeUdfFromHw mod:5 udfDesc: " + text + " quals: {1}",
                   "removeUdfFromHw mod:5 udfDesc: " + ring + " quals: 1",
                   [ & ] { helper->removeUdfFromHw( desc, quals ); } );
-    expectTraced(
-        "handleInitialized", "handleInitialized", [ & ] { helper->handleInitialized(); } );
+    expectTraced( "handleInitialized", "handleInitialized",
+                  [ & ] { helper->handleInitialized(); } );
 }
 
 TEST_F( UdfModuleHelperTest, Lists_OnEntry_TraceNothingOfTheHelpers )
@@ -246,20 +242,16 @@ TEST_F( UdfModuleHelperTest, Map_KeptByAnother_OutlivesTheHelper )
 
 TEST_F( UdfModuleHelperTest, Slots_OfTheBuiltTable_AreInTheirOrder )
 {
-    EXPECT_THAT( virtualSlots( *helper ),
-                 ElementsAre( "UdfModuleHelper::~UdfModuleHelper",
-                              "UdfModuleHelper::~UdfModuleHelper",
-                              "Node::lastUserGone",
-                              "Node::publisher",
-                              "UdfModuleHelper::typeData",
-                              "UdfModuleHelper::getUdfChunkPosList",
-                              "UdfModuleHelper::programUdfInHw",
-                              "UdfModuleHelper::removeUdfFromHw",
-                              "UdfModuleHelper::verifyProgrammedUdf",
-                              "UdfModuleHelper::verifyLagHashingUdf",
-                              "UdfModuleHelper::getAllProgrammedUdfIds",
-                              "UdfModuleHelper::getAllProgrammedLagHashingUdfIds",
-                              "UdfModuleHelper::handleInitialized" ) );
+    EXPECT_THAT(
+        virtualSlots( *helper ),
+        ElementsAre( "UdfModuleHelper::~UdfModuleHelper", "UdfModuleHelper::~UdfModuleHelper",
+                     "Node::lastUserGone", "Node::publisher", "UdfModuleHelper::typeData",
+                     "UdfModuleHelper::getUdfChunkPosList", "UdfModuleHelper::programUdfInHw",
+                     "UdfModuleHelper::removeUdfFromHw", "UdfModuleHelper::verifyProgrammedUdf",
+                     "UdfModuleHelper::verifyLagHashingUdf",
+                     "UdfModuleHelper::getAllProgrammedUdfIds",
+                     "UdfModuleHelper::getAllProgrammedLagHashingUdfIds",
+                     "UdfModuleHelper::handleInitialized" ) );
 }
 
 TEST_F( UdfModuleHelperTest, Construct_NewAndLastPtr_CountsGoUpAndBack )

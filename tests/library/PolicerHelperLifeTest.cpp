@@ -37,8 +37,7 @@ TEST( PolicerSlotsTest, Sdk6_BuiltTable_HasTheOperationsInTheirOrder )
     EXPECT_THAT( virtualSlots( *newHelper< PeloraTcamSdk6PolicerHelper >() ),
                  ElementsAre( "PeloraTcamSdk6PolicerHelper::~PeloraTcamSdk6PolicerHelper",
                               "PeloraTcamSdk6PolicerHelper::~PeloraTcamSdk6PolicerHelper",
-                              "Node::lastUserGone",
-                              "Node::publisher",
+                              "Node::lastUserGone", "Node::publisher",
                               "PeloraTcamSdk6PolicerHelper::typeData",
                               "PeloraTcamSdk6PolicerHelper::getPolicer",
                               "PeloraTcamSdk6PolicerHelper::releasePolicer",
@@ -51,8 +50,7 @@ TEST( PolicerSlotsTest, Hsdk_BuiltTable_OverridesTwoOperationsOfTheSdk6Helper )
     EXPECT_THAT( virtualSlots( *newHelper< PeloraTcamHsdkPolicerHelper >() ),
                  ElementsAre( "PeloraTcamHsdkPolicerHelper::~PeloraTcamHsdkPolicerHelper",
                               "PeloraTcamHsdkPolicerHelper::~PeloraTcamHsdkPolicerHelper",
-                              "Node::lastUserGone",
-                              "Node::publisher",
+                              "Node::lastUserGone", "Node::publisher",
                               "PeloraTcamHsdkPolicerHelper::typeData",
                               "PeloraTcamHsdkPolicerHelper::getPolicer",
                               "PeloraTcamHsdkPolicerHelper::releasePolicer",
@@ -177,18 +175,10 @@ TEST_F( PolicerLockTest, Sdk6_GetAndRelease_LocksAreFreeForTheCallsOnly )
     sdk6->getPolicer( policerOf( PolicerMode::trTcm ), stageIfp() );
     sdk6->releasePolicer( 100, stageIfp() );
     EXPECT_THAT( locks_.events(),
-                 ElementsAre( "init",
-                              "preApiCall",
-                              "interpreter lock released",
-                              "activity lock released",
-                              "create",
-                              "activity lock taken",
-                              "interpreter lock taken",
-                              "preApiCall",
-                              "interpreter lock released",
-                              "activity lock released",
-                              "destroy",
-                              "activity lock taken",
+                 ElementsAre( "init", "preApiCall", "interpreter lock released",
+                              "activity lock released", "create", "activity lock taken",
+                              "interpreter lock taken", "preApiCall", "interpreter lock released",
+                              "activity lock released", "destroy", "activity lock taken",
                               "interpreter lock taken" ) );
 }
 
@@ -196,12 +186,8 @@ TEST_F( PolicerLockTest, Hsdk_Get_LocksAreFreeForTheCallOnlyAndTheSdkIsNotToldBe
 {
     hsdk->getPolicer( policerOf( PolicerMode::trTcm ), stageIfp() );
     EXPECT_THAT( locks_.events(),
-                 ElementsAre( "init",
-                              "interpreter lock released",
-                              "activity lock released",
-                              "create",
-                              "activity lock taken",
-                              "interpreter lock taken" ) );
+                 ElementsAre( "init", "interpreter lock released", "activity lock released",
+                              "create", "activity lock taken", "interpreter lock taken" ) );
 }
 
 } // namespace

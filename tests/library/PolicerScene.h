@@ -103,8 +103,8 @@ class PolicerScene : public HelperScene
 
     void expectOutOfSync( const Policer& policer, PolicerId id )
     {
-        expectAssertion(
-            sdk6Get, outOfSync, [ & ] { sdk6->verifyTcamSanity( recordOf( policer, id ) ); } );
+        expectAssertion( sdk6Get, outOfSync,
+                         [ & ] { sdk6->verifyTcamSanity( recordOf( policer, id ) ); } );
     }
 
     PeloraTcam::PeloraTcamIdManager& ids = PeloraTcam::getGeneralIdManager();

@@ -57,10 +57,10 @@ TEST_F( PolicerTwinsTest, Get_Call_IsCheckedOrTraced )
 TEST_F( PolicerTwinsTest, Get_Failure_NamesTheCallOrRc )
 {
     sdk.on.bcm_policer_create = returns( -6 );
-    expectFatalCall(
-        sdk6Create, -6, "Table full", [ this ] { sdk6->getPolicer( policer, stageIfp() ); } );
-    expectFatalCall(
-        hsdkCreate, -6, "Table full", [ this ] { hsdk->getPolicer( policer, stageIfp() ); } );
+    expectFatalCall( sdk6Create, -6, "Table full",
+                     [ this ] { sdk6->getPolicer( policer, stageIfp() ); } );
+    expectFatalCall( hsdkCreate, -6, "Table full",
+                     [ this ] { hsdk->getPolicer( policer, stageIfp() ); } );
 }
 
 TEST_F( PolicerTwinsTest, Get_PositiveReturnCode_IsSuccessOrGivesTheIdWithoutATrace )
@@ -82,9 +82,8 @@ TEST_F( PolicerTwinsTest, Get_SdkLeavesIdZero_DiesOrGivesIt )
         *id = 0;
         return 0;
     };
-    expectAssertion( sdk6Create, "policerId && \"Failed to allocate Policer\"", [ this ] {
-        sdk6->getPolicer( policer, stageIfp() );
-    } );
+    expectAssertion( sdk6Create, "policerId && \"Failed to allocate Policer\"",
+                     [ this ] { sdk6->getPolicer( policer, stageIfp() ); } );
     EXPECT_EQ( hsdk->getPolicer( policer, stageIfp() ), 0U );
 }
 

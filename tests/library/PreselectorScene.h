@@ -132,9 +132,8 @@ class PreselectorScene
         EXPECT_EQ( request.file, api.file );
         EXPECT_EQ( request.line, api.line );
         EXPECT_EQ( request.function, api.function );
-        EXPECT_EQ( api.text,
-                   api.file + ":" + std::to_string( api.line ) + " " + expected.callText +
-                       " (rc:0)" );
+        EXPECT_EQ( api.text, api.file + ":" + std::to_string( api.line ) + " " + expected.callText +
+                                 " (rc:0)" );
     }
 
     /// With every level off the call is made and nothing is written.
@@ -189,12 +188,8 @@ class PreselectorScene
 /// the interface classes of layer 2, layer 3, port and virtual port.
 inline std::vector< U32 > fieldsOf( const bcm_field_src_class_t& record )
 {
-    return { record.dst_class_field,
-             record.src_class_field,
-             record.intf_class_l2,
-             record.intf_class_l3,
-             record.intf_class_port,
-             record.intf_class_vport };
+    return { record.dst_class_field, record.src_class_field, record.intf_class_l2,
+             record.intf_class_l3,   record.intf_class_port, record.intf_class_vport };
 }
 
 } // namespace LibraryTest

@@ -124,28 +124,24 @@ class PreselectorCall : public ::testing::TestWithParam< Case >
 
 TEST_P( PreselectorCall, Set_TracingOn_CallsTheSdkOnceAndTracesRequestAndCall )
 {
-    scene_.expectCall( PeloraTcam::setPeloraTcamPreselectQualifier,
-                       functionName,
-                       GetParam().qualifier,
-                       GetParam().call );
+    scene_.expectCall( PeloraTcam::setPeloraTcamPreselectQualifier, functionName,
+                       GetParam().qualifier, GetParam().call );
     EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0, 0, 0, 0, 0, 0 ) );
     EXPECT_THAT( fieldsOf( scene_.classMask ), ElementsAre( 0, 0, 0, 0, 0, 0 ) );
 }
 
 TEST_P( PreselectorCall, Set_TracingOff_CallsTheSdkAndWritesNothing )
 {
-    scene_.expectSilentCall(
-        PeloraTcam::setPeloraTcamPreselectQualifier, GetParam().qualifier, GetParam().call );
+    scene_.expectSilentCall( PeloraTcam::setPeloraTcamPreselectQualifier, GetParam().qualifier,
+                             GetParam().call );
 }
 
 using PreselectorCallDeathTest = PreselectorCall;
 
 TEST_P( PreselectorCallDeathTest, Set_SdkFails_EndsTheProcessWithTheCallText )
 {
-    scene_.expectFatalFailure( PeloraTcam::setPeloraTcamPreselectQualifier,
-                               functionName,
-                               GetParam().qualifier,
-                               GetParam().call );
+    scene_.expectFatalFailure( PeloraTcam::setPeloraTcamPreselectQualifier, functionName,
+                               GetParam().qualifier, GetParam().call );
 }
 
 std::string nameOf( const ::testing::TestParamInfo< Case >& info )
@@ -177,14 +173,13 @@ using PreselectorDeathTest = PreselectorTest;
 TEST_F( PreselectorTest, Set_AnyEntry_ReachesTheSdkWithBit30 )
 {
     for ( const U32 entry : { 0U, 7U, 0x40000007U, 0xFFFFFFFFU } ) {
-        PeloraTcam::setPeloraTcamPreselectQualifier(
-            0, entry, 5, 1, 1, &scene_.classData, &scene_.classMask );
+        PeloraTcam::setPeloraTcamPreselectQualifier( 0, entry, 5, 1, 1, &scene_.classData,
+                                                     &scene_.classMask );
     }
-    EXPECT_THAT( scene_.sdk.calls(),
-                 ElementsAre( "bcm_field_qualify_Drop( 0, 1073741824, 1, 1 )",
-                              "bcm_field_qualify_Drop( 0, 1073741831, 1, 1 )",
-                              "bcm_field_qualify_Drop( 0, 1073741831, 1, 1 )",
-                              "bcm_field_qualify_Drop( 0, -1, 1, 1 )" ) );
+    EXPECT_THAT( scene_.sdk.calls(), ElementsAre( "bcm_field_qualify_Drop( 0, 1073741824, 1, 1 )",
+                                                  "bcm_field_qualify_Drop( 0, 1073741831, 1, 1 )",
+                                                  "bcm_field_qualify_Drop( 0, 1073741831, 1, 1 )",
+                                                  "bcm_field_qualify_Drop( 0, -1, 1, 1 )" ) );
 }
 
 TEST_F( PreselectorTest, Set_PositiveReturnCode_IsASuccess )
@@ -235,9 +230,8 @@ TEST_F( PreselectorTest, SetDstAndSrcClass_OldValueWiderThan16Bits_LosesTheHighB
     TestSupport::TraceRecorder traces( PreselectorScene::facility, PreselectorScene::level4 );
     set( 8, 0x10, 0x20 );
     set( 137, 0x30, 0x40 );
-    EXPECT_THAT( traces.texts(),
-                 ElementsAre( ::testing::EndsWith( " data: 0x 11  mask: 0x22" ),
-                              ::testing::EndsWith( " data: 0x 33  mask: 0x44" ) ) );
+    EXPECT_THAT( traces.texts(), ElementsAre( ::testing::EndsWith( " data: 0x 11  mask: 0x22" ),
+                                              ::testing::EndsWith( " data: 0x 33  mask: 0x44" ) ) );
     EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0x11, 0x33, 0, 0, 0, 0 ) );
     EXPECT_THAT( fieldsOf( scene_.classMask ), ElementsAre( 0x22, 0x44, 0, 0, 0, 0 ) );
 }

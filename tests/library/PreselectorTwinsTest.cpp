@@ -85,14 +85,12 @@ TEST_F( PreselectorTwinsTest, Set_DropAndItsLike_AreProgrammedOrUnsupported )
         current( qualifier, 1, 1 );
         EXPECT_EQ( calls().size(), 1U ) << qualifier;
     }
-    for ( const Accessor qualifier : { &Sdk::bcmFieldQualifyDrop,
-                                       &Sdk::bcmFieldQualifyDropReason,
-                                       &Sdk::bcmFieldQualifyFrontPanelPkt,
-                                       &Sdk::bcmFieldQualifyIngressL2InterfaceOpaqueCtrlId,
-                                       &Sdk::bcmFieldQualifyL2PktType,
-                                       &Sdk::bcmFieldQualifyOverlayL2PktType,
-                                       &Sdk::bcmFieldQualifyProtocolPktOpaqueCtrlId,
-                                       &Sdk::bcmFieldQualifyTunnelTerminated } ) {
+    for ( const Accessor qualifier :
+          { &Sdk::bcmFieldQualifyDrop, &Sdk::bcmFieldQualifyDropReason,
+            &Sdk::bcmFieldQualifyFrontPanelPkt, &Sdk::bcmFieldQualifyIngressL2InterfaceOpaqueCtrlId,
+            &Sdk::bcmFieldQualifyL2PktType, &Sdk::bcmFieldQualifyOverlayL2PktType,
+            &Sdk::bcmFieldQualifyProtocolPktOpaqueCtrlId,
+            &Sdk::bcmFieldQualifyTunnelTerminated } ) {
         expectLegacyUnsupported( qualifier );
     }
 }
@@ -100,9 +98,8 @@ TEST_F( PreselectorTwinsTest, Set_DropAndItsLike_AreProgrammedOrUnsupported )
 TEST_F( PreselectorTwinsTest, Set_OverlayPktType_IsProgrammedOrRefused )
 {
     current( 127, 1, 0 );
-    EXPECT_THAT( calls(),
-                 ElementsAre( "bcm_field_qualify_OverlayPktType( 3, 1073741831, "
-                              "bcmFieldPktTypeL2UnknownUcast )" ) );
+    EXPECT_THAT( calls(), ElementsAre( "bcm_field_qualify_OverlayPktType( 3, 1073741831, "
+                                       "bcmFieldPktTypeL2UnknownUcast )" ) );
     expectAssertion( "Assertion `false && \"In old version OverlayPktType is unsupported preselect "
                      "qualifier\"' failed.",
                      [ this ] { legacy( &Sdk::bcmFieldQualifyOverlayPktType, 1, 0 ); } );

@@ -193,9 +193,8 @@ TEST_F( ProbeLibraryTest, ApiTraceHandle_MadeAtLoad_TracesTheCall )
     Shim::sdk_ = nullptr;
     ASSERT_EQ( traces.lines().size(), 1U );
     const TestSupport::RecordedLine line = traces.lines()[ 0 ];
-    EXPECT_EQ( line.text,
-               "tests/library/probe/Probe.cpp:" + std::to_string( line.line ) +
-                   " bcm_range_destroy( 0, 1 ) (rc:0)" );
+    EXPECT_EQ( line.text, "tests/library/probe/Probe.cpp:" + std::to_string( line.line ) +
+                              " bcm_range_destroy( 0, 1 ) (rc:0)" );
 }
 
 TEST_F( ProbeLibraryTest, LogHandles_MadeAtLoad_RaiseTheirMessages )
@@ -211,9 +210,8 @@ TEST_F( ProbeLibraryTest, LogHandles_MadeAtLoad_RaiseTheirMessages )
     handleInitialized( *make( "Probe::Bell", 1, 2 ) );
     Agent::logSinkIs( previous );
     Shim::sdk_ = nullptr;
-    EXPECT_THAT( raised,
-                 ElementsAre( "%4-PROBE_LAMP_BROKEN: A lamp is broken",
-                              "%6-PROBE_LAMP_MENDED: A lamp is mended" ) );
+    EXPECT_THAT( raised, ElementsAre( "%4-PROBE_LAMP_BROKEN: A lamp is broken",
+                                      "%6-PROBE_LAMP_MENDED: A lamp is mended" ) );
 }
 
 // ---- The section of log messages, in the file ------------------------------------------------
@@ -235,11 +233,10 @@ std::vector< Message > messagesOf( const ElfFile& file )
     EXPECT_EQ( size % sizeof( Agent::LogDescriptor ), 0U );
     std::vector< Message > messages;
     for ( std::size_t at = 0; at < size; at += sizeof( Agent::LogDescriptor ) ) {
-        messages.push_back( { file.textBehindPointerIn( section, at ),
-                              file.textBehindPointerIn( section, at + 8 ),
-                              file.textBehindPointerIn( section, at + 16 ),
-                              file.textBehindPointerIn( section, at + 24 ),
-                              file.numberIn( section, at + 32 ) } );
+        messages.push_back(
+            { file.textBehindPointerIn( section, at ), file.textBehindPointerIn( section, at + 8 ),
+              file.textBehindPointerIn( section, at + 16 ),
+              file.textBehindPointerIn( section, at + 24 ), file.numberIn( section, at + 32 ) } );
     }
     return messages;
 }

@@ -53,18 +53,13 @@ class QualifierMapTest : public ::testing::Test
 
     static void expectUnmapped( QualifierType type )
     {
-        expectDeath( [ & ] { static_cast< void >( getBcmQualifier( type ) ); },
-                     "",
-                     source,
-                     "getBcmQualifier",
-                     "qualifierMap.find( qtype ) != qualifierMap.end()" );
+        expectDeath( [ & ] { static_cast< void >( getBcmQualifier( type ) ); }, "", source,
+                     "getBcmQualifier", "qualifierMap.find( qtype ) != qualifierMap.end()" );
     }
 
     static void expectUnmapped( bcm_field_qualify_t sdkQualifier )
     {
-        expectDeath( [ & ] { static_cast< void >( getBcmQualifier( sdkQualifier ) ); },
-                     "",
-                     source,
+        expectDeath( [ & ] { static_cast< void >( getBcmQualifier( sdkQualifier ) ); }, "", source,
                      "getBcmQualifier",
                      "qualifierReverseMap.find( qual ) != qualifierReverseMap.end()" );
     }

@@ -71,9 +71,7 @@ TEST_F( QualifierSetTest, Build_OfSeveral_AddsThemInTheOrderOfTheirNumbers )
     const bcm_field_qset_t qset = getBcmQualifierSet(
         QualifierSet{ QualifierType::stage, QualifierType::drop, QualifierType::ipType } );
     EXPECT_THAT( scene_.sdk.setCalls,
-                 ElementsAre( "init",
-                              add( "bcmFieldQualifyDrop" ),
-                              add( "bcmFieldQualifyIpType" ),
+                 ElementsAre( "init", add( "bcmFieldQualifyDrop" ), add( "bcmFieldQualifyIpType" ),
                               add( "bcmFieldQualifyStage" ) ) );
     EXPECT_TRUE( scene_.chip.BCM_FIELD_QSET_TEST( &qset, scene_.chip.bcmFieldQualifyIpType() ) );
     EXPECT_FALSE( scene_.chip.BCM_FIELD_QSET_TEST( &qset, scene_.chip.bcmFieldQualifySrcIp() ) );
@@ -82,10 +80,8 @@ TEST_F( QualifierSetTest, Build_OfSeveral_AddsThemInTheOrderOfTheirNumbers )
 TEST_F( QualifierSetTest, Build_OfAGroupOfTypes_AddsTheSdkQualifierForEach )
 {
     static_cast< void >( getBcmQualifierSet( QualifierSet{ qualifier( 36 ), qualifier( 37 ) } ) );
-    EXPECT_THAT( scene_.sdk.setCalls,
-                 ElementsAre( "init",
-                              add( "bcmFieldQualifyDstRouteHit" ),
-                              add( "bcmFieldQualifyDstRouteHit" ) ) );
+    EXPECT_THAT( scene_.sdk.setCalls, ElementsAre( "init", add( "bcmFieldQualifyDstRouteHit" ),
+                                                   add( "bcmFieldQualifyDstRouteHit" ) ) );
 }
 
 TEST_F( QualifierSetTest, Build_WithAnUnmappedQualifier_NamesItAndDies )
@@ -95,15 +91,11 @@ TEST_F( QualifierSetTest, Build_WithAnUnmappedQualifier_NamesItAndDies )
             static_cast< void >(
                 getBcmQualifierSet( QualifierSet{ qualifier( 5 ), qualifier( 13 ) } ) );
         },
-        "Unsupported qualifier dstIp6High\n",
-        source,
-        "getBcmQualifierSet",
+        "Unsupported qualifier dstIp6High\n", source, "getBcmQualifierSet",
         "\"false\" == nullptr" );
     expectDeath(
         [] { static_cast< void >( getBcmQualifierSet( QualifierSet{ qualifier( 255 ) } ) ); },
-        "Unsupported qualifier QualifierType(255)\n",
-        source,
-        "getBcmQualifierSet",
+        "Unsupported qualifier QualifierType(255)\n", source, "getBcmQualifierSet",
         "\"false\" == nullptr" );
 }
 
@@ -114,9 +106,7 @@ TEST_F( QualifierSetTest, Build_StandardErrorSpoilt_NamesTheQualifierAllTheSame 
             spoilStandardError();
             static_cast< void >( getBcmQualifierSet( QualifierSet{ qualifier( 255 ) } ) );
         },
-        "Unsupported qualifier QualifierType(255)\n",
-        source,
-        "getBcmQualifierSet",
+        "Unsupported qualifier QualifierType(255)\n", source, "getBcmQualifierSet",
         "\"false\" == nullptr" );
 }
 
@@ -125,10 +115,7 @@ TEST_F( QualifierSetTest, Build_BeforeTheMapIsBuilt_Dies )
     clear();
     expectDeath(
         [] { static_cast< void >( getBcmQualifierSet( QualifierSet{ QualifierType::drop } ) ); },
-        "Unsupported qualifier drop\n",
-        source,
-        "getBcmQualifierSet",
-        "\"false\" == nullptr" );
+        "Unsupported qualifier drop\n", source, "getBcmQualifierSet", "\"false\" == nullptr" );
 }
 
 TEST_F( QualifierSetTest, ReadBack_OfEveryTypeThatIsTheSmallestOfItsGroup_GivesItAgain )

@@ -33,8 +33,7 @@ TEST( Sdk6CounterLifeTest, BuiltTable_HasTheOperationsInTheirOrder )
     EXPECT_THAT( virtualSlots( *newHelper() ),
                  ElementsAre( "PeloraTcamSdk6CounterHelper::~PeloraTcamSdk6CounterHelper",
                               "PeloraTcamSdk6CounterHelper::~PeloraTcamSdk6CounterHelper",
-                              "Node::lastUserGone",
-                              "Node::publisher",
+                              "Node::lastUserGone", "Node::publisher",
                               "PeloraTcamSdk6CounterHelper::typeData",
                               "PeloraTcamSdk6CounterHelper::allocateCounter",
                               "PeloraTcamSdk6CounterHelper::freeCounter",
@@ -133,8 +132,8 @@ TEST( Sdk6CounterLifeTest, AttributeOperation_OfTheClassItself_ServesTheEviction
             Helper::attributeOperation( *helper, { attribute }, AttributeOperation::read, &result ),
             2 );
     }
-    EXPECT_EQ( Helper::attributeOperation(
-                   *helper, { "evictionHelper" }, AttributeOperation::create, &result ),
+    EXPECT_EQ( Helper::attributeOperation( *helper, { "evictionHelper" },
+                                           AttributeOperation::create, &result ),
                1 );
     EXPECT_EQ( result, nullptr );
 }

@@ -32,8 +32,8 @@ class Sdk6CounterOrderTest : public Sdk6CounterScene
     void expectTracesThenNoEviction( const std::string& line,
                                      const std::function< void() >& operation )
     {
-        expectTracesThenAssertion(
-            facility, { line }, site( "evictionHelper" ), noInitFunc, operation );
+        expectTracesThenAssertion( facility, { line }, site( "evictionHelper" ), noInitFunc,
+                                   operation );
     }
 
     /// What all facilities write while an operation runs.
@@ -83,13 +83,10 @@ TEST_F( Sdk6CounterOrderTest, Operations_OddTypes_TraceThenDie )
 {
     expectTracesThenAssertion( facility,
                                { "9 verifyCounters stats: 31 counter status: {invalid: 1}" },
-                               site( "verifyCounters" ),
-                               "0 && \"Invalid counter type\"",
-                               [ this ] {
+                               site( "verifyCounters" ), "0 && \"Invalid counter type\"", [ this ] {
                                    helper->verifyCounters( 31, { { CounterType::invalid, 1 } } );
                                } );
-    expectTracesThenAssertion( facility,
-                               { "9 allocateCounter GroupId: 0x1000005 EntryId: 0x1" },
+    expectTracesThenAssertion( facility, { "9 allocateCounter GroupId: 0x1000005 EntryId: 0x1" },
                                site( "translateStatType" ),
                                "false && \"invalid counter type requested\"",
                                [ this ] { allocate( setOf( { 0 } ) ); } );
@@ -99,12 +96,10 @@ TEST_F( Sdk6CounterOrderTest, GetHwIdx_QueryFails_DiesWithoutTheAnswersTrace )
 {
     eviction->poolIndicesAvailableIs( true );
     sdk.on.korvel_bcm_esw_field_stat_pool_index_get = returns( -1 );
-    expectTracesThenAssertion(
-        facility,
-        { "9 getCounterHwIdx statId  31 Type : bytes" },
-        site( "getCounterHwIdx" ),
-        "BCM_E_NONE == rc",
-        [ this ] { helper->getCounterHwIdx( 31, CounterType::bytes, stageIfp() ); } );
+    expectTracesThenAssertion( facility, { "9 getCounterHwIdx statId  31 Type : bytes" },
+                               site( "getCounterHwIdx" ), "BCM_E_NONE == rc", [ this ] {
+                                   helper->getCounterHwIdx( 31, CounterType::bytes, stageIfp() );
+                               } );
 }
 
 TEST_F( Sdk6CounterOrderTest, GetHwIdx_NoPoolSupport_DoesNotTranslateTheType )
@@ -115,18 +110,13 @@ TEST_F( Sdk6CounterOrderTest, GetHwIdx_NoPoolSupport_DoesNotTranslateTheType )
 
 TEST_F( Sdk6CounterOrderTest, HandleInitialized_FlagClear_TracesThenDies )
 {
-    expectTracesThenAssertion( facility,
-                               { "8 handleInitialized" },
-                               site( "handleInitialized" ),
-                               "initialized()",
-                               [ this ] { helper->handleInitialized(); } );
+    expectTracesThenAssertion( facility, { "8 handleInitialized" }, site( "handleInitialized" ),
+                               "initialized()", [ this ] { helper->handleInitialized(); } );
 }
 
 TEST_F( Sdk6CounterOrderTest, HandleFlashDownload_Any_DiesWithoutATrace )
 {
-    expectTracesThenAssertion( facility,
-                               {},
-                               site( "handleFlashDownload" ),
+    expectTracesThenAssertion( facility, {}, site( "handleFlashDownload" ),
                                "false && \"Call to unimplemented interface handleFlashDownload\"",
                                [ this ] { helper->handleFlashDownload(); } );
 }
@@ -146,8 +136,7 @@ TEST_F( Sdk6CounterOrderTest, Operations_Everything_TheirOwnLineComesFirst )
     EXPECT_THAT( textsOf( [ & ] {
                      helper->getCounterHwIdx( info.statId, CounterType::bytes, stageIfp() );
                  } ),
-                 ElementsAre( StartsWith( "getCounterHwIdx" ),
-                              EndsWith( "&bcmpipe ) (rc:0)" ),
+                 ElementsAre( StartsWith( "getCounterHwIdx" ), EndsWith( "&bcmpipe ) (rc:0)" ),
                               StartsWith( "statId : 1" ) ) );
     EXPECT_THAT(
         textsOf( [ & ] { helper->clearHitsForEntry( info ); } ),
@@ -185,8 +174,7 @@ TEST_F( Sdk6CounterOrderTest, Operations_EverySdkCall_IsMadeWithTheLockReleased 
                               Pair( "bcm_field_entry_stat_detach", 1U ),
                               Pair( "bcm_field_stat_create", 1U ),
                               Pair( "bcm_field_stat_destroy", 1U ),
-                              Pair( "bcm_field_stat_get", 6U ),
-                              Pair( "bcm_field_stat_set", 2U ),
+                              Pair( "bcm_field_stat_get", 6U ), Pair( "bcm_field_stat_set", 2U ),
                               Pair( "korvel_bcm_esw_field_stat_pool_index_get", 1U ) ) );
 }
 

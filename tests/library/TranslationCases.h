@@ -99,8 +99,8 @@ TranslationCase bothWays( const char* name,
                           const char* assertionBack,
                           std::vector< ExpectedPair > pairs )
 {
-    auto translation = oneWay< AgentType, SdkType, map, lookUp >(
-        name, build, lookUpName, assertion, std::move( pairs ) );
+    auto translation = oneWay< AgentType, SdkType, map, lookUp >( name, build, lookUpName,
+                                                                  assertion, std::move( pairs ) );
     translation.reverse = [] { return numbersOf( reverseMap ); };
     translation.clear = [] {
         map.clear();

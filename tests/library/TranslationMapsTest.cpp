@@ -61,20 +61,14 @@ class TranslationMapsTest : public ::testing::TestWithParam< TranslationCase >
 
     void expectNoForwardEntry( U32 agentValue ) const
     {
-        expectDeath( [ & ] { static_cast< void >( translation_.lookUp( agentValue ) ); },
-                     "",
-                     source,
-                     translation_.lookUpName,
-                     translation_.assertion );
+        expectDeath( [ & ] { static_cast< void >( translation_.lookUp( agentValue ) ); }, "",
+                     source, translation_.lookUpName, translation_.assertion );
     }
 
     void expectNoReverseEntry( U32 sdkValue ) const
     {
-        expectDeath( [ & ] { static_cast< void >( translation_.lookUpBack( sdkValue ) ); },
-                     "",
-                     source,
-                     translation_.lookUpBackName,
-                     translation_.assertionBack );
+        expectDeath( [ & ] { static_cast< void >( translation_.lookUpBack( sdkValue ) ); }, "",
+                     source, translation_.lookUpBackName, translation_.assertionBack );
     }
 
     const TranslationCase translation_ = GetParam();
@@ -284,9 +278,7 @@ TEST( ActionParameterTest, EgressClassSelect_KeyWithTheRightLowByte_Dies )
             static_cast< void >(
                 getBcmActionParamEgressClassSelect( static_cast< EgressClassSelect >( 0x10B ) ) );
         },
-        "",
-        source,
-        "getBcmActionParamEgressClassSelect",
+        "", source, "getBcmActionParamEgressClassSelect",
         "actionParamEgressClassSelectMap.find( type ) != actionParamEgressClassSelectMap.end()" );
     actionParamEgressClassSelectMap.clear();
 }

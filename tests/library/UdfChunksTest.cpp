@@ -121,13 +121,11 @@ TYPED_TEST( GetPktFmtTest, GetPktFmt_BadDescriptor_DiesInTheSourceOfTheHelper )
     const SdkCallSite getPktFmt{ TypeParam::source, "getPktFmt", "" };
     UdfDesc desc = udfDescOf( 2, 2 );
     desc.appTypeIs( UdfAppType::macAcl );
-    this->expectAssertion( getPktFmt, "Cannot specify ethertype ip with mac ACL", [ & ] {
-        helper->programUdfInHw( desc );
-    } );
+    this->expectAssertion( getPktFmt, "Cannot specify ethertype ip with mac ACL",
+                           [ & ] { helper->programUdfInHw( desc ); } );
     desc.appTypeIs( static_cast< UdfAppType >( 4 ) );
-    this->expectAssertion( getPktFmt, "Specified invalid appType", [ & ] {
-        helper->removeUdfFromHw( desc, qualsOf( { 1 } ) );
-    } );
+    this->expectAssertion( getPktFmt, "Specified invalid appType",
+                           [ & ] { helper->removeUdfFromHw( desc, qualsOf( { 1 } ) ); } );
 }
 
 } // namespace

@@ -132,14 +132,14 @@ TEST_F( UdfCommonTest, SetUdfDataAndMask_Any_IsHandedOnAlone )
     std::array< unsigned char, 2 > data{ 1, 2 };
     std::array< unsigned char, 2 > mask{ 3, 4 };
     std::vector< int > numbers;
-    sdk.on.bcm_field_qualify_udf =
-        [ & ]( int onUnit, int entry, int udfId, int length, uint8_t* d, uint8_t* m ) {
-            numbers = { onUnit, entry, udfId, length };
-            EXPECT_EQ( d, data.data() );
-            EXPECT_EQ( m, mask.data() );
-            EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
-            return -4;
-        };
+    sdk.on.bcm_field_qualify_udf = [ & ]( int onUnit, int entry, int udfId, int length, uint8_t* d,
+                                          uint8_t* m ) {
+        numbers = { onUnit, entry, udfId, length };
+        EXPECT_EQ( d, data.data() );
+        EXPECT_EQ( m, mask.data() );
+        EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
+        return -4;
+    };
     const TestSupport::TraceRecorder traces( "*", allTraceLevels );
     EXPECT_EQ( PeloraTcam::setUdfDataAndMask( 5, 11, 12, data.data(), mask.data(), 0xFFFF ), -4 );
     EXPECT_THAT( numbers, ElementsAre( 5, 11, 12, 0xFFFF ) );
@@ -154,16 +154,15 @@ TEST_F( UdfCommonTest, GetUdfDataAndMask_Any_GivesTheLow16BitsOfTheLengthAlsoOnF
         std::array< unsigned char, 2 > mask{};
         unsigned short actual = 4711;
         std::vector< int > numbers;
-        sdk.on.bcm_field_qualify_udf_get =
-            [ & ](
-                int onUnit, int entry, int udfId, int max, uint8_t* d, uint8_t* m, int* length ) {
-                numbers = { onUnit, entry, udfId, max };
-                EXPECT_EQ( d, data.data() );
-                EXPECT_EQ( m, mask.data() );
-                EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
-                *length = 0x30005;
-                return rc;
-            };
+        sdk.on.bcm_field_qualify_udf_get = [ & ]( int onUnit, int entry, int udfId, int max,
+                                                  uint8_t* d, uint8_t* m, int* length ) {
+            numbers = { onUnit, entry, udfId, max };
+            EXPECT_EQ( d, data.data() );
+            EXPECT_EQ( m, mask.data() );
+            EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
+            *length = 0x30005;
+            return rc;
+        };
         const TestSupport::TraceRecorder traces( "*", allTraceLevels );
         sdk.clear();
         EXPECT_EQ(

@@ -34,8 +34,8 @@ std::map< std::string, Message > messagesOf( const ElfFile& file )
         const auto text = [ & ]( std::size_t offset ) {
             return file.textBehindPointerIn( section, at + offset ).value_or( "null" );
         };
-        messages[ text( 0 ) ] = {
-            text( 8 ), text( 16 ), text( 24 ), file.numberIn( section, at + 32 ) };
+        messages[ text( 0 ) ] = { text( 8 ), text( 16 ), text( 24 ),
+                                  file.numberIn( section, at + 32 ) };
     }
     return messages;
 }
@@ -45,9 +45,7 @@ TEST( UdfLogMessagesTest, LogSection_OfTheFile_HoldsTheTwoMessages )
     const std::map< std::string, Message > expected = {
         { "PELORA_TCAM_UDF_HW_RESOURCE_NORMAL",
           { "All UDFs are programmed in hardware",
-            "The switch was able to program all the UDFs in the hardware.",
-            "",
-            3 } },
+            "The switch was able to program all the UDFs in the hardware.", "", 3 } },
         { "PELORA_TCAM_UDF_HW_RESOURCE_FULL",
           { "Hardware resources insufficient to program UDF",
             "The switch is unable to program UDF due to insufficient hardware resources. ",

@@ -59,8 +59,7 @@ class UdfModuleCreateTest : public UdfScene
 
 TEST_F( UdfModuleCreateTest, Create_TcpOverIp4_DescribesUdfAndFormat )
 {
-    expectAsked( udfDescOf( 2, 4 ),
-                 "layer: bcmUdfLayerL3OuterHeader, start: 16, width: 32",
+    expectAsked( udfDescOf( 2, 4 ), "layer: bcmUdfLayerL3OuterHeader, start: 16, width: 32",
                  "ethertype: 2048, ethertype_mask: 65535, l2: 0, "
                  "vlan_tag: bcmUdfPktFormatVlanTagAny, outer_ip: bcmUdfPktFormatIp4, "
                  "inner_ip: 0, tunnel: bcmUdfPktFormatTunnelNone, ip_protocol: 6, "
@@ -73,8 +72,7 @@ TEST_F( UdfModuleCreateTest, Create_Ip6WithPriority_SetsOuterIpAndPriority )
     desc.ethTypeIs( ip6 );
     desc.ipProtoIs( 0 );
     desc.priorityIs( 255 );
-    expectAsked( desc,
-                 "layer: bcmUdfLayerL3OuterHeader, start: 16, width: 32",
+    expectAsked( desc, "layer: bcmUdfLayerL3OuterHeader, start: 16, width: 32",
                  "ethertype: 34525, ethertype_mask: 65535, l2: 0, "
                  "vlan_tag: bcmUdfPktFormatVlanTagAny, outer_ip: bcmUdfPktFormatIp6, "
                  "inner_ip: 0, tunnel: bcmUdfPktFormatTunnelNone, ip_protocol: 0, "
@@ -87,8 +85,7 @@ TEST_F( UdfModuleCreateTest, Create_Arp_SetsL2AndLeavesOuterIp )
     desc.baseIs( PeloraTcam::UdfBaseL2Header_ );
     desc.ethTypeIs( arp );
     desc.ipProtoIs( 0 );
-    expectAsked( desc,
-                 "layer: bcmUdfLayerL2Header, start: 0, width: 16",
+    expectAsked( desc, "layer: bcmUdfLayerL2Header, start: 0, width: 16",
                  "ethertype: 2054, ethertype_mask: 65535, l2: bcmUdfPktFormatL2EthII, "
                  "vlan_tag: bcmUdfPktFormatVlanTagAny, outer_ip: 0, inner_ip: 0, "
                  "tunnel: bcmUdfPktFormatTunnelNone, ip_protocol: 0, ip_protocol_mask: 0, "
@@ -102,16 +99,14 @@ TEST_F( UdfModuleCreateTest, Create_GreCarryingIp_SetsTunnelAndInnerIp )
     desc.ipProtoIs( 47 );
     desc.innerEtherTypeIs( ip4 );
     const std::string udf = "layer: bcmUdfLayerL3InnerHeader, start: 16, width: 32";
-    expectAsked( desc,
-                 udf,
+    expectAsked( desc, udf,
                  "ethertype: 2048, ethertype_mask: 65535, l2: 0, "
                  "vlan_tag: bcmUdfPktFormatVlanTagAny, outer_ip: bcmUdfPktFormatIp4, "
                  "inner_ip: bcmUdfPktFormatIp4, tunnel: bcmUdfPktFormatTunnelGre, "
                  "ip_protocol: 47, ip_protocol_mask: 255, prio: 0" );
     desc.innerEtherTypeIs( ip6 );
     desc.ethTypeIs( ip6 );
-    expectAsked( desc,
-                 udf,
+    expectAsked( desc, udf,
                  "ethertype: 34525, ethertype_mask: 65535, l2: 0, "
                  "vlan_tag: bcmUdfPktFormatVlanTagAny, outer_ip: bcmUdfPktFormatIp6, "
                  "inner_ip: bcmUdfPktFormatIp6, tunnel: bcmUdfPktFormatTunnelGre, "
@@ -166,13 +161,9 @@ TEST_F( UdfModuleCreateTest, Create_NewFormat_MakesTheseCallsAndNoOthers )
     const QualIdList quals = create( udfDescOf() );
     EXPECT_EQ( quals, qualsOf( { 1 } ) );
     EXPECT_THAT( names(),
-                 ElementsAre( "bcm_udf_t_init",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "bcm_udf_alloc_hints_t_init",
-                              "BCM_FIELD_QSET_INIT",
-                              "bcm_udf_create",
-                              "bcm_udf_pkt_format_create",
-                              "bcm_udf_pkt_format_add" ) );
+                 ElementsAre( "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init",
+                              "bcm_udf_alloc_hints_t_init", "BCM_FIELD_QSET_INIT", "bcm_udf_create",
+                              "bcm_udf_pkt_format_create", "bcm_udf_pkt_format_add" ) );
     EXPECT_EQ( sdk.calls()[ 2 ], "bcm_udf_pkt_format_add( 5, 1, 1 )" );
     EXPECT_EQ( mapText(), "1: 1" );
     EXPECT_THAT( logged, IsEmpty() );
@@ -185,15 +176,10 @@ TEST_F( UdfModuleCreateTest, Create_SharedFormat_LooksItUpAndMakesNone )
     other.priorityIs( 9 );
     EXPECT_EQ( create( other ), qualsOf( { 2 } ) );
     EXPECT_THAT( names(),
-                 ElementsAre( "bcm_udf_t_init",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "bcm_udf_alloc_hints_t_init",
-                              "BCM_FIELD_QSET_INIT",
-                              "bcm_udf_create",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_info_get",
-                              "bcm_udf_pkt_format_add" ) );
+                 ElementsAre( "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init",
+                              "bcm_udf_alloc_hints_t_init", "BCM_FIELD_QSET_INIT", "bcm_udf_create",
+                              "bcm_udf_pkt_format_info_t_init", "preApiCall",
+                              "bcm_udf_pkt_format_info_get", "bcm_udf_pkt_format_add" ) );
     EXPECT_EQ( mapText(), "1: 1 2" );
 }
 
@@ -258,16 +244,10 @@ TEST_F( UdfModuleCreateTest, Create_ForTheHash_AddsTheConfigurationAfterTheAttac
 {
     EXPECT_EQ( create( lagDescOf() ), qualsOf( { 1 } ) );
     EXPECT_THAT( names(),
-                 ElementsAre( "bcm_udf_t_init",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "bcm_udf_alloc_hints_t_init",
-                              "BCM_FIELD_QSET_INIT",
-                              "BCM_FIELD_QSET_ADD",
-                              "bcm_udf_create",
-                              "bcm_udf_pkt_format_create",
-                              "bcm_udf_pkt_format_add",
-                              "bcm_udf_hash_config_t_init",
-                              "preApiCall",
+                 ElementsAre( "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init",
+                              "bcm_udf_alloc_hints_t_init", "BCM_FIELD_QSET_INIT",
+                              "BCM_FIELD_QSET_ADD", "bcm_udf_create", "bcm_udf_pkt_format_create",
+                              "bcm_udf_pkt_format_add", "bcm_udf_hash_config_t_init", "preApiCall",
                               "bcm_udf_hash_config_add" ) );
 }
 
@@ -320,13 +300,9 @@ TEST_F( UdfModuleCreateTest, Create_EachFailureOfTheAttachmentToANewFormat_Destr
 {
     for ( const SdkFailure& failure : allSdkFailures() ) {
         fail( "bcm_udf_pkt_format_add", failure.rc );
-        expectFails( udfDescOf(),
-                     { "bcm_udf_create",
-                       "bcm_udf_pkt_format_create",
-                       "bcm_udf_pkt_format_add",
-                       "bcm_udf_pkt_format_delete",
-                       "bcm_udf_pkt_format_destroy",
-                       "bcm_udf_destroy" } );
+        expectFails( udfDescOf(), { "bcm_udf_create", "bcm_udf_pkt_format_create",
+                                    "bcm_udf_pkt_format_add", "bcm_udf_pkt_format_delete",
+                                    "bcm_udf_pkt_format_destroy", "bcm_udf_destroy" } );
     }
     EXPECT_THAT( logged, IsEmpty() );
 }
@@ -337,11 +313,8 @@ TEST_F( UdfModuleCreateTest, Create_EachFailureOfTheAttachmentToASharedFormat_Ke
     for ( const SdkFailure& failure : allSdkFailures() ) {
         fail( "bcm_udf_pkt_format_add", failure.rc );
         expectFails( udfDescOf( 8, 2 ),
-                     { "bcm_udf_create",
-                       "bcm_udf_pkt_format_info_get",
-                       "bcm_udf_pkt_format_add",
-                       "bcm_udf_pkt_format_delete",
-                       "bcm_udf_destroy" } );
+                     { "bcm_udf_create", "bcm_udf_pkt_format_info_get", "bcm_udf_pkt_format_add",
+                       "bcm_udf_pkt_format_delete", "bcm_udf_destroy" } );
     }
     EXPECT_EQ( mapText(), "1: 1" );
 }
@@ -365,11 +338,8 @@ TEST_F( UdfModuleCreateTest, Create_FormatsRunOut_IsRefusedAndLogged )
     }
     desc.ipProtoIs( 1 );
     expectFails( desc,
-                 { "bcm_udf_create",
-                   "bcm_udf_pkt_format_info_get",
-                   "bcm_udf_pkt_format_info_get",
-                   "bcm_udf_pkt_format_create",
-                   "bcm_udf_destroy" } );
+                 { "bcm_udf_create", "bcm_udf_pkt_format_info_get", "bcm_udf_pkt_format_info_get",
+                   "bcm_udf_pkt_format_create", "bcm_udf_destroy" } );
     EXPECT_THAT( logged, ElementsAre( full ) );
 }
 
@@ -378,11 +348,8 @@ TEST_F( UdfModuleCreateTest, Create_FormatHasNoRoom_IsRefusedWithoutALog )
     made( udfDescOf( 2, 2 ) );
     made( udfDescOf( 4, 2 ) );
     expectFails( udfDescOf( 6, 2 ),
-                 { "bcm_udf_create",
-                   "bcm_udf_pkt_format_info_get",
-                   "bcm_udf_pkt_format_add",
-                   "bcm_udf_pkt_format_delete",
-                   "bcm_udf_destroy" } );
+                 { "bcm_udf_create", "bcm_udf_pkt_format_info_get", "bcm_udf_pkt_format_add",
+                   "bcm_udf_pkt_format_delete", "bcm_udf_destroy" } );
     EXPECT_THAT( logged, IsEmpty() );
 }
 
@@ -397,8 +364,7 @@ TEST_F( UdfModuleCreateTest, Create_NoMap_Dies )
 {
     formats = nullptr;
     expectAssertion( { udfSource, "PeloraTcam::createUdfQualifierUdfModule", "" },
-                     "pktFmtIdToUdfId",
-                     [ this ] { create( udfDescOf() ); } );
+                     "pktFmtIdToUdfId", [ this ] { create( udfDescOf() ); } );
 }
 
 TEST_F( UdfModuleCreateTest, Create_BadBase_DiesBeforeAnySdkCall )
@@ -411,8 +377,7 @@ TEST_F( UdfModuleCreateTest, Create_BadBase_DiesBeforeAnySdkCall )
     for ( const unsigned base : { 0U, 9U } ) {
         desc.baseIs( static_cast< PeloraTcam::UdfOffsetBase >( base ) );
         expectAssertion( { udfSource, "PeloraTcam::getUdfLayer", "" },
-                         "Invalid base UdfBasePacketStart_ used",
-                         [ & ] { create( desc ); } );
+                         "Invalid base UdfBasePacketStart_ used", [ & ] { create( desc ); } );
     }
 }
 
@@ -451,23 +416,17 @@ TEST_F( UdfModuleCreateTest, Create_StoredFormatCannotBeRead_Dies )
 TEST_F( UdfModuleCreateTest, Create_HashConfigurationsRunOut_Dies )
 {
     made( lagDescOf() );
-    expectFatalCall( { udfSource,
-                       "PeloraTcam::createUdfLagHashingModule",
+    expectFatalCall( { udfSource, "PeloraTcam::createUdfLagHashingModule",
                        "bcm_udf_hash_config_add( unit, BCM_UDF_HASH_ADD_O_NONE, &hash_config )" },
-                     -6,
-                     "Table full",
-                     [ this ] { create( lagDescOf() ); } );
+                     -6, "Table full", [ this ] { create( lagDescOf() ); } );
 }
 
 TEST_F( UdfModuleCreateTest, Create_UdfWasDropped_DiesInTheCleanup )
 {
     faulty.add( { { .function = "bcm_udf_create" }, Sim::DropCall{} } );
-    expectFatalCall( { udfSource,
-                       "PeloraTcam::cleanupUdfModuleFootprint",
+    expectFatalCall( { udfSource, "PeloraTcam::cleanupUdfModuleFootprint",
                        "bcm_udf_destroy( unit, udfIdToCleanup )" },
-                     -7,
-                     "Entry not found",
-                     [ this ] { create( udfDescOf() ); } );
+                     -7, "Entry not found", [ this ] { create( udfDescOf() ); } );
 }
 
 TEST_F( UdfModuleCreateTest, Create_SdkThrows_ExceptionPassesWithTheLocksHeld )

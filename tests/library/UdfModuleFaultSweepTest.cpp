@@ -158,10 +158,8 @@ class UdfModuleFaultSweepTest : public UdfScene
                 failCall( plan() + call, failure.rc );
                 const Ending& ending = calls[ call ].ending;
                 if ( ending.text != nullptr ) {
-                    expectFatalCall( { udfSource, ending.function, ending.text },
-                                     failure.rc,
-                                     failure.text,
-                                     operation );
+                    expectFatalCall( { udfSource, ending.function, ending.text }, failure.rc,
+                                     failure.text, operation );
                 } else {
                     expectRefused( desc, ending, failure.rc );
                 }

@@ -128,12 +128,10 @@ TEST_F( UdfModuleOrderTest, Create_SeveralThingsWrong_FirstOneEnds )
     desc.ethTypeIs( 0 );
     desc.innerEtherTypeIs( arp );
     expectAssertion( { udfSource, "PeloraTcam::getUdfLayer", "" },
-                     "Invalid base UdfBasePacketStart_ used",
-                     [ & ] { create( desc ); } );
+                     "Invalid base UdfBasePacketStart_ used", [ & ] { create( desc ); } );
     formats = nullptr;
     expectAssertion( { udfSource, "PeloraTcam::createUdfQualifierUdfModule", "" },
-                     "pktFmtIdToUdfId",
-                     [ & ] { create( desc ); } );
+                     "pktFmtIdToUdfId", [ & ] { create( desc ); } );
 }
 
 // Everything but "none" is a refusal, also a code that is no error code of the SDK.
@@ -151,8 +149,7 @@ TEST_F( UdfModuleOrderTest, Create_PositiveCode_IsARefusal )
     sdk.on.sdkErrorText = []( int ) { return "what"; };
     EXPECT_EQ( create( udfDescOf() ).qualIds(), 0U );
     EXPECT_THAT( traces.texts(),
-                 ElementsAre( " bcm_udf_create failed 1",
-                              " bcm_udf_pkt_format_create failed2",
+                 ElementsAre( " bcm_udf_create failed 1", " bcm_udf_pkt_format_create failed2",
                               " bcm_udf_pkt_format_add failed rc: what" ) );
     EXPECT_EQ( chipText(), before );
     EXPECT_EQ( mapText(), "" );
@@ -179,26 +176,22 @@ TEST_F( UdfModuleOrderTest, Create_OutOfResources_TracesThenLogsThenTraces )
         ElementsAre(
             entry,
             "Out of hw resources to create UDF. udf: base=UdfBaseL3Header_ normalized offset=2",
-            " bcm_udf_create failed -14",
-            entry,
-            " Creating new pkt format object",
+            " bcm_udf_create failed -14", entry, " Creating new pkt format object",
             " No hw resources to program UDF udf:base=UdfBaseL3Header_ normalized offset=2",
             " bcm_udf_pkt_format_create failed-14" ) );
 }
 
 TEST_F( UdfModuleOrderTest, Life_OfAHashingUdf_WritesTheseLinesInThisOrder )
 {
-    EXPECT_THAT( ringTextsOf( [ this ] { destroy( lagDescOf(), create( lagDescOf() ) ); } ),
-                 ElementsAre( "createUdfQualifierUdfModule mod:5 ethType: 2048 appType: 0 base: "
-                              "UdfBaseL3Header_ offset: 2 length: 2 ipProto: 6 innerEtherType: 0 "
-                              "priority: 0 lagHashingMask: ff0f0000",
-                              " Creating new pkt format object",
-                              "createUdfLagHashingModule unit 5 udfId 1",
-                              " Added lag hashing config for Udf Id: 1",
-                              " Udf Id: 1 Pkt Fmt Id: 1",
-                              "destroyUdfQualifierUdfModule",
-                              "destroyUdfLagHashingModule unit 5 udfId 1",
-                              "Removed lag hashing config for Udf Id: 1" ) );
+    EXPECT_THAT(
+        ringTextsOf( [ this ] { destroy( lagDescOf(), create( lagDescOf() ) ); } ),
+        ElementsAre( "createUdfQualifierUdfModule mod:5 ethType: 2048 appType: 0 base: "
+                     "UdfBaseL3Header_ offset: 2 length: 2 ipProto: 6 innerEtherType: 0 "
+                     "priority: 0 lagHashingMask: ff0f0000",
+                     " Creating new pkt format object", "createUdfLagHashingModule unit 5 udfId 1",
+                     " Added lag hashing config for Udf Id: 1", " Udf Id: 1 Pkt Fmt Id: 1",
+                     "destroyUdfQualifierUdfModule", "destroyUdfLagHashingModule unit 5 udfId 1",
+                     "Removed lag hashing config for Udf Id: 1" ) );
 }
 
 TEST_F( UdfModuleOrderTest, Create_SharedFormat_TracesItsOwnIdAndTheFormats )
@@ -260,8 +253,7 @@ TEST_F( UdfModuleOrderTest, Program_MapTakenOut_Dies )
     const auto helper = PeloraTcam::udfModuleHelperFactory( unit, 0, true );
     helper->pktFmtIdToUdfIdDel();
     expectAssertion( { udfSource, "PeloraTcam::createUdfQualifierUdfModule", "" },
-                     "pktFmtIdToUdfId",
-                     [ & ] { helper->programUdfInHw( udfDescOf() ); } );
+                     "pktFmtIdToUdfId", [ & ] { helper->programUdfInHw( udfDescOf() ); } );
 }
 
 TEST_F( UdfModuleOrderTest, Create_NoMap_DiesBeforeItTraces )

@@ -33,13 +33,9 @@ TEST_F( UdfModuleRemoveTest, Destroy_OnlyUser_DestroysFormatThenUdf )
     const QualIdList quals = made();
     destroy( udfDescOf(), quals );
     EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "preApiCall()",
-                              "bcm_udf_pkt_format_get_all( 5, 1, 1, &, & )",
-                              "preApiCall()",
-                              "bcm_udf_pkt_format_delete( 5, 1, 1 )",
-                              "preApiCall()",
-                              "bcm_udf_pkt_format_destroy( 5, 1 )",
-                              "preApiCall()",
+                 ElementsAre( "preApiCall()", "bcm_udf_pkt_format_get_all( 5, 1, 1, &, & )",
+                              "preApiCall()", "bcm_udf_pkt_format_delete( 5, 1, 1 )",
+                              "preApiCall()", "bcm_udf_pkt_format_destroy( 5, 1 )", "preApiCall()",
                               "bcm_udf_destroy( 5, 1 )" ) );
     EXPECT_EQ( chipText(), "" );
     EXPECT_EQ( mapText(), "" );
@@ -52,8 +48,7 @@ TEST_F( UdfModuleRemoveTest, Destroy_FirstOfTwo_KeepsTheFormatAndTheOther )
     destroy( udfDescOf( 2, 2 ), first );
     EXPECT_THAT( sdk.calls(),
                  ElementsAre( "bcm_udf_pkt_format_get_all( 5, 1, 1, &, & )",
-                              "bcm_udf_pkt_format_delete( 5, 1, 1 )",
-                              "bcm_udf_destroy( 5, 1 )" ) );
+                              "bcm_udf_pkt_format_delete( 5, 1, 1 )", "bcm_udf_destroy( 5, 1 )" ) );
     EXPECT_EQ( mapText(), "1: 2" );
     verify( udfDescOf( 8, 2 ), second );
     destroy( udfDescOf( 8, 2 ), second );
@@ -66,17 +61,11 @@ TEST_F( UdfModuleRemoveTest, Destroy_ForTheHash_RemovesTheConfigurationFirst )
     const QualIdList quals = made( lagDescOf() );
     destroy( lagDescOf(), quals );
     EXPECT_THAT( names(),
-                 ElementsAre( "bcm_udf_hash_config_t_init",
-                              "preApiCall",
-                              "bcm_udf_hash_config_delete",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_get_all",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_delete",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_destroy",
-                              "preApiCall",
-                              "bcm_udf_destroy" ) );
+                 ElementsAre( "bcm_udf_hash_config_t_init", "preApiCall",
+                              "bcm_udf_hash_config_delete", "preApiCall",
+                              "bcm_udf_pkt_format_get_all", "preApiCall",
+                              "bcm_udf_pkt_format_delete", "preApiCall",
+                              "bcm_udf_pkt_format_destroy", "preApiCall", "bcm_udf_destroy" ) );
     EXPECT_EQ( chipText(), "" );
 }
 
@@ -104,13 +93,11 @@ TEST_F( UdfModuleRemoveTest, Destroy_EachFailureOfEachCall_Dies )
     const QualIdList quals = made( lagDescOf() );
     const auto remove = [ & ] { destroy( lagDescOf(), quals ); };
     expectFatal( "bcm_udf_hash_config_delete",
-                 { udfSource,
-                   "PeloraTcam::destroyUdfLagHashingModule",
+                 { udfSource, "PeloraTcam::destroyUdfLagHashingModule",
                    "bcm_udf_hash_config_delete( unit, &hash_config )" },
                  remove );
     expectFatal( "bcm_udf_pkt_format_get_all",
-                 { udfSource,
-                   destroyFunction,
+                 { udfSource, destroyFunction,
                    "bcm_udf_pkt_format_get_all( unit, udfId, 1, &pktFmtId, &actual )" },
                  remove );
     expectFatal(
@@ -121,8 +108,7 @@ TEST_F( UdfModuleRemoveTest, Destroy_EachFailureOfEachCall_Dies )
                  { udfSource, destroyFunction, "bcm_udf_pkt_format_destroy( unit, pktFmtId )" },
                  remove );
     expectFatal( "bcm_udf_destroy",
-                 { udfSource, destroyFunction, "bcm_udf_destroy( unit, udfId )" },
-                 remove );
+                 { udfSource, destroyFunction, "bcm_udf_destroy( unit, udfId )" }, remove );
 }
 
 TEST_F( UdfModuleRemoveTest, Destroy_NotAttachedToOneFormat_Dies )
@@ -131,9 +117,8 @@ TEST_F( UdfModuleRemoveTest, Destroy_NotAttachedToOneFormat_Dies )
     for ( const uint64_t actual : { 0U, 2U } ) {
         faulty.clearFaults();
         corrupt( "bcm_udf_pkt_format_get_all", "actual", actual );
-        expectAssertion( { udfSource, destroyFunction, "" }, "actual == 1", [ & ] {
-            destroy( udfDescOf(), quals );
-        } );
+        expectAssertion( { udfSource, destroyFunction, "" }, "actual == 1",
+                         [ & ] { destroy( udfDescOf(), quals ); } );
     }
 }
 
@@ -141,9 +126,8 @@ TEST_F( UdfModuleRemoveTest, Destroy_MapDoesNotListTheUdf_Dies )
 {
     const QualIdList quals = made();
     const auto expectUnlisted = [ & ] {
-        expectAssertion( { udfSource, destroyFunction, "" }, "udfs.udfIdHas( id )", [ & ] {
-            destroy( udfDescOf(), quals );
-        } );
+        expectAssertion( { udfSource, destroyFunction, "" }, "udfs.udfIdHas( id )",
+                         [ & ] { destroy( udfDescOf(), quals ); } );
     };
     mapIs( 1, udfsOf( { 2 } ) );
     expectUnlisted();
@@ -153,9 +137,8 @@ TEST_F( UdfModuleRemoveTest, Destroy_MapDoesNotListTheUdf_Dies )
 
 TEST_F( UdfModuleRemoveTest, Destroy_NoId_Dies )
 {
-    expectAssertion( { udfSource, "firstUdfId", "" }, "quals.qualIds()", [ this ] {
-        destroy( udfDescOf(), {} );
-    } );
+    expectAssertion( { udfSource, "firstUdfId", "" }, "quals.qualIds()",
+                     [ this ] { destroy( udfDescOf(), {} ); } );
 }
 
 TEST_F( UdfModuleRemoveTest, Destroy_DetachmentWasDropped_Dies )
@@ -163,8 +146,7 @@ TEST_F( UdfModuleRemoveTest, Destroy_DetachmentWasDropped_Dies )
     const QualIdList quals = made();
     faulty.addFromNow( { { .function = "bcm_udf_pkt_format_delete" }, Sim::DropCall{} } );
     expectFatalCall( { udfSource, destroyFunction, "bcm_udf_pkt_format_destroy( unit, pktFmtId )" },
-                     -10,
-                     "Operation still running or object in use",
+                     -10, "Operation still running or object in use",
                      [ & ] { destroy( udfDescOf(), quals ); } );
 }
 
@@ -189,10 +171,8 @@ TEST_F( UdfModuleRemoveTest, Cleanup_FormatOfTheMap_IsKept )
     sdk.on.bcm_udf_pkt_format_delete = returns( -7 );
     sdk.on.bcm_udf_destroy = returns( 0 );
     EXPECT_EQ( cleanup( footprintOf( 3, qualsOf( { 7 } ) ) ), QualIdList() );
-    EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "bcm_udf_pkt_format_delete( 5, 7, 3 )",
-                              "preApiCall()",
-                              "bcm_udf_destroy( 5, 7 )" ) );
+    EXPECT_THAT( sdk.allCalls(), ElementsAre( "bcm_udf_pkt_format_delete( 5, 7, 3 )",
+                                              "preApiCall()", "bcm_udf_destroy( 5, 7 )" ) );
     EXPECT_EQ( mapText(), "3: 1" );
 }
 
@@ -203,12 +183,9 @@ TEST_F( UdfModuleRemoveTest, Cleanup_FormatOutsideTheMap_IsDestroyedBeforeTheUdf
     sdk.on.bcm_udf_pkt_format_destroy = returns( 0 );
     sdk.on.bcm_udf_destroy = returns( 0 );
     EXPECT_EQ( cleanup( footprintOf( 3, qualsOf( { 7 } ) ) ), QualIdList() );
-    EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "bcm_udf_pkt_format_delete( 5, 7, 3 )",
-                              "preApiCall()",
-                              "bcm_udf_pkt_format_destroy( 5, 3 )",
-                              "preApiCall()",
-                              "bcm_udf_destroy( 5, 7 )" ) );
+    EXPECT_THAT( sdk.allCalls(), ElementsAre( "bcm_udf_pkt_format_delete( 5, 7, 3 )",
+                                              "preApiCall()", "bcm_udf_pkt_format_destroy( 5, 3 )",
+                                              "preApiCall()", "bcm_udf_destroy( 5, 7 )" ) );
     EXPECT_EQ( mapText(), "4: 1" );
 }
 
@@ -222,34 +199,30 @@ TEST_F( UdfModuleRemoveTest, Cleanup_OtherUnusualIdsAndCodes_AreAsGoodAsAny )
     cleanup( footprintOf( -2, qualsOf( { 0xFFFFFFFE } ) ) );
     EXPECT_THAT( sdk.calls(),
                  ElementsAre( "bcm_udf_pkt_format_delete( 5, 0, 0 )",
-                              "bcm_udf_pkt_format_destroy( 5, 0 )",
-                              "bcm_udf_destroy( 5, 0 )",
+                              "bcm_udf_pkt_format_destroy( 5, 0 )", "bcm_udf_destroy( 5, 0 )",
                               "bcm_udf_pkt_format_delete( 5, -2, -2 )",
-                              "bcm_udf_pkt_format_destroy( 5, -2 )",
-                              "bcm_udf_destroy( 5, -2 )" ) );
+                              "bcm_udf_pkt_format_destroy( 5, -2 )", "bcm_udf_destroy( 5, -2 )" ) );
 }
 
 TEST_F( UdfModuleRemoveTest, Cleanup_DetachmentSucceeds_Dies )
 {
     sdk.on.bcm_udf_pkt_format_delete = returns( 0 );
     for ( const int format : { 3, 0 } ) {
-        expectAssertion( { udfSource, cleanupFunction, "" }, "rc != BCM_E_NONE", [ & ] {
-            cleanup( footprintOf( format, qualsOf( { 7 } ) ) );
-        } );
+        expectAssertion( { udfSource, cleanupFunction, "" }, "rc != BCM_E_NONE",
+                         [ & ] { cleanup( footprintOf( format, qualsOf( { 7 } ) ) ); } );
     }
 }
 
 TEST_F( UdfModuleRemoveTest, Cleanup_FootprintMakesNoSense_Dies )
 {
     const SdkCallSite site{ udfSource, cleanupFunction, "" };
-    expectAssertion(
-        site, "hwFootprint.pktFmtId == -1", [ this ] { cleanup( footprintOf( 3, {} ) ); } );
+    expectAssertion( site, "hwFootprint.pktFmtId == -1",
+                     [ this ] { cleanup( footprintOf( 3, {} ) ); } );
     expectAssertion( site, "hwFootprint.udfIds.qualIds() == 1", [ this ] {
         cleanup( footprintOf( -1, qualsOf( { 7, 8 } ) ) );
     } );
-    expectAssertion( site, "udfIdToCleanup != -1", [ this ] {
-        cleanup( footprintOf( -1, qualsOf( { 0xFFFFFFFF } ) ) );
-    } );
+    expectAssertion( site, "udfIdToCleanup != -1",
+                     [ this ] { cleanup( footprintOf( -1, qualsOf( { 0xFFFFFFFF } ) ) ); } );
 }
 
 TEST_F( UdfModuleRemoveTest, Cleanup_EachFailureOfEachCheckedCall_Dies )
@@ -262,8 +235,7 @@ TEST_F( UdfModuleRemoveTest, Cleanup_EachFailureOfEachCheckedCall_Dies )
         clean );
     sdk.on.bcm_udf_pkt_format_destroy = returns( 0 );
     expectFatal( "bcm_udf_destroy",
-                 { udfSource, cleanupFunction, "bcm_udf_destroy( unit, udfIdToCleanup )" },
-                 clean );
+                 { udfSource, cleanupFunction, "bcm_udf_destroy( unit, udfIdToCleanup )" }, clean );
 }
 
 } // namespace

@@ -83,37 +83,22 @@ TEST_F( UdfModuleSequenceTest, Life_OfAHashingUdf_IsThisSequence )
 {
     QualIdList quals;
     EXPECT_THAT( eventsOf( [ & ] { quals = create( lagDescOf() ); } ),
-                 ElementsAre( lagEntry,
-                              "bcm_udf_t_init",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "bcm_udf_alloc_hints_t_init",
-                              "BCM_FIELD_QSET_INIT",
-                              "BCM_FIELD_QSET_ADD",
-                              "bcm_udf_create",
-                              " Creating new pkt format object",
-                              "bcm_udf_pkt_format_create",
-                              "bcm_udf_pkt_format_add",
-                              "createUdfLagHashingModule unit 5 udfId 1",
-                              "bcm_udf_hash_config_t_init",
-                              "preApiCall",
-                              "bcm_udf_hash_config_add",
+                 ElementsAre( lagEntry, "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init",
+                              "bcm_udf_alloc_hints_t_init", "BCM_FIELD_QSET_INIT",
+                              "BCM_FIELD_QSET_ADD", "bcm_udf_create",
+                              " Creating new pkt format object", "bcm_udf_pkt_format_create",
+                              "bcm_udf_pkt_format_add", "createUdfLagHashingModule unit 5 udfId 1",
+                              "bcm_udf_hash_config_t_init", "preApiCall", "bcm_udf_hash_config_add",
                               " Added lag hashing config for Udf Id: 1",
                               " Udf Id: 1 Pkt Fmt Id: 1" ) );
-    EXPECT_THAT( eventsOf( [ & ] { destroy( lagDescOf(), quals ); } ),
-                 ElementsAre( "destroyUdfQualifierUdfModule",
-                              "destroyUdfLagHashingModule unit 5 udfId 1",
-                              "bcm_udf_hash_config_t_init",
-                              "preApiCall",
-                              "bcm_udf_hash_config_delete",
-                              "Removed lag hashing config for Udf Id: 1",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_get_all",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_delete",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_destroy",
-                              "preApiCall",
-                              "bcm_udf_destroy" ) );
+    EXPECT_THAT(
+        eventsOf( [ & ] { destroy( lagDescOf(), quals ); } ),
+        ElementsAre( "destroyUdfQualifierUdfModule", "destroyUdfLagHashingModule unit 5 udfId 1",
+                     "bcm_udf_hash_config_t_init", "preApiCall", "bcm_udf_hash_config_delete",
+                     "Removed lag hashing config for Udf Id: 1", "preApiCall",
+                     "bcm_udf_pkt_format_get_all", "preApiCall", "bcm_udf_pkt_format_delete",
+                     "preApiCall", "bcm_udf_pkt_format_destroy", "preApiCall",
+                     "bcm_udf_destroy" ) );
 }
 
 TEST_F( UdfModuleSequenceTest, Create_SecondFormatMatches_IsThisSequence )
@@ -133,24 +118,13 @@ TEST_F( UdfModuleSequenceTest, Create_SecondFormatMatches_IsThisSequence )
                " ip_protocol: " + protocols + " ip_protocol_mask: 255 255 inner_ip: 0 0";
     };
     EXPECT_THAT( eventsOfCreate( udfDescOf( 2, 2 ) ),
-                 ElementsAre( entry,
-                              "bcm_udf_t_init",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "bcm_udf_alloc_hints_t_init",
-                              "BCM_FIELD_QSET_INIT",
-                              "bcm_udf_create",
-                              " Looking at pkt fmt id: 1",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_info_get",
-                              fields( "6 17" ),
-                              " Looking at pkt fmt id: 2",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_info_get",
-                              fields( "6 6" ),
-                              " Found Pkt format: 2",
-                              "bcm_udf_pkt_format_add",
+                 ElementsAre( entry, "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init",
+                              "bcm_udf_alloc_hints_t_init", "BCM_FIELD_QSET_INIT", "bcm_udf_create",
+                              " Looking at pkt fmt id: 1", "bcm_udf_pkt_format_info_t_init",
+                              "preApiCall", "bcm_udf_pkt_format_info_get", fields( "6 17" ),
+                              " Looking at pkt fmt id: 2", "bcm_udf_pkt_format_info_t_init",
+                              "preApiCall", "bcm_udf_pkt_format_info_get", fields( "6 6" ),
+                              " Found Pkt format: 2", "bcm_udf_pkt_format_add",
                               " Udf Id: 3 Pkt Fmt Id: 2" ) );
 }
 
@@ -160,15 +134,10 @@ TEST_F( UdfModuleSequenceTest, Create_UdfsRunOut_IsThisSequence )
     EXPECT_THAT(
         eventsOfCreate( udfDescOf( 2, 2 ) ),
         ElementsAre(
-            entry,
-            "bcm_udf_t_init",
-            "bcm_udf_pkt_format_info_t_init",
-            "bcm_udf_alloc_hints_t_init",
-            "BCM_FIELD_QSET_INIT",
-            "bcm_udf_create",
+            entry, "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init", "bcm_udf_alloc_hints_t_init",
+            "BCM_FIELD_QSET_INIT", "bcm_udf_create",
             "Out of hw resources to create UDF. udf: base=UdfBaseL3Header_ normalized offset=2",
-            "[PELORA_TCAM_UDF_HW_RESOURCE_FULL]",
-            " bcm_udf_create failed -14" ) );
+            "[PELORA_TCAM_UDF_HW_RESOURCE_FULL]", " bcm_udf_create failed -14" ) );
 }
 
 TEST_F( UdfModuleSequenceTest, Create_FormatsRunOut_IsThisSequence )
@@ -177,41 +146,25 @@ TEST_F( UdfModuleSequenceTest, Create_FormatsRunOut_IsThisSequence )
     EXPECT_THAT(
         eventsOfCreate( udfDescOf( 2, 2 ) ),
         ElementsAre(
-            entry,
-            "bcm_udf_t_init",
-            "bcm_udf_pkt_format_info_t_init",
-            "bcm_udf_alloc_hints_t_init",
-            "BCM_FIELD_QSET_INIT",
-            "bcm_udf_create",
-            " Creating new pkt format object",
+            entry, "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init", "bcm_udf_alloc_hints_t_init",
+            "BCM_FIELD_QSET_INIT", "bcm_udf_create", " Creating new pkt format object",
             "bcm_udf_pkt_format_create",
             " No hw resources to program UDF udf:base=UdfBaseL3Header_ normalized offset=2",
-            "[PELORA_TCAM_UDF_HW_RESOURCE_FULL]",
-            " bcm_udf_pkt_format_create failed-14",
-            "preApiCall",
-            "bcm_udf_destroy" ) );
+            "[PELORA_TCAM_UDF_HW_RESOURCE_FULL]", " bcm_udf_pkt_format_create failed-14",
+            "preApiCall", "bcm_udf_destroy" ) );
 }
 
 TEST_F( UdfModuleSequenceTest, Create_AttachmentFails_IsThisSequence )
 {
     fail( "bcm_udf_pkt_format_add", -14 );
     EXPECT_THAT( eventsOfCreate( udfDescOf( 2, 2 ) ),
-                 ElementsAre( entry,
-                              "bcm_udf_t_init",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "bcm_udf_alloc_hints_t_init",
-                              "BCM_FIELD_QSET_INIT",
-                              "bcm_udf_create",
-                              " Creating new pkt format object",
-                              "bcm_udf_pkt_format_create",
-                              "bcm_udf_pkt_format_add",
-                              "sdkErrorText",
+                 ElementsAre( entry, "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init",
+                              "bcm_udf_alloc_hints_t_init", "BCM_FIELD_QSET_INIT", "bcm_udf_create",
+                              " Creating new pkt format object", "bcm_udf_pkt_format_create",
+                              "bcm_udf_pkt_format_add", "sdkErrorText",
                               " bcm_udf_pkt_format_add failed rc: Out of hardware resources",
-                              "bcm_udf_pkt_format_delete",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_destroy",
-                              "preApiCall",
-                              "bcm_udf_destroy" ) );
+                              "bcm_udf_pkt_format_delete", "preApiCall",
+                              "bcm_udf_pkt_format_destroy", "preApiCall", "bcm_udf_destroy" ) );
 }
 
 TEST_F( UdfModuleSequenceTest, Create_EthType0_IsThisSequence )
@@ -222,10 +175,8 @@ TEST_F( UdfModuleSequenceTest, Create_EthType0_IsThisSequence )
                  ElementsAre( "createUdfQualifierUdfModule mod:5 ethType: 0 appType: 0 base: "
                               "UdfBaseL3Header_ offset: 2 length: 2 ipProto: 6 innerEtherType: 0 "
                               "priority: 0 lagHashingMask: ff0f0000",
-                              "bcm_udf_t_init",
-                              "bcm_udf_pkt_format_info_t_init",
-                              "bcm_udf_alloc_hints_t_init",
-                              "BCM_FIELD_QSET_INIT",
+                              "bcm_udf_t_init", "bcm_udf_pkt_format_info_t_init",
+                              "bcm_udf_alloc_hints_t_init", "BCM_FIELD_QSET_INIT",
                               " UDF base 2 not supported" ) );
 }
 
@@ -233,16 +184,11 @@ TEST_F( UdfModuleSequenceTest, Audits_OfAHashingUdf_AreThisSequence )
 {
     const QualIdList quals = made( lagDescOf() );
     EXPECT_THAT( eventsOf( [ & ] { verify( lagDescOf(), quals ); } ),
-                 ElementsAre( "udfQualProgrammedInHwUdfModule mod: 5",
-                              "bcm_udf_t_init",
-                              "bcm_udf_get",
-                              "preApiCall",
-                              "bcm_udf_pkt_format_get_all" ) );
+                 ElementsAre( "udfQualProgrammedInHwUdfModule mod: 5", "bcm_udf_t_init",
+                              "bcm_udf_get", "preApiCall", "bcm_udf_pkt_format_get_all" ) );
     EXPECT_THAT(
         eventsOf( [ & ] { udfLagHashingProgrammedInModule( unit, quals, lagDescOf() ); } ),
-        ElementsAre( "bcm_udf_hash_config_t_init",
-                     "preApiCall",
-                     "bcm_udf_hash_config_get",
+        ElementsAre( "bcm_udf_hash_config_t_init", "preApiCall", "bcm_udf_hash_config_get",
                      "udfLagHashingProgrammedInModule unit: 5 udfId: 1Hardware: mask_length: 2 "
                      "mask: ff0f0000" ) );
     EXPECT_THAT( eventsOf( [ & ] { static_cast< void >( getUdfChunkPosModule( unit, quals ) ); } ),
@@ -251,28 +197,22 @@ TEST_F( UdfModuleSequenceTest, Audits_OfAHashingUdf_AreThisSequence )
 
 TEST_F( UdfModuleSequenceTest, Inventories_OfTwo_AreThisSequenceInTheSdksOrder )
 {
-    sdk.on.bcm_udf_hash_config_get_all =
-        []( int, int max, bcm_udf_hash_config_t* configs, int* actual ) {
-            *actual = 2;
-            if ( max == 2 ) {
-                configs[ 0 ].udf_idIs( 9 );
-                configs[ 1 ].udf_idIs( 3 );
-            }
-            return 0;
-        };
+    sdk.on.bcm_udf_hash_config_get_all = []( int, int max, bcm_udf_hash_config_t* configs,
+                                             int* actual ) {
+        *actual = 2;
+        if ( max == 2 ) {
+            configs[ 0 ].udf_idIs( 9 );
+            configs[ 1 ].udf_idIs( 3 );
+        }
+        return 0;
+    };
     EXPECT_THAT(
         eventsOf( [] {
             EXPECT_EQ( getAllProgrammedLagHashingUdfIdsUdfModule( unit ), udfsOf( { 3, 9 } ) );
         } ),
-        ElementsAre( "preApiCall",
-                     "bcm_udf_hash_config_get_all",
-                     "bcm_udf_hash_config_t_init",
-                     "bcm_udf_hash_config_t_init",
-                     "preApiCall",
-                     "bcm_udf_hash_config_get_all",
-                     " retrieve 2 UDFs from HW",
-                     " udfId is  9",
-                     " udfId is  3" ) );
+        ElementsAre( "preApiCall", "bcm_udf_hash_config_get_all", "bcm_udf_hash_config_t_init",
+                     "bcm_udf_hash_config_t_init", "preApiCall", "bcm_udf_hash_config_get_all",
+                     " retrieve 2 UDFs from HW", " udfId is  9", " udfId is  3" ) );
     made( udfDescOf( 2, 2 ) );
     made( udfDescOf( 4, 2 ) );
     EXPECT_THAT( eventsOf( [] {
@@ -360,18 +300,18 @@ TEST_F( UdfModuleSequenceTest, Create_EntriesComeAndGoMeanwhile_LooksAtThoseBehi
     formats->pktFmtIdToUdfIdDel( PktFmtId( 1 ) );
     mapIs( -7, udfsOf( { 70 } ) );
     std::vector< int > read;
-    sdk.on.bcm_udf_pkt_format_info_get =
-        [ & ]( int onUnit, int format, bcm_udf_pkt_format_info_t* info ) {
-            read.push_back( format );
-            if ( format == 1 ) {
-                return chips.bcm_udf_pkt_format_info_get( onUnit, format, info );
-            }
-            formats->pktFmtIdToUdfIdDel( PktFmtId( format ) );
-            mapIs( 500, udfsOf( { 50 } ) );
-            mapIs( 1, udfs );
-            mapIs( -9, udfsOf( { 90 } ) ); // Before the one that is looked at: not seen any more.
-            return 0;
-        };
+    sdk.on.bcm_udf_pkt_format_info_get = [ & ]( int onUnit, int format,
+                                                bcm_udf_pkt_format_info_t* info ) {
+        read.push_back( format );
+        if ( format == 1 ) {
+            return chips.bcm_udf_pkt_format_info_get( onUnit, format, info );
+        }
+        formats->pktFmtIdToUdfIdDel( PktFmtId( format ) );
+        mapIs( 500, udfsOf( { 50 } ) );
+        mapIs( 1, udfs );
+        mapIs( -9, udfsOf( { 90 } ) ); // Before the one that is looked at: not seen any more.
+        return 0;
+    };
     EXPECT_EQ( create( udfDescOf( 8, 2 ) ), qualsOf( { 2 } ) );
     EXPECT_THAT( read, ElementsAre( -7, 1 ) );
     EXPECT_EQ( mapText(), "-9: 90; 1: 1 2; 500: 50" );
@@ -409,11 +349,11 @@ TEST_F( UdfModuleSequenceTest, Verify_EntryComesMeanwhile_Passes )
 {
     const QualIdList quals = made();
     formats->pktFmtIdToUdfIdDel( PktFmtId( 1 ) );
-    sdk.on.bcm_udf_pkt_format_get_all =
-        [ this ]( int onUnit, int udf, int max, bcm_udf_pkt_format_id_t* ids, int* actual ) {
-            mapIs( 1, udfsOf( { 1 } ) );
-            return chips.bcm_udf_pkt_format_get_all( onUnit, udf, max, ids, actual );
-        };
+    sdk.on.bcm_udf_pkt_format_get_all = [ this ]( int onUnit, int udf, int max,
+                                                  bcm_udf_pkt_format_id_t* ids, int* actual ) {
+        mapIs( 1, udfsOf( { 1 } ) );
+        return chips.bcm_udf_pkt_format_get_all( onUnit, udf, max, ids, actual );
+    };
     verify( udfDescOf(), quals );
     EXPECT_EQ( sdk.countOf( "bcm_udf_pkt_format_get_all" ), 1U );
 }
@@ -425,10 +365,10 @@ TEST_F( UdfModuleSequenceTest, Create_FirstMatchHasId0_LooksNoFurtherAndMakesOne
 {
     made( udfDescOf( 2, 2 ) );
     mapIs( 0, udfsOf( { 77 } ) );
-    sdk.on.bcm_udf_pkt_format_info_get =
-        [ this ]( int onUnit, int, bcm_udf_pkt_format_info_t* info ) {
-            return chips.bcm_udf_pkt_format_info_get( onUnit, 1, info );
-        };
+    sdk.on.bcm_udf_pkt_format_info_get = [ this ]( int onUnit, int,
+                                                   bcm_udf_pkt_format_info_t* info ) {
+        return chips.bcm_udf_pkt_format_info_get( onUnit, 1, info );
+    };
     create( udfDescOf( 8, 2 ) );
     EXPECT_EQ( mapText(), "0: 77; 1: 1; 2: 2" );
     EXPECT_EQ( sdk.countOf( "bcm_udf_pkt_format_info_get" ), 1U );
@@ -452,10 +392,8 @@ TEST_F( UdfModuleSequenceTest, AddHash_MaskBytesBehindTheLength_AreProgrammed )
     };
     createUdfLagHashingModule(
         unit, 9, lagDescOf( { { 0, 0x12 }, { 2, 0x34 }, { last, 0x56 }, { behind, 0x78 } } ) );
-    EXPECT_THAT( bytes,
-                 ElementsAre( ::testing::Pair( 0, 0x12 ),
-                              ::testing::Pair( 2, 0x34 ),
-                              ::testing::Pair( last, 0x56 ) ) );
+    EXPECT_THAT( bytes, ElementsAre( ::testing::Pair( 0, 0x12 ), ::testing::Pair( 2, 0x34 ),
+                                     ::testing::Pair( last, 0x56 ) ) );
 }
 
 } // namespace

@@ -57,18 +57,15 @@ class UdfModuleSilentFaultTest : public UdfScene
 TEST_F( UdfModuleSilentFaultTest, UdfDropped_EndsInTheCleanupOfTheAttachment )
 {
     drop( "bcm_udf_create" );
-    expectFatalCall( cleanupSite( "bcm_udf_destroy( unit, udfIdToCleanup )" ), -7, notFound, [ & ] {
-        create( udfDescOf() );
-    } );
+    expectFatalCall( cleanupSite( "bcm_udf_destroy( unit, udfIdToCleanup )" ), -7, notFound,
+                     [ & ] { create( udfDescOf() ); } );
 }
 
 TEST_F( UdfModuleSilentFaultTest, FormatDropped_EndsInTheCleanupOfTheAttachment )
 {
     drop( "bcm_udf_pkt_format_create" );
-    expectFatalCall( cleanupSite( "bcm_udf_pkt_format_destroy( unit, pktFmtIdToCleanup )" ),
-                     -7,
-                     notFound,
-                     [ & ] { create( udfDescOf() ); } );
+    expectFatalCall( cleanupSite( "bcm_udf_pkt_format_destroy( unit, pktFmtIdToCleanup )" ), -7,
+                     notFound, [ & ] { create( udfDescOf() ); } );
 }
 
 TEST_F( UdfModuleSilentFaultTest, AttachmentDropped_IsFoundByTheAudit )
@@ -100,10 +97,8 @@ TEST_F( UdfModuleSilentFaultTest, HashRemovalDropped_EndsAtTheUdf )
 {
     const QualIdList quals = made( lagDescOf() );
     drop( "bcm_udf_hash_config_delete" );
-    expectFatalCall( { udfSource, removeSite.function, "bcm_udf_destroy( unit, udfId )" },
-                     -10,
-                     busy,
-                     [ & ] { destroy( lagDescOf(), quals ); } );
+    expectFatalCall( { udfSource, removeSite.function, "bcm_udf_destroy( unit, udfId )" }, -10,
+                     busy, [ & ] { destroy( lagDescOf(), quals ); } );
 }
 
 TEST_F( UdfModuleSilentFaultTest, DetachmentDropped_EndsAtTheFormatOrElseAtTheUdf )
@@ -111,17 +106,13 @@ TEST_F( UdfModuleSilentFaultTest, DetachmentDropped_EndsAtTheFormatOrElseAtTheUd
     const QualIdList first = made( udfDescOf( 2, 2 ) );
     drop( "bcm_udf_pkt_format_delete" );
     expectFatalCall(
-        { udfSource, removeSite.function, "bcm_udf_pkt_format_destroy( unit, pktFmtId )" },
-        -10,
-        busy,
-        [ & ] { destroy( udfDescOf( 2, 2 ), first ); } );
+        { udfSource, removeSite.function, "bcm_udf_pkt_format_destroy( unit, pktFmtId )" }, -10,
+        busy, [ & ] { destroy( udfDescOf( 2, 2 ), first ); } );
     faulty.clearFaults();
     const QualIdList second = made( udfDescOf( 4, 2 ) );
     drop( "bcm_udf_pkt_format_delete" );
-    expectFatalCall( { udfSource, removeSite.function, "bcm_udf_destroy( unit, udfId )" },
-                     -10,
-                     busy,
-                     [ & ] { destroy( udfDescOf( 4, 2 ), second ); } );
+    expectFatalCall( { udfSource, removeSite.function, "bcm_udf_destroy( unit, udfId )" }, -10,
+                     busy, [ & ] { destroy( udfDescOf( 4, 2 ), second ); } );
 }
 
 TEST_F( UdfModuleSilentFaultTest, UdfDestructionDropped_IsFoundInTheInventory )
@@ -152,18 +143,15 @@ TEST_F( UdfModuleSilentFaultTest, FormatDestructionDropped_IsNotNoticed )
 TEST_F( UdfModuleSilentFaultTest, WrongUdfIdFromCreate_EndsInTheCleanup )
 {
     corruptOnce( "bcm_udf_create", "udfId", 77 );
-    expectFatalCall( cleanupSite( "bcm_udf_destroy( unit, udfIdToCleanup )" ), -7, notFound, [ & ] {
-        create( udfDescOf() );
-    } );
+    expectFatalCall( cleanupSite( "bcm_udf_destroy( unit, udfIdToCleanup )" ), -7, notFound,
+                     [ & ] { create( udfDescOf() ); } );
 }
 
 TEST_F( UdfModuleSilentFaultTest, WrongFormatIdFromCreate_EndsInTheCleanup )
 {
     corruptOnce( "bcm_udf_pkt_format_create", "formatId", 77 );
-    expectFatalCall( cleanupSite( "bcm_udf_pkt_format_destroy( unit, pktFmtIdToCleanup )" ),
-                     -7,
-                     notFound,
-                     [ & ] { create( udfDescOf() ); } );
+    expectFatalCall( cleanupSite( "bcm_udf_pkt_format_destroy( unit, pktFmtIdToCleanup )" ), -7,
+                     notFound, [ & ] { create( udfDescOf() ); } );
 }
 
 TEST_F( UdfModuleSilentFaultTest, WrongFormatInARemoval_EndsAtTheDetachment )
@@ -172,9 +160,7 @@ TEST_F( UdfModuleSilentFaultTest, WrongFormatInARemoval_EndsAtTheDetachment )
     corruptOnce( "bcm_udf_pkt_format_get_all", "formatIds", 77 );
     expectFatalCall(
         { udfSource, removeSite.function, "bcm_udf_pkt_format_delete( unit, udfId, pktFmtId )" },
-        -7,
-        notFound,
-        [ & ] { destroy( udfDescOf(), quals ); } );
+        -7, notFound, [ & ] { destroy( udfDescOf(), quals ); } );
 }
 
 // ---- What an audit reads back ------------------------------------------------------------------
@@ -253,15 +239,8 @@ TEST_F( UdfModuleSilentFaultTest, HashAudit_IdThatItDoesNotLookAt_Passes )
 
 TEST_F( UdfModuleSilentFaultTest, FormatReadsBackChanged_EachMemberThatCounts_IsNotShared )
 {
-    for ( const char* member : { "ethertype",
-                                 "ethertype_mask",
-                                 "l2",
-                                 "vlan_tag",
-                                 "outer_ip",
-                                 "tunnel",
-                                 "ip_protocol",
-                                 "ip_protocol_mask",
-                                 "inner_ip" } ) {
+    for ( const char* member : { "ethertype", "ethertype_mask", "l2", "vlan_tag", "outer_ip",
+                                 "tunnel", "ip_protocol", "ip_protocol_mask", "inner_ip" } ) {
         SCOPED_TRACE( member );
         const QualIdList first = made( udfDescOf( 2, 2 ) );
         corruptOnce( "bcm_udf_pkt_format_info_get", member, 99 );

@@ -133,10 +133,8 @@ TEST_F( UdfModuleTraceTest, Create_LooksAtFormats_TracesEachWithItsFields )
     const TestSupport::TraceRecorder traces( udfFacility, 1U << 8 );
     const std::vector< std::string > ring = ringTextsOf( [ & ] { create( other ); } );
     EXPECT_THAT( traces.texts(),
-                 ElementsAre( " Looking at pkt fmt id: 1",
-                              fields,
-                              " Creating new pkt format object",
-                              " Udf Id: 2 Pkt Fmt Id: 2" ) );
+                 ElementsAre( " Looking at pkt fmt id: 1", fields,
+                              " Creating new pkt format object", " Udf Id: 2 Pkt Fmt Id: 2" ) );
     EXPECT_THAT( ring, Contains( fields ) );
     EXPECT_THAT( ring, Contains( " Looking at pkt fmt id: 1" ) );
 }
@@ -155,8 +153,8 @@ TEST_F( UdfModuleTraceTest, Destroy_Any_TracesItsNameAlone )
 TEST_F( UdfModuleTraceTest, Verify_Any_TracesNameAndUnit )
 {
     const QualIdList quals = made();
-    expectBoth(
-        4, "udfQualProgrammedInHwUdfModule mod: 5", [ & ] { verify( udfDescOf(), quals ); } );
+    expectBoth( 4, "udfQualProgrammedInHwUdfModule mod: 5",
+                [ & ] { verify( udfDescOf(), quals ); } );
 }
 
 TEST_F( UdfModuleTraceTest, Verify_Missing_TracesTheIdBeforeItDies )
@@ -180,9 +178,8 @@ TEST_F( UdfModuleTraceTest, Verify_Missing_TracesTheIdBeforeItDies )
 TEST_F( UdfModuleTraceTest, GetAll_Any_TracesTheCount )
 {
     made( udfDescOf( 2, 2 ) );
-    expectBoth( 8, " retrieve 1 UDFs from HW", [] {
-        static_cast< void >( getAllProgrammedUdfIdsUdfModule( unit ) );
-    } );
+    expectBoth( 8, " retrieve 1 UDFs from HW",
+                [] { static_cast< void >( getAllProgrammedUdfIdsUdfModule( unit ) ); } );
 }
 
 TEST_F( UdfModuleTraceTest, Hash_AddAndRemove_TraceUnitAndUdf )
@@ -191,10 +188,10 @@ TEST_F( UdfModuleTraceTest, Hash_AddAndRemove_TraceUnitAndUdf )
     ringTextsOf( both );
     const TestSupport::TraceRecorder traces( udfFacility, 1U << 4 );
     const std::vector< std::string > ring = ringTextsOf( both );
-    for ( const char* text : { "createUdfLagHashingModule unit 5 udfId 2",
-                               " Added lag hashing config for Udf Id: 2",
-                               "destroyUdfLagHashingModule unit 5 udfId 2",
-                               "Removed lag hashing config for Udf Id: 2" } ) {
+    for ( const char* text :
+          { "createUdfLagHashingModule unit 5 udfId 2", " Added lag hashing config for Udf Id: 2",
+            "destroyUdfLagHashingModule unit 5 udfId 2",
+            "Removed lag hashing config for Udf Id: 2" } ) {
         EXPECT_THAT( ring, Contains( text ) );
         EXPECT_THAT( traces.texts(), Contains( text ) );
     }

@@ -44,10 +44,8 @@ TEST_F( UdfModuleVerifyTest, Verify_AsMade_ReadsTwiceAndLeavesTheChipAlone )
     const QualIdList quals = made();
     const std::string before = chipText();
     verify( udfDescOf(), quals );
-    EXPECT_THAT(
-        names(),
-        ElementsAre(
-            "bcm_udf_t_init", "bcm_udf_get", "preApiCall", "bcm_udf_pkt_format_get_all" ) );
+    EXPECT_THAT( names(), ElementsAre( "bcm_udf_t_init", "bcm_udf_get", "preApiCall",
+                                       "bcm_udf_pkt_format_get_all" ) );
     EXPECT_EQ( sdk.calls()[ 1 ], "bcm_udf_pkt_format_get_all( 5, 1, 2, &, & )" );
     EXPECT_EQ( chipText(), before );
     EXPECT_EQ( mapText(), "1: 1" );
@@ -106,11 +104,10 @@ TEST_F( UdfModuleVerifyTest, Verify_CorrectionIsZero_Passes )
 TEST_F( UdfModuleVerifyTest, Verify_AnyKnownLayer_Passes )
 {
     const QualIdList quals = made();
-    for ( const bcm_udf_layer_t layer : { sdk.bcmUdfLayerL3OuterHeader(),
-                                          sdk.bcmUdfLayerL2Header(),
-                                          sdk.bcmUdfLayerL3InnerHeader(),
-                                          sdk.bcmUdfLayerL4InnerHeader(),
-                                          sdk.bcmUdfLayerL4OuterHeader() } ) {
+    for ( const bcm_udf_layer_t layer :
+          { sdk.bcmUdfLayerL3OuterHeader(), sdk.bcmUdfLayerL2Header(),
+            sdk.bcmUdfLayerL3InnerHeader(), sdk.bcmUdfLayerL4InnerHeader(),
+            sdk.bcmUdfLayerL4OuterHeader() } ) {
         faulty.clearFaults();
         corrupt( "bcm_udf_get", "layer", layer );
         verify( udfDescOf(), quals );
@@ -126,15 +123,14 @@ TEST_F( UdfModuleVerifyTest, Verify_UnknownLayer_Dies )
         "udf.layer() == bcmUdfLayerL3OuterHeader || udf.layer() == bcmUdfLayerL2Header || "
         "udf.layer() == bcmUdfLayerL2Header || udf.layer() == bcmUdfLayerL3InnerHeader || "
         "udf.layer() == bcmUdfLayerL4InnerHeader || udf.layer() == bcmUdfLayerL4OuterHeader",
-        udfDescOf(),
-        quals );
+        udfDescOf(), quals );
 }
 
 TEST_F( UdfModuleVerifyTest, Verify_EachFailureOfTheFormatList_Dies )
 {
     const QualIdList quals = made();
-    expectFatal(
-        "bcm_udf_pkt_format_get_all", verifySite, [ & ] { verify( udfDescOf(), quals ); } );
+    expectFatal( "bcm_udf_pkt_format_get_all", verifySite,
+                 [ & ] { verify( udfDescOf(), quals ); } );
 }
 
 TEST_F( UdfModuleVerifyTest, Verify_AttachedToNoneOrTwo_Dies )
@@ -199,8 +195,7 @@ TEST_F( UdfModuleVerifyTest, GetAll_MoreThan128_GivesTheFirst128 )
 TEST_F( UdfModuleVerifyTest, GetAll_EachFailure_Dies )
 {
     expectFatal( "bcm_udf_get_all",
-                 { udfSource,
-                   "PeloraTcam::getAllProgrammedUdfIdsUdfModule",
+                 { udfSource, "PeloraTcam::getAllProgrammedUdfIdsUdfModule",
                    "bcm_udf_get_all( unit, max, udfIds, &numUdfs )" },
                  [] { static_cast< void >( getAllProgrammedUdfIdsUdfModule( unit ) ); } );
 }
@@ -217,13 +212,8 @@ TEST_F( UdfModuleVerifyTest, GetChunks_OfSeveralUdfs_AreAllOfTheirs )
     made( udfDescOf( 2, 2 ) );
     const UdfChunkPosList chunks = getUdfChunkPosModule( unit, qualsOf( { 1, 2 } ) );
     EXPECT_THAT( chunks, ElementsAre( 0, 1, 2 ) );
-    EXPECT_THAT( names(),
-                 ElementsAre( "bcm_udf_t_init",
-                              "preApiCall",
-                              "bcm_udf_get",
-                              "bcm_udf_t_init",
-                              "preApiCall",
-                              "bcm_udf_get" ) );
+    EXPECT_THAT( names(), ElementsAre( "bcm_udf_t_init", "preApiCall", "bcm_udf_get",
+                                       "bcm_udf_t_init", "preApiCall", "bcm_udf_get" ) );
     EXPECT_THAT( getUdfChunkPosModule( unit, QualIdList() ), ElementsAre() );
 }
 
@@ -251,9 +241,8 @@ TEST_F( UdfModuleVerifyTest, GetChunks_SharedByTwo_Dies )
 TEST_F( UdfModuleVerifyTest, GetChunks_EachFailure_Dies )
 {
     made();
-    expectFatal( "bcm_udf_get", chunkSite, [] {
-        static_cast< void >( getUdfChunkPosModule( unit, qualsOf( { 1 } ) ) );
-    } );
+    expectFatal( "bcm_udf_get", chunkSite,
+                 [] { static_cast< void >( getUdfChunkPosModule( unit, qualsOf( { 1 } ) ) ); } );
 }
 
 // ---- LAG hashing -----------------------------------------------------------------------------
@@ -273,9 +262,8 @@ TEST_F( UdfModuleVerifyTest, AddHash_Mask_FillsEveryByteThatTheSdkKnows )
         return 0;
     };
     createUdfLagHashingModule( unit, 9, lagDescOf() );
-    EXPECT_THAT(
-        names(),
-        ElementsAre( "bcm_udf_hash_config_t_init", "preApiCall", "bcm_udf_hash_config_add" ) );
+    EXPECT_THAT( names(), ElementsAre( "bcm_udf_hash_config_t_init", "preApiCall",
+                                       "bcm_udf_hash_config_add" ) );
     EXPECT_EQ( options, sdk.BCM_UDF_HASH_ADD_O_NONE() );
     EXPECT_EQ( added.udf_id(), 9 );
     EXPECT_EQ( added.mask_length(), 2U );
@@ -299,8 +287,7 @@ TEST_F( UdfModuleVerifyTest, AddHash_NoMask_AddsOneOfZeros )
 TEST_F( UdfModuleVerifyTest, AddHash_EachFailure_Dies )
 {
     expectFatal( "bcm_udf_hash_config_add",
-                 { udfSource,
-                   "PeloraTcam::createUdfLagHashingModule",
+                 { udfSource, "PeloraTcam::createUdfLagHashingModule",
                    "bcm_udf_hash_config_add( unit, BCM_UDF_HASH_ADD_O_NONE, &hash_config )" },
                  [] { createUdfLagHashingModule( unit, 1, lagDescOf() ); } );
 }
@@ -311,31 +298,28 @@ TEST_F( UdfModuleVerifyTest, RemoveHash_Any_SetsTheUdfOnly )
     destroyUdfLagHashingModule( unit, 9 );
     EXPECT_THAT( sdk.allCalls().back(),
                  "bcm_udf_hash_config_delete( 5, {udf_id: 9, mask_length: 0, hash_mask: } )" );
-    EXPECT_THAT(
-        names(),
-        ElementsAre( "bcm_udf_hash_config_t_init", "preApiCall", "bcm_udf_hash_config_delete" ) );
+    EXPECT_THAT( names(), ElementsAre( "bcm_udf_hash_config_t_init", "preApiCall",
+                                       "bcm_udf_hash_config_delete" ) );
 }
 
 TEST_F( UdfModuleVerifyTest, GetAllHash_None_CallsTwiceWith0 )
 {
     EXPECT_EQ( getAllProgrammedLagHashingUdfIdsUdfModule( unit ), UdfIdList() );
     EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "preApiCall()",
-                              "bcm_udf_hash_config_get_all( 5, 0, null, & )",
-                              "preApiCall()",
-                              "bcm_udf_hash_config_get_all( 5, 0, null, & )" ) );
+                 ElementsAre( "preApiCall()", "bcm_udf_hash_config_get_all( 5, 0, null, & )",
+                              "preApiCall()", "bcm_udf_hash_config_get_all( 5, 0, null, & )" ) );
 }
 
 TEST_F( UdfModuleVerifyTest, GetAllHash_Some_InitialisesEachAndListsThem )
 {
-    sdk.on.bcm_udf_hash_config_get_all =
-        []( int, int max, bcm_udf_hash_config_t* configs, int* actual ) {
-            for ( int i = 0; i < max; ++i ) {
-                configs[ i ].udf_idIs( 1000 - i );
-            }
-            *actual = 300;
-            return 0;
-        };
+    sdk.on.bcm_udf_hash_config_get_all = []( int, int max, bcm_udf_hash_config_t* configs,
+                                             int* actual ) {
+        for ( int i = 0; i < max; ++i ) {
+            configs[ i ].udf_idIs( 1000 - i );
+        }
+        *actual = 300;
+        return 0;
+    };
     const UdfIdList udfs = getAllProgrammedLagHashingUdfIdsUdfModule( unit );
     EXPECT_EQ( udfs.udfIds(), 300U ) << "no fixed bound";
     EXPECT_TRUE( udfs.udfIdHas( UdfId( 701 ) ) );
@@ -346,14 +330,14 @@ TEST_F( UdfModuleVerifyTest, GetAllHash_CountChangesMeanwhile_ListsWhatWasWritte
 {
     for ( const int second : { 1, 9 } ) {
         int calls = 0;
-        sdk.on.bcm_udf_hash_config_get_all =
-            [ & ]( int, int max, bcm_udf_hash_config_t* configs, int* actual ) {
-                for ( int i = 0; i < max; ++i ) {
-                    configs[ i ].udf_idIs( i + 1 );
-                }
-                *actual = ++calls == 1 ? 2 : second;
-                return 0;
-            };
+        sdk.on.bcm_udf_hash_config_get_all = [ & ]( int, int max, bcm_udf_hash_config_t* configs,
+                                                    int* actual ) {
+            for ( int i = 0; i < max; ++i ) {
+                configs[ i ].udf_idIs( i + 1 );
+            }
+            *actual = ++calls == 1 ? 2 : second;
+            return 0;
+        };
         EXPECT_EQ( getAllProgrammedLagHashingUdfIdsUdfModule( unit ),
                    second == 1 ? udfsOf( { 1 } ) : udfsOf( { 1, 2 } ) );
     }
@@ -370,12 +354,9 @@ TEST_F( UdfModuleVerifyTest, GetAllHash_EachFailureOfEachCall_Dies )
                  getAll );
     for ( const SdkFailure& failure : allSdkFailures() ) {
         sdk.on.bcm_udf_hash_config_get_all = TestSupport::returnsInTurn( { 0, failure.rc } );
-        expectFatalCall( { udfSource,
-                           function,
+        expectFatalCall( { udfSource, function,
                            "bcm_udf_hash_config_get_all( unit, numUdfs, hashConfigs, &numUdfs )" },
-                         failure.rc,
-                         failure.text,
-                         getAll );
+                         failure.rc, failure.text, getAll );
     }
 }
 
@@ -383,9 +364,8 @@ TEST_F( UdfModuleVerifyTest, VerifyHash_AsMade_ReadsOnce )
 {
     const QualIdList quals = made( lagDescOf() );
     verifyLag( lagDescOf(), quals );
-    EXPECT_THAT(
-        names(),
-        ElementsAre( "bcm_udf_hash_config_t_init", "preApiCall", "bcm_udf_hash_config_get" ) );
+    EXPECT_THAT( names(), ElementsAre( "bcm_udf_hash_config_t_init", "preApiCall",
+                                       "bcm_udf_hash_config_get" ) );
 }
 
 TEST_F( UdfModuleVerifyTest, VerifyHash_MaskDiffers_Dies )
@@ -396,13 +376,12 @@ TEST_F( UdfModuleVerifyTest, VerifyHash_MaskDiffers_Dies )
     for ( Agent::U8 byte = 0; byte < 4; ++byte ) {
         UdfDesc::LagHashingMask other = mask;
         other[ byte ] = 99;
-        expectAssertion( lagVerifySite, "lagHashingMask == hash_mask", [ & ] {
-            verifyLag( lagDescOf( other ), quals );
-        } );
+        expectAssertion( lagVerifySite, "lagHashingMask == hash_mask",
+                         [ & ] { verifyLag( lagDescOf( other ), quals ); } );
     }
     corrupt( "bcm_udf_hash_config_get", "hash_mask", 77 );
-    expectAssertion(
-        lagVerifySite, "lagHashingMask == hash_mask", [ & ] { verifyLag( desc, quals ); } );
+    expectAssertion( lagVerifySite, "lagHashingMask == hash_mask",
+                     [ & ] { verifyLag( desc, quals ); } );
 }
 
 TEST_F( UdfModuleVerifyTest, VerifyHash_FourDifferentBytesAsMade_Passes )
@@ -425,30 +404,28 @@ TEST_F( UdfModuleVerifyTest, VerifyHash_LengthDiffers_Dies )
     const QualIdList quals = made( lagDescOf() );
     UdfDesc desc = lagDescOf();
     desc.lengthIs( 3 );
-    expectAssertion( lagVerifySite, "udfDesc.length() == hash_config.mask_length()", [ & ] {
-        verifyLag( desc, quals );
-    } );
+    expectAssertion( lagVerifySite, "udfDesc.length() == hash_config.mask_length()",
+                     [ & ] { verifyLag( desc, quals ); } );
     corrupt( "bcm_udf_hash_config_get", "mask_length", 1 );
-    expectAssertion( lagVerifySite, "udfDesc.length() == hash_config.mask_length()", [ & ] {
-        verifyLag( lagDescOf(), quals );
-    } );
+    expectAssertion( lagVerifySite, "udfDesc.length() == hash_config.mask_length()",
+                     [ & ] { verifyLag( lagDescOf(), quals ); } );
 }
 
 TEST_F( UdfModuleVerifyTest, VerifyHash_NoConfiguration_Dies )
 {
     const QualIdList quals = made( udfDescOf() );
-    expectFatalCall(
-        lagVerifySite, -7, "Entry not found", [ & ] { verifyLag( lagDescOf(), quals ); } );
-    expectFatal(
-        "bcm_udf_hash_config_get", lagVerifySite, [ & ] { verifyLag( lagDescOf(), quals ); } );
+    expectFatalCall( lagVerifySite, -7, "Entry not found",
+                     [ & ] { verifyLag( lagDescOf(), quals ); } );
+    expectFatal( "bcm_udf_hash_config_get", lagVerifySite,
+                 [ & ] { verifyLag( lagDescOf(), quals ); } );
 }
 
 TEST_F( UdfModuleVerifyTest, VerifyHash_AdditionWasDropped_Dies )
 {
     faulty.add( { { .function = "bcm_udf_hash_config_add" }, Sim::DropCall{} } );
     const QualIdList quals = made( lagDescOf() );
-    expectFatalCall(
-        lagVerifySite, -7, "Entry not found", [ & ] { verifyLag( lagDescOf(), quals ); } );
+    expectFatalCall( lagVerifySite, -7, "Entry not found",
+                     [ & ] { verifyLag( lagDescOf(), quals ); } );
 }
 
 } // namespace

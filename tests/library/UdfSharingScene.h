@@ -16,12 +16,7 @@ using PeloraTcam::UdfModuleHelper;
 using PeloraTcam::UdfOffsetBase;
 
 inline const std::vector< PacketKind > kinds = {
-    { ip4, 6, 0 },
-    { ip4, 17, 0 },
-    { ip6, 6, 0 },
-    { arp, 0, 0 },
-    { ip4, 47, ip4 },
-    { ip4, 47, ip6 },
+    { ip4, 6, 0 }, { ip4, 17, 0 }, { ip6, 6, 0 }, { arp, 0, 0 }, { ip4, 47, ip4 }, { ip4, 47, ip6 },
 };
 
 /// A UDF that is programmed.

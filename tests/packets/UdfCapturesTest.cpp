@@ -152,9 +152,7 @@ TEST_F( UdfCapturesTest, KnownBytes_OfProtocols_AreWhatTheChipExtracts )
             if ( !headers || !isMeant( *headers, known ) ) {
                 continue;
             }
-            const UdfDesc desc = descFor( *headers,
-                                          known.base,
-                                          known.offset,
+            const UdfDesc desc = descFor( *headers, known.base, known.offset,
                                           static_cast< std::uint8_t >( known.bytes.size() / 2 ) );
             EXPECT_EQ( bytesOnChip( packet, desc ), known.bytes );
             ++packets;

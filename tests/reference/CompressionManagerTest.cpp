@@ -152,12 +152,8 @@ TEST( CompressionLimitsTest, Acquire_AllThatTheChipHas_FitsAndNoMoreIsAskedFor )
 {
     TcamScene scene( "sdk6-tiny" );
     CompressionManager manager( scene.compressionHelper(), sameLimits( { 2, 1, 10 } ) );
-    for ( const Table table : { Table::etherType,
-                                Table::ipProto,
-                                Table::l4SrcPort,
-                                Table::l4DstPort,
-                                Table::srcIp,
-                                Table::dstIp } ) {
+    for ( const Table table : { Table::etherType, Table::ipProto, Table::l4SrcPort,
+                                Table::l4DstPort, Table::srcIp, Table::dstIp } ) {
         for ( Agent::U32 value = 1; value <= 3; ++value ) {
             const bool isAddress = table == Table::srcIp || table == Table::dstIp;
             const CompressionKey key = isAddress ? v4( value << 24, 8 ) : CompressionKey( value );
@@ -245,10 +241,8 @@ TEST_F( CompressionManagerTest, Release_SdkThrows_IsReleasedFromWhereItWasLeft )
 
 TEST_F( CompressionManagerTest, Acquire_AnyCallRefused_Dies )
 {
-    for ( const char* function : { "bcm_field_entry_create",
-                                   "bcm_field_qualify_IpProtocol",
-                                   "bcm_field_action_class_add",
-                                   "bcm_field_entry_install" } ) {
+    for ( const char* function : { "bcm_field_entry_create", "bcm_field_qualify_IpProtocol",
+                                   "bcm_field_action_class_add", "bcm_field_entry_install" } ) {
         scene.nextCallIs( function, Sim::FailCall{ Sim::ReturnCode::BCM_E_FULL } );
         EXPECT_DEATH( static_cast< void >( manager.acquire( Table::ipProto, CompressionKey( 6 ) ) ),
                       "API ERROR:Table full" );
@@ -290,8 +284,7 @@ TEST_F( CompressionManagerTest, Audit_AnythingReadBackWrong_Dies )
 
 TEST_F( CompressionManagerTest, Audit_AnyWriteDropped_Dies )
 {
-    for ( const char* function : { "bcm_field_qualify_IpProtocol",
-                                   "bcm_field_action_class_add",
+    for ( const char* function : { "bcm_field_qualify_IpProtocol", "bcm_field_action_class_add",
                                    "bcm_field_entry_install" } ) {
         scene.nextCallIs( function, Sim::DropCall{} );
         acquired( Table::ipProto, CompressionKey( 6 ) );

@@ -77,17 +77,11 @@ class EntryManagerTest : public ::testing::Test
 
     TcamScene scene{ "sdk6-tiny" };
     EntryManager manager{ TcamScene::unit };
-    bcm_field_group_t group = scene.madeGroup( { QualifierType::srcIp,
-                                                 QualifierType::dstIp,
-                                                 QualifierType::srcIp6,
-                                                 QualifierType::dstIp6,
-                                                 QualifierType::etherType,
-                                                 QualifierType::ipProtocol,
-                                                 QualifierType::l4SrcPort,
-                                                 QualifierType::l4DstPort,
-                                                 QualifierType::rangeCheck,
-                                                 QualifierType::srcClassField,
-                                                 QualifierType::interfaceClassVPort } );
+    bcm_field_group_t group = scene.madeGroup(
+        { QualifierType::srcIp, QualifierType::dstIp, QualifierType::srcIp6, QualifierType::dstIp6,
+          QualifierType::etherType, QualifierType::ipProtocol, QualifierType::l4SrcPort,
+          QualifierType::l4DstPort, QualifierType::rangeCheck, QualifierType::srcClassField,
+          QualifierType::interfaceClassVPort } );
     Agent::U32 rangeId = 0;
     bcm_policer_t policer = 0;
     Sim::ChipSnapshot before;
@@ -117,11 +111,10 @@ TEST_F( EntryManagerTest, Create_Ipv6_IsWrittenInNetworkOrder )
     wanted.qualifiers.source = IpPrefix{ IpAddress::v6( { 0x20, 1 } ), 16 };
     wanted.qualifiers.destination = IpPrefix{ IpAddress::v6( { 0x20, 2 } ), 12 };
     created( wanted );
-    EXPECT_THAT( scene.text(),
-                 HasSubstr( "DstIp6=0x20020000000000000000000000000000/"
-                            "0xfff00000000000000000000000000000 "
-                            "SrcIp6=0x20010000000000000000000000000000/"
-                            "0xffff0000000000000000000000000000" ) );
+    EXPECT_THAT( scene.text(), HasSubstr( "DstIp6=0x20020000000000000000000000000000/"
+                                          "0xfff00000000000000000000000000000 "
+                                          "SrcIp6=0x20010000000000000000000000000000/"
+                                          "0xffff0000000000000000000000000000" ) );
     EXPECT_EQ( manager.audit(), 1U );
 }
 
@@ -151,18 +144,10 @@ TEST_F( EntryManagerTest, Create_UnknownGroup_GivesNothing )
 // ---- Undoing ---------------------------------------------------------------------------------
 
 constexpr const char* makingCalls[] = {
-    "bcm_field_entry_create",
-    "bcm_field_qualify_SrcIp",
-    "bcm_field_qualify_DstIp",
-    "bcm_field_qualify_EtherType",
-    "bcm_field_qualify_IpProtocol",
-    "bcm_field_qualify_L4SrcPort",
-    "bcm_field_qualify_L4DstPort",
-    "bcm_field_qualify_RangeCheck",
-    "bcm_field_qualify_SrcClass",
-    "bcm_field_entry_prio_set",
-    "bcm_field_action_add",
-    "bcm_field_entry_policer_attach",
+    "bcm_field_entry_create",      "bcm_field_qualify_SrcIp",      "bcm_field_qualify_DstIp",
+    "bcm_field_qualify_EtherType", "bcm_field_qualify_IpProtocol", "bcm_field_qualify_L4SrcPort",
+    "bcm_field_qualify_L4DstPort", "bcm_field_qualify_RangeCheck", "bcm_field_qualify_SrcClass",
+    "bcm_field_entry_prio_set",    "bcm_field_action_add",         "bcm_field_entry_policer_attach",
 };
 
 TEST_F( EntryManagerTest, Create_AnyCallRefused_UndoesAllAndTellsTheCall )
@@ -243,16 +228,14 @@ TEST_F( EntryManagerTest, Destroy_Installed_UndoesInReverse )
             functions.push_back( call.text() );
         }
     }
-    EXPECT_THAT( functions,
-                 ElementsAre( "bcm_field_entry_remove( 2, 1 )",
-                              "bcm_field_entry_policer_detach( 2, 1, 0 )",
-                              "bcm_field_entry_destroy( 2, 1 )" ) );
+    EXPECT_THAT( functions, ElementsAre( "bcm_field_entry_remove( 2, 1 )",
+                                         "bcm_field_entry_policer_detach( 2, 1, 0 )",
+                                         "bcm_field_entry_destroy( 2, 1 )" ) );
 }
 
 TEST_F( EntryManagerTest, Destroy_AnyCallThrows_IsDestroyedFromWhereItWasLeft )
 {
-    for ( const char* function : { "bcm_field_entry_remove",
-                                   "bcm_field_entry_policer_detach",
+    for ( const char* function : { "bcm_field_entry_remove", "bcm_field_entry_policer_detach",
                                    "bcm_field_entry_destroy" } ) {
         const EntryManager::EntryId entry = installed();
         scene.nextCallIs( function, Sim::ThrowFromCall{} );
@@ -385,10 +368,9 @@ TEST_F( EntryManagerTest, Audit_InstallWasDropped_Dies )
 {
     scene.nextCallIs( "bcm_field_entry_install", Sim::DropCall{} );
     installed();
-    EXPECT_DEATH(
-        manager.audit(),
-        ::testing::MatchesRegex( TestSupport::assertionLine(
-            "reference/EntryManager.cpp", ".*", "( installed != 0 ) == record.installed" ) ) );
+    EXPECT_DEATH( manager.audit(), ::testing::MatchesRegex( TestSupport::assertionLine(
+                                       "reference/EntryManager.cpp", ".*",
+                                       "( installed != 0 ) == record.installed" ) ) );
 }
 
 TEST_F( EntryManagerTest, Audit_NothingHeld_ReadsNothing )

@@ -23,14 +23,11 @@ class EntryQualifiersTest : public ::testing::Test
     }
 
     TcamScene scene{ "sdk6-udf" };
-    bcm_field_group_t group = scene.madeGroup( { QualifierType::ipProtocol,
-                                                 QualifierType::l4SrcPort,
-                                                 QualifierType::srcClassField,
-                                                 QualifierType::dstClassField,
-                                                 QualifierType::interfaceClassL2,
-                                                 QualifierType::interfaceClassL3,
-                                                 QualifierType::interfaceClassPort,
-                                                 QualifierType::interfaceClassVPort } );
+    bcm_field_group_t group = scene.madeGroup(
+        { QualifierType::ipProtocol, QualifierType::l4SrcPort, QualifierType::srcClassField,
+          QualifierType::dstClassField, QualifierType::interfaceClassL2,
+          QualifierType::interfaceClassL3, QualifierType::interfaceClassPort,
+          QualifierType::interfaceClassVPort } );
     bcm_field_entry_t entry = 0;
 };
 
@@ -49,12 +46,9 @@ TEST_F( EntryQualifiersTest, ClassQualifier_EachTable_HasOneOfItsOwn )
 TEST_F( EntryQualifiersTest, Qualify_AllClasses_AreInTheFieldsOfTheirQualifiers )
 {
     EntryQualifiers qualifiers;
-    qualifiers.classes = { { Table::srcIp, 1 },
-                           { Table::dstIp, 2 },
-                           { Table::etherType, 3 },
-                           { Table::ipProto, 4 },
-                           { Table::l4SrcPort, 5 },
-                           { Table::l4DstPort, 6 } };
+    qualifiers.classes = { { Table::srcIp, 1 },     { Table::dstIp, 2 },
+                           { Table::etherType, 3 }, { Table::ipProto, 4 },
+                           { Table::l4SrcPort, 5 }, { Table::l4DstPort, 6 } };
     EXPECT_EQ( qualifyEntry( unit, entry, qualifiers ), SdkRefusal() );
     EXPECT_THAT( scene.text(),
                  HasSubstr( "DstClassField=0x2/0xffff InterfaceClassL2=0x3/0xffff "

@@ -222,18 +222,16 @@ TEST_F( GroupManagerDeathTest, Audit_QualifiersReadBackWrong_Aborts )
 {
     created( desc() );
     chip.nextCallIs( "bcm_field_group_get", Sim::CorruptOutput{ "members", 1 } );
-    EXPECT_DEATH(
-        manager.audit(),
-        TestSupport::assertionLine( source, verifyFunction, "inHardware == qualifiers" ) );
+    EXPECT_DEATH( manager.audit(), TestSupport::assertionLine( source, verifyFunction,
+                                                               "inHardware == qualifiers" ) );
 }
 
 TEST_F( GroupManagerDeathTest, Create_ChipLosesTheGroup_AbortsAtTheReadBack )
 {
     chip.nextCallIs( "bcm_field_group_config_create", Sim::DropCall() );
-    EXPECT_DEATH(
-        static_cast< void >( manager.create( desc() ) ),
-        TestSupport::apiErrorLine(
-            source, "bcm_field_group_get( unit_, group, &qset )", "Entry not found", -7 ) );
+    EXPECT_DEATH( static_cast< void >( manager.create( desc() ) ),
+                  TestSupport::apiErrorLine( source, "bcm_field_group_get( unit_, group, &qset )",
+                                             "Entry not found", -7 ) );
 }
 
 TEST_F( GroupManagerDeathTest, Create_NoStage_Aborts )
@@ -256,8 +254,8 @@ TEST_F( GroupManagerDeathTest, Destroy_ChipHasLostTheGroup_Aborts )
     const bcm_field_group_t group = created( desc() );
     ASSERT_EQ( chip.chips.bcm_field_group_destroy( FieldChip::unit, group ), 0 );
     EXPECT_DEATH( manager.destroy( group ),
-                  TestSupport::apiErrorLine(
-                      source, "bcm_field_group_destroy( unit_, group )", "Entry not found", -7 ) );
+                  TestSupport::apiErrorLine( source, "bcm_field_group_destroy( unit_, group )",
+                                             "Entry not found", -7 ) );
 }
 
 } // namespace

@@ -214,11 +214,9 @@ class CounterWorld : public SceneWorld
     void allocate( EntryId entry )
     {
         if ( manager.find( entry ) == nullptr ) {
-            static_cast< void >( manager.allocate( { PeloraTcam::stageIfp(),
-                                                     TcamScene::logicalGroup,
-                                                     entry,
-                                                     packetsAndBytes(),
-                                                     0 } ) );
+            static_cast< void >(
+                manager.allocate( { PeloraTcam::stageIfp(), TcamScene::logicalGroup, entry,
+                                    packetsAndBytes(), 0 } ) );
         }
     }
 

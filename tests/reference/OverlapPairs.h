@@ -212,9 +212,9 @@ inline void expectAllPairsRight( const MakeWorld& makeWorld )
     std::size_t pairs = 0;
     for ( std::size_t first = 0; first < operations; ++first ) {
         for ( std::size_t second = 0; second < operations; ++second ) {
-            for ( const Interruption kind : { Interruption::beforeTheChip,
-                                              Interruption::behindTheChip,
-                                              Interruption::thrown } ) {
+            for ( const Interruption kind :
+                  { Interruption::beforeTheChip, Interruption::behindTheChip,
+                    Interruption::thrown } ) {
                 std::size_t call = 1;
                 while ( pairIsRight( makeWorld, { first, second }, kind, call ) ) {
                     ++call;

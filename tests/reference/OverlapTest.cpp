@@ -90,8 +90,8 @@ TEST( OverlapTest, RangeCheckers_AllPairs_AreRight )
 TEST( OverlapTest, RangeCheckers_TwoThreadsWantTheSame_ShareOne )
 {
     RangeWorld world;
-    world.sdk().interruptionIs(
-        1, Interruption::beforeTheChip, world.operations().at( 1 ).run ); // a new one
+    world.sdk().interruptionIs( 1, Interruption::beforeTheChip,
+                                world.operations().at( 1 ).run ); // a new one
     world.operations().at( 1 ).run();
     world.sdk().finish();
     EXPECT_EQ( world.held.all.at( 3 ), world.held.all.at( 4 ) );
@@ -363,9 +363,9 @@ class UdfWorld : public SceneWorld
 
 TEST( OverlapTest, UserDefinedFields_AllPairs_AreRight )
 {
-    for ( const UdfKind kind : { UdfKind{ "sdk6-udf", UdfPath::udfModule },
-                                 UdfKind{ "sdk6-flex", UdfPath::flexParser },
-                                 UdfKind{ "hsdk", UdfPath::flexParserHsdk } } ) {
+    for ( const UdfKind kind :
+          { UdfKind{ "sdk6-udf", UdfPath::udfModule }, UdfKind{ "sdk6-flex", UdfPath::flexParser },
+            UdfKind{ "hsdk", UdfPath::flexParserHsdk } } ) {
         SCOPED_TRACE( kind.profile );
         expectAllPairsRight( [ & ] { return std::make_unique< UdfWorld >( kind ); } );
     }

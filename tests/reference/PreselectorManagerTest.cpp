@@ -41,9 +41,8 @@ TEST_F( PreselectorManagerTest, Create_WithTheCurrentFunction_ProgramsEachQualif
     created( { { QualifierType::drop, 0, 1 },
                { QualifierType::pktType, l2Broadcast, allBits },
                { QualifierType::ipInfo, 0x12345, 0xFFFFF } } );
-    EXPECT_EQ( chip.text(),
-               "preselector 1: Drop=0x0/0x1 IpInfo=0x12345/0xfffff "
-               "PktType=bcmFieldPktTypeL2Bcast\n" );
+    EXPECT_EQ( chip.text(), "preselector 1: Drop=0x0/0x1 IpInfo=0x12345/0xfffff "
+                            "PktType=bcmFieldPktTypeL2Bcast\n" );
 }
 
 TEST_F( PreselectorManagerTest, Create_WithTheLegacyFunction_TakesTheSdksValues )
@@ -55,10 +54,9 @@ TEST_F( PreselectorManagerTest, Create_WithTheLegacyFunction_TakesTheSdksValues 
                { QualifierType::pktType, l2Broadcast, allBits },
                { QualifierType::l2StationMove, 1, 1 } },
              legacy );
-    EXPECT_EQ( chip.text(),
-               "preselector 1: ForwardingType=bcmFieldForwardingTypeMpls "
-               "IpType=bcmFieldIpTypeIpv6 L2StationMove=0x1/0x1 "
-               "PktType=bcmFieldPktTypeL2Bcast\n" );
+    EXPECT_EQ( chip.text(), "preselector 1: ForwardingType=bcmFieldForwardingTypeMpls "
+                            "IpType=bcmFieldIpTypeIpv6 L2StationMove=0x1/0x1 "
+                            "PktType=bcmFieldPktTypeL2Bcast\n" );
 }
 
 TEST_F( PreselectorManagerTest, Create_WithClasses_AppliesThemInOneCallAtTheEnd )
@@ -69,9 +67,8 @@ TEST_F( PreselectorManagerTest, Create_WithClasses_AppliesThemInOneCallAtTheEnd 
                { QualifierType::drop, 1, 1 },
                { QualifierType::dstClassField, 0x0100, 0xFF00 },
                { QualifierType::interfaceClassPort, 3, 7 } } );
-    EXPECT_EQ( chip.text(),
-               "preselector 1: Drop=0x1/0x1 DstClassField=0x101/0xffff "
-               "InterfaceClassPort=0x3/0x7\n" );
+    EXPECT_EQ( chip.text(), "preselector 1: Drop=0x1/0x1 DstClassField=0x101/0xffff "
+                            "InterfaceClassPort=0x3/0x7\n" );
     EXPECT_EQ( recording.countOf( "bcm_field_qualify_SrcClass" ), 1U );
     EXPECT_THAT( recording.calls().back(), testing::StartsWith( "bcm_field_qualify_SrcClass(" ) );
 }
@@ -162,8 +159,7 @@ TEST_F( PreselectorManagerDeathTest, Create_SdkRefusesTheClasses_Aborts )
                   TestSupport::apiErrorLine(
                       "reference/PreselectorManager.cpp",
                       "bcm_field_qualify_SrcClass( unit, flagged, &classes.data, &classes.mask )",
-                      "Invalid parameter",
-                      -4 ) );
+                      "Invalid parameter", -4 ) );
 }
 
 } // namespace

@@ -19,14 +19,10 @@ class QualifierReadingTest : public ::testing::Test
 
     QualifierReadingTest()
     {
-        const bcm_field_group_t group = scene.madeGroup( { QualifierType::srcIp,
-                                                           QualifierType::dstIp,
-                                                           QualifierType::srcIp6,
-                                                           QualifierType::dstIp6,
-                                                           QualifierType::etherType,
-                                                           QualifierType::ipProtocol,
-                                                           QualifierType::l4SrcPort,
-                                                           QualifierType::l4DstPort } );
+        const bcm_field_group_t group = scene.madeGroup(
+            { QualifierType::srcIp, QualifierType::dstIp, QualifierType::srcIp6,
+              QualifierType::dstIp6, QualifierType::etherType, QualifierType::ipProtocol,
+              QualifierType::l4SrcPort, QualifierType::l4DstPort } );
         EXPECT_EQ( scene.chips.bcm_field_entry_create( unit, group, &entry ), 0 );
     }
 

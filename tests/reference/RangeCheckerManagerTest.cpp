@@ -77,9 +77,8 @@ class RangeCheckerManagerTest : public ::testing::Test
 TEST_F( RangeCheckerManagerTest, Acquire_First_StandsInTheChip )
 {
     const RangeCheckerId id = acquired( web );
-    EXPECT_EQ( managed.chipText(),
-               "range checker " + std::to_string( id ) +
-                   ": type=bcmRangeTypeL4DstPort min=80 max=80 instance=1\n" );
+    EXPECT_EQ( managed.chipText(), "range checker " + std::to_string( id ) +
+                                       ": type=bcmRangeTypeL4DstPort min=80 max=80 instance=1\n" );
     EXPECT_EQ( manager.size(), 1U );
     EXPECT_EQ( manager.users( id ), 1U );
 }
@@ -100,10 +99,8 @@ TEST( RangeCheckerManagerLifeTest, Acquire_AnyFieldDiffers_IsAnotherRangeChecker
 {
     ManagedChip large( 8 );
     const RangeCheckerDesc others[] = {
-        { 80, 80, RangeType::l4DstPort },
-        { 79, 80, RangeType::l4DstPort },
-        { 80, 81, RangeType::l4DstPort },
-        { 80, 80, RangeType::l4SrcPort },
+        { 80, 80, RangeType::l4DstPort },    { 79, 80, RangeType::l4DstPort },
+        { 80, 81, RangeType::l4DstPort },    { 80, 80, RangeType::l4SrcPort },
         { 80, 80, RangeType::packetLength },
     };
     std::vector< RangeCheckerId > ids;
@@ -235,8 +232,7 @@ TEST_F( RangeCheckerManagerTest, Audit_ReadBackCorrupted_Dies )
         { { .function = "bcm_range_get", .call = 2 }, Sim::CorruptOutput{ "max", 65534 } } );
     EXPECT_DEATH( manager.audit(),
                   MatchesRegex( TestSupport::assertionLine(
-                      source,
-                      ".*verifyTcamSanity.*",
+                      source, ".*verifyTcamSanity.*",
                       "( desc == rangeCheckerData->checkerDesc() ) && "
                       "\"RangeCheckerManager::rangeCheckerData sw collection is out of sync\" && "
                       "\"with HW rangeChecker table\"" ) ) );
@@ -246,11 +242,10 @@ TEST_F( RangeCheckerManagerTest, Audit_WriteWasDropped_Dies )
 {
     managed.faulty.add( { { .function = "bcm_range_create" }, Sim::DropCall{} } );
     acquired( web );
-    EXPECT_DEATH(
-        manager.audit(),
-        MatchesRegex( TestSupport::apiErrorLine(
-                          source, "bcm_range_get( unit, &conf )", "Entry not found", -7 ) +
-                      TestSupport::assertionLine( source, ".*", "0" ) ) );
+    EXPECT_DEATH( manager.audit(),
+                  MatchesRegex( TestSupport::apiErrorLine( source, "bcm_range_get( unit, &conf )",
+                                                           "Entry not found", -7 ) +
+                                TestSupport::assertionLine( source, ".*", "0" ) ) );
 }
 
 TEST_F( RangeCheckerManagerTest, Acquire_SdkGivesAnIdInUse_Dies )
@@ -259,8 +254,7 @@ TEST_F( RangeCheckerManagerTest, Acquire_SdkGivesAnIdInUse_Dies )
                           Sim::CorruptOutput{ "rid", acquired( web ) } } );
     EXPECT_DEATH( static_cast< void >( manager.acquire( { 1024, 65535, RangeType::l4SrcPort } ) ),
                   MatchesRegex( TestSupport::assertionLine(
-                      "reference/RangeCheckerManager.cpp",
-                      ".*",
+                      "reference/RangeCheckerManager.cpp", ".*",
                       "isNewId && \"the SDK gave an id that is in use\"" ) ) );
 }
 

@@ -37,12 +37,9 @@ class RuleProgrammerTest : public ::testing::Test
     [[nodiscard]] RuleManagers managersOf( RuleScene& scene )
     {
         SceneManagers& all = scene.managers();
-        return { all.rangeCheckers,
-                 scene.tcam().groups,
-                 all.entries,
-                 all.counters,
-                 all.policers,
-                 scene.isSdk6() ? &all.compression : nullptr };
+        return { all.rangeCheckers, scene.tcam().groups,
+                 all.entries,       all.counters,
+                 all.policers,      scene.isSdk6() ? &all.compression : nullptr };
     }
 
     RuleParts parts;
@@ -60,11 +57,10 @@ TEST_F( RuleProgrammerTest, AcquireAndRelease_WithCompression_TakesClassesAndGiv
     EXPECT_THAT( parts.classes, SizeIs( 4 ) );
     EXPECT_TRUE( parts.policer );
     EXPECT_THAT( qualifiers.ranges, ElementsAre( EntryRange{ parts.rangeCheckers[ 0 ], false } ) );
-    EXPECT_EQ( qualifiers.classes,
-               ( TableClasses{ { Table::srcIp, 1 },
-                               { Table::dstIp, 1 },
-                               { Table::ipProto, 1 },
-                               { Table::l4DstPort, 1 } } ) );
+    EXPECT_EQ( qualifiers.classes, ( TableClasses{ { Table::srcIp, 1 },
+                                                   { Table::dstIp, 1 },
+                                                   { Table::ipProto, 1 },
+                                                   { Table::l4DstPort, 1 } } ) );
     EXPECT_FALSE( qualifiers.source || qualifiers.destination || qualifiers.protocol ||
                   qualifiers.destinationPort );
     programmer.release( parts );

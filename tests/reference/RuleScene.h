@@ -19,11 +19,7 @@ struct SceneManagers
         , policers( scene.policerHelper(), profile.policers.capacity )
         , compression( scene.compressionHelper(),
                        sameLimits( { profile.field.compressionEntries, 1, classIds } ) )
-        , programmer( { rangeCheckers,
-                        scene.groups,
-                        entries,
-                        counters,
-                        policers,
+        , programmer( { rangeCheckers, scene.groups, entries, counters, policers,
                         scene.variant == SdkVariant::sdk6 ? &compression : nullptr },
                       { scene.variant, TcamScene::pipe } )
     {}

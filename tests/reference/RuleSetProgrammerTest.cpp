@@ -258,8 +258,7 @@ TEST_P( RuleSetProgrammerTest, Program_OneResourceScarce_RefusesTheRestWholeAndA
           } },
         { "bcm_field_entry_create",
           []( Sim::ChipProfile& chip ) { chip.field.entriesPerGroup = 0; } },
-        { "compression entry",
-          []( Sim::ChipProfile& chip ) { chip.field.compressionEntries = 3; },
+        { "compression entry", []( Sim::ChipProfile& chip ) { chip.field.compressionEntries = 3; },
           true },
     };
     std::vector< FilterRule > rules = rulesTo( 10 );
@@ -324,12 +323,8 @@ TEST_P( RuleSetProgrammerTest, Program_GroupFull_GoesOnInTheNext )
 TEST_P( RuleSetProgrammerTest, Program_AnyJudgedCallRefused_CostsThatRuleOnly )
 {
     std::vector< std::string > functions = {
-        "bcm_field_entry_create",
-        "bcm_field_qualify_RangeCheck",
-        "bcm_field_entry_prio_set",
-        "bcm_field_action_add",
-        "bcm_field_entry_install",
-        "bcm_field_entry_policer_attach",
+        "bcm_field_entry_create", "bcm_field_qualify_RangeCheck", "bcm_field_entry_prio_set",
+        "bcm_field_action_add",   "bcm_field_entry_install",      "bcm_field_entry_policer_attach",
     };
     functions.push_back( isSdk6() ? "bcm_field_qualify_SrcClass" : "bcm_field_qualify_SrcIp" );
     const Sim::ChipSnapshot before = scene.snapshot();
@@ -361,12 +356,9 @@ TEST_P( RuleSetProgrammerTest, Program_GroupRefused_IsTriedAgainWithTheNextRule 
 TEST_P( RuleSetProgrammerTest, Program_CallThrows_TakesTheSetAwayAndPassesItOn )
 {
     const Sim::ChipSnapshot before = scene.snapshot();
-    for ( const char* function : { "bcm_range_create",
-                                   "bcm_policer_create",
-                                   "bcm_field_group_config_create",
-                                   "bcm_field_qualify_RangeCheck",
-                                   "bcm_field_entry_policer_attach",
-                                   "bcm_field_entry_install" } ) {
+    for ( const char* function : { "bcm_range_create", "bcm_policer_create",
+                                   "bcm_field_group_config_create", "bcm_field_qualify_RangeCheck",
+                                   "bcm_field_entry_policer_attach", "bcm_field_entry_install" } ) {
         if ( std::string( function ) == "bcm_policer_create" && !isSdk6() ) {
             continue; // The library keeps the id, as it has to.
         }
@@ -386,12 +378,9 @@ TEST_P( RuleSetProgrammerTest, Program_CallThrows_TakesTheSetAwayAndPassesItOn )
 TEST_P( RuleSetProgrammerTest, Remove_CallThrows_CanBeGoneOnWith )
 {
     const Sim::ChipSnapshot before = scene.snapshot();
-    for ( const char* function : { "bcm_field_entry_remove",
-                                   "bcm_field_entry_policer_detach",
-                                   "bcm_field_entry_destroy",
-                                   "bcm_policer_destroy",
-                                   "bcm_range_destroy",
-                                   "bcm_field_group_destroy" } ) {
+    for ( const char* function :
+          { "bcm_field_entry_remove", "bcm_field_entry_policer_detach", "bcm_field_entry_destroy",
+            "bcm_policer_destroy", "bcm_range_destroy", "bcm_field_group_destroy" } ) {
         const RuleSetReport report = programmer().program( rulesTo( 3 ), everything() );
         scene.tcam().nextCallIs( function, Sim::ThrowFromCall{} );
         EXPECT_THROW( programmer().remove( report.id ), std::runtime_error ) << function;

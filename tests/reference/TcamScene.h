@@ -50,8 +50,7 @@ class TcamScene
         Shim::sdk_ = &evictionSdk;
         buildTranslationMaps();
         PeloraTcam::getGeneralIdManager().poolIs( PeloraTcam::FeatureIdType::policer,
-                                                  PeloraTcam::stageIfp(),
-                                                  1,
+                                                  PeloraTcam::stageIfp(), 1,
                                                   profile.policers.capacity );
         if ( variant == SdkVariant::hsdk ) {
             EXPECT_TRUE( services.counterObjectIs( { unit, PeloraTcam::stageIfp(), pipe, 0 },
@@ -130,8 +129,8 @@ class TcamScene
     [[nodiscard]] Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper > rangeCheckerHelper() const
     {
         return Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper >(
-            new PeloraTcam::PeloraTcamSdk6RangeCheckerHelper(
-                pipe, PeloraTcam::FapId( unit ), { "model" } ) );
+            new PeloraTcam::PeloraTcamSdk6RangeCheckerHelper( pipe, PeloraTcam::FapId( unit ),
+                                                              { "model" } ) );
     }
 
     const SdkVariant variant;

@@ -51,10 +51,8 @@ TEST_F( SdkCallArgumentsTest, AnyCall_ReadsItsArgumentsOnceWithTheLockHeld )
 
     EXPECT_EQ( reads_, 4 );
     EXPECT_THAT( sdk_.calls(),
-                 ElementsAre( "bcm_range_destroy( 0, 7 )",
-                              "bcm_range_destroy( 1, 7 )",
-                              "bcm_range_destroy( 2, 7 )",
-                              "bcm_range_destroy( 3, 7 )" ) );
+                 ElementsAre( "bcm_range_destroy( 0, 7 )", "bcm_range_destroy( 1, 7 )",
+                              "bcm_range_destroy( 2, 7 )", "bcm_range_destroy( 3, 7 )" ) );
 }
 
 /// Another thread of the agent, which changes the shared object as soon as it gets the lock.

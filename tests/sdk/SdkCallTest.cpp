@@ -62,9 +62,7 @@ int destroyTracedWithTextGiven( int unit, bcm_range_t id )
 /// A call too long for one line.
 int attachChecked( int unitOfTheChip, bcm_field_entry_t entryThatIsToBeCounted, int statisticId )
 {
-    return SDK_CHECKED_CALL( bcm_field_entry_stat_attach,
-                             unitOfTheChip,
-                             entryThatIsToBeCounted,
+    return SDK_CHECKED_CALL( bcm_field_entry_stat_attach, unitOfTheChip, entryThatIsToBeCounted,
                              statisticId + statisticId );
 }
 
@@ -145,9 +143,8 @@ TEST_F( SdkCallTest, CheckedCall_PositiveReturnCode_CountsAsSuccess )
 
     EXPECT_EQ( destroyChecked( 2, 7 ), 5 );
 
-    EXPECT_THAT(
-        traces.texts(),
-        ElementsAre( placeOf( checkedLine ) + " bcm_range_destroy( unit, rangeId ) (rc:5)" ) );
+    EXPECT_THAT( traces.texts(), ElementsAre( placeOf( checkedLine ) +
+                                              " bcm_range_destroy( unit, rangeId ) (rc:5)" ) );
     EXPECT_EQ( sdk_.countOf( "onApiError" ), 0U );
 }
 
@@ -161,8 +158,7 @@ TEST_F( SdkCallTest, TracedCall_AnyReturnCode_GivesItWithoutPreApiCall )
     EXPECT_EQ( destroyTraced( 2, 7 ), 3 );
 
     EXPECT_THAT( sdk_.allCalls(),
-                 ElementsAre( "bcm_range_destroy( 2, 7 )",
-                              "bcm_range_destroy( 2, 7 )",
+                 ElementsAre( "bcm_range_destroy( 2, 7 )", "bcm_range_destroy( 2, 7 )",
                               "bcm_range_destroy( 2, 7 )" ) );
     EXPECT_EQ( ::testing::internal::GetCapturedStderr(), "" );
 }
@@ -187,13 +183,9 @@ TEST_F( SdkCallFromScriptTest, CheckedCall_BothLocksHeld_ReleasesAndRetakesThemI
 
     destroyChecked( 0, 1 );
 
-    EXPECT_THAT( locks.events(),
-                 ElementsAre( "preApiCall",
-                              "interpreter lock released",
-                              "activity lock released",
-                              "bcm_range_destroy",
-                              "activity lock taken",
-                              "interpreter lock taken" ) );
+    EXPECT_THAT( locks.events(), ElementsAre( "preApiCall", "interpreter lock released",
+                                              "activity lock released", "bcm_range_destroy",
+                                              "activity lock taken", "interpreter lock taken" ) );
     EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
     EXPECT_TRUE( Agent::interpreterLock().heldByThisThread() );
 }
@@ -205,12 +197,9 @@ TEST_F( SdkCallFromScriptTest, TracedCall_BothLocksHeld_ReleasesAndRetakesThemIn
 
     destroyTraced( 0, 1 );
 
-    EXPECT_THAT( locks.events(),
-                 ElementsAre( "interpreter lock released",
-                              "activity lock released",
-                              "bcm_range_destroy",
-                              "activity lock taken",
-                              "interpreter lock taken" ) );
+    EXPECT_THAT( locks.events(), ElementsAre( "interpreter lock released", "activity lock released",
+                                              "bcm_range_destroy", "activity lock taken",
+                                              "interpreter lock taken" ) );
 }
 
 TEST_F( SdkCallTest, AnyCall_InterpreterLockNotHeld_LeavesItAlone )
@@ -220,11 +209,8 @@ TEST_F( SdkCallTest, AnyCall_InterpreterLockNotHeld_LeavesItAlone )
     destroyChecked( 0, 1 );
     destroyTraced( 0, 1 );
 
-    EXPECT_THAT( locks.events(),
-                 ElementsAre( "activity lock released",
-                              "activity lock taken",
-                              "activity lock released",
-                              "activity lock taken" ) );
+    EXPECT_THAT( locks.events(), ElementsAre( "activity lock released", "activity lock taken",
+                                              "activity lock released", "activity lock taken" ) );
     EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
     EXPECT_FALSE( Agent::interpreterLock().held() );
 }
@@ -275,10 +261,8 @@ TEST_F( SdkCallFromScriptTest, Operation_Throwing_LeavesTheLocksAsBefore )
     EXPECT_THROW( destroyChecked( 0, 1 ), std::runtime_error );
     EXPECT_THROW( destroyTraced( 0, 1 ), std::runtime_error );
 
-    const std::vector< std::string > once = { "interpreter lock released",
-                                              "activity lock released",
-                                              "activity lock taken",
-                                              "interpreter lock taken" };
+    const std::vector< std::string > once = { "interpreter lock released", "activity lock released",
+                                              "activity lock taken", "interpreter lock taken" };
     std::vector< std::string > twice = once;
     twice.insert( twice.end(), once.begin(), once.end() );
     EXPECT_EQ( locks.events(), twice );
@@ -305,8 +289,7 @@ TEST_F( SdkCallTest, AnyCall_ActivityLockNotHeld_IsAnAssertionFailure )
 void reportFailureSteps( RecordingSdk& sdk )
 {
     sdk.on.onApiError = [] {
-        std::fprintf( stderr,
-                      "[onApiError, activity lock %d, interpreter lock %d]\n",
+        std::fprintf( stderr, "[onApiError, activity lock %d, interpreter lock %d]\n",
                       Agent::activityLock().heldByThisThread(),
                       Agent::interpreterLock().heldByThisThread() );
     };
@@ -325,8 +308,7 @@ TEST_F( SdkCallTest, CheckedCall_Failing_WritesItsLineThenTellsThenAborts )
         destroyChecked( 0, 7 );
     };
 
-    EXPECT_EXIT( fail(),
-                 KilledBySignal( SIGABRT ),
+    EXPECT_EXIT( fail(), KilledBySignal( SIGABRT ),
                  StrEq( placeOf( checkedLine ) +
                         " bcm_range_destroy( unit, rangeId ) API ERROR:Internal error (-1)\n"
                         "[onApiError, activity lock 1, interpreter lock 0]\n" +
@@ -343,8 +325,7 @@ TEST_F( SdkCallFromScriptTest, CheckedCall_Failing_HasRetakenBothLocks )
         destroyChecked( 0, 7 );
     };
 
-    EXPECT_EXIT( fail(),
-                 KilledBySignal( SIGABRT ),
+    EXPECT_EXIT( fail(), KilledBySignal( SIGABRT ),
                  StrEq( placeOf( checkedLine ) +
                         " bcm_range_destroy( unit, rangeId ) API ERROR: (-2147483648)\n"
                         "[onApiError, activity lock 1, interpreter lock 1]\n" +
@@ -357,8 +338,7 @@ TEST_F( SdkCallTest, CheckedCall_FailingWithTextGiven_WritesThatText )
     sdk_.on.bcm_range_destroy = returns( -7 );
 
     EXPECT_EXIT(
-        destroyWithTextGiven( 0, 7 ),
-        KilledBySignal( SIGABRT ),
+        destroyWithTextGiven( 0, 7 ), KilledBySignal( SIGABRT ),
         StrEq( placeOf( givenTextLine ) +
                " bcm_range_destroy( u, ( R )id ) API ERROR:Entry not found (-7)\n" +
                assertionLine( givenTextLine,
@@ -398,9 +378,8 @@ TEST_F( SdkCallTest, CheckedCall_Level4On_WritesTheTraceLine )
 
     destroyChecked( 0, 7 );
 
-    EXPECT_THAT(
-        traces.texts(),
-        ElementsAre( placeOf( checkedLine ) + " bcm_range_destroy( unit, rangeId ) (rc:0)" ) );
+    EXPECT_THAT( traces.texts(), ElementsAre( placeOf( checkedLine ) +
+                                              " bcm_range_destroy( unit, rangeId ) (rc:0)" ) );
     const TestSupport::RecordedLine line = traces.lines().front();
     EXPECT_EQ( line.facility, "ApiPelora" );
     EXPECT_EQ( line.level, 4U );
@@ -432,9 +411,8 @@ TEST_F( SdkCallTest, AnyCall_WithTextGiven_TracesThatText )
     EXPECT_EQ( destroyTracedWithTextGiven( 1, 7 ), -7 );
 
     const std::string call = " bcm_range_destroy( u, ( R )id ) (rc:";
-    EXPECT_THAT( traces.texts(),
-                 ElementsAre( placeOf( givenTextLine ) + call + "0)",
-                              placeOf( tracedGivenTextLine ) + call + "-7)" ) );
+    EXPECT_THAT( traces.texts(), ElementsAre( placeOf( givenTextLine ) + call + "0)",
+                                              placeOf( tracedGivenTextLine ) + call + "-7)" ) );
     EXPECT_THAT( sdk_.calls(),
                  ElementsAre( "bcm_range_destroy( 1, 7 )", "bcm_range_destroy( 1, 7 )" ) );
 }

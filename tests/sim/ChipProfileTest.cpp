@@ -194,11 +194,8 @@ TEST( ChipProfileTest, Read_UdfModuleBeyondItsLimits_IsRefused )
 
 TEST( ChipProfileTest, Read_UdfModuleWithoutAKey_IsRefused )
 {
-    for ( const std::string row : { "udfs: 12",
-                                    "chunks: 13",
-                                    "packet-formats: 14",
-                                    "udfs-per-packet-format: 15",
-                                    "hash-configurations: 16" } ) {
+    for ( const std::string row : { "udfs: 12", "chunks: 13", "packet-formats: 14",
+                                    "udfs-per-packet-format: 15", "hash-configurations: 16" } ) {
         EXPECT_EQ( readError( with( "  " + row + "\n", "" ) ),
                    "p.yaml:14:3: missing key '" + row.substr( 0, row.find( ':' ) ) + "'" );
     }
@@ -287,10 +284,9 @@ TEST( ChipProfileTest, Read_FlexParserWithoutOrWithOtherKeys_IsRefused )
     EXPECT_EQ( readError( with( "L3Ipv6: [", "L3Ipv7: [" ) ),
                "p.yaml:29:5: unknown key 'bcmUdfAbstractPktFormatL3Ipv7', did you mean "
                "'bcmUdfAbstractPktFormatL3Ipv4'?" );
-    EXPECT_TRUE( readChipProfile( "",
-                                  with( "\n    bcmUdfAbstractPktFormatL3Ipv6: [ 0, 15 ]\n"
-                                        "    bcmUdfAbstractPktFormatArp: []",
-                                        " {}" ) )
+    EXPECT_TRUE( readChipProfile( "", with( "\n    bcmUdfAbstractPktFormatL3Ipv6: [ 0, 15 ]\n"
+                                            "    bcmUdfAbstractPktFormatArp: []",
+                                            " {}" ) )
                      .flexParser.unavailableChunks.empty() );
 }
 
@@ -359,9 +355,8 @@ TEST( ChipProfileTest, Read_NothingAtAll_IsRefused )
 
 TEST( ChipProfileTest, BuiltIn_Names_AreTheProfiles )
 {
-    EXPECT_THAT(
-        builtInProfileNames(),
-        ElementsAre( "sdk6-udf", "sdk6-flex", "hsdk", "sdk6-tiny", "sdk6-large", "hsdk-large" ) );
+    EXPECT_THAT( builtInProfileNames(), ElementsAre( "sdk6-udf", "sdk6-flex", "hsdk", "sdk6-tiny",
+                                                     "sdk6-large", "hsdk-large" ) );
 }
 
 TEST( ChipProfileTest, BuiltIn_EveryProfile_ReadsAndBearsItsName )

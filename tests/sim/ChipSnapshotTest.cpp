@@ -56,9 +56,8 @@ ChipSnapshot twoPolicers()
 
 TEST( ChipSnapshotTest, Text_Objects_AreSortedLines )
 {
-    EXPECT_EQ( twoPolicers().text(),
-               "policer 2: rate=7 burst=8\n"
-               "policer 10: rate=5 burst=6\n" );
+    EXPECT_EQ( twoPolicers().text(), "policer 2: rate=7 burst=8\n"
+                                     "policer 10: rate=5 burst=6\n" );
 }
 
 TEST( ChipSnapshotTest, Text_Nothing_IsEmpty )
@@ -101,10 +100,8 @@ TEST( DifferenceTest, AddedRemovedChanged_AreLinesInOrderOfNames )
     after.add( "policer 3", { { "rate", "1" } } );
     after.add( "policer 10", { { "rate", "5" }, { "burst", "9" } } );
     EXPECT_THAT( difference( twoPolicers(), after ),
-                 ElementsAre( "- policer 2: rate=7 burst=8",
-                              "+ policer 3: rate=1",
-                              "- policer 10: rate=5 burst=6",
-                              "+ policer 10: rate=5 burst=9" ) );
+                 ElementsAre( "- policer 2: rate=7 burst=8", "+ policer 3: rate=1",
+                              "- policer 10: rate=5 burst=6", "+ policer 10: rate=5 burst=9" ) );
 }
 
 } // namespace

@@ -38,13 +38,11 @@ TEST_P( FieldCriteriaTest, Fields_EachKindOfValue_AreSortedByNameWithReadableVal
                       namedValue( numbering, numbering.bcmFieldPktTypeBpdu ) );
     criteria.matchIs( numbering.bcmFieldQualifyDrop, MaskedNumber{ 0, 1 } );
     criteria.matchIs( numbering.bcmFieldQualifySrcIp, MaskedNumber{ 0xC0A80001, 0xFFFFFF00 } );
-    EXPECT_THAT( criteria.fields( numbering ),
-                 ElementsAre( Pair( "Drop", "0x0/0x1" ),
-                              Pair( "PktType", "bcmFieldPktTypeBpdu" ),
-                              Pair( "RangeCheck", "not-3" ),
-                              Pair( "SrcIp", "0xc0a80001/0xffffff00" ),
-                              Pair( "SrcIp6", "0x2001/0xff0f" ),
-                              Pair( "udf7", "0x0aff/0xff00" ) ) );
+    EXPECT_THAT(
+        criteria.fields( numbering ),
+        ElementsAre( Pair( "Drop", "0x0/0x1" ), Pair( "PktType", "bcmFieldPktTypeBpdu" ),
+                     Pair( "RangeCheck", "not-3" ), Pair( "SrcIp", "0xc0a80001/0xffffff00" ),
+                     Pair( "SrcIp6", "0x2001/0xff0f" ), Pair( "udf7", "0x0aff/0xff00" ) ) );
 }
 
 TEST_P( FieldCriteriaTest, MatchIs_SecondTime_Replaces )
@@ -94,8 +92,7 @@ TEST_P( FieldCriteriaTest, SourceClassesAre_SecondTime_ReplaceAllOfThemAndNothin
     criteria.sourceClassesAre( numbering,
                                sourceClassMatches( numbering, { 0, 3, 4 }, { 0, 0xF, 0xF } ) );
     EXPECT_THAT( criteria.fields( numbering ),
-                 ElementsAre( Pair( "Drop", "0x1/0x1" ),
-                              Pair( "InterfaceClassL2", "0x4/0xf" ),
+                 ElementsAre( Pair( "Drop", "0x1/0x1" ), Pair( "InterfaceClassL2", "0x4/0xf" ),
                               Pair( "SrcClassField", "0x3/0xf" ) ) );
 }
 

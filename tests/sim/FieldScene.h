@@ -92,5 +92,5 @@ class FieldScene : public testing::TestWithParam< const char* >
 
 /// Runs the tests of a class derived from `FieldScene` under several numberings.
 #define INSTANTIATE_FIELD_SCENE( suite )                                                           \
-    INSTANTIATE_TEST_SUITE_P(                                                                      \
-        Numberings, suite, testing::Values( "default", "shuffled:1", "shuffled:2" ) )
+    INSTANTIATE_TEST_SUITE_P( Numberings, suite,                                                   \
+                              testing::Values( "default", "shuffled:1", "shuffled:2" ) )

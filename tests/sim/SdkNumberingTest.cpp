@@ -177,16 +177,9 @@ TEST( SdkNumberingTest, FromText_DefaultAndShuffled_AreTheNumberings )
 
 TEST( SdkNumberingTest, FromText_AnythingElse_IsRefused )
 {
-    for ( const std::string text : { "",
-                                     "defaults",
-                                     "shuffled",
-                                     "shuffled:",
-                                     "shuffled:x",
-                                     "shuffled:1x",
-                                     "shuffled:-1",
-                                     "shuffled: 1",
-                                     "shuffled:07",
-                                     "shuffled:4294967296" } ) {
+    for ( const std::string text :
+          { "", "defaults", "shuffled", "shuffled:", "shuffled:x", "shuffled:1x", "shuffled:-1",
+            "shuffled: 1", "shuffled:07", "shuffled:4294967296" } ) {
         EXPECT_EQ( errorText< std::invalid_argument >(
                        [ & ] { static_cast< void >( SdkNumbering::fromText( text ) ); } ),
                    "expected 'default' or 'shuffled:SEED' with a SEED from 0 to 4294967295, "
@@ -197,18 +190,15 @@ TEST( SdkNumberingTest, FromText_AnythingElse_IsRefused )
 
 TEST( SdkNumberingTest, NamesOf_OneEnumeration_AreItsOwnInTheSdksOrder )
 {
-    EXPECT_EQ( SdkNumbering::namesOf< bcm_range_type_t >(),
-               ( std::vector< std::string >{ "bcmRangeTypeL4SrcPort",
-                                             "bcmRangeTypeL4DstPort",
-                                             "bcmRangeTypeOuterVlan",
-                                             "bcmRangeTypePacketLength" } ) );
+    EXPECT_EQ(
+        SdkNumbering::namesOf< bcm_range_type_t >(),
+        ( std::vector< std::string >{ "bcmRangeTypeL4SrcPort", "bcmRangeTypeL4DstPort",
+                                      "bcmRangeTypeOuterVlan", "bcmRangeTypePacketLength" } ) );
     EXPECT_EQ( SdkNumbering::namesOf< bcm_udf_abstract_pkt_format_t >(),
-               ( std::vector< std::string >{ "bcmUdfAbstractPktFormatL3Ipv4",
-                                             "bcmUdfAbstractPktFormatL3Ipv4WithoutOptions",
-                                             "bcmUdfAbstractPktFormatL3Ipv6",
-                                             "bcmUdfAbstractPktFormatUnknownL3",
-                                             "bcmUdfAbstractPktFormatKnownNonIp",
-                                             "bcmUdfAbstractPktFormatArp" } ) );
+               ( std::vector< std::string >{
+                   "bcmUdfAbstractPktFormatL3Ipv4", "bcmUdfAbstractPktFormatL3Ipv4WithoutOptions",
+                   "bcmUdfAbstractPktFormatL3Ipv6", "bcmUdfAbstractPktFormatUnknownL3",
+                   "bcmUdfAbstractPktFormatKnownNonIp", "bcmUdfAbstractPktFormatArp" } ) );
 }
 
 } // namespace

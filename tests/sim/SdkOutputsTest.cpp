@@ -52,10 +52,9 @@ TEST( SdkOutputsTest, OutputNames_StructuresNumbersAndLists_AreAllThere )
 {
     EXPECT_THAT( function( "bcm_range_get" ).outputNames(),
                  ElementsAre( "min", "max", "instance", "rtype", "rid" ) );
-    EXPECT_THAT(
-        function( "bcm_policer_get" ).outputNames(),
-        ElementsAre(
-            "flags", "mode", "ckbits_sec", "ckbits_burst", "pkbits_sec", "pkbits_burst" ) );
+    EXPECT_THAT( function( "bcm_policer_get" ).outputNames(),
+                 ElementsAre( "flags", "mode", "ckbits_sec", "ckbits_burst", "pkbits_sec",
+                              "pkbits_burst" ) );
     EXPECT_THAT( function( "bcm_udf_create" ).outputNames(),
                  ElementsAre( "layer", "start", "width", "hw_bmap", "udfId" ) );
     EXPECT_THAT( function( "bcm_udf_get_all" ).outputNames(), ElementsAre( "udfIds", "actual" ) );
@@ -135,12 +134,8 @@ TEST( SdkOutputsTest, SetOutput_UdfAndId_SetsEither )
 TEST( SdkOutputsTest, SetOutput_PacketFormat_SetsTheField )
 {
     bcm_udf_pkt_format_info_t format;
-    setOutput( function( "bcm_udf_pkt_format_info_get" ),
-               "ip_protocol_mask",
-               0xF0,
-               0,
-               bcm_udf_pkt_format_id_t{ 1 },
-               &format );
+    setOutput( function( "bcm_udf_pkt_format_info_get" ), "ip_protocol_mask", 0xF0, 0,
+               bcm_udf_pkt_format_id_t{ 1 }, &format );
     EXPECT_EQ( format.ip_protocol_mask(), 0xF0 );
     EXPECT_EQ( format.ip_protocol(), 0 );
 }
@@ -164,35 +159,27 @@ TEST( SdkOutputsTest, SetOutput_ChunkRecords_SetsTheFields )
     EXPECT_EQ( chunk.width(), 2U );
 
     bcm_udf_multi_chunk_info_t multi;
-    setOutput(
-        function( "bcm_udf_multi_chunk_info_get" ), "two_byte_chunk_bmap", 0x30, 0, id, &multi );
+    setOutput( function( "bcm_udf_multi_chunk_info_get" ), "two_byte_chunk_bmap", 0x30, 0, id,
+               &multi );
     EXPECT_EQ( multi.two_byte_chunk_bmap().w[ 0 ], 0x30U );
 
     const bcm_udf_abstract_pkt_format_t format{};
     bcm_udf_abstract_pkt_format_info_t info;
-    setOutput( function( "bcm_udf_abstract_pkt_format_info_get" ),
-               "unavail_chunk_bmap",
-               3,
-               0,
-               format,
-               &info );
+    setOutput( function( "bcm_udf_abstract_pkt_format_info_get" ), "unavail_chunk_bmap", 3, 0,
+               format, &info );
     EXPECT_EQ( info.unavail_chunk_bmap(), 3U );
 
     bcm_udf_multi_abstract_pkt_format_info_t free;
-    setOutput( function( "bcm_udf_multi_abstract_pkt_format_info_get" ),
-               "num_chunks_available",
-               1,
-               0,
-               format,
-               &free );
+    setOutput( function( "bcm_udf_multi_abstract_pkt_format_info_get" ), "num_chunks_available", 1,
+               0, format, &free );
     EXPECT_EQ( free.num_chunks_available(), 1U );
 }
 
 TEST( SdkOutputsTest, SetOutput_Number_SetsIt )
 {
     uint64_t value = 7;
-    setOutput(
-        function( "bcm_field_stat_get" ), "value", UINT64_MAX, 0, 1, bcm_field_stat_t{}, &value );
+    setOutput( function( "bcm_field_stat_get" ), "value", UINT64_MAX, 0, 1, bcm_field_stat_t{},
+               &value );
     EXPECT_EQ( value, UINT64_MAX );
 }
 

@@ -13,10 +13,8 @@ class SimFieldEntriesTest : public FieldScene
   protected:
     SimFieldEntriesTest()
         : group( madeGroup(
-              config( { numbering.bcmFieldQualifySrcIp,
-                        numbering.bcmFieldQualifyPktType,
-                        numbering.bcmFieldQualifySrcClassField,
-                        numbering.bcmFieldQualifyUdf },
+              config( { numbering.bcmFieldQualifySrcIp, numbering.bcmFieldQualifyPktType,
+                        numbering.bcmFieldQualifySrcClassField, numbering.bcmFieldQualifyUdf },
                       { numbering.bcmFieldActionDrop, numbering.bcmFieldActionClassSet } ) ) )
         , entry( madeEntry( group ) )
         , entries( field.entries() )
@@ -307,8 +305,8 @@ TEST_P( SimFieldEntriesTest, AddAction_GroupWithoutActions_TakesAnyThatThereIs )
     EXPECT_EQ( entries.addAction( other, numbering.bcmFieldActionTtlSet, { 0, 0 } ),
                ReturnCode::BCM_E_NONE );
     expectRefused( ReturnCode::BCM_E_PARAM, [ & ] {
-        return entries.addAction(
-            other, static_cast< bcm_field_action_t >( 0x7FFFFFF1 ), { 0, 0 } );
+        return entries.addAction( other, static_cast< bcm_field_action_t >( 0x7FFFFFF1 ),
+                                  { 0, 0 } );
     } );
 }
 
@@ -373,8 +371,7 @@ TEST_P( SimFieldEntriesTest, AddTo_FullEntry_NamesEverythingIndependentlyOfTheNu
 {
     const bcm_field_class_info_t classInfo{ numbering.bcmFieldActionClassSet, 77 };
     ASSERT_EQ( entries.priorityIs( entry, 9 ), ReturnCode::BCM_E_NONE );
-    ASSERT_EQ( entries.qualify( entry,
-                                numbering.bcmFieldQualifyPktType,
+    ASSERT_EQ( entries.qualify( entry, numbering.bcmFieldQualifyPktType,
                                 namedValue( numbering, numbering.bcmFieldPktTypeOam ) ),
                ReturnCode::BCM_E_NONE );
     ASSERT_EQ( entries.addAction( entry, numbering.bcmFieldActionDrop, { 1, 2 } ),

@@ -12,10 +12,9 @@ class SimFieldTest : public FieldScene
 {
   protected:
     SimFieldTest()
-        : entry( madeEntry( madeGroup( config( { numbering.bcmFieldQualifyDrop,
-                                                 numbering.bcmFieldQualifySrcIp6,
-                                                 numbering.bcmFieldQualifySrcClassField,
-                                                 numbering.bcmFieldQualifyUdf } ) ) ) )
+        : entry( madeEntry( madeGroup( config(
+              { numbering.bcmFieldQualifyDrop, numbering.bcmFieldQualifySrcIp6,
+                numbering.bcmFieldQualifySrcClassField, numbering.bcmFieldQualifyUdf } ) ) ) )
         , preselector( madePreselector() | SimField::preselectorBit )
         , drop{ numbering.bcmFieldQualifyDrop, FieldQualifier::entriesAndPreselectors }
         , srcIp6{ numbering.bcmFieldQualifySrcIp6, FieldQualifier::entries }
@@ -88,11 +87,11 @@ TEST_P( SimFieldTest, QualifySourceClasses_WithAndWithoutTheBit_ReachesPreselect
 TEST_P( SimFieldTest, QualifyUdf_BadArguments_AreRefused )
 {
     const uint8_t bytes[ 17 ]{};
-    const auto expectBad =
-        [ & ]( int udfId, int length, const uint8_t* data, const uint8_t* mask ) {
-            expectRefused( ReturnCode::BCM_E_PARAM,
-                           [ & ] { return field.qualifyUdf( entry, udfId, length, data, mask ); } );
-        };
+    const auto expectBad = [ & ]( int udfId, int length, const uint8_t* data,
+                                  const uint8_t* mask ) {
+        expectRefused( ReturnCode::BCM_E_PARAM,
+                       [ & ] { return field.qualifyUdf( entry, udfId, length, data, mask ); } );
+    };
     expectBad( 0, 2, bytes, bytes );
     expectBad( -1, 2, bytes, bytes );
     expectBad( 1, 0, bytes, bytes );
@@ -169,8 +168,7 @@ TEST( SimFieldCapacityTest, Entries_EightThousandInOneGroup_AllFit )
     for ( uint32_t rule = 0; rule < 8000; ++rule ) {
         bcm_field_entry_t entry = 0;
         ASSERT_EQ( field.entries().create( config.group, &entry ), ReturnCode::BCM_E_NONE );
-        ASSERT_EQ( field.qualify( entry,
-                                  { numbering.bcmFieldQualifySrcIp },
+        ASSERT_EQ( field.qualify( entry, { numbering.bcmFieldQualifySrcIp },
                                   MaskedNumber{ rule, 0xFFFFFFFF } ),
                    ReturnCode::BCM_E_NONE );
         ASSERT_EQ( field.entries().install( entry ), ReturnCode::BCM_E_NONE );

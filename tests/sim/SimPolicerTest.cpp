@@ -136,9 +136,9 @@ TEST_P( SimPolicerTest, Create_UnknownMode_IsBadParameter )
 
 TEST_P( SimPolicerTest, Create_EachMode_IsAccepted )
 {
-    for ( const bcm_policer_mode_t mode : { numbering.bcmPolicerModeCommitted,
-                                            numbering.bcmPolicerModeSrTcm,
-                                            numbering.bcmPolicerModeTrTcm } ) {
+    for ( const bcm_policer_mode_t mode :
+          { numbering.bcmPolicerModeCommitted, numbering.bcmPolicerModeSrTcm,
+            numbering.bcmPolicerModeTrTcm } ) {
         bcm_policer_config_t policer = config();
         policer.mode = mode;
         bcm_policer_t id = 0;

@@ -86,8 +86,8 @@ TEST_P( SimRangeTest, Create_AnyFlag_IsBadParameter )
 TEST_P( SimRangeTest, Create_UnknownType_IsBadParameter )
 {
     expectRefused( ReturnCode::BCM_E_PARAM, 0, config( bcm_range_type_t{}, 1, 2 ) );
-    expectRefused(
-        ReturnCode::BCM_E_PARAM, 0, config( static_cast< bcm_range_type_t >( 5 ), 1, 2 ) );
+    expectRefused( ReturnCode::BCM_E_PARAM, 0,
+                   config( static_cast< bcm_range_type_t >( 5 ), 1, 2 ) );
 }
 
 TEST_P( SimRangeTest, Create_MinAboveMax_IsBadParameter )

@@ -110,9 +110,8 @@ TEST( SimSetsTest, WritePortBitmap_SomePorts_IsHexadecimalHighestWordFirst )
     addPort( ports, 507 );
     std::string text( portBitmapTextSize + 1, '#' );
     writePortBitmap( ports, text.data() );
-    EXPECT_EQ( text,
-               "0x08000000" + std::string( std::size_t{ 13 } * 8, '0' ) + "0000000200000001" +
-                   std::string( 1, '\0' ) + "#" );
+    EXPECT_EQ( text, "0x08000000" + std::string( std::size_t{ 13 } * 8, '0' ) + "0000000200000001" +
+                         std::string( 1, '\0' ) + "#" );
 }
 
 TEST( SimSetsTest, PortBitmapTextSize_CountsPrefixDigitsAndTerminator )

@@ -114,14 +114,10 @@ TEST_P( SimStatTest, Create_ForAGroup_GivesIdFromOneAndCountersAtZero )
 TEST_P( SimStatTest, Create_EachTypeThatCounts_IsAccepted )
 {
     int id = 0;
-    EXPECT_EQ( create( { numbering.bcmFieldStatBytes,
-                         numbering.bcmFieldStatPackets,
-                         numbering.bcmFieldStatGreenBytes,
-                         numbering.bcmFieldStatGreenPackets,
-                         numbering.bcmFieldStatYellowBytes,
-                         numbering.bcmFieldStatYellowPackets,
-                         numbering.bcmFieldStatRedBytes,
-                         numbering.bcmFieldStatRedPackets },
+    EXPECT_EQ( create( { numbering.bcmFieldStatBytes, numbering.bcmFieldStatPackets,
+                         numbering.bcmFieldStatGreenBytes, numbering.bcmFieldStatGreenPackets,
+                         numbering.bcmFieldStatYellowBytes, numbering.bcmFieldStatYellowPackets,
+                         numbering.bcmFieldStatRedBytes, numbering.bcmFieldStatRedPackets },
                        &id ),
                ReturnCode::BCM_E_NONE );
 }
@@ -269,13 +265,11 @@ TEST_P( SimStatTest, Count_EachColor_CountsItsOwnAndTheUncolored )
 {
     const bcm_field_entry_t entry = madeEntry();
     int id = 0;
-    ASSERT_EQ( create( { packets,
-                         numbering.bcmFieldStatGreenPackets,
-                         numbering.bcmFieldStatYellowPackets,
-                         numbering.bcmFieldStatRedPackets,
-                         numbering.bcmFieldStatRedBytes },
-                       &id ),
-               ReturnCode::BCM_E_NONE );
+    ASSERT_EQ(
+        create( { packets, numbering.bcmFieldStatGreenPackets, numbering.bcmFieldStatYellowPackets,
+                  numbering.bcmFieldStatRedPackets, numbering.bcmFieldStatRedBytes },
+                &id ),
+        ReturnCode::BCM_E_NONE );
     ASSERT_EQ( statistics.attach( entry, id ), ReturnCode::BCM_E_NONE );
     statistics.count( entry, { 1, 10, TrafficColor::green } );
     statistics.count( entry, { 2, 20, TrafficColor::yellow } );

@@ -133,11 +133,10 @@ TEST_P( SimUdfModuleTest, Create_Get_GivesBackWhatWasMade )
 
 TEST_P( SimUdfModuleTest, Create_EachLayer_IsTaken )
 {
-    for ( const bcm_udf_layer_t layer : { numbering.bcmUdfLayerL2Header,
-                                          numbering.bcmUdfLayerL3OuterHeader,
-                                          numbering.bcmUdfLayerL3InnerHeader,
-                                          numbering.bcmUdfLayerL4OuterHeader,
-                                          numbering.bcmUdfLayerL4InnerHeader } ) {
+    for ( const bcm_udf_layer_t layer :
+          { numbering.bcmUdfLayerL2Header, numbering.bcmUdfLayerL3OuterHeader,
+            numbering.bcmUdfLayerL3InnerHeader, numbering.bcmUdfLayerL4OuterHeader,
+            numbering.bcmUdfLayerL4InnerHeader } ) {
         bcm_udf_t udf = udfOf( 16 );
         udf.layerIs( layer );
         bcm_udf_id_t id = 0;

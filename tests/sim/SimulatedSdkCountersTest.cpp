@@ -104,8 +104,8 @@ TEST_F( SimulatedSdkCountersTest, Statistics_OnAnHsdkChip_AreUnavailable )
     EXPECT_EQ( sdk.bcm_field_stat_get( hsdk, 1, type, &value ), unavailable );
     EXPECT_EQ( sdk.bcm_field_entry_stat_attach( hsdk, entry, 1 ), unavailable );
     EXPECT_EQ( sdk.bcm_field_entry_stat_detach( hsdk, entry, 1 ), unavailable );
-    EXPECT_EQ( sdk.korvel_bcm_esw_field_stat_pool_index_get(
-                   hsdk, 1, type, &out, &out, &out, &out, &out, &out ),
+    EXPECT_EQ( sdk.korvel_bcm_esw_field_stat_pool_index_get( hsdk, 1, type, &out, &out, &out, &out,
+                                                             &out, &out ),
                unavailable );
     EXPECT_FALSE( sdk.korvel_bcm_field_stat_installed_in_hw( hsdk, 1 ) );
 }

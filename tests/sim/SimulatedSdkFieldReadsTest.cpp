@@ -22,17 +22,12 @@ class SimulatedSdkFieldReadsTest : public testing::TestWithParam< const char* >
         sdk.chipIs( unit, builtInProfile( "sdk6-tiny" ) );
         bcm_field_group_config_t config;
         config.mode = sdk.bcmFieldGroupModeAuto();
-        for ( const bcm_field_qualify_t qualifier : { sdk.bcmFieldQualifySrcIp(),
-                                                      sdk.bcmFieldQualifyDstIp(),
-                                                      sdk.bcmFieldQualifySrcIp6(),
-                                                      sdk.bcmFieldQualifyDstIp6(),
-                                                      sdk.bcmFieldQualifyEtherType(),
-                                                      sdk.bcmFieldQualifyIpProtocol(),
-                                                      sdk.bcmFieldQualifyL4SrcPort(),
-                                                      sdk.bcmFieldQualifyL4DstPort(),
-                                                      sdk.bcmFieldQualifyRangeCheck(),
-                                                      sdk.bcmFieldQualifySrcClassField(),
-                                                      sdk.bcmFieldQualifyInterfaceClassVPort() } ) {
+        for ( const bcm_field_qualify_t qualifier :
+              { sdk.bcmFieldQualifySrcIp(), sdk.bcmFieldQualifyDstIp(), sdk.bcmFieldQualifySrcIp6(),
+                sdk.bcmFieldQualifyDstIp6(), sdk.bcmFieldQualifyEtherType(),
+                sdk.bcmFieldQualifyIpProtocol(), sdk.bcmFieldQualifyL4SrcPort(),
+                sdk.bcmFieldQualifyL4DstPort(), sdk.bcmFieldQualifyRangeCheck(),
+                sdk.bcmFieldQualifySrcClassField(), sdk.bcmFieldQualifyInterfaceClassVPort() } ) {
             sdk.BCM_FIELD_QSET_ADD( &config.qset, qualifier );
         }
         EXPECT_EQ( sdk.bcm_field_group_config_create( unit, &config ), 0 );
@@ -74,18 +69,18 @@ INSTANTIATE_TEST_SUITE_P( Numberings,
 TEST_P( SimulatedSdkFieldReadsTest, NumberGet_EachQualifier_GivesWhatWasSet )
 {
     using Sdk = Shim::SdkAccess;
-    expectReadBack< uint32_t >(
-        &Sdk::bcm_field_qualify_SrcIp, &Sdk::bcm_field_qualify_SrcIp_get, 0x0A000001, 0xFFFFFF00 );
-    expectReadBack< uint32_t >(
-        &Sdk::bcm_field_qualify_DstIp, &Sdk::bcm_field_qualify_DstIp_get, 0x0A000002, 0xFFFF0000 );
-    expectReadBack< uint16_t >(
-        &Sdk::bcm_field_qualify_EtherType, &Sdk::bcm_field_qualify_EtherType_get, 0x800, 0xFFFF );
-    expectReadBack< uint16_t >(
-        &Sdk::bcm_field_qualify_L4SrcPort, &Sdk::bcm_field_qualify_L4SrcPort_get, 80, 0xFFF0 );
-    expectReadBack< uint16_t >(
-        &Sdk::bcm_field_qualify_L4DstPort, &Sdk::bcm_field_qualify_L4DstPort_get, 443, 0xFFFF );
-    expectReadBack< uint8_t >(
-        &Sdk::bcm_field_qualify_IpProtocol, &Sdk::bcm_field_qualify_IpProtocol_get, 6, 0xFF );
+    expectReadBack< uint32_t >( &Sdk::bcm_field_qualify_SrcIp, &Sdk::bcm_field_qualify_SrcIp_get,
+                                0x0A000001, 0xFFFFFF00 );
+    expectReadBack< uint32_t >( &Sdk::bcm_field_qualify_DstIp, &Sdk::bcm_field_qualify_DstIp_get,
+                                0x0A000002, 0xFFFF0000 );
+    expectReadBack< uint16_t >( &Sdk::bcm_field_qualify_EtherType,
+                                &Sdk::bcm_field_qualify_EtherType_get, 0x800, 0xFFFF );
+    expectReadBack< uint16_t >( &Sdk::bcm_field_qualify_L4SrcPort,
+                                &Sdk::bcm_field_qualify_L4SrcPort_get, 80, 0xFFF0 );
+    expectReadBack< uint16_t >( &Sdk::bcm_field_qualify_L4DstPort,
+                                &Sdk::bcm_field_qualify_L4DstPort_get, 443, 0xFFFF );
+    expectReadBack< uint8_t >( &Sdk::bcm_field_qualify_IpProtocol,
+                               &Sdk::bcm_field_qualify_IpProtocol_get, 6, 0xFF );
 }
 
 TEST_P( SimulatedSdkFieldReadsTest, AddressGet_BothQualifiers_GiveWhatWasSet )
@@ -247,8 +242,8 @@ TEST_P( SimulatedSdkFieldReadsTest, FlexctrGet_AttachedAndNot_TellsObjectAndInde
     EXPECT_EQ( sdk.bcm_field_entry_flexctr_get( unit, entry, any, &readObject, &readIndex ), 0 );
     EXPECT_EQ( readObject, object );
     EXPECT_EQ( readIndex, 3U );
-    EXPECT_EQ( sdk.bcm_field_entry_flexctr_get(
-                   unit, entry, sdk.bcmFlexctrColorRed(), &readObject, &readIndex ),
+    EXPECT_EQ( sdk.bcm_field_entry_flexctr_get( unit, entry, sdk.bcmFlexctrColorRed(), &readObject,
+                                                &readIndex ),
                ReturnCode::BCM_E_NOT_FOUND );
     EXPECT_EQ( sdk.bcm_field_entry_flexctr_get( unit, entry, any, nullptr, &readIndex ),
                ReturnCode::BCM_E_PARAM );

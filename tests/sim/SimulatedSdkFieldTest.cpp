@@ -116,48 +116,32 @@ TEST_P( SimulatedSdkFieldTest, QualifyNumber_EachFunctionOnAPreselector_StoresOr
 
 TEST_P( SimulatedSdkFieldTest, QualifyNamed_EachFunction_StoresTheEnumeratorsName )
 {
-    const auto expectStored =
-        [ & ]( auto function, auto value, const char* field, const char* name ) {
-            for ( const bcm_field_entry_t target : { entry, preselector } ) {
-                EXPECT_EQ( ( sdk.*function )( 3, target, value ), ReturnCode::BCM_E_NONE ) << field;
-            }
-            EXPECT_EQ( valueOf( "field entry 1", field ), name );
-            EXPECT_EQ( valueOf( "preselector 1", field ), name );
-        };
+    const auto expectStored = [ & ]( auto function, auto value, const char* field,
+                                     const char* name ) {
+        for ( const bcm_field_entry_t target : { entry, preselector } ) {
+            EXPECT_EQ( ( sdk.*function )( 3, target, value ), ReturnCode::BCM_E_NONE ) << field;
+        }
+        EXPECT_EQ( valueOf( "field entry 1", field ), name );
+        EXPECT_EQ( valueOf( "preselector 1", field ), name );
+    };
     using Sdk = Shim::SdkAccess;
-    expectStored( &Sdk::bcm_field_qualify_DropReason,
-                  sdk.bcmFieldDropReasonTtlExpired(),
-                  "DropReason",
-                  "bcmFieldDropReasonTtlExpired" );
-    expectStored( &Sdk::bcm_field_qualify_ForwardingType,
-                  sdk.bcmFieldForwardingTypeMpls(),
-                  "ForwardingType",
-                  "bcmFieldForwardingTypeMpls" );
-    expectStored(
-        &Sdk::bcm_field_qualify_IpType, sdk.bcmFieldIpTypeIpv6(), "IpType", "bcmFieldIpTypeIpv6" );
-    expectStored( &Sdk::bcm_field_qualify_L2PktType,
-                  sdk.bcmFieldL2PktTypeUnicast(),
-                  "L2PktType",
+    expectStored( &Sdk::bcm_field_qualify_DropReason, sdk.bcmFieldDropReasonTtlExpired(),
+                  "DropReason", "bcmFieldDropReasonTtlExpired" );
+    expectStored( &Sdk::bcm_field_qualify_ForwardingType, sdk.bcmFieldForwardingTypeMpls(),
+                  "ForwardingType", "bcmFieldForwardingTypeMpls" );
+    expectStored( &Sdk::bcm_field_qualify_IpType, sdk.bcmFieldIpTypeIpv6(), "IpType",
+                  "bcmFieldIpTypeIpv6" );
+    expectStored( &Sdk::bcm_field_qualify_L2PktType, sdk.bcmFieldL2PktTypeUnicast(), "L2PktType",
                   "bcmFieldL2PktTypeUnicast" );
-    expectStored( &Sdk::bcm_field_qualify_OverlayL2PktType,
-                  sdk.bcmFieldL2PktTypeBroadcast(),
-                  "OverlayL2PktType",
-                  "bcmFieldL2PktTypeBroadcast" );
-    expectStored( &Sdk::bcm_field_qualify_OverlayPktType,
-                  sdk.bcmFieldPktTypeOam(),
-                  "OverlayPktType",
-                  "bcmFieldPktTypeOam" );
-    expectStored( &Sdk::bcm_field_qualify_PktFwdType,
-                  sdk.bcmFieldPktFwdTypeL2(),
-                  "PktFwdType",
+    expectStored( &Sdk::bcm_field_qualify_OverlayL2PktType, sdk.bcmFieldL2PktTypeBroadcast(),
+                  "OverlayL2PktType", "bcmFieldL2PktTypeBroadcast" );
+    expectStored( &Sdk::bcm_field_qualify_OverlayPktType, sdk.bcmFieldPktTypeOam(),
+                  "OverlayPktType", "bcmFieldPktTypeOam" );
+    expectStored( &Sdk::bcm_field_qualify_PktFwdType, sdk.bcmFieldPktFwdTypeL2(), "PktFwdType",
                   "bcmFieldPktFwdTypeL2" );
-    expectStored( &Sdk::bcm_field_qualify_PktType,
-                  sdk.bcmFieldPktTypeTrill(),
-                  "PktType",
+    expectStored( &Sdk::bcm_field_qualify_PktType, sdk.bcmFieldPktTypeTrill(), "PktType",
                   "bcmFieldPktTypeTrill" );
-    expectStored( &Sdk::bcm_field_qualify_TunnelType,
-                  sdk.bcmFieldTunnelTypeVxlan(),
-                  "TunnelType",
+    expectStored( &Sdk::bcm_field_qualify_TunnelType, sdk.bcmFieldTunnelTypeVxlan(), "TunnelType",
                   "bcmFieldTunnelTypeVxlan" );
 }
 

@@ -84,15 +84,13 @@ TEST_F( SimulatedSdkFlexParserTest, Functions_ByKindOfChip_AreAvailableOrNot )
     EXPECT_EQ( functionsOf( sdk6 ),
                ( std::set< std::string >{ "bcm_udf_abstract_pkt_format_info_get",
                                           "bcm_udf_abstract_pkt_format_object_list_get",
-                                          "bcm_udf_chunk_create",
-                                          "bcm_udf_chunk_info_get",
+                                          "bcm_udf_chunk_create", "bcm_udf_chunk_info_get",
                                           "bcm_udf_destroy" } ) );
     EXPECT_EQ( functionsOf( hsdk ),
-               ( std::set< std::string >{ "bcm_udf_abstract_pkt_format_object_list_get",
-                                          "bcm_udf_destroy",
-                                          "bcm_udf_multi_abstract_pkt_format_info_get",
-                                          "bcm_udf_multi_chunk_create",
-                                          "bcm_udf_multi_chunk_info_get" } ) );
+               ( std::set< std::string >{
+                   "bcm_udf_abstract_pkt_format_object_list_get", "bcm_udf_destroy",
+                   "bcm_udf_multi_abstract_pkt_format_info_get", "bcm_udf_multi_chunk_create",
+                   "bcm_udf_multi_chunk_info_get" } ) );
     EXPECT_EQ( functionsOf( udfModule ), std::set< std::string >{ "bcm_udf_destroy" } );
 }
 
@@ -115,8 +113,8 @@ TEST_F( SimulatedSdkFlexParserTest, ChunkRecord_OnASdk6Chip_LivesFromCreationToD
     EXPECT_EQ( info.width(), 2U );
 
     bcm_udf_abstract_pkt_format_info_t format;
-    ASSERT_EQ( sdk.bcm_udf_abstract_pkt_format_info_get(
-                   sdk6, sdk.bcmUdfAbstractPktFormatL3Ipv6(), &format ),
+    ASSERT_EQ( sdk.bcm_udf_abstract_pkt_format_info_get( sdk6, sdk.bcmUdfAbstractPktFormatL3Ipv6(),
+                                                         &format ),
                0 );
     EXPECT_EQ( format.num_chunks_max(), 16U );
     EXPECT_EQ( format.chunk_bmap_used(), 0b1000U );
@@ -222,8 +220,8 @@ TEST_F( SimulatedSdkFlexParserTest, Faults_AtReadBacks_ChangeOneMember )
     EXPECT_EQ( info.chunk_bmap(), 3U );
     EXPECT_EQ( info.width(), 2U );
     bcm_udf_abstract_pkt_format_info_t format;
-    ASSERT_EQ( faulty.bcm_udf_abstract_pkt_format_info_get(
-                   sdk6, sdk.bcmUdfAbstractPktFormatArp(), &format ),
+    ASSERT_EQ( faulty.bcm_udf_abstract_pkt_format_info_get( sdk6, sdk.bcmUdfAbstractPktFormatArp(),
+                                                            &format ),
                0 );
     EXPECT_EQ( format.unavail_chunk_bmap(), 0xFFFFU );
     ASSERT_EQ( faulty.bcm_udf_chunk_info_get( sdk6, id, &info ), 0 );

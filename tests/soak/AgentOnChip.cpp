@@ -30,12 +30,9 @@ constexpr std::array< PeloraTcam::LogicalGroupId, 2 > logicalIds = { 1, 2 };
 /// What the entries of the soak run ask for; class fields only where there are tables for them.
 PeloraTcam::QualifierSet entryQualifiers( bool withClasses )
 {
-    PeloraTcam::QualifierSet all = { QualifierType::srcIp,
-                                     QualifierType::dstIp,
-                                     QualifierType::ipProtocol,
-                                     QualifierType::l4SrcPort,
-                                     QualifierType::l4DstPort,
-                                     QualifierType::rangeCheck };
+    PeloraTcam::QualifierSet all = { QualifierType::srcIp,      QualifierType::dstIp,
+                                     QualifierType::ipProtocol, QualifierType::l4SrcPort,
+                                     QualifierType::l4DstPort,  QualifierType::rangeCheck };
     if ( withClasses ) {
         all.insert( QualifierType::srcClassField );
     }
@@ -75,8 +72,8 @@ AgentOnChip::AgentOnChip( const Sim::ChipProfile& chipProfile, Tally& tally )
         Agent::logSinkIs( [ &tally ]( const Agent::LogDescriptor& ) { ++tally.logMessages; } );
     Shim::sdk_ = &evictionSdk_;
     Reference::buildTranslationMaps();
-    PeloraTcam::getGeneralIdManager().poolIs(
-        FeatureIdType::policer, PeloraTcam::stageIfp(), 1, profile.policers.capacity );
+    PeloraTcam::getGeneralIdManager().poolIs( FeatureIdType::policer, PeloraTcam::stageIfp(), 1,
+                                              profile.policers.capacity );
     if ( isHsdk() ) {
         const bool made =
             services_.counterObjectIs( counterPlace(), profile.flexCounters.counters - 1 );

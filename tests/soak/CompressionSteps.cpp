@@ -14,12 +14,8 @@ constexpr std::size_t mostUsers = 160;
 
 CompressionSteps::User CompressionSteps::anyValue()
 {
-    constexpr std::array< Table, 6 > tables = { Table::etherType,
-                                                Table::ipProto,
-                                                Table::l4SrcPort,
-                                                Table::l4DstPort,
-                                                Table::srcIp,
-                                                Table::dstIp };
+    constexpr std::array< Table, 6 > tables = { Table::etherType, Table::ipProto, Table::l4SrcPort,
+                                                Table::l4DstPort, Table::srcIp,   Table::dstIp };
     const Table table = choices.oneOf( tables );
     if ( table != Table::srcIp && table != Table::dstIp ) {
         return { table, CompressionKey( choices.below( 24 ) * 11 ) };

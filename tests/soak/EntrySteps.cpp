@@ -18,15 +18,10 @@ using Table = PeloraTcam::PeloraCompressionTableType;
 
 namespace {
 
-constexpr std::array< const char*, 9 > createRefusable = { "bcm_field_entry_create",
-                                                           "bcm_field_qualify_SrcIp",
-                                                           "bcm_field_qualify_DstIp",
-                                                           "bcm_field_qualify_IpProtocol",
-                                                           "bcm_field_qualify_L4SrcPort",
-                                                           "bcm_field_qualify_L4DstPort",
-                                                           "bcm_field_qualify_RangeCheck",
-                                                           "bcm_field_entry_prio_set",
-                                                           "bcm_field_action_add" };
+constexpr std::array< const char*, 9 > createRefusable = {
+    "bcm_field_entry_create",       "bcm_field_qualify_SrcIp",     "bcm_field_qualify_DstIp",
+    "bcm_field_qualify_IpProtocol", "bcm_field_qualify_L4SrcPort", "bcm_field_qualify_L4DstPort",
+    "bcm_field_qualify_RangeCheck", "bcm_field_entry_prio_set",    "bcm_field_action_add" };
 constexpr std::array< const char*, 1 > installRefusable = { "bcm_field_entry_install" };
 constexpr std::array< const char*, 1 > policerRefusable = { "bcm_field_entry_policer_attach" };
 constexpr std::array< const char*, 1 > statisticRefusable = { "bcm_field_stat_create" };
@@ -283,8 +278,8 @@ void EntrySteps::changeCounters( Live& entry )
 
 void EntrySteps::seePackets( Live& entry )
 {
-    constexpr std::array< TrafficColor, 3 > colors = {
-        TrafficColor::green, TrafficColor::yellow, TrafficColor::red };
+    constexpr std::array< TrafficColor, 3 > colors = { TrafficColor::green, TrafficColor::yellow,
+                                                       TrafficColor::red };
     Traffic traffic;
     traffic.packets = 1 + choices.below( 100 );
     traffic.bytes = traffic.packets * ( 64 + choices.below( 64 ) );

@@ -18,12 +18,9 @@ constexpr std::size_t mostPreselectors = 6;
 
 void GroupSteps::createGroup()
 {
-    constexpr std::array< QualifierType, 6 > all = { QualifierType::srcIp,
-                                                     QualifierType::dstIp,
-                                                     QualifierType::ipProtocol,
-                                                     QualifierType::l4SrcPort,
-                                                     QualifierType::l4DstPort,
-                                                     QualifierType::etherType };
+    constexpr std::array< QualifierType, 6 > all = {
+        QualifierType::srcIp,     QualifierType::dstIp,     QualifierType::ipProtocol,
+        QualifierType::l4SrcPort, QualifierType::l4DstPort, QualifierType::etherType };
     Reference::GroupDesc desc;
     desc.qualifiers = { all.front() };
     for ( unsigned more = choices.below( 4 ); more != 0; --more ) {

@@ -23,8 +23,8 @@ MixedSteps::MixedSteps( const Sim::ChipProfile& profile,
 /// In the order in which everything can be given back: what refers to something else first.
 std::vector< Steps* > MixedSteps::kinds()
 {
-    std::vector< Steps* > all = {
-        &ruleSets_, &entries_, &rangeCheckers_, &policers_, &udfs_, &groups_ };
+    std::vector< Steps* > all = { &ruleSets_, &entries_, &rangeCheckers_,
+                                  &policers_, &udfs_,    &groups_ };
     if ( agent_.compression ) {
         all.push_back( &compression_ );
     }

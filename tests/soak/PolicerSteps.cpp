@@ -15,8 +15,8 @@ constexpr std::size_t mostOwn = 48;
 
 Policer PolicerSteps::anyPolicer()
 {
-    constexpr std::array< PolicerMode, 3 > modes = {
-        PolicerMode::committed, PolicerMode::trTcm, PolicerMode::srTcm };
+    constexpr std::array< PolicerMode, 3 > modes = { PolicerMode::committed, PolicerMode::trTcm,
+                                                     PolicerMode::srTcm };
     Policer policer;
     policer.mode = choices.oneOf( modes );
     policer.colorAware = choices.below( 2 ) != 0;

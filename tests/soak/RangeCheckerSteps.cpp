@@ -15,8 +15,8 @@ constexpr std::size_t mostOwn = 40;
 
 RangeCheckerDesc RangeCheckerSteps::anyDesc()
 {
-    constexpr std::array< RangeType, 3 > types = {
-        RangeType::l4DstPort, RangeType::l4SrcPort, RangeType::packetLength };
+    constexpr std::array< RangeType, 3 > types = { RangeType::l4DstPort, RangeType::l4SrcPort,
+                                                   RangeType::packetLength };
     RangeCheckerDesc desc;
     desc.type = choices.oneOf( types );
     desc.low = choices.below( 8 ) * 1000;

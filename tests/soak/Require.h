@@ -18,12 +18,8 @@ inline void require( bool condition,
         return;
     }
     std::fflush( stdout );
-    std::fprintf( stderr,
-                  "%s:%u: does not hold: %.*s\n",
-                  file,
-                  line,
-                  static_cast< int >( what.size() ),
-                  what.data() );
+    std::fprintf( stderr, "%s:%u: does not hold: %.*s\n", file, line,
+                  static_cast< int >( what.size() ), what.data() );
     std::fflush( stderr );
     std::abort();
 }

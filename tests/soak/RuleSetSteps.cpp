@@ -11,10 +11,9 @@ namespace {
 // Failures at which a rule, or its group, is refused. Entries of compression tables are made and
 // installed with the same functions as rules, and must not fail. (An exception would leave behind
 // what the helpers of counters, policers and classes have made until then.)
-constexpr std::array< const char*, 4 > refusable = { "bcm_range_create",
-                                                     "bcm_field_group_config_create",
-                                                     "bcm_field_entry_prio_set",
-                                                     "bcm_field_action_add" };
+constexpr std::array< const char*, 4 > refusable = {
+    "bcm_range_create", "bcm_field_group_config_create", "bcm_field_entry_prio_set",
+    "bcm_field_action_add" };
 constexpr std::size_t mostLive = 3;
 
 } // namespace

@@ -40,10 +40,8 @@ Request requestOf( const std::vector< std::string >& arguments )
 
 void print( const std::string& profile, const Tally& tally, double seconds )
 {
-    std::printf( "%s: %llu operations in %.1f s, %.0f a second\n",
-                 profile.c_str(),
-                 static_cast< unsigned long long >( tally.operations ),
-                 seconds,
+    std::printf( "%s: %llu operations in %.1f s, %.0f a second\n", profile.c_str(),
+                 static_cast< unsigned long long >( tally.operations ), seconds,
                  static_cast< double >( tally.operations ) / seconds );
     const std::pair< const char*, std::uint64_t > counts[] = {
         { "faults met", tally.faults },
@@ -80,9 +78,7 @@ void soak( const std::string& profile, const Request& request )
         runUntil( steps, tally, request.operations );
         const std::size_t atEnd = residentKilobytes();
         std::printf( "%s: memory in use %zu kB after a tenth of the operations, %zu kB after all\n",
-                     profile.c_str(),
-                     afterWarmUp,
-                     atEnd );
+                     profile.c_str(), afterWarmUp, atEnd );
         require( atEnd <= afterWarmUp + mostGrowth( afterWarmUp ), "memory does not grow" );
         steps.end();
     }

@@ -78,8 +78,7 @@ std::size_t UdfSteps::hashed() const
 UdfDesc UdfSteps::anyFlexDesc()
 {
     constexpr std::array< Agent::U16, 4 > ethTypes = { ip6, arp, unknown, ip4 };
-    constexpr std::array< UdfAppType, 4 > apps = { UdfAppType::ipv4Acl,
-                                                   UdfAppType::ipv6Acl,
+    constexpr std::array< UdfAppType, 4 > apps = { UdfAppType::ipv4Acl, UdfAppType::ipv6Acl,
                                                    UdfAppType::macAcl,
                                                    UdfAppType::ipv4TrafficPolicy };
     UdfDesc desc;

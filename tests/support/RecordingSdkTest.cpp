@@ -18,10 +18,9 @@ TEST( RecordingSdkTest, Call_StandingAlone_IsWrittenDownAndSucceeds )
     EXPECT_EQ( sdk.bcm_range_create( 1, 0, &range ), 0 );
     EXPECT_EQ( sdk.bcm_range_destroy( 1, 7 ), 0 );
 
-    EXPECT_THAT( sdk.calls(),
-                 ElementsAre( "bcm_range_create( 1, 0, {min: 0, max: 9, instance: 0, "
-                              "rtype: 0, rid: 0} )",
-                              "bcm_range_destroy( 1, 7 )" ) );
+    EXPECT_THAT( sdk.calls(), ElementsAre( "bcm_range_create( 1, 0, {min: 0, max: 9, instance: 0, "
+                                           "rtype: 0, rid: 0} )",
+                                           "bcm_range_destroy( 1, 7 )" ) );
     EXPECT_EQ( sdk.countOf( "bcm_range_destroy" ), 1U );
     EXPECT_EQ( sdk.countOf( "bcm_range_get" ), 0U );
 }
@@ -36,8 +35,7 @@ TEST( RecordingSdkTest, AllCalls_WrapperSupportAndInitialisers_AreAmongThem )
 
     EXPECT_THAT( sdk.calls(), ElementsAre( "bcm_range_destroy( 0, 1 )" ) );
     EXPECT_THAT( sdk.allCalls(),
-                 ElementsAre( "preApiCall()",
-                              "bcm_range_destroy( 0, 1 )",
+                 ElementsAre( "preApiCall()", "bcm_range_destroy( 0, 1 )",
                               "bcm_range_config_t_init( {min: 0, max: 0, instance: 0, "
                               "rtype: 0, rid: 0} )" ) );
 

@@ -82,11 +82,8 @@ class TraceRecorder
     void lineIs( const Agent::TraceLine& line )
     {
         const std::lock_guard lock( mutex_ );
-        lines_.push_back( { std::string( line.facility ),
-                            line.level,
-                            line.location.file,
-                            line.location.line,
-                            line.location.function,
+        lines_.push_back( { std::string( line.facility ), line.level, line.location.file,
+                            line.location.line, line.location.function,
                             std::string( line.text ) } );
     }
 

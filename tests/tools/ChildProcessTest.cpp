@@ -19,8 +19,7 @@ class Child : public testing::Test
     ChildEnd run( const Tool::ChildBody& body )
     {
         return Tool::runInChild(
-            body,
-            [ this ]( const Json& event ) { heard_ += "<" + event.dump() + ">"; },
+            body, [ this ]( const Json& event ) { heard_ += "<" + event.dump() + ">"; },
             [ this ]( std::string_view text ) { heard_ += text; } );
     }
 

@@ -19,9 +19,8 @@ void expectRefused( const Refusal& refusal )
     const ToolResult result = ToolFolder().run( refusal.arguments );
     EXPECT_EQ( result.exitCode, 2 );
     EXPECT_EQ( result.output, "" );
-    EXPECT_EQ( result.errors,
-               "pelora-tcam: " + refusal.message + "\nRun '" + refusal.help +
-                   "' for how it is used.\n" );
+    EXPECT_EQ( result.errors, "pelora-tcam: " + refusal.message + "\nRun '" + refusal.help +
+                                  "' for how it is used.\n" );
 }
 
 TEST( CommandLineHints, Command_IsUnknown_IsNamedWithTheNearest )

@@ -17,12 +17,8 @@ ToolResult runTool( const std::vector< std::string >& arguments )
 TEST( CommandLine, Help_OfTheToolAndOfEachCommand_HasAnExampleAndTheExitCodes )
 {
     const std::vector< std::vector< std::string > > helps = {
-        { "--help" },
-        { "run", "--help" },
-        { "profiles", "--help" },
-        { "maps", "--help" },
-        { "decode-trace", "--help" },
-        { "explain-udf", "--help" },
+        { "--help" },         { "run", "--help" },          { "profiles", "--help" },
+        { "maps", "--help" }, { "decode-trace", "--help" }, { "explain-udf", "--help" },
     };
     for ( const auto& arguments : helps ) {
         const ToolResult result = runTool( arguments );

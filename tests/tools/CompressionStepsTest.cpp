@@ -27,14 +27,13 @@ const std::string expectError = "    expect: error\n";
 
 TEST( Compress, Run_ValuesOfEveryTable_GetClasses )
 {
-    const ToolResult result =
-        runOn( "sdk6-udf",
-               "  - compress: { table: etherType, key: ipv6 }\n"
-               "  - compress: { table: ipProto, key: tcp }\n"
-               "  - compress: { table: l4SrcPort, key: 53 }\n"
-               "  - compress: { table: l4DstPort, key: 443 }\n" +
-                   compress( "srcIp", "192.0.2.0/24" ) + compress( "dstIp", "2001:db8::/32" ) +
-                   compress( "dstIp", "198.51.100.1" ) + "  - audit: all\n" );
+    const ToolResult result = runOn(
+        "sdk6-udf", "  - compress: { table: etherType, key: ipv6 }\n"
+                    "  - compress: { table: ipProto, key: tcp }\n"
+                    "  - compress: { table: l4SrcPort, key: 53 }\n"
+                    "  - compress: { table: l4DstPort, key: 443 }\n" +
+                        compress( "srcIp", "192.0.2.0/24" ) + compress( "dstIp", "2001:db8::/32" ) +
+                        compress( "dstIp", "198.51.100.1" ) + "  - audit: all\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     const nlohmann::json source = stepOf( result, 4 );
     EXPECT_EQ( source.at( "name" ), "srcIp 192.0.2.0/24" );
@@ -55,11 +54,10 @@ TEST( Compress, Run_AClassIsWanted_GivesThatOneOrIsAnError )
         return "  - compress: { table: srcIp, key: " + key +
                ", class: " + std::to_string( classId ) + " }\n";
     };
-    const ToolResult result =
-        runOn( "sdk6-udf",
-               want( "192.0.2.0/24", 7 ) + want( "192.0.2.0/24", 7 ) + want( "192.0.2.0/24", 8 ) +
-                   expectError + want( "198.51.100.0/24", 7 ) + expectError +
-                   compress( "srcIp", "203.0.113.0/24" ) + "  - audit: all\n" );
+    const ToolResult result = runOn(
+        "sdk6-udf", want( "192.0.2.0/24", 7 ) + want( "192.0.2.0/24", 7 ) +
+                        want( "192.0.2.0/24", 8 ) + expectError + want( "198.51.100.0/24", 7 ) +
+                        expectError + compress( "srcIp", "203.0.113.0/24" ) + "  - audit: all\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 0 ).at( "class" ), 7 );
     EXPECT_EQ( stepOf( result, 1 ).at( "text" ), "class 7, shared by 2" );
@@ -70,11 +68,10 @@ TEST( Compress, Run_AClassIsWanted_GivesThatOneOrIsAnError )
 
 TEST( Compress, Run_EqualValues_ShareOneUntilTheLastIsReleased )
 {
-    const ToolResult result =
-        runOn( "sdk6-flex",
-               compress( "srcIp", "10.0.0.0/8" ) + compress( "srcIp", "10.0.0.0/8" ) +
-                   release( "srcIp", "10.0.0.0/8" ) + release( "srcIp", "10.0.0.0/8" ) +
-                   release( "srcIp", "10.0.0.0/8" ) + expectError );
+    const ToolResult result = runOn(
+        "sdk6-flex", compress( "srcIp", "10.0.0.0/8" ) + compress( "srcIp", "10.0.0.0/8" ) +
+                         release( "srcIp", "10.0.0.0/8" ) + release( "srcIp", "10.0.0.0/8" ) +
+                         release( "srcIp", "10.0.0.0/8" ) + expectError );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 1 ).at( "text" ), "class 1, shared by 2" );
     EXPECT_EQ( stepOf( result, 2 ).at( "text" ), "class 1, 1 left that share it" );
@@ -86,20 +83,19 @@ TEST( Compress, Run_EqualValues_ShareOneUntilTheLastIsReleased )
 TEST( Compress, Run_NoRoom_IsFullForThatTableOnly )
 {
     const ToolResult result =
-        runOn( "sdk6-tiny",
-               "  - compress: { table: l4SrcPort, key: 1 }\n"
-               "  - compress: { table: l4SrcPort, key: 2 }\n"
-               "  - compress: { table: l4SrcPort, key: 3 }\n    expect: full\n"
-               "  - compress: { table: l4DstPort, key: 3 }\n" );
+        runOn( "sdk6-tiny", "  - compress: { table: l4SrcPort, key: 1 }\n"
+                            "  - compress: { table: l4SrcPort, key: 2 }\n"
+                            "  - compress: { table: l4SrcPort, key: 3 }\n    expect: full\n"
+                            "  - compress: { table: l4DstPort, key: 3 }\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 2 ).at( "text" ), "the table l4SrcPort has no free entry" );
 }
 
 TEST( Compress, Run_OverlappingPrefix_IsAnError )
 {
-    const ToolResult result = runOn( "sdk6-udf",
-                                     compress( "srcIp", "10.0.0.0/8" ) +
-                                         compress( "srcIp", "10.9.0.0/16" ) + expectError );
+    const ToolResult result =
+        runOn( "sdk6-udf", compress( "srcIp", "10.0.0.0/8" ) + compress( "srcIp", "10.9.0.0/16" ) +
+                               expectError );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 1 ).at( "text" ),
                "the table srcIp has a prefix that overlaps 10.9.0.0/16" );
@@ -107,9 +103,8 @@ TEST( Compress, Run_OverlappingPrefix_IsAnError )
 
 TEST( Compress, Run_OnHsdk_IsAnError )
 {
-    const ToolResult result = runOn( "hsdk",
-                                     compress( "srcIp", "10.0.0.0/8" ) + expectError +
-                                         release( "srcIp", "10.0.0.0/8" ) + expectError );
+    const ToolResult result = runOn( "hsdk", compress( "srcIp", "10.0.0.0/8" ) + expectError +
+                                                 release( "srcIp", "10.0.0.0/8" ) + expectError );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 0 ).at( "text" ), "an HSDK chip has no field compression" );
     EXPECT_EQ( stepOf( result, 1 ).at( "text" ), "an HSDK chip has no field compression" );

@@ -45,12 +45,11 @@ const std::string expectError = "    expect: error\n";
 TEST( CreateEntry, Run_Entry_IsInTheHardwareAndTold )
 {
     for ( const std::string& chip : chips ) {
-        const ToolResult result = runOn( chip,
-                                         acl + web +
-                                             entry( "b",
-                                                    ", dst: 198.51.100.7, src-port: 53, "
-                                                    "ethertype: ipv4, priority: 9, actions: []" ) +
-                                             audit );
+        const ToolResult result =
+            runOn( chip, acl + web +
+                             entry( "b", ", dst: 198.51.100.7, src-port: 53, "
+                                         "ethertype: ipv4, priority: 9, actions: []" ) +
+                             audit );
         ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
         EXPECT_EQ( stepOf( result, 1 ).at( "group" ), "acl" );
         EXPECT_EQ( stepOf( result, 1 ).at( "priority" ), 0 );
@@ -64,9 +63,9 @@ TEST( CreateEntry, Run_Entry_IsInTheHardwareAndTold )
 
 TEST( CreateEntry, Run_NoRoom_IsFull )
 {
-    const ToolResult result = runOn( "sdk6-tiny",
-                                     acl + entry( "a" ) + entry( "b" ) + entry( "c" ) +
-                                         entry( "d" ) + entry( "e" ) + "    expect: full\n" );
+    const ToolResult result =
+        runOn( "sdk6-tiny", acl + entry( "a" ) + entry( "b" ) + entry( "c" ) + entry( "d" ) +
+                                entry( "e" ) + "    expect: full\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_THAT( stepOf( result, 5 ).at( "sdkFunction" ).get< std::string >(),
                  HasSubstr( "bcm_field_entry_" ) );
@@ -76,10 +75,9 @@ TEST( CreateEntry, Run_NoRoom_IsFull )
 TEST( CreateEntry, Run_RefusedOrThrowing_LeavesNothing )
 {
     for ( const std::string fault : { "fail: BCM_E_INTERNAL", "throw: true" } ) {
-        const ToolResult result =
-            runOn( "sdk6-tiny",
-                   acl + "  - inject-fault: { function: bcm_field_entry_install, call: 1, " +
-                       fault + " }\n" + web + expectError + web );
+        const ToolResult result = runOn(
+            "sdk6-tiny", acl + "  - inject-fault: { function: bcm_field_entry_install, call: 1, " +
+                             fault + " }\n" + web + expectError + web );
         ASSERT_EQ( result.exitCode, 0 ) << fault << result.output << result.errors;
         EXPECT_EQ( usedOf( result, "tcamEntries" ), 1 );
     }
@@ -88,11 +86,10 @@ TEST( CreateEntry, Run_RefusedOrThrowing_LeavesNothing )
 TEST( CreateEntry, Run_UnknownOrTakenNames_AreErrors )
 {
     for ( const std::string& chip : chips ) {
-        const ToolResult result =
-            runOn( chip,
-                   acl + web + web + expectError + "  - create-entry: { name: b, group: akl }\n" +
-                       expectError + entry( "c", ", policer: voice" ) + expectError +
-                       "  - destroy-entry: { name: weg }\n" + expectError );
+        const ToolResult result = runOn(
+            chip, acl + web + web + expectError + "  - create-entry: { name: b, group: akl }\n" +
+                      expectError + entry( "c", ", policer: voice" ) + expectError +
+                      "  - destroy-entry: { name: weg }\n" + expectError );
         ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
         EXPECT_EQ( stepOf( result, 2 ).at( "text" ), "there is an entry 'web' already" );
         EXPECT_EQ( stepOf( result, 3 ).at( "text" ),
@@ -110,9 +107,8 @@ TEST( CreateEntry, Run_WithAPolicer_HoldsItUntilDestroyed )
     const std::string release = "  - release-policer: { name: voice }\n";
     for ( const std::string& chip : chips ) {
         const ToolResult result =
-            runOn( chip,
-                   acl + policer + entry( "web", ", policer: voice" ) + audit + release +
-                       "    expect: aborted\n  - destroy-entry: { name: web }\n" + release );
+            runOn( chip, acl + policer + entry( "web", ", policer: voice" ) + audit + release +
+                             "    expect: aborted\n  - destroy-entry: { name: web }\n" + release );
         ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
         EXPECT_EQ( usedOf( result, "policers" ), 0 );
         EXPECT_EQ( usedOf( result, "tcamEntries" ), 0 );
@@ -171,12 +167,11 @@ TEST( Counters, Run_OneOfHsdk_IsInUseAndTheOthersOfItsObjectAreSetAside )
 TEST( Counters, Run_Traffic_IsCountedReadAndCleared )
 {
     for ( const std::string& chip : chips ) {
-        const ToolResult result =
-            runOn( chip,
-                   acl + web + counter( "web", "packets, bytes" ) +
-                       traffic( "packets: 10, bytes: 640" ) + traffic( "packets: 1, bytes: 60" ) +
-                       readWeb + audit + "  - clear-counters: { entry: web }\n" + readWeb +
-                       freeWeb + "  - destroy-entry: { name: web }\n" );
+        const ToolResult result = runOn(
+            chip, acl + web + counter( "web", "packets, bytes" ) +
+                      traffic( "packets: 10, bytes: 640" ) + traffic( "packets: 1, bytes: 60" ) +
+                      readWeb + audit + "  - clear-counters: { entry: web }\n" + readWeb + freeWeb +
+                      "  - destroy-entry: { name: web }\n" );
         ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
         EXPECT_EQ( stepOf( result, 2 ).at( "types" ), ( nlohmann::json{ "bytes", "packets" } ) );
         EXPECT_EQ( stepOf( result, 3 ).at( "counted" ), true );
@@ -195,11 +190,10 @@ TEST( Counters, Run_Traffic_IsCountedReadAndCleared )
 TEST( Counters, Run_ColoursAndNoCounter_CountWhatIsTheirs )
 {
     for ( const std::string& chip : chips ) {
-        const ToolResult result =
-            runOn( chip,
-                   acl + web + traffic( "packets: 1, bytes: 60" ) + counter( "web", "redPackets" ) +
-                       traffic( "packets: 5, bytes: 300, color: green" ) +
-                       traffic( "packets: 2, bytes: 100, color: red" ) + readWeb );
+        const ToolResult result = runOn(
+            chip, acl + web + traffic( "packets: 1, bytes: 60" ) + counter( "web", "redPackets" ) +
+                      traffic( "packets: 5, bytes: 300, color: green" ) +
+                      traffic( "packets: 2, bytes: 100, color: red" ) + readWeb );
         ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
         EXPECT_EQ( stepOf( result, 2 ).at( "counted" ), false );
         EXPECT_EQ( stepOf( result, 2 ).at( "text" ),
@@ -211,10 +205,9 @@ TEST( Counters, Run_ColoursAndNoCounter_CountWhatIsTheirs )
 TEST( Counters, Run_NoRoom_IsFull )
 {
     const ToolResult result =
-        runOn( "sdk6-tiny",
-               acl + web + entry( "b" ) + entry( "c" ) + counter( "web", "packets" ) +
-                   counter( "b", "bytes" ) + counter( "c", "bytes" ) + "    expect: full\n" +
-                   freeWeb + counter( "c", "bytes" ) );
+        runOn( "sdk6-tiny", acl + web + entry( "b" ) + entry( "c" ) + counter( "web", "packets" ) +
+                                counter( "b", "bytes" ) + counter( "c", "bytes" ) +
+                                "    expect: full\n" + freeWeb + counter( "c", "bytes" ) );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 6 ).at( "sdkFunction" ), "bcm_field_stat_create" );
     EXPECT_EQ( stepOf( result, 6 ).at( "returnCode" ), -6 );

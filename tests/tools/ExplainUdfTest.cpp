@@ -15,16 +15,8 @@ using ToolTest::ToolResult;
 using Arguments = std::vector< std::string >;
 
 /// The network identifier of VXLAN.
-const Arguments vni = { "--base",
-                        "l4OuterPayload",
-                        "--ethertype",
-                        "ipv4",
-                        "--protocol",
-                        "udp",
-                        "--offset",
-                        "4",
-                        "--length",
-                        "3" };
+const Arguments vni = { "--base", "l4OuterPayload", "--ethertype", "ipv4",     "--protocol",
+                        "udp",    "--offset",       "4",           "--length", "3" };
 
 ToolResult explain( const Arguments& first, const Arguments& second = {} )
 {
@@ -61,8 +53,7 @@ TEST( ExplainUdf, Run_Json_HasWhatTheChipHolds )
 {
     for ( const std::string numbering : { "default", "shuffled:3" } ) {
         const ToolResult result = explainOn(
-            "sdk6-udf",
-            vni,
+            "sdk6-udf", vni,
             { "--json", "--numbering", numbering, "--priority", "9", "--lag-mask", "0xFF,0x0F" } );
         ASSERT_EQ( result.exitCode, 0 ) << result.errors;
         const nlohmann::json json = result.json();
@@ -70,11 +61,10 @@ TEST( ExplainUdf, Run_Json_HasWhatTheChipHolds )
         EXPECT_EQ( json.at( "outcome" ), "ok" );
         EXPECT_EQ( json.at( "ids" ), nlohmann::json{ 1 } );
         EXPECT_EQ( json.at( "users" ), 1 );
-        EXPECT_EQ( json.at( "udf" ),
-                   ( nlohmann::json{ { "layer", "bcmUdfLayerL4OuterHeader" },
-                                     { "start", 96 },
-                                     { "width", 24 },
-                                     { "chunks", { 0, 1 } } } ) );
+        EXPECT_EQ( json.at( "udf" ), ( nlohmann::json{ { "layer", "bcmUdfLayerL4OuterHeader" },
+                                                       { "start", 96 },
+                                                       { "width", 24 },
+                                                       { "chunks", { 0, 1 } } } ) );
         const nlohmann::json& format = json.at( "packetFormat" );
         EXPECT_EQ( format.at( "ethertype" ), 2048 );
         EXPECT_EQ( format.at( "ethertypeMask" ), 65535 );
@@ -90,25 +80,16 @@ TEST( ExplainUdf, Run_Json_HasWhatTheChipHolds )
 
 TEST( ExplainUdf, Run_OtherPackets_AreDescribed )
 {
-    const ToolResult arp = explainOn(
-        "sdk6-udf",
-        { "--base", "l3Header", "--ethertype", "arp", "--offset", "6", "--length", "1" } );
+    const ToolResult arp = explainOn( "sdk6-udf", { "--base", "l3Header", "--ethertype", "arp",
+                                                    "--offset", "6", "--length", "1" } );
     EXPECT_THAT( arp.output,
                  HasSubstr( "byte 6, counted from the start of the outer L3 header\n" ) );
     EXPECT_THAT( arp.output,
                  HasSubstr( "EtherType arp (0x0806) in Ethernet II frames, any IP protocol, no "
                             "tunnel, any VLAN tags\n" ) );
-    const ToolResult gre = explainOn( "sdk6-udf",
-                                      { "--base",
-                                        "l3InnerHeader",
-                                        "--ethertype",
-                                        "ipv6",
-                                        "--inner-ethertype",
-                                        "ipv4",
-                                        "--offset",
-                                        "4",
-                                        "--length",
-                                        "2" } );
+    const ToolResult gre =
+        explainOn( "sdk6-udf", { "--base", "l3InnerHeader", "--ethertype", "ipv6",
+                                 "--inner-ethertype", "ipv4", "--offset", "4", "--length", "2" } );
     EXPECT_THAT( gre.output, HasSubstr( "counted from the start of the inner L3 header\n" ) );
     EXPECT_THAT( gre.output,
                  HasSubstr( "EtherType ipv6 (0x86DD) with an outer IPv6 header, any IP protocol, "
@@ -129,18 +110,9 @@ TEST( ExplainUdf, Run_FieldOfAFlexibleParser_TellsWhatTheChipIsNotTold )
                "  Packet format  bcmUdfAbstractPktFormatL3Ipv4, with no other field\n"
                "  On the chip    a new field\n"
                "  Note           the chip takes only 2 of the 3 bytes asked for\n" );
-    const ToolResult mac = explainOn( "sdk6-flex",
-                                      { "--json",
-                                        "--base",
-                                        "l3Header",
-                                        "--ethertype",
-                                        "arp",
-                                        "--app",
-                                        "macAcl",
-                                        "--offset",
-                                        "6",
-                                        "--length",
-                                        "2" } );
+    const ToolResult mac =
+        explainOn( "sdk6-flex", { "--json", "--base", "l3Header", "--ethertype", "arp", "--app",
+                                  "macAcl", "--offset", "6", "--length", "2" } );
     EXPECT_EQ( mac.json().at( "packetFormat" ).at( "name" ), "bcmUdfAbstractPktFormatKnownNonIp" );
     EXPECT_EQ( mac.json().at( "udf" ),
                ( nlohmann::json{ { "offset", 48 }, { "width", 16 }, { "chunks", { 0 } } } ) );
@@ -224,8 +196,7 @@ TEST( ExplainUdf, Run_WithOtherFields_TellsWhoSharesTheFormat )
 TEST( ExplainUdf, Run_FieldThatExists_IsNothingNew )
 {
     const ToolResult result = explainOn(
-        "sdk6-udf",
-        vni,
+        "sdk6-udf", vni,
         { "--with",
           "{ name: vni, base: l4OuterPayload, ethertype: ipv4, protocol: udp, offset: 4, length: "
           "3 }" } );
@@ -258,9 +229,8 @@ TEST( ExplainUdf, Run_AfterAScenario_MeetsWhatItLeft )
 
 TEST( ExplainUdf, Run_WhatIsRefused_SaysWhyAndEndsWithOne )
 {
-    const ToolResult wide = explainOn(
-        "sdk6-tiny",
-        { "--base", "l3Header", "--ethertype", "ipv4", "--offset", "0", "--length", "13" } );
+    const ToolResult wide = explainOn( "sdk6-tiny", { "--base", "l3Header", "--ethertype", "ipv4",
+                                                      "--offset", "0", "--length", "13" } );
     EXPECT_EQ( wide.exitCode, 1 );
     EXPECT_THAT( wide.output,
                  HasSubstr( "  Refused        bcm_udf_create: BCM_E_RESOURCE (-14), Out of "
@@ -280,17 +250,15 @@ TEST( ExplainUdf, Run_WhatIsRefused_SaysWhyAndEndsWithOne )
 
 TEST( ExplainUdf, Run_WhatEndsTheProcess_IsToldAndEndsWithThree )
 {
-    const ToolResult result = explainOn(
-        "sdk6-udf",
-        { "--base", "packetStart", "--ethertype", "ipv4", "--offset", "0", "--length", "2" } );
+    const ToolResult result = explainOn( "sdk6-udf", { "--base", "packetStart", "--ethertype",
+                                                       "ipv4", "--offset", "0", "--length", "2" } );
     EXPECT_EQ( result.exitCode, 3 );
     EXPECT_EQ( result.errors, "" );
     EXPECT_THAT( result.output, HasSubstr( "  Refused        the library ends the process\n" ) );
     EXPECT_THAT( result.output, HasSubstr( "Assertion `Invalid base UdfBasePacketStart_ used'" ) );
     EXPECT_THAT( result.output, Not( HasSubstr( "Running" ) ) );
     const ToolResult with = explainOn(
-        "sdk6-udf",
-        vni,
+        "sdk6-udf", vni,
         { "--json", "--with", "{ name: x, base: 9, ethertype: ipv4, offset: 0, length: 2 }" } );
     EXPECT_EQ( with.exitCode, 3 );
     EXPECT_EQ( with.json().at( "outcome" ), "aborted" );
@@ -300,16 +268,8 @@ TEST( ExplainUdf, Run_WhatEndsTheProcess_IsToldAndEndsWithThree )
 /// The first two bytes of the layer-3 header on a chip with a UDF module, and an option more.
 Arguments withOption( const std::string& option, const std::string& value )
 {
-    return { "--chip",
-             "sdk6-udf",
-             "--base",
-             "l3Header",
-             "--offset",
-             "0",
-             "--length",
-             "2",
-             option,
-             value };
+    return { "--chip", "sdk6-udf", "--base", "l3Header", "--offset",
+             "0",      "--length", "2",      option,     value };
 }
 
 TEST( ExplainUdf, Read_SomethingIsWrong_SaysWhatAndRunsNothing )

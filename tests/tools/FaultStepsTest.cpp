@@ -53,10 +53,8 @@ TEST( InjectFault, Run_DroppedDestroy_LeavesTheRangeCheckerOnTheChip )
 
 TEST( InjectFault, Run_CorruptedByOne_IsCaughtByTheAudit )
 {
-    for ( const char* corruption : { "{ field: max, value: 98 }",
-                                     "{ field: max, value: 100 }",
-                                     "{ field: min, value: 0 }",
-                                     "{ field: min, value: 2 }" } ) {
+    for ( const char* corruption : { "{ field: max, value: 98 }", "{ field: max, value: 100 }",
+                                     "{ field: min, value: 0 }", "{ field: min, value: 2 }" } ) {
         const ToolResult result = runSteps(
             allocate( "1" ) + "  - inject-fault: { function: bcm_range_get, call: 1, corrupt: " +
             corruption + " }\n" + "  - audit: all\n    expect: aborted\n" );

@@ -68,11 +68,10 @@ TEST( CreateGroup, Run_NamesAndNumbers_AreTheSame )
 TEST( CreateGroup, Run_WithALogicalId_HasTheSdksIdMadeOfIt )
 {
     const ToolFolder folder;
-    const ToolResult result =
-        folder.runScenario( "chip: sdk6-tiny\nsteps:\n" +
-                            group( "a",
-                                   "stage: ifp, key-size: 0, qualifiers: [ drop ], actions: [], "
-                                   "logical-id: 0x01000005, sub-id: 3" ) );
+    const ToolResult result = folder.runScenario(
+        "chip: sdk6-tiny\nsteps:\n" +
+        group( "a", "stage: ifp, key-size: 0, qualifiers: [ drop ], actions: [], "
+                    "logical-id: 0x01000005, sub-id: 3" ) );
     EXPECT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_THAT( result.output, HasSubstr( "id 184549381 (0x0b000005), stage ifp" ) );
 }

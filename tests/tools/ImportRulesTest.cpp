@@ -101,8 +101,7 @@ TEST( ImportRules, Run_SharedPolicer_IsOne )
 {
     const ToolFolder folder;
     folder.write( "a.rules", rules( 3 ) );
-    const ToolResult result = import( folder,
-                                      "sdk6-udf",
+    const ToolResult result = import( folder, "sdk6-udf",
                                       ", policer: { mode: trTcm, cir: 10Mbps, pir: 20Mbps,"
                                       " cbs: 64KB, pbs: 128KB, color: aware, shared: true }",
                                       "  - audit: all\n" );
@@ -118,9 +117,7 @@ TEST( ImportRules, Run_PolicerInTheWordsOfAllocatePolicer_IsTheSameOne )
     const std::string policer = "mode: trTcm, cir: 10Mbps, pir: 20Mbps, cbs: 64KB, pbs: 1Mbit, "
                                 "color: aware, shared: true";
     const ToolResult result =
-        import( folder,
-                "sdk6-udf",
-                ", policer: { " + policer + " }",
+        import( folder, "sdk6-udf", ", policer: { " + policer + " }",
                 "  - allocate-policer: { name: another, " + policer + " }\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( result.json().at( "chip" ).at( "policers" ).at( "used" ), 1 );
@@ -154,17 +151,15 @@ TEST( ImportRules, Read_PolicerIsWrong_SaysWhereAndRunsNothing )
 TEST( ImportRules, Run_MoreThanTheChipHas_IsFullAndTellsWhatIsMissing )
 {
     const ToolFolder folder;
-    folder.write( "a.rules",
-                  rules( 1 ) + rule( "1 : 2", "1 : 1" ) + rule( "1 : 3", "1 : 1" ) +
-                      rule( "1 : 4", "1 : 1" ) + rules( 3 ) );
+    folder.write( "a.rules", rules( 1 ) + rule( "1 : 2", "1 : 1" ) + rule( "1 : 3", "1 : 1" ) +
+                                 rule( "1 : 4", "1 : 1" ) + rules( 3 ) );
     const ToolResult result =
         import( folder, "sdk6-tiny", "", "    expect: full\n  - audit: all\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     const auto step = result.json().at( "steps" ).at( 0 );
     // Two compression entries for ports, and two range checkers.
-    EXPECT_EQ( step.at( "text" ),
-               "5 of 7 rules programmed, 2 groups, 1 without compression entry, "
-               "1 without range checker" );
+    EXPECT_EQ( step.at( "text" ), "5 of 7 rules programmed, 2 groups, 1 without compression entry, "
+                                  "1 without range checker" );
     EXPECT_EQ( step.at( "refused" ).at( "range checker" ), 1 );
     EXPECT_EQ( step.at( "refused" ).at( "compression entry" ), 1 );
 }
@@ -174,9 +169,7 @@ TEST( ImportRules, Run_SameFileTwice_SharesAndNeedsAnotherName )
     const ToolFolder folder;
     folder.write( "a.rules", rules( 2 ) );
     const ToolResult result =
-        import( folder,
-                "sdk6-udf",
-                "",
+        import( folder, "sdk6-udf", "",
                 "  - import-rules: { file: a.rules }\n    expect: error\n"
                 "  - import-rules: { file: a.rules, name: again }\n  - audit: all\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
@@ -214,9 +207,7 @@ TEST( RemoveRules, Run_OnEitherVariant_LeavesNothing )
     const ToolFolder folder;
     folder.write( "a.rules", rules( 5 ) + rule( "1 : 2", "3 : 4" ) );
     for ( const char* chip : { "sdk6-udf", "sdk6-flex", "hsdk" } ) {
-        const ToolResult result = import( folder,
-                                          chip,
-                                          ", name: firewall" + everything,
+        const ToolResult result = import( folder, chip, ", name: firewall" + everything,
                                           "  - remove-rules: { name: firewall }\n"
                                           "  - audit: all\n" );
         ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
@@ -235,9 +226,7 @@ TEST( RemoveRules, Run_Unknown_IsAnErrorWithAHint )
 {
     const ToolFolder folder;
     folder.write( "a.rules", rules( 1 ) );
-    const ToolResult result = import( folder,
-                                      "hsdk",
-                                      ", name: firewall",
+    const ToolResult result = import( folder, "hsdk", ", name: firewall",
                                       "  - remove-rules: { name: firewal }\n    expect: error\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output;
     EXPECT_EQ( result.json().at( "steps" ).at( 1 ).at( "text" ),
@@ -250,9 +239,7 @@ TEST( ImportRules, Run_AuditOfACorruptedReadBack_EndsTheProcess )
     folder.write( "a.rules", rules( 3 ) );
     for ( const char* chip : { "sdk6-udf", "hsdk" } ) {
         const ToolResult result = import(
-            folder,
-            chip,
-            everything,
+            folder, chip, everything,
             "  - inject-fault: { function: bcm_field_entry_prio_get, call: 2, corrupt: { field: "
             "priority, value: 99 } }\n"
             "  - audit: all\n    expect: aborted\n" );

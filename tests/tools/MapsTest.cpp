@@ -35,15 +35,12 @@ TEST( Maps, List_AnyTime_HasEachMapWithItsCounts )
     EXPECT_EQ( result.exitCode, 0 );
     EXPECT_EQ( result.errors, "" );
     EXPECT_THAT( result.output, StartsWith( "NAME " ) );
-    EXPECT_THAT( result.output,
-                 testing::ContainsRegex( "\nqualifierMap +183 +179 +QualifierType +"
-                                         "bcm_field_qualify_t\n" ) );
-    EXPECT_THAT( result.output,
-                 testing::ContainsRegex( "\nactionMap +113 +112 +ActionType +"
-                                         "bcm_field_action_t\n" ) );
-    EXPECT_THAT( result.output,
-                 testing::ContainsRegex( "\ngroupModeMap +6 +- +TcamGroupMode +"
-                                         "bcm_field_group_mode_t\n" ) );
+    EXPECT_THAT( result.output, testing::ContainsRegex( "\nqualifierMap +183 +179 +QualifierType +"
+                                                        "bcm_field_qualify_t\n" ) );
+    EXPECT_THAT( result.output, testing::ContainsRegex( "\nactionMap +113 +112 +ActionType +"
+                                                        "bcm_field_action_t\n" ) );
+    EXPECT_THAT( result.output, testing::ContainsRegex( "\ngroupModeMap +6 +- +TcamGroupMode +"
+                                                        "bcm_field_group_mode_t\n" ) );
     EXPECT_EQ( std::count( result.output.begin(), result.output.end(), '\n' ), 1 + 33 );
 }
 
@@ -64,14 +61,13 @@ TEST( Maps, OneMap_ByDefault_IsATableWithValuesAndTheWayBack )
 {
     const ToolResult result = runTool( { "maps", "fragTypeMap" } );
     EXPECT_EQ( result.exitCode, 0 );
-    EXPECT_EQ( result.output,
-               "fragTypeMap: FieldFragType to bcm_field_IpFrag_t, 4 pairs, 4 back\n"
-               "\n"
-               "NUMBER  AGENT        SDK                       VALUE  BACK\n"
-               "0       nonFragment  bcmFieldIpFragNon         1      nonFragment\n"
-               "1       first        bcmFieldIpFragFirst       2      first\n"
-               "2       nonOrFirst   bcmFieldIpFragNonOrFirst  3      nonOrFirst\n"
-               "3       nonFirst     bcmFieldIpFragNonFirst    4      nonFirst\n" );
+    EXPECT_EQ( result.output, "fragTypeMap: FieldFragType to bcm_field_IpFrag_t, 4 pairs, 4 back\n"
+                              "\n"
+                              "NUMBER  AGENT        SDK                       VALUE  BACK\n"
+                              "0       nonFragment  bcmFieldIpFragNon         1      nonFragment\n"
+                              "1       first        bcmFieldIpFragFirst       2      first\n"
+                              "2       nonOrFirst   bcmFieldIpFragNonOrFirst  3      nonOrFirst\n"
+                              "3       nonFirst     bcmFieldIpFragNonFirst    4      nonFirst\n" );
 }
 
 TEST( Maps, OneMap_AgentValueWithoutEntry_IsNamedBelow )
@@ -102,13 +98,12 @@ TEST( Maps, OneMapAsJson_NotTranslatedBack_HasNoWayBack )
     const nlohmann::json json = runTool( { "maps", "groupModeMap", "--json" } ).json();
     EXPECT_EQ( json.at( "agentType" ), "TcamGroupMode" );
     EXPECT_TRUE( json.at( "pairsBack" ).is_null() );
-    EXPECT_EQ( rowOf( json, "single" ),
-               ( nlohmann::json{ { "number", 1 },
-                                 { "agent", "single" },
-                                 { "sdk", "bcmFieldGroupModeSingle" },
-                                 { "value", 1 },
-                                 { "back", nullptr },
-                                 { "manyToOne", false } } ) );
+    EXPECT_EQ( rowOf( json, "single" ), ( nlohmann::json{ { "number", 1 },
+                                                          { "agent", "single" },
+                                                          { "sdk", "bcmFieldGroupModeSingle" },
+                                                          { "value", 1 },
+                                                          { "back", nullptr },
+                                                          { "manyToOne", false } } ) );
 }
 
 TEST( Maps, OneMap_AnotherNumbering_HasOtherValuesForTheSameNames )

@@ -59,11 +59,10 @@ TEST( AllocatePolicer, Run_SharedAndEqual_IsOneUntilTheLastIsReleased )
 {
     const std::string rest = "mode: committed, cir: 500kbps, cbs: 8kbit";
     for ( const std::string& chip : chips ) {
-        const ToolResult result =
-            runOn( chip,
-                   allocate( "voice", rest + ", shared: true" ) + allocate( "own", rest ) +
-                       allocate( "b", "mode: committed, cir: 0.5Mbps, cbs: 1KB, shared: true" ) +
-                       releaseVoice + "  - release-policer: { name: b }\n" );
+        const ToolResult result = runOn(
+            chip, allocate( "voice", rest + ", shared: true" ) + allocate( "own", rest ) +
+                      allocate( "b", "mode: committed, cir: 0.5Mbps, cbs: 1KB, shared: true" ) +
+                      releaseVoice + "  - release-policer: { name: b }\n" );
         ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
         EXPECT_EQ( stepOf( result, 0 ).at( "id" ), stepOf( result, 2 ).at( "id" ) );
         EXPECT_NE( stepOf( result, 0 ).at( "id" ), stepOf( result, 1 ).at( "id" ) );
@@ -79,9 +78,9 @@ TEST( AllocatePolicer, Run_SharedAndEqual_IsOneUntilTheLastIsReleased )
 TEST( AllocatePolicer, Run_NoRoom_IsFullAndThenThereIsRoomAgain )
 {
     const std::string another = allocate( "another", "mode: srTcm, cir: 1, cbs: 1" );
-    const ToolResult result = runOn( "sdk6-tiny",
-                                     voice + allocate( "b", "mode: srTcm, cir: 1, cbs: 1" ) +
-                                         another + "    expect: full\n" + releaseVoice + another );
+    const ToolResult result =
+        runOn( "sdk6-tiny", voice + allocate( "b", "mode: srTcm, cir: 1, cbs: 1" ) + another +
+                                "    expect: full\n" + releaseVoice + another );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 2 ).at( "text" ), "2 of 2 policers in use" );
     EXPECT_EQ( usedOf( result, "policers" ), 2 );
@@ -104,10 +103,9 @@ TEST( AllocatePolicer, Run_NoRoomOnHsdk_IsFull )
 TEST( AllocatePolicer, Run_NameTakenOrUnknown_IsAnError )
 {
     for ( const std::string& chip : chips ) {
-        const ToolResult result =
-            runOn( chip,
-                   voice + voice + "    expect: error\n  - release-policer: { name: voise }\n" +
-                       "    expect: error\n" );
+        const ToolResult result = runOn(
+            chip, voice + voice + "    expect: error\n  - release-policer: { name: voise }\n" +
+                      "    expect: error\n" );
         ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
         EXPECT_EQ( stepOf( result, 1 ).at( "text" ), "there is a policer 'voice' already" );
         EXPECT_EQ( stepOf( result, 2 ).at( "text" ),
@@ -117,10 +115,9 @@ TEST( AllocatePolicer, Run_NameTakenOrUnknown_IsAnError )
 
 TEST( AllocatePolicer, Run_SdkThrows_LeavesNothing )
 {
-    const ToolResult result =
-        runOn( "sdk6-udf",
-               "  - inject-fault: { function: bcm_policer_create, call: 1, throw: true }\n" +
-                   voice + "    expect: error\n" + voice );
+    const ToolResult result = runOn(
+        "sdk6-udf", "  - inject-fault: { function: bcm_policer_create, call: 1, throw: true }\n" +
+                        voice + "    expect: error\n" + voice );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 1 ).at( "text" ), "injected fault: bcm_policer_create" );
     EXPECT_EQ( usedOf( result, "policers" ), 1 );
@@ -133,12 +130,11 @@ TEST( AllocatePolicer, Run_WhatTheLibraryDoesNotTake_Aborts )
             runOn( chip, allocate( "m", "mode: 3, cir: 1, cbs: 1" ) + "    expect: aborted\n" );
         EXPECT_EQ( mode.exitCode, 0 ) << mode.output << mode.errors;
         EXPECT_THAT( mode.output, HasSubstr( "Invalid policer mode" ) );
-        const ToolResult lost =
-            runOn( chip,
-                   voice +
-                       "  - inject-fault: { function: bcm_policer_get, call: 1, corrupt: { field: "
-                       "ckbits_sec, value: 9 } }\n" +
-                       audit + "    expect: aborted\n" );
+        const ToolResult lost = runOn(
+            chip, voice +
+                      "  - inject-fault: { function: bcm_policer_get, call: 1, corrupt: { field: "
+                      "ckbits_sec, value: 9 } }\n" +
+                      audit + "    expect: aborted\n" );
         EXPECT_EQ( lost.exitCode, 0 ) << lost.output << lost.errors;
         EXPECT_THAT( lost.output, HasSubstr( "PolicerManager::policerData sw collection" ) );
     }

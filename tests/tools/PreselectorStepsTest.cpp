@@ -54,21 +54,16 @@ TEST( CreatePreselector, Run_SomeQualifiers_IsOnTheChipAndTold )
 TEST( CreatePreselector, Run_AgentNames_AreTheAgentsNumbers )
 {
     const std::string traced =
-        callsOf( preselector( "a",
-                              "{ qualifier: pktType, data: l2Broadcast }, "
-                              "{ qualifier: overlayPktType, data: bpdu }, "
-                              "{ qualifier: ipType, data: arpReply }, "
-                              "{ qualifier: l2PktType, data: broadcast }, "
-                              "{ qualifier: overlayL2PktType, data: multicast }, "
-                              "{ qualifier: pktFwdType, data: ipv4Unicast }, "
-                              "{ qualifier: tnlType, data: vxlan }" ) );
-    for ( const char* text : { "PktType data: 0x5",
-                               "OverlayPktType data: 0xd",
-                               "IpType data: 0xd",
-                               "L2 pkt type data: 0x3",
-                               "Overlay l2 pkt type data: 0x2",
-                               "PktFwType data: 0x2",
-                               "TunnelType data: 0x1" } ) {
+        callsOf( preselector( "a", "{ qualifier: pktType, data: l2Broadcast }, "
+                                   "{ qualifier: overlayPktType, data: bpdu }, "
+                                   "{ qualifier: ipType, data: arpReply }, "
+                                   "{ qualifier: l2PktType, data: broadcast }, "
+                                   "{ qualifier: overlayL2PktType, data: multicast }, "
+                                   "{ qualifier: pktFwdType, data: ipv4Unicast }, "
+                                   "{ qualifier: tnlType, data: vxlan }" ) );
+    for ( const char* text : { "PktType data: 0x5", "OverlayPktType data: 0xd", "IpType data: 0xd",
+                               "L2 pkt type data: 0x3", "Overlay l2 pkt type data: 0x2",
+                               "PktFwType data: 0x2", "TunnelType data: 0x1" } ) {
         EXPECT_THAT( traced, HasSubstr( std::string( "Setting " ) + text ) );
     }
 }
@@ -131,11 +126,9 @@ TEST( CreatePreselector, Run_WhatTheLibraryDoesNotTake_Aborts )
     const std::tuple< std::string, std::string, std::string > cases[] = {
         { "", "{ qualifier: 141, data: 1 }", "unsupported preselect qualifier" },
         { "legacy: true, ", "{ qualifier: 5, data: 1 }", "unsupported preselect qualifier" },
-        { "legacy: true, ",
-          "{ qualifier: 127, data: 1 }",
+        { "legacy: true, ", "{ qualifier: 127, data: 1 }",
           "In old version OverlayPktType is unsupported" },
-        { "legacy: true, ",
-          "{ qualifier: dstClassField, data: 0x10000 }",
+        { "legacy: true, ", "{ qualifier: dstClassField, data: 0x10000 }",
           "DstClassField value is greater than 16 bit" },
         { "", "{ qualifier: pktType, data: 200 }", "pktTypeMap.find( pktType )" },
     };
@@ -193,11 +186,9 @@ TEST( CreatePreselector, Read_NameThatTheLibraryDoesNotTake_IsRefused )
     const std::tuple< std::string, std::string, std::string > cases[] = {
         { "", "{ qualifier: srcIp, data: 1 }", refusalOf( "srcIp", "141" ) },
         { "legacy: true, ", "{ qualifier: dropReason, data: 1 }", refusalOf( "dropReason", "6" ) },
-        { "legacy: true, ",
-          "{ qualifier: overlayPktType, data: 1 }",
+        { "legacy: true, ", "{ qualifier: overlayPktType, data: 1 }",
           refusalOf( "overlayPktType", "127" ) },
-        { "",
-          "{ qualifier: ipType, data: ipv6TwoExtensionHeaders }",
+        { "", "{ qualifier: ipType, data: ipv6TwoExtensionHeaders }",
           refusalOf( "ipv6TwoExtensionHeaders", "9" ) },
         { "", "{ qualifier: pktFwdType, data: none }", refusalOf( "none", "0" ) },
     };

@@ -24,8 +24,8 @@ using Reference::RuleScene;
 using Reference::RuleSetReport;
 using ::testing::ElementsAre;
 
-constexpr const char* ruleSets[] = {
-    "acl1_1k", "acl1_8k", "acl4_1k", "fw1_1k", "fw4_1k", "ipc1_1k" };
+constexpr const char* ruleSets[] = { "acl1_1k", "acl1_8k", "acl4_1k",
+                                     "fw1_1k",  "fw4_1k",  "ipc1_1k" };
 
 /// The folder of the rule sets; empty if there is none.
 std::string ruleFolder()
@@ -83,9 +83,7 @@ class RealRuleSets : public testing::TestWithParam< std::tuple< const char*, std
     void expectAddsUp( RuleScene& scene, const RuleSetReport& report )
     {
         const std::size_t refused =
-            std::accumulate( report.refused.begin(),
-                             report.refused.end(),
-                             std::size_t{ 0 },
+            std::accumulate( report.refused.begin(), report.refused.end(), std::size_t{ 0 },
                              []( std::size_t sum, const auto& row ) { return sum + row.second; } );
         EXPECT_EQ( report.rules, rules_.size() );
         EXPECT_EQ( report.programmed + refused, report.rules );

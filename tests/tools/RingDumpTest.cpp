@@ -87,10 +87,9 @@ TEST( DecodeTrace, Text_OneLineARecord )
     const ToolResult result = folder.run( { "decode-trace", "ring" } );
     EXPECT_EQ( result.exitCode, 0 );
     EXPECT_THAT( result.output, HasSubstr( "Trace of 2 records, 2 written in all\n" ) );
-    EXPECT_THAT(
-        result.output,
-        testing::ContainsRegex( "\n[0-9]+\\.[0-9]{9} tools/ScenarioChild\\.cpp:[0-9]+ [^\n]*: "
-                                "step 1 allocate-range-checker web starts\n" ) );
+    EXPECT_THAT( result.output, testing::ContainsRegex(
+                                    "\n[0-9]+\\.[0-9]{9} tools/ScenarioChild\\.cpp:[0-9]+ [^\n]*: "
+                                    "step 1 allocate-range-checker web starts\n" ) );
 }
 
 TEST( DecodeTrace, Text_TraceInsideALargerFile_IsFound )

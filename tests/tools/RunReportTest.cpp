@@ -165,9 +165,8 @@ TEST( RunReport, Run_OnATerminalThatIsDumb_HasNoColours )
 /// An import of two rules with three ranges, each of which takes 60 ms on this chip.
 ToolFolder& slowImport( ToolFolder& folder )
 {
-    folder.write( "slow.rules",
-                  "@1.2.3.4/32 5.6.7.0/24 1 : 2 3 : 4 0x06/0xFF 0x0000/0x0000\n"
-                  "@1.2.3.4/32 5.6.7.0/24 1 : 2 5 : 6 0x06/0xFF 0x0000/0x0000\n" );
+    folder.write( "slow.rules", "@1.2.3.4/32 5.6.7.0/24 1 : 2 3 : 4 0x06/0xFF 0x0000/0x0000\n"
+                                "@1.2.3.4/32 5.6.7.0/24 1 : 2 5 : 6 0x06/0xFF 0x0000/0x0000\n" );
     folder.write( "scenario.yaml",
                   "chip: hsdk\n"
                   "faults:\n"

@@ -120,12 +120,10 @@ TEST( ProgramUdf, Run_EqualFields_ShareOneUntilTheLastIsRemoved )
 
 TEST( ProgramUdf, Run_NamesAndNumbers_AreTheSame )
 {
-    const ToolResult result =
-        run( program( "a",
-                      "base: l3OuterPayload, ethertype: ipv6, inner-ethertype: ipv4, protocol: "
+    const ToolResult result = run(
+        program( "a", "base: l3OuterPayload, ethertype: ipv6, inner-ethertype: ipv4, protocol: "
                       "gre, offset: 0, length: 2, app: ipv6Acl" ) +
-             program( "b",
-                      "base: 4, ethertype: 0x86DD, inner-ethertype: 2048, protocol: 47, offset: "
+        program( "b", "base: 4, ethertype: 0x86DD, inner-ethertype: 2048, protocol: 47, offset: "
                       "0x00, length: 2, app: 1" ) );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 1 ).at( "users" ), 2 );
@@ -391,16 +389,15 @@ TEST( ShowChunks, Run_OnAFlexParser_DrawsEachFormatAndWhoHoldsItsChunks )
         program( "label", "base: l3Header, ethertype: mpls, app: macAcl, offset: 0, length: 2" ) +
         "  - show-chunks: all\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
-    EXPECT_THAT( result.output,
-                 HasSubstr( "      L3Ipv4                ................\n"
-                            "      L3Ipv4WithoutOptions  ab..............\n"
-                            "      L3Ipv6                ..............##\n"
-                            "      UnknownL3             ##c.............\n"
-                            "      KnownNonIp            ................\n"
-                            "      Arp                   ................\n"
-                            "                            a vni (id 1)\n"
-                            "                            b tls (id 2)\n"
-                            "                            c label (id 3)\n" ) );
+    EXPECT_THAT( result.output, HasSubstr( "      L3Ipv4                ................\n"
+                                           "      L3Ipv4WithoutOptions  ab..............\n"
+                                           "      L3Ipv6                ..............##\n"
+                                           "      UnknownL3             ##c.............\n"
+                                           "      KnownNonIp            ................\n"
+                                           "      Arp                   ................\n"
+                                           "                            a vni (id 1)\n"
+                                           "                            b tls (id 2)\n"
+                                           "                            c label (id 3)\n" ) );
 }
 
 TEST( ShowChunks, Run_OnAUdfModule_DrawsOneRow )
@@ -479,12 +476,11 @@ TEST( ListUdfs, Run_FieldThatTheChipKept_IsForeign )
 
 TEST( AuditOfUdfs, Run_BehindAHeader_IsWithheld )
 {
-    const ToolResult result =
-        run( overIpv4( "a", "offset: 2, length: 2" ) +
-             program( "b",
-                      "base: l4OuterPayload, ethertype: ipv4, protocol: udp, offset: 4, length: "
+    const ToolResult result = run(
+        overIpv4( "a", "offset: 2, length: 2" ) +
+        program( "b", "base: l4OuterPayload, ethertype: ipv4, protocol: udp, offset: 4, length: "
                       "2" ) +
-             "  - audit: all\n" );
+        "  - audit: all\n" );
     ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_EQ( stepOf( result, 2 ).at( "text" ), "1 compared with the chip, 1 withheld" );
     EXPECT_EQ( stepOf( result, 2 ).at( "withheld" ), 1 );

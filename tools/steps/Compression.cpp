@@ -98,8 +98,7 @@ class Compress : public Step
         CompressionManager& compression = compressionOf( context );
         if ( compression.overlapsAnother( value_.table, value_.key ) ) {
             throw StepError( fmt::format( "the table {} has a prefix that overlaps {}",
-                                          Agent::joinPieces( value_.table ),
-                                          value_.keyText() ) );
+                                          Agent::joinPieces( value_.table ), value_.keyText() ) );
         }
         const std::optional< Agent::U32 > classId =
             compression.acquire( value_.table, value_.key, wanted_ );
@@ -120,8 +119,7 @@ class Compress : public Step
         }
         if ( wanted_ && compression.room( value_.table ) == CompressionRoom::free ) {
             throw StepError( fmt::format( "the table {} has no free class id {}",
-                                          Agent::joinPieces( value_.table ),
-                                          *wanted_ ) );
+                                          Agent::joinPieces( value_.table ), *wanted_ ) );
         }
     }
 
@@ -129,8 +127,7 @@ class Compress : public Step
     {
         const bool noEntry = compression.room( value_.table ) == CompressionRoom::noEntry;
         return { Outcome::full,
-                 fmt::format( "the table {} has no free {}",
-                              Agent::joinPieces( value_.table ),
+                 fmt::format( "the table {} has no free {}", Agent::joinPieces( value_.table ),
                               noEntry ? "entry" : "class id" ),
                  Json::object() };
     }
@@ -167,8 +164,8 @@ class ReleaseCompression : public Step
         CompressionManager& compression = compressionOf( context );
         const std::optional< Agent::U32 > classId = compression.classId( value_.table, value_.key );
         if ( !compression.release( value_.table, value_.key ) ) {
-            throw StepError( fmt::format(
-                "the table {} has no {}", Agent::joinPieces( value_.table ), value_.keyText() ) );
+            throw StepError( fmt::format( "the table {} has no {}",
+                                          Agent::joinPieces( value_.table ), value_.keyText() ) );
         }
         const std::size_t users = compression.users( value_.table, value_.key );
         const std::string left =

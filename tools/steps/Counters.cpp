@@ -156,9 +156,7 @@ class SeeTraffic : public StepOnEntry
         const TcamEntryId id = context.entryNames().at( entry() ).id;
         const bool counted = context.seeTraffic( static_cast< bcm_field_entry_t >( id ), traffic_ );
         return { Outcome::ok,
-                 fmt::format( "{} packets, {} bytes{}",
-                              traffic_.packets,
-                              traffic_.bytes,
+                 fmt::format( "{} packets, {} bytes{}", traffic_.packets, traffic_.bytes,
                               counted ? "" : ", which no counter counts" ),
                  { { "packets", traffic_.packets },
                    { "bytes", traffic_.bytes },

@@ -85,12 +85,10 @@ class CreateGroup : public Step
                                       const PeloraTcam::QualifierSet& readBack ) const
     {
         return { Outcome::ok,
-                 fmt::format( "id {}{}, stage {}, key size {}, qualifiers {}, actions {}",
-                              group,
+                 fmt::format( "id {}{}, stage {}, key size {}, qualifiers {}, actions {}", group,
                               desc_.logicalId ? fmt::format( " ({:#010x})", group ) : "",
                               Agent::joinPieces( desc_.stage ),
-                              static_cast< unsigned >( desc_.keySize ),
-                              readBack.size(),
+                              static_cast< unsigned >( desc_.keySize ), readBack.size(),
                               desc_.actions.size() ),
                  { { "id", group },
                    { "stage", Agent::joinPieces( desc_.stage ) },

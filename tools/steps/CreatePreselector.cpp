@@ -46,26 +46,16 @@ struct AgentNames
 
 constexpr AgentNames agentNames[] = {
     { QualifierType::ipType, false, "ipTypeMap", readAgentName< PeloraTcam::FieldIpType > },
-    { QualifierType::l2PktType,
-      false,
-      "l2PktTypeMap",
+    { QualifierType::l2PktType, false, "l2PktTypeMap",
       readAgentName< PeloraTcam::FieldL2PktType > },
-    { QualifierType::overlayL2PktType,
-      false,
-      "l2PktTypeMap",
+    { QualifierType::overlayL2PktType, false, "l2PktTypeMap",
       readAgentName< PeloraTcam::FieldL2PktType > },
-    { QualifierType::overlayPktType,
-      false,
-      "pktTypeMap",
+    { QualifierType::overlayPktType, false, "pktTypeMap",
       readAgentName< PeloraTcam::FieldPacketType > },
-    { QualifierType::pktFwdType,
-      false,
-      "pktFwdTypeMap",
+    { QualifierType::pktFwdType, false, "pktFwdTypeMap",
       readAgentName< PeloraTcam::FieldPktFwdType > },
     { QualifierType::pktType, true, "pktTypeMap", readAgentName< PeloraTcam::FieldPacketType > },
-    { QualifierType::tnlType,
-      false,
-      "tunnelTypeMap",
+    { QualifierType::tnlType, false, "tunnelTypeMap",
       readAgentName< PeloraTcam::FieldTunnelType > },
 };
 
@@ -157,8 +147,7 @@ class CreatePreselector : public Step
             names.push_back( Agent::joinPieces( qualifier.qualifier ) );
         }
         return { Outcome::ok,
-                 fmt::format( "id {}, {}",
-                              preselector,
+                 fmt::format( "id {}, {}", preselector,
                               names.empty() ? "no qualifiers"
                                             : fmt::format( "{}", fmt::join( names, ", " ) ) ),
                  { { "id", preselector }, { "qualifiers", names } } };

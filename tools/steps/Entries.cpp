@@ -86,9 +86,7 @@ class CreateEntry : public Step
             actions.push_back( Agent::joinPieces( action.type ) );
         }
         return { Outcome::ok,
-                 fmt::format( "id {}, in group {}, priority {}{}",
-                              entry,
-                              wanted_.group,
+                 fmt::format( "id {}, in group {}, priority {}{}", entry, wanted_.group,
                               wanted_.desc.priority,
                               wanted_.policer ? ", policer " + *wanted_.policer : "" ),
                  { { "id", entry },
@@ -146,10 +144,8 @@ void requireSameVersion( std::optional< IpVersion >& earlier,
 {
     const auto nameOf = []( const IpVersion& which ) { return which.isV6 ? "IPv6" : "IPv4"; };
     if ( earlier && earlier->isV6 != version.isV6 ) {
-        node.fail( fmt::format( "expected {} as in '{}', found {}",
-                                nameOf( *earlier ),
-                                earlier->key,
-                                nameOf( version ) ) );
+        node.fail( fmt::format( "expected {} as in '{}', found {}", nameOf( *earlier ),
+                                earlier->key, nameOf( version ) ) );
     }
     earlier = version;
 }

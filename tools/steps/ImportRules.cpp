@@ -78,11 +78,8 @@ class ImportRules : public Step
     {
         const bool isWhole = report.programmed == report.rules;
         return { isWhole ? Outcome::ok : Outcome::full,
-                 fmt::format( "{} of {} rules programmed, {} {}{}",
-                              report.programmed,
-                              report.rules,
-                              report.groups,
-                              report.groups == 1 ? "group" : "groups",
+                 fmt::format( "{} of {} rules programmed, {} {}{}", report.programmed, report.rules,
+                              report.groups, report.groups == 1 ? "group" : "groups",
                               refusalText( report ) ),
                  { { "rules", report.rules },
                    { "programmed", report.programmed },

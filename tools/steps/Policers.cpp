@@ -62,14 +62,11 @@ class AllocatePolicer : public Step
   private:
     [[nodiscard]] StepResult allocated( PolicerId id, std::size_t users ) const
     {
-        std::string text = fmt::format( "id {}, {} {}, burst {}",
-                                        id,
-                                        Agent::joinPieces( policer_.mode ),
-                                        rateText( policer_.committedRate ),
-                                        burstText( policer_.committedBurst ) );
+        std::string text =
+            fmt::format( "id {}, {} {}, burst {}", id, Agent::joinPieces( policer_.mode ),
+                         rateText( policer_.committedRate ), burstText( policer_.committedBurst ) );
         if ( policer_.mode == PolicerMode::trTcm ) {
-            text += fmt::format( ", peak {}, burst {}",
-                                 rateText( policer_.peakRate ),
+            text += fmt::format( ", peak {}, burst {}", rateText( policer_.peakRate ),
                                  burstText( policer_.peakBurst ) );
         }
         if ( users > 1 ) {

@@ -36,10 +36,7 @@ class ProbeBase : public Agent::Node
                                    Agent::AttributeOperation operation,
                                    void* result )
     {
-        return Agent::readableAttributes( node,
-                                          field,
-                                          operation,
-                                          result,
+        return Agent::readableAttributes( node, field, operation, result,
                                           Agent::ReadableAttribute{ "pipeId", &ProbeBase::pipeId },
                                           Agent::ReadableAttribute{ "unit", &ProbeBase::unit } );
     }
@@ -80,10 +77,7 @@ class Lamp : public Agent::RegisteredClass< Lamp, ProbeBase >
                                    void* result )
     {
         return Agent::readableAttributes(
-            node,
-            field,
-            operation,
-            result,
+            node, field, operation, result,
             Agent::ReadableAttribute{ "brightness", &Lamp::brightness } );
     }
 
@@ -122,8 +116,8 @@ const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 
 AGENT_LOG_MESSAGE const Agent::LogDescriptor lampBroken{
     "PROBE_LAMP_BROKEN", "A lamp is broken", "A lamp gives no light.", "Replace the lamp.", 4 };
-AGENT_LOG_MESSAGE const Agent::LogDescriptor lampMended{
-    "PROBE_LAMP_MENDED", "A lamp is mended", "A lamp gives light again.", "", 6 };
+AGENT_LOG_MESSAGE const Agent::LogDescriptor lampMended{ "PROBE_LAMP_MENDED", "A lamp is mended",
+                                                         "A lamp gives light again.", "", 6 };
 
 const Agent::LogHandle lampBrokenLog( lampBroken, 0, 1.0, 0, 0 );
 const Agent::LogHandle lampMendedLog( lampMended, 0, 1.0, 0, 0 );
