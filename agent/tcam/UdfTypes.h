@@ -12,10 +12,10 @@
 #include "agent/base/Ptr.h"
 #include "agent/base/ReferenceCount.h"
 #include "agent/base/RingTrace.h"
+#include "agent/tcam/SortedIds.h"
 
 #include <map>
 #include <ostream>
-#include <set>
 #include <utility>
 
 namespace PeloraTcam {
@@ -188,7 +188,7 @@ class AGENT_EXPORT QualIdList
 {
   public:
     using value_type = Agent::U32;
-    using const_iterator = std::set< Agent::U32 >::const_iterator;
+    using const_iterator = SortedIds< Agent::U32 >::const_iterator;
 
     /// Adds an id; one that is there already stays once.
     void qualIdIs( Agent::U32 id ) { ids_.insert( id ); }
@@ -209,7 +209,7 @@ class AGENT_EXPORT QualIdList
     friend bool operator==( const QualIdList&, const QualIdList& ) = default;
 
   private:
-    std::set< Agent::U32 > ids_;
+    SortedIds< Agent::U32 > ids_;
 };
 
 /// Prints "{1, 2}".
@@ -222,7 +222,7 @@ class AGENT_EXPORT UdfIdList
 {
   public:
     using value_type = UdfId;
-    using const_iterator = std::set< UdfId >::const_iterator;
+    using const_iterator = SortedIds< UdfId >::const_iterator;
 
     /// Adds an id; one that is there already stays once.
     void udfIdIs( UdfId id ) { ids_.insert( id ); }
@@ -243,7 +243,7 @@ class AGENT_EXPORT UdfIdList
     friend bool operator==( const UdfIdList&, const UdfIdList& ) = default;
 
   private:
-    std::set< UdfId > ids_;
+    SortedIds< UdfId > ids_;
 };
 
 /// The index of a hardware UDF chunk, 0 to 15.
@@ -254,7 +254,7 @@ class AGENT_EXPORT UdfChunkPosList
 {
   public:
     using value_type = UdfChunkPos;
-    using const_iterator = std::set< UdfChunkPos >::const_iterator;
+    using const_iterator = SortedIds< UdfChunkPos >::const_iterator;
 
     /// Adds a position; one that is there already stays once.
     void udfChunkPosIs( UdfChunkPos pos ) { positions_.insert( pos ); }
@@ -275,7 +275,7 @@ class AGENT_EXPORT UdfChunkPosList
     friend bool operator==( const UdfChunkPosList&, const UdfChunkPosList& ) = default;
 
   private:
-    std::set< UdfChunkPos > positions_;
+    SortedIds< UdfChunkPos > positions_;
 };
 
 /// What the creation of one UDF has made so far: what is undone when it fails.
