@@ -401,6 +401,13 @@ constexpr Row< QualifierAccessor > legacyPreselectorRows[] = {
 
 // clang-format on
 
+constexpr QualifierType preselectorNames[] = {
+#define PRESELECTOR( qualifier ) QualifierType::qualifier,
+#include "PeloraTcam/PreselectorNames.def"
+};
+
+static_assert( namesAccepted( preselectorRows, preselectorNames ) );
+
 } // namespace
 
 void setPeloraTcamPreselectQualifier( U32 unit,

@@ -258,6 +258,24 @@ refusalRow( Name qualifier, const char* assertion, U32 line = __builtin_LINE() )
     return { qualifier, line, "", RefusalStep{ assertion } };
 }
 
+/// Whether the rows that are not refused are those of the names, in their order.
+template< class Name, std::size_t rowCount, std::size_t nameCount >
+consteval bool namesAccepted( const Row< Name > ( &rows )[ rowCount ],
+                              const Name ( &names )[ nameCount ] )
+{
+    std::size_t accepted = 0;
+    for ( const Row< Name >& row : rows ) {
+        if ( std::holds_alternative< RefusalStep >( row.step ) ) {
+            continue;
+        }
+        if ( accepted == nameCount || row.qualifier != names[ accepted ] ) {
+            return false;
+        }
+        ++accepted;
+    }
+    return accepted == nameCount;
+}
+
 /// Takes the step of the first row whose name `isAsked`, with the place of the row; it is a failed
 /// assertion if none is.
 template< class Name, std::size_t count, class IsAsked >

@@ -3,6 +3,7 @@
 #include "agent/tcam/FieldEnumerations.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 
 namespace Tool {
@@ -24,18 +25,14 @@ constexpr QualifierName qualifiers[] = {
 };
 
 constexpr QualifierType currentQualifiers[] = {
-#define PRESELECTOR_CALL( qualifier, label, mask, translation, function, text )                    \
-    QualifierType::qualifier,
-#define PRESELECTOR_CLASS( qualifier, label, field, update, storedBits, tooWide )                  \
-    QualifierType::qualifier,
-#include "PeloraTcam/PreselectorQualifiers.def"
+#define PRESELECTOR( qualifier ) QualifierType::qualifier,
+#include "PeloraTcam/PreselectorNames.def"
 };
 
 /// By the SDK's names.
 constexpr std::string_view legacyQualifiers[] = {
-#define PRESELECTOR_CALL( qualifier, label, mask, translation, function, text ) #qualifier,
-#define PRESELECTOR_CLASS( qualifier, label, field, update, storedBits, tooWide ) #qualifier,
-#include "PeloraTcam/LegacyPreselectorQualifiers.def"
+#define LEGACY_PRESELECTOR( accessor ) #accessor,
+#include "PeloraTcam/PreselectorNames.def"
 };
 
 constexpr ActionType actions[] = {
@@ -71,26 +68,35 @@ bool isForPreselectors( QualifierType qualifier, Reference::PreselectorFunction 
     } );
 }
 
+namespace {
+
+/// Whether the SDK has a value for that one of an agent's enumeration.
+template< class AgentType >
+bool isAmong( std::initializer_list< AgentType > translated, std::uint32_t agentValue )
+{
+    return std::ranges::any_of( translated, [ agentValue ]( AgentType value ) {
+        return static_cast< std::uint32_t >( value ) == agentValue;
+    } );
+}
+
+} // namespace
+
 bool isInMap( std::string_view map, std::uint32_t agentValue )
 {
-    // clang-format off
 #define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
-                               reverseLookup, forwardAssertion, reverseAssertion )                 \
+                               reverseLookup, forwardAssertion, reverseAssertion, pairs )          \
     if ( map == #forwardMap ) {                                                                    \
         using AgentType = agentType;                                                               \
-        bool found = false;
-#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
-                             forwardAssertion )                                                    \
-    if ( map == #forwardMap ) {                                                                    \
-        using AgentType = agentType;                                                               \
-        bool found = false;
-#define TRANSLATION( agentEnumerator, accessor )                                                   \
-        found = found || agentValue == static_cast< std::uint32_t >( AgentType::agentEnumerator );
-#define TRANSLATION_END( forwardMap )                                                              \
-        return found;                                                                              \
+        return isAmong< AgentType >( { pairs }, agentValue );                                      \
     }
+#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
+                             forwardAssertion, pairs )                                             \
+    if ( map == #forwardMap ) {                                                                    \
+        using AgentType = agentType;                                                               \
+        return isAmong< AgentType >( { pairs }, agentValue );                                      \
+    }
+#define TRANSLATION( agentEnumerator, accessor ) AgentType::agentEnumerator,
 #include "PeloraTcam/TranslationMaps.def"
-    // clang-format on
     return false;
 }
 

@@ -207,6 +207,21 @@ TEST_F( LegacyPreselectorTest, Set_LastQualifier_AsksForAllInTheFixedOrder )
                               "bcmFieldQualifyPktFwdType", "bcmFieldQualifyPortGroupClassId" ) );
 }
 
+TEST_F( LegacyPreselectorTest, Names_OfTheQualifiers_AreThoseAskedForButTheRefusedOne )
+{
+    AskedSdk asked( scene_.sdk );
+    const U32 last = scene_.sdk.bcmFieldQualifyPortGroupClassId();
+    Shim::sdk_ = &asked;
+    set( last, 1, 1 );
+    std::vector< std::string > accepted = asked.taken();
+    EXPECT_EQ( std::erase( accepted, "bcmFieldQualifyOverlayPktType" ), 1U );
+    const std::vector< std::string > names = {
+#define LEGACY_PRESELECTOR( accessor ) #accessor,
+#include "PeloraTcam/PreselectorNames.def"
+    };
+    EXPECT_EQ( accepted, names );
+}
+
 TEST_F( LegacyPreselectorTest, Set_FirstQualifier_AsksForNoOther )
 {
     AskedSdk asked( scene_.sdk );

@@ -216,7 +216,6 @@ TEST_F( NoAccessObjectTest, MapBuilders_Each_SaySo )
 #define TRANSLATION_BOTH_WAYS( map, reverse, builder, ... ) USE( builder() ),
 #define TRANSLATION_ONE_WAY( map, builder, ... ) USE( builder() ),
 #define TRANSLATION( agentEnumerator, accessor )
-#define TRANSLATION_END( map )
     expectSaysSo( {
 #include "PeloraTcam/TranslationMaps.def"
         USE( initializeBcmQualifierMap() ),
