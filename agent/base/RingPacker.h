@@ -198,12 +198,25 @@ template< class Piece >
 concept GroupPiece = std::is_class_v< Piece > && !std::convertible_to< Piece, std::string_view > &&
                      !std::same_as< std::remove_cv_t< Piece >, Hex >;
 
+/// What a string holds; nothing where it is a null pointer.
+template< StringPiece Text >
+std::string_view textOf( const Text& text ) noexcept
+{
+    if constexpr ( std::is_pointer_v< Text > ) {
+        return text == nullptr ? std::string_view() : std::string_view( text );
+    } else {
+        return text;
+    }
+}
+
 template< class Piece >
 void packPiece( RingPacker& packer, Piece& piece )
 {
     // A literal stands in the description.
     if constexpr ( GroupPiece< Piece > ) {
         packer.packGroup( [ & ] { packForRing( packer, piece ); } );
+    } else if constexpr ( std::is_pointer_v< Piece > && StringPiece< std::remove_cv_t< Piece > > ) {
+        packForRing( packer, textOf( piece ) );
     } else if constexpr ( !LiteralPiece< Piece > ) {
         packForRing( packer, piece );
     }
@@ -216,11 +229,12 @@ concept CharactersPiece = requires( const Piece& piece )
     ringText( piece );
 };
 
-/// A piece whose packed bytes are known without packing it: a literal, which has none, a number or
-/// a string.
+/// A piece whose packed bytes are known without packing it: a literal, which has none, a number, a
+/// string, or a type that gives its text.
 template< class Piece >
 concept DirectPiece = LiteralPiece< Piece > || NumberPiece< std::remove_cv_t< Piece > > ||
-    StringPiece< std::remove_cv_t< Piece > > || std::same_as< std::remove_cv_t< Piece >, Hex >;
+    StringPiece< std::remove_cv_t< Piece > > || CharactersPiece< std::remove_cv_t< Piece > > ||
+    std::same_as< std::remove_cv_t< Piece >, Hex >;
 
 /// What is left of a literal: nothing.
 struct NoArgument
@@ -291,9 +305,10 @@ auto argumentOf( Piece& piece ) noexcept
     } else if constexpr ( std::same_as< Value, Hex > ) {
         return NumberArgument< RingKind::hexadecimal, U64 >{ piece.value };
     } else if constexpr ( StringPiece< Value > ) {
-        return TextArgument( piece );
+        return TextArgument( textOf( piece ) );
     } else if constexpr ( CharactersPiece< Value > ) {
-        return CharactersArgument{ ringText( piece ) };
+        const auto text = ringText( piece );
+        return CharactersArgument< text.size() >{ text };
     } else if constexpr ( std::is_signed_v< Value > ) {
         return NumberArgument< RingKind::signed64, std::int64_t >{ piece };
     } else {

@@ -108,7 +108,7 @@ class AGENT_EXPORT RingTrace
         const U32 ticks = ticksSinceReading();
         std::byte* place = records_ + nextPlace_;
         // The ring is larger than the nearest cache: the lines of the next records are fetched now.
-        __builtin_prefetch( place + prefetchDistance, 1 );
+        prefetch( reinterpret_cast< std::uintptr_t >( place ) + prefetchDistance );
         new ( place ) RingRecord{ size, description, readingTime_,
                                   static_cast< U32 >( argumentsSize ), ticks };
         put( place + sizeof( RingRecord ) );
@@ -135,7 +135,13 @@ class AGENT_EXPORT RingTrace
     }
 
     /// Some records further on. Behind the end of the room it fetches in vain, and does no harm.
-    static constexpr std::size_t prefetchDistance = 256;
+    static constexpr std::uintptr_t prefetchDistance = 256;
+
+    /// Fetches an address that is going to be written, and need not be one of ours.
+    static void prefetch( std::uintptr_t address ) noexcept
+    {
+        __builtin_prefetch( reinterpret_cast< const void* >( address ), 1 );
+    }
 
     /// Bytes of a record with arguments of that size.
     static constexpr U32 sizeWith( std::size_t argumentsSize )

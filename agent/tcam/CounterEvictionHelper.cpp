@@ -52,6 +52,8 @@ int PeloraTcamSdk6CounterEvictionHelper::read( const Key& key,
         static_cast< int >( unit ), static_cast< int >( statId ), statType, &reading );
     if ( rc >= 0 ) {
         *value = ( statistic->sums[ statType ].*sum ).readingIs( reading, counterMask_ );
+    } else {
+        forgetIfEmpty( key, statistic );
     }
     return rc;
 }
@@ -119,9 +121,13 @@ int PeloraTcamSdk6CounterEvictionHelper::fieldStatDestroy( Shim::SdkAccess& sdk,
 int PeloraTcamSdk6CounterEvictionHelper::fieldStatSet(
     Shim::SdkAccess& sdk, int unit, int statId, bcm_field_stat_t statType, Agent::U64 value )
 {
-    const Held statistic = findOrMake( { number( unit ), number( statId ) } );
+    const Key key( number( unit ), number( statId ) );
+    const Held statistic = findOrMake( key );
     const std::lock_guard lock( statistic->mutex );
     const int rc = sdk.bcm_field_stat_set( unit, statId, statType, value );
+    if ( rc < 0 ) {
+        forgetIfEmpty( key, statistic );
+    }
     const auto found = statistic->sums.find( statType );
     if ( rc >= 0 && found != statistic->sums.end() ) {
         found->second.packets.counterIsSetTo( value );
@@ -149,6 +155,19 @@ PeloraTcamSdk6CounterEvictionHelper::findOrMake( const Key& key )
         return found->second;
     }
     return statistics_.emplace( key, std::make_shared< Statistic >() ).first->second;
+}
+
+// With the statistic's guard held.
+void PeloraTcamSdk6CounterEvictionHelper::forgetIfEmpty( const Key& key, const Held& statistic )
+{
+    if ( !statistic->sums.empty() ) {
+        return;
+    }
+    const std::lock_guard lock( mutex_ );
+    const auto found = statistics_.find( key );
+    if ( found != statistics_.end() && found->second == statistic ) {
+        statistics_.erase( found );
+    }
 }
 
 std::size_t PeloraTcamSdk6CounterEvictionHelper::accumulated() const

@@ -114,6 +114,7 @@ class AGENT_EXPORT PeloraTcamSdk6CounterEvictionHelper
     int read( const Key& key, bcm_field_stat_t statType, CounterSum Sums::*sum, Agent::U64* value );
     [[nodiscard]] Held find( const Key& key ) const;
     [[nodiscard]] Held findOrMake( const Key& key );
+    void forgetIfEmpty( const Key& key, const Held& statistic );
 
     const Agent::U64 counterMask_;
     bool poolIndicesAvailable_ = false;

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <array>
 #include <map>
@@ -39,6 +40,18 @@ TEST_F( CounterEvictionTest, Get_SdkFails_LeavesTheValueAndGivesTheCode )
     EXPECT_EQ( eviction->fieldStatGetBytes( unit, 99, bytes, &value ), -7 );
     EXPECT_EQ( value, 4711U );
     EXPECT_EQ( eviction->accumulated(), 0U );
+}
+
+/// What is refused leaves nothing behind.
+TEST_F( CounterEvictionTest, Get_OfManyUnknownStatistics_TakesNoMemory )
+{
+    U64 value = 0;
+    const std::size_t before = mallinfo2().uordblks;
+    for ( U32 id = 1000; id < 3000; ++id ) {
+        ASSERT_EQ( eviction->fieldStatGetPackets( unit, id, packets, &value ), -7 );
+        ASSERT_EQ( sdk.bcm_field_stat_set( unit, static_cast< int >( id ), packets, 0 ), -7 );
+    }
+    EXPECT_LT( mallinfo2().uordblks, before + 2000 );
 }
 
 TEST_F( CounterEvictionTest, Get_PositiveReturnCode_IsGivenWithTheSum )

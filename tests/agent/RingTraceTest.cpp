@@ -453,6 +453,19 @@ TEST_F( TraceBothTest, TraceBoth_TypeOfAFixedText_StandsAsItsText )
     EXPECT_EQ( lastText(), "1 2|cd8|cd9" );
 }
 
+// The one goes straight into the ring, the other by way of a packer.
+static_assert( Agent::Detail::DirectPiece< const Code > );
+static_assert( !Agent::Detail::DirectPiece< const Range > );
+
+TEST_F( TraceBothTest, TraceBoth_NullString_StandsAsNoText )
+{
+    const char* const none = nullptr;
+    traceBoth( handle_, 4, "before ", none, " behind" );
+    EXPECT_EQ( lastText(), "before  behind" );
+    traceBoth( handle_, 4, Range{ 1, 2 }, "|", none, "|" );
+    EXPECT_EQ( lastText(), "1 2||" );
+}
+
 TEST_F( TraceBothTest, TraceBoth_TextsLongerThanARecord_AreCutOff )
 {
     const std::string text( 254, 'x' );

@@ -134,7 +134,7 @@ std::string textOfSite( const std::string& macro,
 /// stands beside it is that site's.
 void addBareCalls( const std::string& source, std::vector< std::string >& texts )
 {
-    static const std::regex call( "\\bsdk\\(\\)\\.((bcm|korvel)_\\w+)\\s*\\(" );
+    static const std::regex call( "\\.\\s*((bcm|korvel)_\\w+)\\s*\\(" );
     const std::size_t sites = texts.size();
     for ( std::sregex_iterator it( source.begin(), source.end(), call ), end; it != end; ++it ) {
         const std::string function = ( *it )[ 1 ];

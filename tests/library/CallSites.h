@@ -10,7 +10,7 @@
 ///
 ///     SDK_CHECKED_CALL( bcm_range_get, unit, &conf );      // "bcm_range_get( unit, &conf )"
 ///     SDK_CALL_SITE( getBytesText )                          // what that constant holds
-///     return Shim::sdk_->bcm_field_qualify_udf( unit, ... ); // "bcm_field_qualify_udf"
+///     return Shim::sdk().bcm_field_qualify_udf( unit, ... ); // "bcm_field_qualify_udf"
 
 #include <map>
 #include <string>

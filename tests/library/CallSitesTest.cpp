@@ -186,8 +186,9 @@ TEST( CallSitesOfTest, BareCalls_OfFunctions_AreSitesUnlessTheyHaveOne )
                               "Shim::sdk().bcmFieldDrop();\n"
                               "site = SDK_CALL_SITE( \"bcm_c( unit )\" );\n"
                               "f( [ & ] { return Shim::sdk().bcm_c( unit ); } );\n"
+                              "return access.bcm_e( unit );\n"
                               "// Shim::sdk().bcm_d( unit );\n" ),
-                 ElementsAre( "bcm_c( unit )", "bcm_a" ) );
+                 ElementsAre( "bcm_c( unit )", "bcm_a", "bcm_e" ) );
 }
 
 TEST( CallSitesOfTest, Nothing_HasNone )
