@@ -193,7 +193,7 @@ void removeUdfs( const RemovalSites& sites,
     for ( const U32 id : ids ) {
         const auto chunkInfo = readChunks( sites.readChunks, unit, id );
         const ChunkSet chunks = chunksOf( chunkInfo.two_byte_chunk_bmap() );
-        // DIFFERS: SDK-6 does not compare them with those of a UDF on no chunk.
+        // DIFFERS: SDK-6 fails another assertion, and does not compare with a UDF on no chunk.
         AGENT_ASSERT_AS( "areBitmapEqual( progChunkBmap, chunkBmap )",
                          !removed || *removed == chunks );
         removed = chunks;
@@ -368,7 +368,7 @@ void udfQualProgrammedInHwFlexHsdk( U32 unit, const UdfDesc& udfDesc, const Qual
                   " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
         assertExtent( chunkInfo, offset, length );
         const ChunkSet chunks = chunksOf( chunkInfo.two_byte_chunk_bmap() );
-        // DIFFERS: SDK-6 does not compare them with those of a UDF on no chunk.
+        // DIFFERS: SDK-6 fails another assertion, and does not compare with a UDF on no chunk.
         AGENT_ASSERT_AS( "areBitmapEqual( progChunkBmap, chunkBmap )",
                          !previous || *previous == chunks );
         // KEPT: required: one chunk for two bytes, although the record that creation makes holds

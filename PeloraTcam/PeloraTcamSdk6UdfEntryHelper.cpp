@@ -646,7 +646,7 @@ void removeUdfs( const RemovalSites& sites,
     for ( const U32 id : ids ) {
         const auto chunkInfo = readChunks( sites.readChunks, unit, id );
         const ChunkSet chunks{ chunkInfo.chunk_bmap() };
-        // DIFFERS: HSDK compares the chunks also with those of a UDF on no chunk.
+        // DIFFERS: HSDK fails another assertion, and compares also with a UDF on no chunk.
         AGENT_ASSERT_AS( "progChunkBmap == chunkBmap", removed.bits == 0 || removed == chunks );
         removed = chunks;
         // DIFFERS: HSDK does not trace the UDF's format.
@@ -817,7 +817,7 @@ void udfQualProgrammedInHwFlex( U32 unit, const UdfDesc& udfDesc, const QualIdLi
                   " Abstract pkt format: ", chunkInfo.abstract_pkt_format() );
         assertExtent( chunkInfo, offset, length );
         const ChunkSet chunks{ chunkInfo.chunk_bmap() };
-        // DIFFERS: HSDK compares the chunks also with those of a UDF on no chunk.
+        // DIFFERS: HSDK fails another assertion, and compares also with a UDF on no chunk.
         AGENT_ASSERT_AS( "progChunkBmap == chunkBmap", previous.bits == 0 || previous == chunks );
         // KEPT: required: one chunk for two bytes, although creation gives one chunk only: a longer
         // UDF does not pass this audit.
