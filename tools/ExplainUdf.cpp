@@ -159,6 +159,9 @@ Json abortedExplanation( const std::string& running, const ChildEnd& end, const 
         lines.push_back( { "Running", running } );
     }
     lines.push_back( { "Refused", "the library ends the process" } );
+    if ( !words.errorLine.empty() ) {
+        lines.push_back( { "Library", words.errorLine } );
+    }
     if ( !words.apiError.empty() ) {
         lines.push_back( { "API error", words.apiError } );
     }
@@ -168,6 +171,7 @@ Json abortedExplanation( const std::string& running, const ChildEnd& end, const 
     return { { "outcome", outcomeName( Outcome::aborted ) },
              { "why", childEndText( end ) },
              { "running", running },
+             { "errorLine", words.errorLine },
              { "apiError", words.apiError },
              { "assertion", words.assertion },
              { "lines", lines } };

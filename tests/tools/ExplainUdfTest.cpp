@@ -265,6 +265,25 @@ TEST( ExplainUdf, Run_WhatEndsTheProcess_IsToldAndEndsWithThree )
     EXPECT_EQ( with.json().at( "running" ), "--with: x" );
 }
 
+TEST( ExplainUdf, Run_ValueWithoutATranslationEndsTheProcess_IsNamed )
+{
+    const ToolFolder folder;
+    folder.write( "before.yaml", "chip: sdk6-tiny\nsteps:\n"
+                                 "  - create-group: { name: a, stage: ifp, key-size: 0, "
+                                 "qualifiers: [ 180 ], actions: [] }\n" );
+    Arguments arguments{ "explain-udf", "--scenario", "before.yaml" };
+    arguments.insert( arguments.end(), vni.begin(), vni.end() );
+    const ToolResult text = folder.run( arguments );
+    EXPECT_EQ( text.exitCode, 3 );
+    EXPECT_EQ( text.errors, "" );
+    EXPECT_THAT( text.output, HasSubstr( "  Running        step 1 of the scenario\n"
+                                         "  Refused        the library ends the process\n"
+                                         "  Library        Unsupported qualifier udf\n"
+                                         "  Assertion      " ) );
+    arguments.emplace_back( "--json" );
+    EXPECT_EQ( folder.run( arguments ).json().at( "errorLine" ), "Unsupported qualifier udf" );
+}
+
 /// The first two bytes of the layer-3 header on a chip with a UDF module, and an option more.
 Arguments withOption( const std::string& option, const std::string& value )
 {
