@@ -27,6 +27,18 @@ std::string printableLetter( std::string_view letter )
     return control ? escaped( *control ) : std::string( letter );
 }
 
+/// The parts between the tabs, and the tabs as they are.
+std::string printableLine( std::string_view line )
+{
+    std::string shown;
+    for ( std::size_t tab = line.find( '\t' ); tab != std::string_view::npos;
+          tab = line.find( '\t' ) ) {
+        shown += printable( line.substr( 0, tab ) ) + '\t';
+        line.remove_prefix( tab + 1 );
+    }
+    return shown + printable( line );
+}
+
 } // namespace
 
 std::string printable( std::string_view text )
@@ -54,7 +66,7 @@ std::string printableLines( std::string_view text )
         if ( end != std::string_view::npos && line.ends_with( '\r' ) ) {
             line.remove_suffix( 1 );
         }
-        shown += printable( line );
+        shown += printableLine( line );
         shown += end == std::string_view::npos ? "" : "\n";
         text.remove_prefix( end == std::string_view::npos ? text.size() : end + 1 );
     }

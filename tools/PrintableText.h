@@ -15,8 +15,8 @@ namespace Tool {
 /// a byte that is no UTF-8 as "\xff". Everything else, a backslash too, as it is.
 [[nodiscard]] std::string printable( std::string_view text );
 
-/// The same of a text of several lines, whose ends stay; a carriage return at the end of a line
-/// is left out.
+/// The same of a text of several lines, whose ends and tabs stay; a carriage return at the end of a
+/// line is left out.
 [[nodiscard]] std::string printableLines( std::string_view text );
 
 } // namespace Tool

@@ -118,6 +118,15 @@ TEST( Profiles, OneByName_IsPrintedSoThatItCanBeReadBack )
                "sdk6-tiny" );
 }
 
+TEST( Profiles, OneWithTabs_IsPrintedWithThem )
+{
+    const ToolFolder folder;
+    const std::string text =
+        "# mine:\ta small one\n" + folder.run( { "profiles", "sdk6-tiny" } ).output;
+    folder.write( "mine.yaml", text );
+    EXPECT_EQ( folder.run( { "profiles", "mine.yaml" } ).output, text );
+}
+
 TEST( Profiles, OneThatThereIsNot_EndsWithTwoAndNamesTheNearest )
 {
     const ToolResult result = runTool( { "profiles", "sdk6-tini" } );

@@ -33,6 +33,11 @@ TEST( PrintableLines, EndsOfLines_Stay )
     EXPECT_EQ( printableLines( "a\x1b\nb\r\n\nc\rd" ), "a\\x1b\nb\n\nc\\x0dd" );
 }
 
+TEST( PrintableLines, Tabs_Stay )
+{
+    EXPECT_EQ( printableLines( "\ta\t\x1b\n\t\nb\t" ), "\ta\t\\x1b\n\t\nb\t" );
+}
+
 TEST( JsonText, ControlCharactersAndBadBytes_AreValidJsonWithoutThem )
 {
     const std::string text = Tool::jsonText( Tool::Json( "\x1b\x7f\u009b\u00e9" ) );
