@@ -45,7 +45,7 @@ UdfDesc descFromOptions( const ExplainUdfOptions& options )
         document.root().readMembers(
             [ & ]( Sim::YamlMembers& members ) { readUdfDesc( members, desc ); } );
     } catch ( const Sim::InputError& error ) {
-        // What was not closed is noticed behind the last line.
+        // The end of the text stands in a line of its own, behind that of the last option.
         const std::size_t line =
             std::min( static_cast< std::size_t >( error.line() ), options.keys.size() );
         throw CommandLineError( "--" + options.keys.at( line - 1 ).first + ": " + error.message() );

@@ -3,9 +3,8 @@
 /// Picks the library's last words out of a child's standard error and passes the rest on.
 ///
 /// The line of a failed SDK call, that of a value without a translation and that of a failed
-/// assertion are held back, because the
-/// report of the step tells them; they are passed on after all when the step lives on. Only whole
-/// lines are passed on.
+/// assertion are held back, because the report of the step tells them; they are passed on after all
+/// when the step lives on. Only whole lines are passed on.
 
 #include <functional>
 #include <string>
