@@ -12,16 +12,18 @@ namespace Tool {
 
 namespace {
 
-bool isOption( const std::string& argument )
-{
-    return argument.size() > 1 && argument.front() == '-';
-}
-
 /// The sub-command that was read; null if none was.
 const CLI::App* commandOf( const CLI::App& app )
 {
     const std::vector< CLI::App* > commands = app.get_subcommands();
     return commands.empty() ? nullptr : commands.front();
+}
+
+/// The sub-command whose arguments were refused; null if there is none.
+const CLI::App* refusedCommandOf( const CLI::App& app, const CLI::ParseError& refusal )
+{
+    const auto* before = dynamic_cast< const CommandRefusal* >( &refusal );
+    return before == nullptr ? commandOf( app ) : before->command();
 }
 
 /// An option that other commands have is named with them, one that none has with the nearest that
@@ -62,10 +64,6 @@ std::string unwantedText( const CLI::App& app )
                         unwanted.front() );
 }
 
-} // namespace
-
-namespace {
-
 /// The parser's words for too few values, or for an option that is given again, count arguments.
 std::string parserText( const CLI::ParseError& refusal )
 {
@@ -83,7 +81,7 @@ std::string parserText( const CLI::ParseError& refusal )
 std::string refusedCommandLineText( const CLI::App& app, const CLI::ParseError& refusal )
 {
     const std::string unwanted = unwantedText( app );
-    const CLI::App* command = commandOf( app );
+    const CLI::App* command = refusedCommandOf( app, refusal );
     return fmt::format( "pelora-tcam: {}\nRun 'pelora-tcam {}--help' for how it is used.\n",
                         printable( unwanted.empty() ? parserText( refusal ) : unwanted ),
                         command == nullptr ? "" : command->get_name() + " " );

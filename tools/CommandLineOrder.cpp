@@ -28,11 +28,6 @@ const CLI::App* commandNamed( const CLI::App& app, const std::string& name )
     return nullptr;
 }
 
-bool isOption( const std::string& argument )
-{
-    return argument.size() > 1 && argument.front() == '-';
-}
-
 std::string nameIn( const std::string& argument )
 {
     return argument.substr( 0, argument.find( '=' ) );
@@ -94,6 +89,11 @@ const CLI::App& requiredCommand( const CLI::App& app, const Words& options, cons
 
 } // namespace
 
+bool isOption( const std::string& argument )
+{
+    return argument.size() > 1 && argument.front() == '-';
+}
+
 std::vector< std::string > commandNames( const CLI::App& app )
 {
     Words names;
@@ -150,8 +150,10 @@ std::vector< std::string > withCommandFirst( const CLI::App& app,
     const CLI::App& command = requiredCommand( app, options, arguments );
     for ( const std::string& name : names ) {
         if ( command.get_option_no_throw( name ) == nullptr ) {
-            refuse( fmt::format( "'{}' has no option '{}', which belongs to {}", command.get_name(),
-                                 name, commandsWith( app, name ) ) );
+            throw CommandRefusal( fmt::format( "'{}' has no option '{}', which belongs to {}",
+                                               command.get_name(), name,
+                                               commandsWith( app, name ) ),
+                                  &command );
         }
     }
     Words ordered{ command.get_name() };
@@ -180,7 +182,8 @@ void refuseEmptyValues( const CLI::App& app, const std::vector< std::string >& a
     for ( const std::string& argument : arguments ) {
         const std::string name = nameIn( argument );
         if ( argument == name + "=" && takesAValue( app, name ) ) {
-            refuse( fmt::format( "{}: expected a value behind '='", name ) );
+            throw CommandRefusal( fmt::format( "{}: expected a value behind '='", name ),
+                                  commandNamed( app, arguments.front() ) );
         }
     }
 }

@@ -60,7 +60,7 @@ TEST( CommandLineHints, Option_OfOtherCommands_IsNamedWithThose )
     expectRefused( { { "--chip", "hsdk", "profiles" },
                      "'profiles' has no option '--chip', which belongs to 'run', 'compare' or "
                      "'explain-udf'",
-                     "pelora-tcam --help" } );
+                     "pelora-tcam profiles --help" } );
 }
 
 TEST( CommandLineHints, Option_WithoutAValueOrGivenAgain_IsNamed )
@@ -96,7 +96,12 @@ TEST( CommandLineHints, Value_IsEmpty_IsRefusedAndDoesNotTakeTheNextArgument )
 {
     expectRefused( { { "run", "--chip=", "scenario.yaml" },
                      "--chip: expected a value behind '='",
-                     "pelora-tcam --help" } );
+                     "pelora-tcam run --help" } );
+    expectRefused( { { "--chip=", "run", "scenario.yaml" },
+                     "--chip: expected a value behind '='",
+                     "pelora-tcam run --help" } );
+    expectRefused(
+        { { "bogus", "--chip=" }, "--chip: expected a value behind '='", "pelora-tcam --help" } );
     expectRefused( { { "run", "--chip", "", "scenario.yaml" },
                      "--chip: expected a value, found nothing",
                      "pelora-tcam run --help" } );
