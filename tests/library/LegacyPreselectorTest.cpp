@@ -354,6 +354,7 @@ TEST_F( LegacyPreselectorTest, SetClasses_TracingOff_WriteNothing )
     const TestSupport::TraceRecorder traces;
     set( &Sdk::bcmFieldQualifyDstClassField, 1, 1 );
     set( &Sdk::bcmFieldQualifyInterfaceClassPort, 1, 1 );
+    EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 1, 0, 0, 0, 1, 0 ) );
     EXPECT_THAT( traces.lines(), IsEmpty() );
 }
 

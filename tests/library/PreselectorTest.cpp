@@ -300,6 +300,7 @@ TEST_F( PreselectorTest, SetClasses_TracingOff_WriteNothing )
     for ( const U32 qualifier : { 8U, 137U, 73U, 75U } ) {
         set( qualifier, 1, 1 );
     }
+    EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 1, 1, 1, 0, 1, 0 ) );
     EXPECT_THAT( traces.lines(), IsEmpty() );
 }
 
