@@ -6,19 +6,21 @@
 #include "tests/fuzz/FuzzTarget.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace Fuzz {
 
-/// How many lines a text has, counted as readers of YAML do: a line feed and a carriage return end
-/// one each, so this is never too few.
-inline int mostLinesOf( std::string_view text )
+/// How many bytes the line of a text has, counted from 1. Only a line feed ends a line.
+inline std::optional< std::size_t > bytesOfLine( std::string_view text, int line )
 {
-    const auto ends = []( char letter ) { return letter == '\n' || letter == '\r'; };
-    // NEL, LS and PS, which YAML 1.1 counts as line ends too, all have one of these bytes.
-    const auto mayEnd = [ & ]( char letter ) {
-        return ends( letter ) || letter == '\x85' || letter == '\xA8' || letter == '\xA9';
-    };
-    return 2 + static_cast< int >( std::ranges::count_if( text, mayEnd ) );
+    for ( int before = 1; before < line; ++before ) {
+        const std::size_t end = text.find( '\n' );
+        if ( end == std::string_view::npos ) {
+            return std::nullopt;
+        }
+        text.remove_prefix( end + 1 );
+    }
+    return std::min( text.find( '\n' ), text.size() );
 }
 
 /// Whether a file may name others, which can then be what is wrong.
@@ -43,10 +45,10 @@ void acceptsOrRefuses( const std::string& file,
             return;
         }
         require( error.file() == file, "an input error names the file" );
-        require( error.line() >= 1 && error.line() <= mostLinesOf( text ),
-                 "an input error stands in a line of the file" );
-        require( error.column() >= 1 && error.column() <= static_cast< int >( text.size() ) + 1,
-                 "an input error stands in a column of the file" );
+        const auto bytes = bytesOfLine( text, error.line() );
+        require( error.line() >= 1 && bytes, "an input error stands in a line of the file" );
+        require( error.column() >= 1 && static_cast< std::size_t >( error.column() ) <= *bytes + 1,
+                 "an input error stands in a column of its line" );
         require( !error.message().empty(), "an input error says what is wrong" );
     }
 }
