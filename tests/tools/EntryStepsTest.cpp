@@ -115,6 +115,21 @@ TEST( CreateEntry, Run_WithAPolicer_HoldsItUntilDestroyed )
     }
 }
 
+TEST( CreateEntry, Run_ActionWithoutATranslation_AbortsAndIsNamed )
+{
+    const std::pair< std::string, std::string > actions[] = { { "72", "noAction" },
+                                                              { "120", "ttlNew" } };
+    for ( const std::string& chip : chips ) {
+        for ( const auto& [ number, name ] : actions ) {
+            const ToolResult result =
+                runOn( chip, acl + entry( "web", ", actions: [ " + number + " ]" ) +
+                                 "    expect: aborted\n" );
+            EXPECT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+            EXPECT_EQ( stepOf( result, 1 ).at( "errorLine" ), "Unmapped actionType: " + name );
+        }
+    }
+}
+
 TEST( CreateEntry, Read_SomethingIsWrong_SaysWhereAndRunsNothing )
 {
     const std::pair< std::string, std::string > cases[] = {
@@ -128,6 +143,12 @@ TEST( CreateEntry, Read_SomethingIsWrong_SaysWhereAndRunsNothing )
           "3:50: expected a whole number from 0 to 2147483647, found '-1'" },
         { "{ name: a, group: b, actions: [ dropp ] }",
           "3:51: unknown value 'dropp', did you mean 'drop'?" },
+        { "{ name: a, group: b, actions: [ ttlNew ] }",
+          "3:51: the library does not take 'ttlNew' here; to see what it does with it, write its "
+          "number, 120" },
+        { "{ name: a, group: b, actions: [ noAction ] }",
+          "3:51: the library does not take 'noAction' here; to see what it does with it, write its "
+          "number, 72" },
         { "{ name: a, group: b, src: 10.1.2.3/8 }",
           "3:45: expected a prefix without bits behind its length, '10.0.0.0/8', found "
           "'10.1.2.3/8'" },
