@@ -45,7 +45,7 @@ std::string reasonOf( const YAML::Exception& error, const std::string& text )
         return "a tab, where only blanks may indent";
     }
     if ( error.msg == "end of map not found" || error.msg == "end of sequence not found" ) {
-        return "indented as no line before it";
+        return "indentation matches no earlier line";
     }
     return withoutTrailingBlanks( error.msg );
 }
@@ -149,7 +149,7 @@ const std::string* YamlNode::numberText() const
         return nullptr;
     }
     if ( hasLeadingZero( text_ ) ) {
-        fail( "expected a number without a zero before it, found '" + text_ + "'" );
+        fail( "expected a number without a leading zero, found '" + text_ + "'" );
     }
     return &text_;
 }

@@ -100,7 +100,7 @@ class LineReader
     {
         const std::size_t firstDigit = at_;
         if ( base == 10 && Sim::hasLeadingZero( text_.substr( firstDigit, 2 ) ) ) {
-            failAt( start, expected + " without a zero before it" );
+            failAt( start, expected + " without a leading zero" );
         }
         U64 value = 0;
         while ( at_ < text_.size() && digits.find( text_[ at_ ] ) != std::string_view::npos &&
@@ -164,8 +164,8 @@ Ipv4Prefix readPrefix( LineReader& line )
     prefix.length = static_cast< U8 >( line.decimal( 32, "a prefix length (0 to 32)" ) );
     const U32 network = prefix.address & PeloraTcam::ip4PrefixMask( prefix.length );
     if ( prefix.address != network ) {
-        line.failAt( start, "a prefix without bits behind its length, '" +
-                                prefixText( network, prefix.length ) + "'" );
+        line.failAt( start,
+                     "a prefix without host bits, '" + prefixText( network, prefix.length ) + "'" );
     }
     return prefix;
 }

@@ -87,7 +87,7 @@ Reference::IpPrefix readIpPrefix( const Sim::YamlNode& node )
     }
     const IpAddress network = networkOf( *address, *length );
     if ( network != *address ) {
-        node.fail( "expected a prefix without bits behind its length, '" + textOf( network ) + "/" +
+        node.fail( "expected a prefix without host bits, '" + textOf( network ) + "/" +
                    std::to_string( *length ) + "', found '" + text + "'" );
     }
     return { *address, *length };

@@ -118,7 +118,7 @@ std::uint32_t read( const Sim::YamlNode& node, const Kind& kind )
         node.fail( fmt::format( "expected {}, found '{}'", kind.what, text ) );
     }
     if ( Sim::hasLeadingZero( text ) ) {
-        node.fail( fmt::format( "expected a number without a zero before it, found '{}'", text ) );
+        node.fail( fmt::format( "expected a number without a leading zero, found '{}'", text ) );
     }
     const std::string_view unit = std::string_view( text ).substr( unitStart );
     const std::uint64_t unitBits = unit.empty() ? bitsInAKilobit : bitsIn( unit, kind, node );

@@ -72,8 +72,8 @@ std::optional< std::string > noteOnEtherType( std::uint16_t etherType )
     if ( etherType == 0 || etherType >= leastEtherType ) {
         return std::nullopt;
     }
-    return fmt::format( "{} (0x{:04X}) is no EtherType, which are from 0x0600; hexadecimal numbers "
-                        "begin with 0x",
+    return fmt::format( "{} (0x{:04X}) is not an EtherType; those begin at 0x0600 (hexadecimal "
+                        "numbers begin with 0x)",
                         etherType, etherType );
 }
 

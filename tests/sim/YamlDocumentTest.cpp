@@ -105,7 +105,7 @@ TEST( YamlNodeTest, ReadNumber_ZeroBeforeIt_IsRefused )
 {
     for ( const std::string text : { "010", "00", "-010", "08" } ) {
         EXPECT_EQ( errorReadingAs< int >( text ),
-                   "f:1:1: expected a number without a zero before it, found '" + text + "'" );
+                   "f:1:1: expected a number without a leading zero, found '" + text + "'" );
     }
     EXPECT_EQ( readAs< int >( "0" ), 0 );
     EXPECT_EQ( readAs< int >( "0x010" ), 16 );
@@ -303,7 +303,7 @@ TEST( YamlDocumentTest, FromText_NoYaml_IsRefusedWithPosition )
 {
     EXPECT_EQ( parseError( "a: 1\nb: c: d\n" ), "f:2:5: not YAML: illegal map value" );
     EXPECT_EQ( parseError( "a:\n  - b: 1\n c: 2\n" ),
-               "f:3:2: not YAML: indented as no line before it" );
+               "f:3:2: not YAML: indentation matches no earlier line" );
 }
 
 TEST( YamlDocumentTest, FromText_BracketOrQuoteLeftOpen_IsReportedWhereItOpens )

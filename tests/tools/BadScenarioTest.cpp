@@ -120,7 +120,7 @@ const std::vector< BadText > badScenarios = {
     { "allocateHighTooGreat", withStep( "allocate-range-checker: { name: a, type: 1, low: 1, high: 4294967296 }" ),
       "scenario.yaml:3:63: expected a whole number from 0 to 4294967295, found '4294967296'" },
     { "allocateLowAmbiguous", withStep( "allocate-range-checker: { name: a, type: 1, low: 010, high: 20 }" ),
-      "scenario.yaml:3:54: expected a number without a zero before it, found '010'" },
+      "scenario.yaml:3:54: expected a number without a leading zero, found '010'" },
     { "nameWithControl", withStep( "release-range-checker: { name: \"a\\e[31m\" }" ),
       "scenario.yaml:3:36: the control character 0x1b in a text" },
     { "bracketLeftOpen", withStep( "release-range-checker: { name: a" ),
@@ -359,11 +359,11 @@ const std::vector< BadText > badRuleSets = {
     { "noUtf8", "@1.2.3.4/32 5.6.7.0/24 0 : 65535 80 : 80 0x06/0xFF 0x0000/0x0000\n@\u00e9\xE9\n",
       "bad.rules:2:3: not UTF-8: the byte 0xe9" },
     { "hostBits", "@10.1.2.3/8 5.6.7.0/24 0 : 65535 80 : 80 0x06/0xFF 0x0000/0x0000\n",
-      "bad.rules:1:2: expected a prefix without bits behind its length, '10.0.0.0/8', found '10.1.2.3/8'" },
+      "bad.rules:1:2: expected a prefix without host bits, '10.0.0.0/8', found '10.1.2.3/8'" },
     { "zeroBeforeAByte", "@010.0.0.0/8 5.6.7.0/24 0 : 65535 80 : 80 0x06/0xFF 0x0000/0x0000\n",
-      "bad.rules:1:2: expected a byte of an IPv4 address (0 to 255) without a zero before it, found '010.0.0.0/8'" },
+      "bad.rules:1:2: expected a byte of an IPv4 address (0 to 255) without a leading zero, found '010.0.0.0/8'" },
     { "zeroBeforeAPort", "@10.0.0.0/8 5.6.7.0/24 0 : 65535 080 : 80 0x06/0xFF 0x0000/0x0000\n",
-      "bad.rules:1:34: expected a port number (0 to 65535) without a zero before it, found '080'" },
+      "bad.rules:1:34: expected a port number (0 to 65535) without a leading zero, found '080'" },
 };
 // clang-format on
 

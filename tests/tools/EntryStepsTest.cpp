@@ -150,7 +150,7 @@ TEST( CreateEntry, Read_SomethingIsWrong_SaysWhereAndRunsNothing )
           "3:51: the library does not take 'noAction' here; to see what it does with it, write its "
           "number, 72" },
         { "{ name: a, group: b, src: 10.1.2.3/8 }",
-          "3:45: expected a prefix without bits behind its length, '10.0.0.0/8', found "
+          "3:45: expected a prefix without host bits, '10.0.0.0/8', found "
           "'10.1.2.3/8'" },
         { "{ name: a, group: b, src: 10.0.0.0/8, dst: '2001:db8::/32' }",
           "3:62: expected IPv4 as in 'src', found IPv6" },

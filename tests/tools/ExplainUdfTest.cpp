@@ -163,8 +163,8 @@ TEST( ExplainUdf, Run_PacketsLackTheHeaderOfTheBase_IsTold )
           { "for these packets the library skips no header: the field counts from the start of the "
             "header, not of the payload" } },
         { field( "l3Header", "800", "2" ),
-          { "800 (0x0320) is no EtherType, which are from 0x0600; hexadecimal numbers begin with "
-            "0x" } },
+          { "800 (0x0320) is not an EtherType; those begin at 0x0600 (hexadecimal numbers begin "
+            "with 0x)" } },
         { field( "l4OuterHeader", "ipv4", "2" ), nlohmann::json::array() },
         { field( "l3Header", "arp", "2" ), nlohmann::json::array() },
         { field( "l4OuterHeader", "mpls", "2" ), nlohmann::json::array() },

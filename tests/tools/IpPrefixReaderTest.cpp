@@ -66,13 +66,13 @@ TEST( IpPrefixReader, Read_AnythingElse_Fails )
 TEST( IpPrefixReader, Read_BitsBehindTheLength_FailsAndNamesThePrefix )
 {
     EXPECT_EQ( complaintAbout( "10.1.2.3/8" ),
-               "expected a prefix without bits behind its length, '10.0.0.0/8', found "
+               "expected a prefix without host bits, '10.0.0.0/8', found "
                "'10.1.2.3/8'" );
     EXPECT_EQ( complaintAbout( "10.1.2.3/0" ),
-               "expected a prefix without bits behind its length, '0.0.0.0/0', found "
+               "expected a prefix without host bits, '0.0.0.0/0', found "
                "'10.1.2.3/0'" );
     EXPECT_EQ( complaintAbout( "2001:db8:ffff::1/33" ),
-               "expected a prefix without bits behind its length, '2001:db8:8000::/33', found "
+               "expected a prefix without host bits, '2001:db8:8000::/33', found "
                "'2001:db8:ffff::1/33'" );
     EXPECT_EQ( complaintAbout( "10.1.2.3/32" ), "none" );
     EXPECT_EQ( complaintAbout( "2001:db8::1/128" ), "none" );

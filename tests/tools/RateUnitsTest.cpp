@@ -72,7 +72,7 @@ TEST( RateUnits, Read_ZeroBeforeTheNumber_Fails )
 {
     for ( const std::string text : { "010Mbps", "010", "00.5Mbps" } ) {
         EXPECT_EQ( complaintAbout( readRate, text ),
-                   "expected a number without a zero before it, found '" + text + "'" );
+                   "expected a number without a leading zero, found '" + text + "'" );
     }
     EXPECT_EQ( complaintAbout( readRate, "0.5Mbps" ), "none" );
 }
