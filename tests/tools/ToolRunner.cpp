@@ -18,8 +18,6 @@ namespace ToolTest {
 
 namespace {
 
-constexpr const char* tool = PELORA_BINARY_DIR "/bin/pelora-tcam";
-
 // No exit code of the tool's own: what the child ends with when it could not become the tool.
 constexpr int notStarted = 127;
 
@@ -198,8 +196,8 @@ void ToolFolder::runTool( const std::vector< std::string >& arguments ) const
     if ( ::chdir( path_.c_str() ) != 0 ) {
         giveUp( path_.c_str() );
     }
-    ::execv( tool, words.data() );
-    giveUp( tool );
+    ::execv( program_.c_str(), words.data() );
+    giveUp( program_.c_str() );
 }
 
 std::string testDataFolder()

@@ -43,6 +43,9 @@ class ToolFolder
     /// Sets an environment variable for the tool; empty takes it away.
     void environmentIs( const std::string& name, const std::string& value );
 
+    /// Sets the program that is run, `pelora-tcam` of this build if nobody does.
+    void programIs( const std::string& path ) { program_ = path; }
+
     /// Runs the tool with its output going to files.
     [[nodiscard]] ToolResult run( const std::vector< std::string >& arguments ) const;
 
@@ -60,6 +63,7 @@ class ToolFolder
     [[noreturn]] void runTool( const std::vector< std::string >& arguments ) const;
 
     std::string path_;
+    std::string program_ = PELORA_BINARY_DIR "/bin/pelora-tcam";
     std::map< std::string, std::string > environment_;
 };
 
