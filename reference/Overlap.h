@@ -17,7 +17,8 @@
 ///    meanwhile, the audit gives it back. It leaves out what has gone, what is under way, and what
 ///    has changed while it was read.
 /// 5. Operations that change one and the same thing that is not shared take turns (`Turn`): the
-///    later one waits, with the locks free as in a call, and then looks again.
+///    later one waits, with the locks free as in a call, and then looks again, for the same record:
+///    another one under the same id is none of its business.
 ///
 /// All of this is used with the activity lock held.
 
@@ -58,10 +59,12 @@ struct TakesTurns
 {
     bool underWay = false;         ///< an operation has its turn
     Agent::U64 stamp = newStamp(); ///< another one with each record, and with each turn
+    Agent::U64 birth = newStamp(); ///< another one with each record; turns leave it as it is
 };
 
 /// The turn of one operation on a record, if there is the record: nobody else changes it until the
-/// turn ends, with this or with `takeOut`. Waits until others have had theirs. A thread has one
+/// turn ends, with this or with `takeOut`. Waits until others have had theirs. When the record has
+/// gone by then, there is none, also if the SDK has given its id to another one. A thread has one
 /// turn of a kind of records at a time.
 template< class Records >
 class Turn
@@ -73,7 +76,9 @@ class Turn
         : records_( records )
         , id_( id )
     {
-        for ( auto found = records_.find( id_ ); found != records_.end();
+        auto found = records_.find( id_ );
+        const Agent::U64 birth = found == records_.end() ? 0 : found->second.birth;
+        for ( ; found != records_.end() && found->second.birth == birth;
               found = records_.find( id_ ) ) {
             if ( !found->second.underWay ) {
                 found->second.underWay = true;

@@ -279,6 +279,36 @@ TEST( OverlapOfEntriesTest, Counters_AllPairs_AreRight )
     }
 }
 
+/// What somebody else asks of the first entry's counters while they are being freed, before the
+/// entry gets other ones.
+template< class Operation >
+void expectNothingFor( const Operation& operation )
+{
+    CounterWorld world( "sdk6-udf" );
+    const EntryId entry = world.entries[ 0 ];
+    bool isDone = true;
+    world.sdk().interruptionIs( 1, Interruption::beforeTheChip,
+                                [ & ] { isDone = operation( world.manager, entry ); } );
+    EXPECT_TRUE( world.manager.free( entry ) );
+    world.allocate( entry );
+    world.sdk().finish();
+    EXPECT_FALSE( isDone );
+    EXPECT_NE( world.manager.find( entry ), nullptr );
+    world.expectRight();
+}
+
+TEST( OverlapOfEntriesTest, CounterFree_EntryGetsOtherCountersMeanwhile_LeavesThem )
+{
+    expectNothingFor(
+        []( CounterManager& manager, EntryId entry ) { return manager.free( entry ); } );
+}
+
+TEST( OverlapOfEntriesTest, CounterClear_EntryGetsOtherCountersMeanwhile_LeavesThem )
+{
+    expectNothingFor(
+        []( CounterManager& manager, EntryId entry ) { return manager.clear( entry ); } );
+}
+
 // ---- Preselectors ----------------------------------------------------------------------------
 
 class PreselectorWorld : public SceneWorld

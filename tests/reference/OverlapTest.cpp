@@ -21,6 +21,68 @@ using PeloraTcam::RangeCheckerId;
 using PeloraTcam::RangeType;
 using PeloraTcam::stageIfp;
 
+// ---- Turns -----------------------------------------------------------------------------------
+
+/// Two operations on the record of one id: the first has its turn, the second waits for it.
+class TurnTest : public ::testing::Test
+{
+  protected:
+    struct Record : TakesTurns
+    {};
+
+    using Records = std::unordered_map< int, Record >;
+
+    static constexpr int id = 5;
+
+    TurnTest()
+        : first( records, id )
+        , second( [ this ] {
+            const Agent::LockAnchor locked( Agent::activityLock() );
+            const Turn later( records, id );
+            secondHasARecord = static_cast< bool >( later );
+        } )
+    {
+        const Agent::UnlockAnchor released( Agent::activityLock() );
+        while ( waitingThreads() == 0 ) {
+            std::this_thread::yield();
+        }
+    }
+
+    void finishTheSecond()
+    {
+        const Agent::UnlockAnchor released( Agent::activityLock() );
+        second.join();
+    }
+
+    const Agent::LockAnchor activity{ Agent::activityLock() };
+    Records records{ { id, {} } };
+    bool secondHasARecord = false;
+    Turn< Records > first;
+    std::thread second;
+};
+
+TEST_F( TurnTest, TakeOut_SecondWaits_FindsNoRecord )
+{
+    static_cast< void >( first.takeOut() );
+    finishTheSecond();
+    EXPECT_FALSE( secondHasARecord );
+}
+
+TEST_F( TurnTest, TakeOut_IdIsGivenToAnotherMeanwhile_SecondFindsNoRecord )
+{
+    static_cast< void >( first.takeOut() );
+    records.try_emplace( id );
+    finishTheSecond();
+    EXPECT_FALSE( secondHasARecord );
+}
+
+TEST_F( TurnTest, TakeOut_RecordIsPutBack_SecondFindsIt )
+{
+    records.insert( first.takeOut() );
+    finishTheSecond();
+    EXPECT_TRUE( secondHasARecord );
+}
+
 // ---- Range checkers --------------------------------------------------------------------------
 
 constexpr RangeCheckerDesc web{ 80, 88, RangeType::l4DstPort };
