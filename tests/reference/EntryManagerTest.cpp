@@ -368,9 +368,10 @@ TEST_F( EntryManagerTest, Audit_InstallWasDropped_Dies )
 {
     scene.nextCallIs( "bcm_field_entry_install", Sim::DropCall{} );
     installed();
-    EXPECT_DEATH( manager.audit(), ::testing::MatchesRegex( TestSupport::assertionLine(
-                                       "reference/EntryManager.cpp", ".*",
-                                       "( installed != 0 ) == record.installed" ) ) );
+    EXPECT_DEATH( manager.audit(),
+                  ::testing::MatchesRegex( TestSupport::assertionLine(
+                      "reference/EntryManager.cpp", ".*",
+                      "( installed != 0 ) == ( record.installed && !record.outdated )" ) ) );
 }
 
 TEST_F( EntryManagerTest, Audit_NothingHeld_ReadsNothing )
