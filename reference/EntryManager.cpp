@@ -36,6 +36,13 @@ bool EntryManager::accepted( std::string_view function, int rc )
     return rc >= 0;
 }
 
+/// The refusal of an entry that is unknown is the same whether it has never been one, or has gone:
+/// another thread may have destroyed it a moment ago.
+bool EntryManager::isKnown( const EntryTurn& turn, std::string_view function )
+{
+    return turn || accepted( function, Shim::sdk().BCM_E_NOT_FOUND() );
+}
+
 // ---- Making ----------------------------------------------------------------------------------
 
 std::optional< EntryManager::EntryId > EntryManager::create( const EntryDesc& desc )
@@ -126,11 +133,9 @@ bool EntryManager::addActions( bcm_field_entry_t entry, const std::vector< Entry
 
 bool EntryManager::install( EntryId entryId )
 {
-    AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
     const EntryTurn turn( records_, entryId );
-    if ( !turn ) {
-        return accepted( "bcm_field_entry_install",
-                         Shim::sdk().BCM_E_NOT_FOUND() ); // It went before its turn came.
+    if ( !isKnown( turn, "bcm_field_entry_install" ) ) {
+        return false;
     }
     const int rc = SDK_TRACED_CALL( bcm_field_entry_install, unit_, sdkEntry( entryId ) );
     if ( !accepted( "bcm_field_entry_install", rc ) ) {
@@ -197,13 +202,9 @@ void EntryManager::writeAgain( const EntryTurn& turn )
 
 bool EntryManager::attachPolicer( EntryId entryId, PolicerId policerId )
 {
-    AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
     const EntryTurn turn( records_, entryId );
-    if ( !turn ) {
-        // It went before its turn came.
-        return accepted( "bcm_field_entry_policer_attach", Shim::sdk().BCM_E_NOT_FOUND() );
-    }
-    if ( !attach( sdkEntry( entryId ), policerId ) ) {
+    if ( !isKnown( turn, "bcm_field_entry_policer_attach" ) ||
+         !attach( sdkEntry( entryId ), policerId ) ) {
         return false;
     }
     turn.record().desc.policer = policerId;
@@ -239,11 +240,9 @@ bool EntryManager::detachPolicer( const EntryTurn& turn )
 
 bool EntryManager::attachStatistic( EntryId entryId, int statId )
 {
-    AGENT_ASSERT( records_.contains( entryId ) && "the entry is unknown" );
     const EntryTurn turn( records_, entryId );
-    if ( !turn ) {
-        return accepted( "bcm_field_entry_stat_attach",
-                         Shim::sdk().BCM_E_NOT_FOUND() ); // It went before its turn came.
+    if ( !isKnown( turn, "bcm_field_entry_stat_attach" ) ) {
+        return false;
     }
     const int rc =
         SDK_TRACED_CALL( bcm_field_entry_stat_attach, unit_, sdkEntry( entryId ), statId );

@@ -10,9 +10,8 @@
 /// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`,
 /// by any thread; `Overlap.h` tells how they stay right while the lock is free. Operations that
 /// change one entry take turns, those on other entries do not. That the SDK refuses to make or to
-/// install an entry, or to attach something to it, is a result
-/// (`lastRefusal` tells the call); a mismatch that the audit finds, and any failure while something
-/// is taken away, end the process.
+/// install an entry, or to attach something to it, is a result (`lastRefusal` tells the call); a
+/// mismatch that the audit finds, and any failure while something is taken away, end the process.
 ///
 ///     Reference::EntryManager manager( unit );
 ///     EntryDesc desc;
@@ -74,9 +73,10 @@ class EntryManager
     /// The same; takes the descriptor over, unless the SDK refuses.
     [[nodiscard]] std::optional< EntryId > create( EntryDesc&& desc );
 
-    /// Writes an entry to the hardware. False when the SDK refuses, or when another thread, whose
-    /// turn it was, has destroyed the entry; otherwise it stays as it was. An unknown entry is an
-    /// assertion failure, here and below, unless said otherwise.
+    /// Writes an entry to the hardware. False when the SDK refuses; the entry stays as it was then.
+    /// False as well when the id is none of this manager's, for example because another thread has
+    /// destroyed the entry or is doing so: `lastRefusal` then has this function of the SDK, which
+    /// was not called, with BCM_E_NOT_FOUND.
     [[nodiscard]] bool install( EntryId entryId );
 
     /// Takes an entry out of the hardware; it can be installed again. False when it is not there or
@@ -88,8 +88,9 @@ class EntryManager
     /// this manager's.
     bool destroy( EntryId entryId );
 
-    /// Attaches a policer to an entry that has none, or a statistic. False when the SDK refuses. An
-    /// entry that is in the hardware is written to it again with its policer.
+    /// Attaches a policer to an entry that has none, or a statistic. False when the SDK refuses, or
+    /// when the id is none of this manager's, as with `install`. An entry that is in the hardware
+    /// is written to it again with its policer.
     [[nodiscard]] bool attachPolicer( EntryId entryId, PeloraTcam::PolicerId policerId );
     [[nodiscard]] bool attachStatistic( EntryId entryId, int statId );
 
@@ -104,8 +105,8 @@ class EntryManager
     /// meanwhile are left out.
     std::size_t audit() const;
 
-    /// The call that the last `create`, `install` or `attach...` failed at; valid until the next
-    /// SDK call.
+    /// The call that the last `create`, `install` or `attach...` failed at, or would have failed
+    /// at; valid until the next SDK call.
     [[nodiscard]] const SdkRefusal& lastRefusal() const { return lastRefusal_; }
 
     /// How many entries the manager holds, in all groups or in one.
@@ -149,6 +150,7 @@ class EntryManager
     bool detachStatistic( const EntryTurn& turn );
     void writeAgain( const EntryTurn& turn );
     [[nodiscard]] bool accepted( std::string_view function, int rc );
+    [[nodiscard]] bool isKnown( const EntryTurn& turn, std::string_view function );
     void verify( bcm_field_entry_t entry, const Record& record, const StillSeen& stillSeen ) const;
     void verifyActions( bcm_field_entry_t entry,
                         const std::vector< EntryAction >& actions,

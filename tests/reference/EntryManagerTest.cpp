@@ -247,18 +247,23 @@ TEST_F( EntryManagerTest, Destroy_AnyCallThrows_IsDestroyedFromWhereItWasLeft )
     }
 }
 
-TEST_F( EntryManagerTest, AnyOperation_UnknownEntry_IsRefusedOrDies )
+TEST_F( EntryManagerTest, AnyOperation_UnknownEntry_IsRefused )
 {
+    const auto expectRefusal = [ this ]( bool isDone, std::string_view function ) {
+        EXPECT_FALSE( isDone ) << function;
+        EXPECT_EQ( manager.lastRefusal().function, function );
+        EXPECT_EQ( manager.lastRefusal().rc, Shim::sdk().BCM_E_NOT_FOUND() ) << function;
+    };
     EXPECT_FALSE( manager.destroy( 77 ) );
     EXPECT_FALSE( manager.remove( 77 ) );
     EXPECT_FALSE( manager.detachPolicer( 77 ) );
     EXPECT_FALSE( manager.detachStatistic( 77 ) );
     EXPECT_FALSE( manager.isInstalled( 77 ) );
     EXPECT_EQ( manager.find( 77 ), nullptr );
+    expectRefusal( manager.install( 77 ), "bcm_field_entry_install" );
+    expectRefusal( manager.attachPolicer( 77, 1 ), "bcm_field_entry_policer_attach" );
+    expectRefusal( manager.attachStatistic( 77, 1 ), "bcm_field_entry_stat_attach" );
     EXPECT_EQ( scene.faulty.calls(), 2U ) << "those that made the group, and no more";
-    EXPECT_DEATH( static_cast< void >( manager.install( 77 ) ), "the entry is unknown" );
-    EXPECT_DEATH( static_cast< void >( manager.attachPolicer( 77, 1 ) ), "the entry is unknown" );
-    EXPECT_DEATH( static_cast< void >( manager.attachStatistic( 77, 1 ) ), "the entry is unknown" );
 }
 
 // ---- Attachments -----------------------------------------------------------------------------

@@ -66,7 +66,7 @@ class EntryWorld : public SceneWorld
     void attachPolicer( EntryId entry )
     {
         const EntryDesc* const known = manager.find( entry );
-        if ( known != nullptr && !known->policer ) {
+        if ( known == nullptr || !known->policer ) {
             static_cast< void >( manager.attachPolicer( entry, Agent::U32( policer ) ) );
         }
     }
@@ -83,14 +83,6 @@ class EntryWorld : public SceneWorld
         static_cast< void >( scene.groups.destroy( which ) );
     }
 
-    template< class Attempt >
-    void ifKnown( EntryId entry, const Attempt& attempt )
-    {
-        if ( manager.find( entry ) != nullptr ) {
-            static_cast< void >( attempt( entry ) );
-        }
-    }
-
     std::vector< OverlapOperation > operations() override
     {
         std::vector< OverlapOperation > all = entryOperations();
@@ -105,19 +97,14 @@ class EntryWorld : public SceneWorld
         return {
             { "create", [ & ] { create( group ); } },
             { "create in the empty group", [ & ] { create( emptyGroup ); } },
-            { "install",
-              [ & ] { ifKnown( plain, [ & ]( EntryId id ) { return manager.install( id ); } ); } },
+            { "install", [ & ] { static_cast< void >( manager.install( plain ) ); } },
             { "remove", [ & ] { manager.remove( installed ); } },
             { "destroy the installed", [ & ] { destroy( installed ); } },
             { "destroy the other", [ & ] { destroy( plain ); } },
             { "attach a policer", [ & ] { attachPolicer( plain ); } },
             { "detach the policer", [ & ] { manager.detachPolicer( installed ); } },
             { "attach the statistic",
-              [ & ] {
-                  ifKnown( installed, [ & ]( EntryId id ) {
-                      return manager.attachStatistic( id, statistic );
-                  } );
-              } },
+              [ & ] { static_cast< void >( manager.attachStatistic( installed, statistic ) ); } },
             { "detach the statistic", [ & ] { manager.detachStatistic( installed ); } },
             { "audit", [ & ] { manager.audit(); } },
         };
@@ -190,6 +177,40 @@ class EntryWorld : public SceneWorld
 TEST( OverlapOfEntriesTest, EntriesAndGroups_AllPairs_AreRight )
 {
     expectAllPairsRight( [] { return std::make_unique< EntryWorld >(); } );
+}
+
+TEST( OverlapOfEntriesTest, AnyAttempt_DuringAnyCallOfADestroy_IsRefusedAlike )
+{
+    using Attempt = std::function< bool( EntryWorld& ) >;
+    const Attempt attempts[] = {
+        []( EntryWorld& world ) { return world.manager.install( world.plain ); },
+        []( EntryWorld& world ) {
+            return world.manager.attachPolicer( world.plain, Agent::U32( world.policer ) );
+        },
+        []( EntryWorld& world ) {
+            return world.manager.attachStatistic( world.plain, world.statistic );
+        },
+    };
+    for ( const Attempt& attempt : attempts ) {
+        for ( std::size_t call = 1; call <= 3; ++call ) { // Remove, detach, destroy.
+            EntryWorld world;
+            EXPECT_TRUE( world.manager.install( world.plain ) );
+            EXPECT_TRUE( world.manager.attachStatistic( world.plain, world.statistic ) );
+            bool isDone = true;
+            int rc = 0;
+            world.sdk().interruptionIs( call, Interruption::beforeTheChip, [ & ] {
+                isDone = attempt( world );
+                rc = world.manager.lastRefusal().rc;
+            } );
+            world.destroy( world.plain );
+            EXPECT_TRUE( world.sdk().hasInterrupted() ) << call;
+            world.sdk().finish();
+            EXPECT_FALSE( isDone ) << call;
+            EXPECT_EQ( rc, Shim::sdk().BCM_E_NOT_FOUND() ) << call;
+            world.expectRight();
+            world.giveAllBack();
+        }
+    }
 }
 
 // ---- Counters --------------------------------------------------------------------------------
