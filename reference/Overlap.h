@@ -14,8 +14,8 @@
 ///    put back when the call throws. Room in the chip counts as taken from before the call that
 ///    makes a thing until behind the one that gives it back.
 /// 4. An audit is a user of the shared thing that it reads: when its last other user lets go of it
-///    meanwhile, the audit gives it back. It leaves out what has gone, what is under way, and what
-///    has changed while it was read.
+///    meanwhile, the audit gives it back, also when a call of the audit throws. It leaves out what
+///    has gone, what is under way, and what has changed while it was read.
 /// 5. Operations that change one and the same thing that is not shared take turns (`Turn`): the
 ///    later one waits, with the locks free as in a call, and then looks again, for the same record:
 ///    another one under the same id is none of its business.
@@ -256,7 +256,8 @@ class SharedRecords
     }
 
     /// Records what the SDK has made, under an id that no record has. If another thread has had an
-    /// equal one made meanwhile, this one is given back, and the result is false: look again.
+    /// equal one made meanwhile, this one is given back, and the result is false: look again. When
+    /// `giveBack` throws, it stays without a user; the next audit tries again to give it back.
     template< class GiveBack >
     [[nodiscard]] bool add( Record record, const GiveBack& giveBack )
     {
@@ -286,8 +287,8 @@ class SharedRecords
         return true;
     }
 
-    /// Has `verify( record )` called for each record. Gives their number. What has no user is given
-    /// back.
+    /// Has `verify( record )` called for each record. Gives the number of those that it said true
+    /// of. What has no user is given back, also when `verify` throws.
     template< class Verify, class GiveBack >
     std::size_t audit( const Verify& verify, const GiveBack& giveBack )
     {
@@ -303,18 +304,25 @@ class SharedRecords
                     ++compared;
                 }
             } catch ( ... ) {
-                --records_.at( id ).readers;
+                endReading( id, giveBack );
                 throw;
             }
-            record = &records_.at( id ); // Nobody takes out what is read.
-            if ( --record->readers == 0 && record->users == 0 ) {
-                giveBackRecord( id, 0, giveBack );
-            }
+            endReading( id, giveBack );
         }
         return compared;
     }
 
   private:
+    /// Nobody takes out what is read: whoever reads last gives it back if it has no user any more.
+    template< class GiveBack >
+    void endReading( const Id& id, const GiveBack& giveBack )
+    {
+        Record& record = records_.at( id );
+        if ( --record.readers == 0 && record.users == 0 ) {
+            giveBackRecord( id, 0, giveBack );
+        }
+    }
+
     /// Hands the record out from now on.
     void offer( Record& record )
     {

@@ -119,9 +119,10 @@ class RangeWorld : public SceneWorld
 
     void expectRight() override
     {
-        EXPECT_EQ( manager.audit(), held.distinct().size() );
+        // Before the audit: that would give back what has been left without a user.
         EXPECT_EQ( manager.size(), held.distinct().size() );
         EXPECT_EQ( scene.chip().ranges().used(), held.distinct().size() );
+        EXPECT_EQ( manager.audit(), held.distinct().size() );
         for ( const auto& [ desc, id ] : held.all ) {
             EXPECT_EQ( manager.users( id ), held.usersOf( id ) );
             const auto& ranges = scene.chip().ranges().state();
@@ -201,9 +202,10 @@ class PolicerWorld : public SceneWorld
 
     void expectRight() override
     {
-        EXPECT_EQ( manager.audit(), held.distinct().size() );
+        // Before the audit, as above.
         EXPECT_EQ( manager.size(), held.distinct().size() );
         EXPECT_EQ( scene.chip().policers().used(), held.distinct().size() );
+        EXPECT_EQ( manager.audit(), held.distinct().size() );
         for ( const auto& [ name, id ] : held.all ) {
             EXPECT_EQ( manager.users( id ), held.usersOf( id ) );
             EXPECT_THAT( scene.text(),
@@ -260,7 +262,7 @@ class CompressionWorld : public SceneWorld
             { "release the last user", [ & ] { release( tcp ); } },
             { "release another user", [ & ] { release( udp ); } },
             { "release an address", [ & ] { release( prefix ); } },
-            { "audit", [ & ] { manager.audit(); } },
+            { "audit", [ & ] { audit(); } },
         };
     }
 
@@ -278,18 +280,29 @@ class CompressionWorld : public SceneWorld
 
     void expectRight() override
     {
-        manager.audit();
+        // Before the audit, as above.
         EXPECT_EQ( scene.chip().field().entries().compressionUsed(), manager.size() );
         EXPECT_EQ( manager.size( Table::ipProto ) + manager.size( Table::srcIp ), manager.size() );
-        if ( hasThrown ) {
-            return; // What could not be given back is still held, and is no value's class.
-        }
         std::set< Value > values;
         for ( const auto& [ value, classId ] : held.all ) {
             values.insert( value );
-            EXPECT_EQ( manager.classId( value.first, value.second ), classId );
+            // What could not be given back is still held, and may be no value's class.
+            EXPECT_TRUE( isHalfReleased() ||
+                         manager.classId( value.first, value.second ) == classId );
         }
-        EXPECT_EQ( manager.size(), values.size() );
+        // And somebody else may have had the value compressed again meanwhile.
+        EXPECT_TRUE( isHalfReleased() || manager.size() == values.size() );
+        manager.audit();
+        EXPECT_EQ( scene.chip().field().entries().compressionUsed(), manager.size() );
+    }
+
+    [[nodiscard]] bool isHalfReleased() const { return hasThrown && !hasAuditThrown; }
+
+    void audit()
+    {
+        hasAuditThrown = true; // Unless it returns.
+        manager.audit();
+        hasAuditThrown = false;
     }
 
     void giveAllBack() override
@@ -302,6 +315,7 @@ class CompressionWorld : public SceneWorld
         EXPECT_FALSE( manager.overlapsAnother( Table::srcIp, { IpAddress::v4( 0 ), 0 } ) );
     }
 
+    bool hasAuditThrown = false;
     CompressionManager manager{ scene.compressionHelper(), sameLimits( { 4, 1, 4 } ) };
     Holdings< Value, Agent::U32 > held;
 };
