@@ -172,29 +172,44 @@ std::optional< Agent::U32 >
 CompressionManager::acquire( Table table, const Key& key, std::optional< Agent::U32 > wanted )
 {
     const Place place = placeOf( table, key );
-    if ( Record* const equal = records_.shared( place ) ) {
-        if ( wanted && *wanted != equal->value.classId ) {
-            return std::nullopt;
+    for ( ;; ) {
+        if ( Record* const equal = records_.shared( place ) ) {
+            if ( wanted && *wanted != equal->value.classId ) {
+                return std::nullopt;
+            }
+            ++equal->users;
+            return equal->value.classId;
         }
-        ++equal->users;
-        return equal->value.classId;
+        const bool hasRoom = room( table ) == CompressionRoom::free &&
+                             ( !wanted || stateOf( table )->classIds.isFree( *wanted ) );
+        if ( !hasRoom ) {
+            if ( !records_.waitForAnEqual( place ) ) {
+                return std::nullopt;
+            }
+        } else if ( const auto made = make( place, wanted ) ) {
+            return made;
+        }
     }
-    if ( room( table ) != CompressionRoom::free ) {
-        return std::nullopt;
-    }
-    TableState& state = *stateOf( table );
-    if ( wanted && !state.classIds.isFree( *wanted ) ) {
-        return std::nullopt;
-    }
-    Reservation reserved( state, place, wanted );
+}
+
+/// The class id of a new value, for which there is room. Nothing when another thread has had an
+/// equal one made meanwhile, which is to be shared.
+std::optional< Agent::U32 > CompressionManager::make( const Place& place,
+                                                      std::optional< Agent::U32 > wanted )
+{
+    Reservation reserved( *stateOf( place.table ), place, wanted );
     const Agent::U32 classId = reserved.classId();
-    const Agent::U64 entryId =
-        helper_->getFieldCompressionEntry( CompressionData( place.key ), classId, table );
+    Agent::U64 entryId = 0;
+    {
+        const Records::Making making( records_, place );
+        entryId =
+            helper_->getFieldCompressionEntry( CompressionData( place.key ), classId, place.table );
+    }
     reserved.keep();
     const bool isNewId = records_.find( entryId ) == nullptr;
     AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
     const bool isAdded = records_.add( { entryId, place, { classId } }, givingBack() );
-    return isAdded ? classId : acquire( table, key, wanted );
+    return isAdded ? std::optional( classId ) : std::nullopt;
 }
 
 bool CompressionManager::release( Table table, const Key& key )

@@ -148,6 +148,8 @@ class CompressionManager
     class Reservation;
 
     [[nodiscard]] static Place placeOf( Table table, const Key& key );
+    [[nodiscard]] std::optional< Agent::U32 > make( const Place& place,
+                                                    std::optional< Agent::U32 > wanted );
     [[nodiscard]] TableState* stateOf( Table table ) const;
     [[nodiscard]] const Record* find( Table table, const Key& key ) const;
     [[nodiscard]] auto givingBack() const;

@@ -9,7 +9,8 @@
 /// 1. Nothing seen before a call is trusted behind it. Records are looked up again by their id; no
 ///    iterator, reference or pointer into the records is used across a call.
 /// 2. What is made is recorded when the SDK has made it. If another thread has had an equal thing
-///    made meanwhile, one of the two is given back, and both threads share the other.
+///    made meanwhile, one of the two is given back, and both threads share the other. Who has no
+///    room for his own waits for an equal one that is being made.
 /// 3. What is given back leaves the records before the call, so nobody is handed it any more. It is
 ///    put back when the call throws. Room in the chip counts as taken from before the call that
 ///    makes a thing until behind the one that gives it back.
@@ -41,7 +42,8 @@ namespace Reference {
 /// How many threads wait for a turn. May be asked without a lock.
 [[nodiscard]] std::size_t waitingThreads() noexcept;
 
-/// Waits, with the agent's locks free, until a turn of any manager has ended. Look again then.
+/// Waits, with the agent's locks free, until a turn of any manager has ended, or something has been
+/// made (`SharedRecords::Making`). Look again then.
 void waitForTheEndOfATurn();
 
 /// Lets all that wait look again.
@@ -214,14 +216,42 @@ class SharedRecords
         std::size_t& outside_;
     };
 
+    /// A thing that is being made, for as long as this lives, which ends before it is recorded. It
+    /// takes room in the chip; whoever wants an equal one and has no room waits for it.
+    class Making
+    {
+      public:
+        /// What is not to be shared is nobody's to wait for. `key` must outlive this.
+        Making( SharedRecords& records, const Key& key, bool isShared = true )
+            : records_( records )
+            , key_( key )
+            , room_( records.outside_ )
+        {
+            if ( isShared ) {
+                records_.beingMade_.push_back( &key_ );
+            }
+        }
+
+        Making( const Making& ) = delete;
+        Making& operator=( const Making& ) = delete;
+
+        ~Making()
+        {
+            std::erase( records_.beingMade_, &key_ );
+            tellTheEndOfATurn();
+        }
+
+      private:
+        SharedRecords& records_;
+        const Key& key_;
+        const Room room_;
+    };
+
     /// How many records there are.
     [[nodiscard]] std::size_t size() const { return records_.size(); }
 
     /// How many things are in the chip, or on their way into it or out of it.
     [[nodiscard]] std::size_t inChip() const { return records_.size() + outside_; }
-
-    /// Takes room for one more, for as long as the result lives.
-    [[nodiscard]] Room room() { return Room( outside_ ); }
 
     /// The record of an id; null if there is none. Valid until the next call of the SDK.
     [[nodiscard]] Record* find( const Id& id )
@@ -240,6 +270,18 @@ class SharedRecords
     {
         const auto found = byKey_.find( key );
         return found == byKey_.end() ? nullptr : found->second;
+    }
+
+    /// For who wants the key and has no room: waits while another thread makes an equal thing. True
+    /// when there was one, or is one to be shared: look again.
+    [[nodiscard]] bool waitForAnEqual( const Key& key ) const
+    {
+        if ( std::ranges::any_of( beingMade_,
+                                  [ & ]( const Key* made ) { return *made == key; } ) ) {
+            waitForTheEndOfATurn();
+            return true;
+        }
+        return shared( key ) != nullptr;
     }
 
     /// A record of the key that is not handed out and has users; null if there is none.
@@ -339,7 +381,7 @@ class SharedRecords
         if ( offered != byKey_.end() && offered->second == &taken.mapped() ) {
             byKey_.erase( offered );
         }
-        const Room stillThere = room();
+        const Room stillThere( outside_ );
         try {
             giveBack( taken.mapped() );
         } catch ( ... ) {
@@ -356,6 +398,7 @@ class SharedRecords
     /// Those that are handed out. The standard library keeps hashes that may throw, so `Hash` does
     /// not say that it throws nothing.
     std::unordered_map< Key, Record*, Hash > byKey_;
+    std::vector< const Key* > beingMade_;
     std::size_t outside_ = 0;
 };
 

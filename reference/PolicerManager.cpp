@@ -42,27 +42,44 @@ std::optional< PolicerId >
 PolicerManager::acquire( const Policer& policer, StageType stage, PolicerSharing sharing )
 {
     const Wanted wanted{ asProgrammed( policer ), stage };
-    const bool isShared = sharing == PolicerSharing::shared;
-    if ( Records::Record* const equal = isShared ? records_.shared( wanted ) : nullptr ) {
-        ++equal->users;
-        return equal->id;
+    if ( sharing == PolicerSharing::own ) {
+        const PolicerId id = make( wanted, false );
+        const bool isMade = id != PeloraTcam::invalidPolicerId && record( id, wanted, false );
+        return isMade ? std::optional( id ) : std::nullopt;
     }
+    for ( ;; ) {
+        if ( Records::Record* const equal = records_.shared( wanted ) ) {
+            ++equal->users;
+            return equal->id;
+        }
+        const PolicerId id = make( wanted, true );
+        if ( id == PeloraTcam::invalidPolicerId ) {
+            if ( !records_.waitForAnEqual( wanted ) ) {
+                return std::nullopt;
+            }
+        } else if ( record( id, wanted, true ) ) {
+            return id;
+        }
+    }
+}
+
+/// A new policer in the chip; the invalid id when there is no room.
+PolicerId PolicerManager::make( const Wanted& wanted, bool isShared )
+{
     if ( records_.inChip() >= capacity_ ) {
-        return std::nullopt;
+        return PeloraTcam::invalidPolicerId;
     }
-    PolicerId id = PeloraTcam::invalidPolicerId;
-    {
-        const Records::Room taken = records_.room();
-        id = helper_->getPolicer( wanted.policer, stage );
-    }
-    if ( id == PeloraTcam::invalidPolicerId ) {
-        return std::nullopt;
-    }
+    const Records::Making making( records_, wanted, isShared );
+    return helper_->getPolicer( wanted.policer, wanted.stage );
+}
+
+/// False when another thread has had an equal one made meanwhile, which is to be shared.
+bool PolicerManager::record( PolicerId id, const Wanted& wanted, bool isShared )
+{
     const bool isNewId = records_.find( id ) == nullptr;
     AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
     const Agent::Ptr< const PolicerData > data( new PolicerData( wanted.policer, id ) );
-    const bool isAdded = records_.add( { id, wanted, data, isShared }, givingBack() );
-    return isAdded ? id : acquire( policer, stage, sharing );
+    return records_.add( { id, wanted, data, isShared }, givingBack() );
 }
 
 bool PolicerManager::release( PolicerId policerId )

@@ -90,6 +90,8 @@ class PolicerManager
                                    WantedHash >;
 
     [[nodiscard]] auto givingBack() const;
+    [[nodiscard]] PeloraTcam::PolicerId make( const Wanted& wanted, bool isShared );
+    [[nodiscard]] bool record( PeloraTcam::PolicerId id, const Wanted& wanted, bool isShared );
 
     const Agent::Ptr< PeloraTcam::PeloraTcamPolicerHelper > helper_;
     const std::size_t capacity_;

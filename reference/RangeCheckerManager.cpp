@@ -20,21 +20,39 @@ auto RangeCheckerManager::givingBack() const
     return [ this ]( const Records::Record& record ) { helper_->releaseRangeChecker( record.id ); };
 }
 
-std::optional< RangeCheckerId > RangeCheckerManager::acquire( const RangeCheckerDesc& desc )
+std::optional< RangeCheckerId > RangeCheckerManager::acquire( const RangeCheckerDesc& wanted )
 {
-    if ( Records::Record* const equal = records_.shared( desc ) ) {
-        ++equal->users;
-        return equal->id;
+    const RangeCheckerDesc desc = wanted; // A copy: it may change while the locks are free.
+    for ( ;; ) {
+        if ( Records::Record* const equal = records_.shared( desc ) ) {
+            ++equal->users;
+            return equal->id;
+        }
+        const RangeCheckerId id = make( desc );
+        if ( id == PeloraTcam::invalidRangeCheckerId ) {
+            // Unless it was an equal one, of another thread, that took the last room.
+            if ( !records_.waitForAnEqual( desc ) ) {
+                return std::nullopt;
+            }
+        } else if ( record( id, desc ) ) {
+            return id;
+        }
     }
-    const RangeCheckerId id = helper_->getRangeChecker( desc );
-    if ( id == PeloraTcam::invalidRangeCheckerId ) {
-        // Unless it was an equal one, of another thread, that took the last room.
-        return records_.shared( desc ) == nullptr ? std::nullopt : acquire( desc );
-    }
+}
+
+RangeCheckerId RangeCheckerManager::make( const RangeCheckerDesc& desc )
+{
+    const Records::Making making( records_, desc );
+    return helper_->getRangeChecker( desc );
+}
+
+/// False when another thread has had an equal one made meanwhile, which is to be shared.
+bool RangeCheckerManager::record( RangeCheckerId id, const RangeCheckerDesc& desc )
+{
     const bool isNewId = records_.find( id ) == nullptr;
     AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
     const Agent::Ptr< const RangeCheckerData > data( new RangeCheckerData( desc, id ) );
-    return records_.add( { id, desc, data }, givingBack() ) ? id : acquire( desc );
+    return records_.add( { id, desc, data }, givingBack() );
 }
 
 bool RangeCheckerManager::release( RangeCheckerId rangeCheckerId )

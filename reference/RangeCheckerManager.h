@@ -62,6 +62,9 @@ class RangeCheckerManager
                                    DescHash >;
 
     [[nodiscard]] auto givingBack() const;
+    [[nodiscard]] PeloraTcam::RangeCheckerId make( const PeloraTcam::RangeCheckerDesc& desc );
+    [[nodiscard]] bool record( PeloraTcam::RangeCheckerId id,
+                               const PeloraTcam::RangeCheckerDesc& desc );
 
     const Agent::Ptr< PeloraTcam::PeloraTcamRangeCheckerHelper > helper_;
     mutable Records records_; // An audit gives back what its last user lets go of.

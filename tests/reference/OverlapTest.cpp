@@ -122,6 +122,7 @@ class RangeWorld : public SceneWorld
         // Before the audit: that would give back what has been left without a user.
         EXPECT_EQ( manager.size(), held.distinct().size() );
         EXPECT_EQ( scene.chip().ranges().used(), held.distinct().size() );
+        EXPECT_THAT( held.refused, ::testing::IsEmpty() ) << "there is room for all of them";
         EXPECT_EQ( manager.audit(), held.distinct().size() );
         for ( const auto& [ desc, id ] : held.all ) {
             EXPECT_EQ( manager.users( id ), held.usersOf( id ) );
@@ -182,7 +183,11 @@ class PolicerWorld : public SceneWorld
             { "acquire the shared one",
               [ & ] { acquire( "shared", committed, PolicerSharing::shared ); } },
             { "acquire a new one", [ & ] { acquire( "new", twoRates, PolicerSharing::shared ); } },
-            { "acquire an own one", [ & ] { acquire( "own", committed, PolicerSharing::own ); } },
+            { "acquire an own one",
+              [ & ] {
+                  const std::string name = "own " + std::to_string( ++ownOnes );
+                  acquire( name, committed, PolicerSharing::own );
+              } },
             { "release the shared one", [ & ] { release( "shared" ); } },
             { "release an own one", [ & ] { release( "own" ); } },
             { "audit", [ & ] { manager.audit(); } },
@@ -205,6 +210,8 @@ class PolicerWorld : public SceneWorld
         // Before the audit, as above.
         EXPECT_EQ( manager.size(), held.distinct().size() );
         EXPECT_EQ( scene.chip().policers().used(), held.distinct().size() );
+        EXPECT_FALSE( held.isRefusedAndHeld() );
+        EXPECT_TRUE( held.refused.empty() || hasThrown || held.distinct().size() == capacity );
         EXPECT_EQ( manager.audit(), held.distinct().size() );
         for ( const auto& [ name, id ] : held.all ) {
             EXPECT_EQ( manager.users( id ), held.usersOf( id ) );
@@ -221,7 +228,9 @@ class PolicerWorld : public SceneWorld
         EXPECT_EQ( manager.size(), 0U );
     }
 
-    PolicerManager manager{ scene.policerHelper(), 3 };
+    static constexpr std::size_t capacity = 3;
+    int ownOnes = 0;
+    PolicerManager manager{ scene.policerHelper(), capacity };
     Holdings< std::string, PolicerId > held;
 };
 
@@ -282,6 +291,7 @@ class CompressionWorld : public SceneWorld
     {
         // Before the audit, as above.
         EXPECT_EQ( scene.chip().field().entries().compressionUsed(), manager.size() );
+        EXPECT_THAT( held.refused, ::testing::IsEmpty() ) << "there is room for all of them";
         EXPECT_EQ( manager.size( Table::ipProto ) + manager.size( Table::srcIp ), manager.size() );
         std::set< Value > values;
         for ( const auto& [ value, classId ] : held.all ) {
@@ -316,7 +326,7 @@ class CompressionWorld : public SceneWorld
     }
 
     bool hasAuditThrown = false;
-    CompressionManager manager{ scene.compressionHelper(), sameLimits( { 4, 1, 4 } ) };
+    CompressionManager manager{ scene.compressionHelper(), sameLimits( { 3, 1, 3 } ) };
     Holdings< Value, Agent::U32 > held;
 };
 

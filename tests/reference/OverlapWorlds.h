@@ -53,7 +53,17 @@ class Holdings
     {
         if ( got ) {
             all.emplace_back( wanted, *got );
+        } else {
+            refused.push_back( wanted );
         }
+    }
+
+    /// Whether somebody was refused what another one, who has not let go of it since, was given.
+    [[nodiscard]] bool isRefusedAndHeld() const
+    {
+        return std::ranges::any_of( refused, [ this ]( const Wanted& wanted ) {
+            return std::ranges::find( all, wanted, &Holding::first ) != all.end();
+        } );
     }
 
     /// Lets one user of it let go, if it has one; after an exception he holds it still.
@@ -89,6 +99,7 @@ class Holdings
     }
 
     std::vector< Holding > all;
+    std::vector< Wanted > refused;
 };
 
 } // namespace Reference
