@@ -87,11 +87,37 @@ bool CounterManager::free( TcamEntryId entryId )
     if ( variant_ == SdkVariant::hsdk ) {
         helper_->clearHitsForEntry( record.info ); // Its counters stay in their object.
     }
-    helper_->freeCounter( record.info.stage, record.info.logicalGroupId, entryId, record.info,
-                          record.priority );
+    turn.record().isPartlyFreed = true; // Unless all calls return.
+    if ( record.isPartlyFreed && isDetached( record.info ) ) {
+        destroyStatistic( record.info );
+    } else {
+        helper_->freeCounter( record.info.stage, record.info.logicalGroupId, entryId, record.info,
+                              record.priority );
+    }
     // Only now: until then nobody can give the entry counters again.
     static_cast< void >( turn.takeOut() );
     return true;
+}
+
+/// Whether the helper, which detaches a statistic and then destroys it, had come as far as that
+/// when the SDK threw.
+bool CounterManager::isDetached( const CounterInfo& info ) const
+{
+    if ( variant_ == SdkVariant::hsdk ) {
+        return false; // There is nothing that would be left to do then.
+    }
+    const int unit = static_cast< int >( helper_->unit() );
+    const auto entry = static_cast< bcm_field_entry_t >( info.entryId );
+    int statId = 0;
+    const int rc = SDK_TRACED_CALL( bcm_field_entry_stat_get, unit, entry, &statId );
+    return rc < 0 || statId != static_cast< int >( info.statId );
+}
+
+void CounterManager::destroyStatistic( const CounterInfo& info ) const
+{
+    const int unit = static_cast< int >( helper_->unit() );
+    const int statId = static_cast< int >( info.statId );
+    SDK_CHECKED_CALL( bcm_field_stat_destroy, unit, statId );
 }
 
 std::optional< Hits > CounterManager::hits( TcamEntryId entryId ) const
@@ -132,7 +158,7 @@ std::size_t CounterManager::audit() const
     std::size_t compared = 0;
     for ( const TcamEntryId entryId : idsOf( records_ ) ) {
         // In a turn, because the helper takes counters that have gone meanwhile for a failure.
-        if ( const Turn turn( records_, entryId ); turn ) {
+        if ( const Turn turn( records_, entryId ); turn && !turn.record().isPartlyFreed ) {
             const CounterInfo info = turn.record().info;
             verify( info );
             ++compared;

@@ -9,17 +9,26 @@
 /// All operations are called with the agent's activity lock held, by any thread; `Overlap.h` tells
 /// how they stay right while the lock is free. Operations on the counters of one entry take turns,
 /// those on other entries do not. Counters for which there is no room are a result; a mismatch that
-/// the audit finds, and whatever else goes wrong in the chip, ends the process. An exception of the
-/// SDK leaves the record as it was.
+/// the audit finds, and whatever else goes wrong in the chip, ends the process.
+///
+/// What an exception of the SDK leaves behind: of `allocate` no record, and in the chip what the
+/// helper had done by then. Of `free` the record, which audits leave out from then on. On SDK-6 a
+/// second `free` goes on where the first one was left: it asks the SDK whether the statistic is
+/// still attached. On HSDK the agent's flex counter manager forgets the entry's counters before it
+/// detaches them: when that throws, a second `free` is an assertion failure there. All other
+/// operations leave the record as it was.
 ///
 /// A helper finds the entry's group by its logical id: the group was created under the SDK id made
 /// from it, `generateSdk6GroupIdFormat( logicalGroupId, pipeId )` on SDK-6 and with sub-id 0 on
 /// HSDK, or that id stands in the agent's group id map.
 ///
 ///     Reference::CounterManager manager( helper, SdkVariant::sdk6 );
-///     const CounterRequest wanted{ stageIfp(), logicalGroupId, entry, packetsAndBytes(), priority
-///     }; if ( manager.allocate( wanted ) ) {
-///         const Hits hits = manager.hits( entry );
+///     CounterRequest wanted;
+///     wanted.logicalGroupId = logicalGroupId;
+///     wanted.entryId = entry;
+///     wanted.counterSet = packetsAndBytes();
+///     if ( manager.allocate( wanted ) ) {
+///         const std::optional< Hits > hits = manager.hits( entry );
 ///         manager.free( entry );
 ///     }
 
@@ -69,7 +78,8 @@ class CounterManager
     /// giving it some.
     [[nodiscard]] bool allocate( const CounterRequest& request );
 
-    /// Takes an entry's counters away; they are left at 0. False when it has none.
+    /// Takes an entry's counters away; they are left at 0. False when it has none. When the SDK
+    /// throws, see above.
     bool free( PeloraTcam::TcamEntryId entryId );
 
     /// What an entry's counters have counted; nothing when it has none.
@@ -79,7 +89,8 @@ class CounterManager
     bool clear( PeloraTcam::TcamEntryId entryId );
 
     /// Compares every record with the chip: that the recorded counters are attached to the entry
-    /// and can be read. A mismatch ends the process. Gives the number of records compared.
+    /// and can be read. A mismatch ends the process. Leaves out those that an exception left partly
+    /// freed. Gives the number of records compared.
     std::size_t audit() const;
 
     /// How many entries have counters.
@@ -95,9 +106,12 @@ class CounterManager
         PeloraTcam::CounterInfo info;
         PeloraTcam::TcamGroupPriority priority = 0;
         bool isMade = false;
+        bool isPartlyFreed = false; ///< or not at all: freeing it threw, or is under way
     };
 
     [[nodiscard]] bool begin( PeloraTcam::TcamEntryId entryId );
+    [[nodiscard]] bool isDetached( const PeloraTcam::CounterInfo& info ) const;
+    void destroyStatistic( const PeloraTcam::CounterInfo& info ) const;
     void verify( const PeloraTcam::CounterInfo& info ) const;
     void verifyStatistic( const PeloraTcam::CounterInfo& info ) const;
     void verifyFlexCounters( const PeloraTcam::CounterInfo& info ) const;

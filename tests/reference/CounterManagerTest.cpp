@@ -167,7 +167,7 @@ TEST_P( CounterManagerTest, Allocate_NoTypes_IsRefused )
     expectChipAsBefore();
 }
 
-TEST_P( CounterManagerTest, Free_SdkThrows_LeavesTheRecord )
+TEST_P( CounterManagerTest, Free_SdkThrows_LeavesTheRecordOutOfAudits )
 {
     EXPECT_TRUE( manager.allocate( requestFor( entries[ 0 ] ) ) );
     scene.nextCallIs( scene.variant == SdkVariant::sdk6 ? "bcm_field_entry_stat_detach"
@@ -175,6 +175,7 @@ TEST_P( CounterManagerTest, Free_SdkThrows_LeavesTheRecord )
                       Sim::ThrowFromCall{} );
     EXPECT_THROW( manager.free( entries[ 0 ] ), std::runtime_error );
     EXPECT_NE( manager.find( entries[ 0 ] ), nullptr );
+    EXPECT_EQ( manager.audit(), 0U );
 }
 
 TEST_P( CounterManagerTest, Audit_ReadBackWrong_Dies )
