@@ -56,10 +56,8 @@ std::optional< unsigned > decoded( std::string_view bytes, const Form& form )
 class LetterWalk
 {
   public:
-    // The byte order mark before a text is none of its letters.
     explicit LetterWalk( std::string_view text )
-        : text_( text )
-        , at_( text.starts_with( "\xEF\xBB\xBF" ) ? 3 : 0 )
+        : text_( withoutByteOrderMark( text ) )
     {}
 
     [[nodiscard]] bool atEnd() const { return at_ == text_.size(); }
@@ -92,12 +90,19 @@ class LetterWalk
 
   private:
     std::string_view text_;
-    std::size_t at_;
+    std::size_t at_ = 0;
     int line_ = 1;
     int column_ = 1;
 };
 
 } // namespace
+
+std::string_view withoutByteOrderMark( std::string_view text )
+{
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    text.remove_prefix( text.starts_with( mark ) ? mark.size() : 0 );
+    return text;
+}
 
 std::size_t letterSize( std::string_view text, std::size_t at )
 {

@@ -16,6 +16,10 @@
 
 namespace Sim {
 
+/// The text behind its byte order mark, the sign that some writers put before a text in UTF-8 and
+/// that is none of its letters; all of it if it has none.
+[[nodiscard]] std::string_view withoutByteOrderMark( std::string_view text );
+
 /// How many bytes the letter at that byte has, 1 to 4; 0 if no letter of UTF-8 begins there.
 /// `at` is below the text's size.
 [[nodiscard]] std::size_t letterSize( std::string_view text, std::size_t at );
@@ -27,7 +31,7 @@ namespace Sim {
 /// "0x1b"
 [[nodiscard]] std::string hexadecimalByte( unsigned byte );
 
-/// Whether a text has a decimal number with a zero before it: "010", or "4,010-12". It is 8 to some
+/// Whether a text has a decimal number with a leading zero: "010", or "4,010-12". It is 8 to some
 /// readers and 10 to others. Digits behind a letter or a point, "0x010" and "1.05", are none.
 [[nodiscard]] bool hasLeadingZero( std::string_view text );
 

@@ -1,5 +1,7 @@
 #include "sim/YamlOpenings.h"
 
+#include "sim/InputText.h"
+
 #include <vector>
 
 namespace Sim {
@@ -189,10 +191,7 @@ class OpeningScanner
 
 std::optional< YamlOpening > unclosedOpening( std::string_view text, int refusedLine )
 {
-    // The sign before a text in UTF-8 is none of its letters.
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    text.remove_prefix( text.starts_with( byteOrderMark ) ? byteOrderMark.size() : 0 );
-    return OpeningScanner( text, refusedLine ).unclosed();
+    return OpeningScanner( withoutByteOrderMark( text ), refusedLine ).unclosed();
 }
 
 } // namespace Sim

@@ -1,13 +1,12 @@
 #include "sim/YamlPlaces.h"
 
+#include "sim/InputText.h"
+
 #include <algorithm>
 
 namespace Sim {
 
 namespace {
-
-// The sign before a text in UTF-8. The parser does not count it.
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 bool continuesALetter( char byte )
 {
@@ -16,8 +15,9 @@ bool continuesALetter( char byte )
 
 } // namespace
 
+// The parser does not count the byte order mark.
 YamlPlaces::YamlPlaces( std::string_view text )
-    : text_( text.substr( text.starts_with( byteOrderMark ) ? byteOrderMark.size() : 0 ) )
+    : text_( withoutByteOrderMark( text ) )
     , lineStarts_{ 0 }
 {
     for ( std::size_t end = text_.find( '\n' ); end != std::string_view::npos;

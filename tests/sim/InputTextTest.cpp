@@ -6,6 +6,15 @@ namespace Sim {
 
 namespace {
 
+TEST( InputTextTest, WithoutByteOrderMark_OneOrNone_IsTheTextBehindIt )
+{
+    EXPECT_EQ( withoutByteOrderMark( "\xEF\xBB\xBF"
+                                     "a\xEF\xBB\xBF" ),
+               "a\xEF\xBB\xBF" );
+    EXPECT_EQ( withoutByteOrderMark( "\xEF\xBB" ), "\xEF\xBB" );
+    EXPECT_EQ( withoutByteOrderMark( "" ), "" );
+}
+
 TEST( InputTextTest, LetterSize_LettersOfEachSize_IsTheirBytes )
 {
     EXPECT_EQ( letterSize( "a", 0 ), 1U );
