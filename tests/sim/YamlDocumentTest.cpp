@@ -366,8 +366,14 @@ TEST( YamlDocumentTest, FromText_NotUtf8_IsRefusedWithPosition )
 
 TEST( YamlDocumentTest, FromText_ErrorAtTheEndOfTheText_StandsRightBehindIt )
 {
-    EXPECT_THAT( parseError( "\"(##\\" ), testing::StartsWith( "f:1:6: not YAML: " ) );
-    EXPECT_THAT( parseError( "a: 1\nb: \"x\\" ), testing::StartsWith( "f:2:7: not YAML: " ) );
+    EXPECT_THAT( parseError( "a: !<x" ), testing::StartsWith( "f:1:7: not YAML: " ) );
+    EXPECT_THAT( parseError( "a: 1\nb: !<x" ), testing::StartsWith( "f:2:7: not YAML: " ) );
+}
+
+TEST( YamlDocumentTest, FromText_QuoteThatEndsInABackslash_IsReportedWhereItOpens )
+{
+    EXPECT_EQ( parseError( "\"(##\\" ), "f:1:1: not YAML: nothing closes this \"" );
+    EXPECT_EQ( parseError( "a: 1\nb: \"x\\" ), "f:2:4: not YAML: nothing closes this \"" );
 }
 
 TEST( YamlDocumentTest, FromText_ErrorBehindLettersOfSeveralBytes_CountsLetters )
