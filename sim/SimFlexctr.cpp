@@ -223,29 +223,27 @@ uint32_t SimFlexctr::countersUsed() const
     return used;
 }
 
-namespace {
-
-/// How many counters of an object some entry is attached to; several may be to one.
-std::size_t countersInUse( const SimFlexctr::State& state, uint32_t counterId )
+std::map< uint32_t, std::size_t > SimFlexctr::countersInUse() const
 {
-    std::set< uint32_t > indexes;
-    for ( const auto& [ entry, places ] : state.attachments ) {
+    std::map< uint32_t, std::set< uint32_t > > indexes;
+    for ( const auto& [ entry, places ] : state_.attachments ) {
         for ( const bcm_field_flexctr_config_t& place : places ) {
-            if ( place.flexctr_action_id == counterId ) {
-                indexes.insert( place.counter_index );
-            }
+            indexes[ place.flexctr_action_id ].insert( place.counter_index );
         }
     }
-    return indexes.size();
+    std::map< uint32_t, std::size_t > inUse;
+    for ( const auto& [ id, object ] : state_.objects ) {
+        inUse[ id ] = indexes[ id ].size();
+    }
+    return inUse;
 }
-
-} // namespace
 
 void SimFlexctr::addTo( ChipSnapshot& snapshot ) const
 {
+    const std::map< uint32_t, std::size_t > inUse = countersInUse();
     for ( const auto& [ id, object ] : state_.objects ) {
         ChipSnapshot::Fields fields{ { "counters", std::to_string( object.size ) },
-                                     { "inUse", std::to_string( countersInUse( state_, id ) ) } };
+                                     { "inUse", std::to_string( inUse.at( id ) ) } };
         for ( const auto& [ index, value ] : object.counters ) {
             fields.emplace_back( std::to_string( index ), std::to_string( value.packets ) + "p," +
                                                               std::to_string( value.bytes ) + "b" );

@@ -12,6 +12,7 @@
 #include "sim/SimField.h"
 #include "sim/Traffic.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <vector>
@@ -93,6 +94,10 @@ class SimFlexctr
 
     /// How many counters the objects have.
     [[nodiscard]] uint32_t countersUsed() const;
+
+    /// How many counters of each object, by its id, some entry is attached to; several entries may
+    /// be to one counter.
+    [[nodiscard]] std::map< uint32_t, std::size_t > countersInUse() const;
 
     /// How many counters all objects together can have.
     [[nodiscard]] uint32_t counterCapacity() const { return capacities_.counters; }

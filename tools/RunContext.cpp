@@ -3,9 +3,6 @@
 #include "PeloraTcam/PeloraTcamSdk6RangeCheckerHelper.h"
 #include "reference/TranslationStart.h"
 
-#include <set>
-#include <utility>
-
 namespace Tool {
 
 namespace {
@@ -47,16 +44,14 @@ unsigned counterWidthOf( const Sim::ChipProfile& profile )
                                                : profile.statistics.counterWidth;
 }
 
-/// How many counters some entry is attached to; several may be to one.
+/// How many counters of all objects some entry is attached to.
 std::size_t countersInUse( const Sim::SimFlexctr& flexCounters )
 {
-    std::set< std::pair< std::uint32_t, std::uint32_t > > counters;
-    for ( const auto& [ entry, places ] : flexCounters.state().attachments ) {
-        for ( const bcm_field_flexctr_config_t& place : places ) {
-            counters.emplace( place.flexctr_action_id, place.counter_index );
-        }
+    std::size_t all = 0;
+    for ( const auto& [ object, inUse ] : flexCounters.countersInUse() ) {
+        all += inUse;
     }
-    return counters.size();
+    return all;
 }
 
 } // namespace

@@ -284,6 +284,19 @@ TEST_P( SimFlexctrTest, AddTo_ObjectsAndAttachments_NamesThemIndependentlyOfTheN
                "flex counters of entry 1: bcmFlexctrColorAny=1[1] bcmFlexctrColorRed=1[3]\n" );
 }
 
+TEST_P( SimFlexctrTest, CountersInUse_SeveralEntriesAtOneCounter_CountItOnce )
+{
+    const uint32_t id = made( 4 );
+    const uint32_t other = made( 2 );
+    const bcm_field_entry_t first = madeEntry();
+    const bcm_field_entry_t second = madeEntry();
+    ASSERT_EQ( attach( first, { id, 3, red } ), ReturnCode::BCM_E_NONE );
+    ASSERT_EQ( attach( first, { id, 1, any } ), ReturnCode::BCM_E_NONE );
+    ASSERT_EQ( attach( second, { id, 3, any } ), ReturnCode::BCM_E_NONE );
+    const std::map< uint32_t, std::size_t > inUse{ { id, 2 }, { other, 0 } };
+    EXPECT_EQ( counters.countersInUse(), inUse );
+}
+
 TEST_P( SimFlexctrTest, StateIs_EarlierState_PutsEverythingBackButIds )
 {
     const uint32_t id = made( 4 );
