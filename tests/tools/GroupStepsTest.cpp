@@ -187,11 +187,24 @@ TEST( DestroyGroup, Run_UnknownName_IsAnErrorWithAHint )
     EXPECT_EQ( stepOf( result, 1 ).at( "text" ), "there is no group 'ackl', did you mean 'acl'?" );
 }
 
+TEST( DestroyGroup, Run_GroupHasEntries_IsAnErrorAndStays )
+{
+    const std::string destroy = "  - destroy-group: { name: acl }\n";
+    const ToolResult result =
+        run( acl + "  - create-entry: { name: web, group: acl }\n" + destroy +
+             "    expect: error\n  - destroy-entry: { name: web }\n" + destroy );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    EXPECT_EQ( stepOf( result, 2 ).at( "sdkFunction" ), "bcm_field_group_destroy" );
+    EXPECT_EQ( stepOf( result, 2 ).at( "returnCode" ), -10 );
+    EXPECT_EQ( stepOf( result, 4 ).at( "text" ), "id 1, back to the chip" );
+}
+
 TEST( DestroyGroup, Run_SdkRefuses_Aborts )
 {
     const ToolResult result = run(
-        acl + "  - inject-fault: { function: bcm_field_group_destroy, call: 1, fail: BCM_E_BUSY }\n"
-              "  - destroy-group: { name: acl }\n    expect: aborted\n" );
+        acl +
+        "  - inject-fault: { function: bcm_field_group_destroy, call: 1, fail: BCM_E_INTERNAL }\n"
+        "  - destroy-group: { name: acl }\n    expect: aborted\n" );
     EXPECT_EQ( result.exitCode, 0 ) << result.output << result.errors;
     EXPECT_THAT( result.output, HasSubstr( "bcm_field_group_destroy( unit_, group )" ) );
 }

@@ -1,6 +1,7 @@
 // destroy-group: { name: acl }
 
 #include "tools/RunContext.h"
+#include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -22,7 +23,9 @@ class DestroyGroup : public Step
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
         const bcm_field_group_t group = context.groupNames().at( name_ ).id;
-        context.groups().destroy( group );
+        if ( !context.groups().destroy( group ) ) {
+            return refused( context.firstFailure() );
+        }
         context.groupNames().remove( name_ );
         return {
             Outcome::ok, fmt::format( "id {}, back to the chip", group ), { { "id", group } } };
