@@ -47,11 +47,7 @@ bool EntryManager::isKnown( const EntryTurn& turn, std::string_view function )
 
 std::optional< EntryManager::EntryId > EntryManager::create( const EntryDesc& desc )
 {
-    const auto entryId = make( desc );
-    if ( entryId ) {
-        record( *entryId, EntryDesc( desc ) );
-    }
-    return entryId;
+    return create( EntryDesc( desc ) ); // A copy: it may change while the locks are free.
 }
 
 std::optional< EntryManager::EntryId > EntryManager::create( EntryDesc&& desc )

@@ -58,12 +58,13 @@ GroupManager::GroupManager( Agent::U32 unit, bool narrowWideTcamWidthSupport )
 std::optional< bcm_field_group_t > GroupManager::create( const GroupDesc& desc )
 {
     bcm_field_group_config_t config = configOf( desc );
+    // Before the call: the descriptor may change while the locks are free.
+    const Record record{ .qualifiers = readBackOf( desc.qualifiers ) };
     const int rc = SDK_TRACED_CALL( bcm_field_group_config_create, unit_, &config );
     if ( rc < 0 ) {
         return std::nullopt;
     }
     const bcm_field_group_t group = config.group;
-    const Record record{ .qualifiers = readBackOf( desc.qualifiers ) };
     try {
         verify( group, record.qualifiers, {} );
     } catch ( ... ) {

@@ -13,13 +13,20 @@
 ///    room for his own waits for an equal one that is being made.
 /// 3. What is given back leaves the records before the call, so nobody is handed it any more. It is
 ///    put back when the call throws. Room in the chip counts as taken from before the call that
-///    makes a thing until behind the one that gives it back.
+///    makes a thing until behind the one that gives it back. The counters of an entry stay in the
+///    records until behind the calls instead: their turn keeps others away from them.
 /// 4. An audit is a user of the shared thing that it reads: when its last other user lets go of it
 ///    meanwhile, the audit gives it back, also when a call of the audit throws. It leaves out what
-///    has gone, what is under way, and what has changed while it was read.
+///    has gone, what is under way, and what has changed while it was read. Audits of counters and
+///    of user-defined fields take turns with the operations instead: they wait for what is under
+///    way, and nothing changes while they read.
 /// 5. Operations that change one and the same thing that is not shared take turns (`Turn`): the
 ///    later one waits, with the locks free as in a call, and then looks again, for the same record:
-///    another one under the same id is none of its business.
+///    another one under the same id is none of its business. The operations on user-defined fields
+///    that reach the chip take turns with each other, because their helper keeps what they share.
+/// 6. Arguments are copied before the first call: whoever passed a reference to something of his
+///    own may find it changed behind the call. What is passed as an rvalue or a span (an entry to
+///    take over, the rules of a set) is read behind calls and left alone by the caller.
 ///
 /// All of this is used with the activity lock held.
 
@@ -395,8 +402,8 @@ class SharedRecords
     }
 
     std::unordered_map< Id, Record > records_;
-    /// Those that are handed out. The standard library keeps hashes that may throw, so `Hash` does
-    /// not say that it throws nothing.
+    /// Those that are handed out. `Hash` does not say that it throws nothing: GNU's standard
+    /// library then keeps each hash beside its key, and need not make it again.
     std::unordered_map< Key, Record*, Hash > byKey_;
     std::vector< const Key* > beingMade_;
     std::size_t outside_ = 0;

@@ -34,9 +34,11 @@ PreselectorManager::PreselectorManager( U32 unit )
 {}
 
 std::optional< bcm_field_presel_t >
-PreselectorManager::create( const std::vector< PreselectorQualifier >& qualifiers,
+PreselectorManager::create( const std::vector< PreselectorQualifier >& wanted,
                             PreselectorFunction function )
 {
+    // A copy: what is wanted may change while the locks are free.
+    const std::vector< PreselectorQualifier > qualifiers = wanted;
     const auto unit = static_cast< int >( unit_ );
     bcm_field_presel_t presel = 0;
     const int rc = SDK_TRACED_CALL( bcm_field_presel_create, unit, &presel );

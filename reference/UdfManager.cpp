@@ -35,7 +35,7 @@ UdfManager::UdfManager( Agent::Ptr< PeloraTcam::UdfHelperBase > helper, UdfPath 
 class UdfManager::HelperTurn
 {
   public:
-    /// There is a turn; see `hasUser`.
+    /// Nobody else has the helper; see `usedOrTurn` and `waitForTheHelper`.
     explicit HelperTurn( const UdfManager& manager )
         : manager_( manager )
     {

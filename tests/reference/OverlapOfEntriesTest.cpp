@@ -398,5 +398,50 @@ TEST( OverlapOfEntriesTest, Preselectors_AllPairs_AreRight )
     expectAllPairsRight( [] { return std::make_unique< PreselectorWorld >(); } );
 }
 
+// ---- Arguments -------------------------------------------------------------------------------
+
+TEST( OverlapOfEntriesTest, Create_DescriptorChangesMeanwhile_TakesItAsItWas )
+{
+    EntryWorld world;
+    const EntryDesc original = EntryWorld::desc( world.group );
+    EntryDesc wanted = original;
+    world.sdk().interruptionIs( 1, Interruption::beforeTheChip, [ & ] { wanted = EntryDesc(); } );
+    const auto entry = world.manager.create( wanted );
+    world.sdk().finish();
+    ASSERT_TRUE( entry );
+    EXPECT_EQ( *world.manager.find( *entry ), original );
+    EXPECT_EQ( world.manager.audit(), world.manager.size() );
+}
+
+TEST( OverlapOfEntriesTest, CreateGroup_DescriptorChangesMeanwhile_TakesItAsItWas )
+{
+    EntryWorld world;
+    GroupDesc wanted;
+    wanted.qualifiers = { QualifierType::dstIp };
+    world.sdk().interruptionIs( 1, Interruption::beforeTheChip,
+                                [ & ] { wanted.qualifiers = { QualifierType::srcIp }; } );
+    const auto group = world.scene.groups.create( wanted );
+    world.sdk().finish();
+    ASSERT_TRUE( group );
+    EXPECT_EQ( *world.scene.groups.qualifiers( *group ),
+               PeloraTcam::QualifierSet( { QualifierType::dstIp } ) );
+}
+
+TEST( OverlapOfEntriesTest, CreatePreselector_QualifiersChangeMeanwhile_TakesThemAsTheyWere )
+{
+    const std::vector< PreselectorQualifier > original = { { QualifierType::drop, 0, 1 } };
+    const auto expected = [ & ] {
+        PreselectorWorld world;
+        EXPECT_TRUE( world.manager.create( original, PreselectorFunction::current ) );
+        return world.scene.text();
+    }();
+    PreselectorWorld world;
+    std::vector< PreselectorQualifier > wanted = original;
+    world.sdk().interruptionIs( 1, Interruption::beforeTheChip, [ & ] { wanted.clear(); } );
+    ASSERT_TRUE( world.manager.create( wanted, PreselectorFunction::current ) );
+    world.sdk().finish();
+    EXPECT_EQ( world.scene.text(), expected );
+}
+
 } // namespace
 } // namespace Reference
