@@ -175,13 +175,20 @@ bool EntryManager::destroy( EntryId entryId )
     try {
         SDK_CHECKED_CALL( bcm_field_entry_destroy, unit_, entry );
     } catch ( ... ) {
-        records_.insert( std::move( taken ) );
+        if ( !records_.insert( std::move( taken ) ).inserted ) {
+            forgetOneOf( group ); // The SDK, which has it back, has given its id away.
+        }
         throw;
     }
+    forgetOneOf( group );
+    return true;
+}
+
+void EntryManager::forgetOneOf( bcm_field_group_t group )
+{
     if ( --entriesByGroup_.at( group ) == 0 ) {
         entriesByGroup_.erase( group );
     }
-    return true;
 }
 
 /// What has changed of an entry does not reach the hardware by itself.

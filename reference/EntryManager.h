@@ -141,6 +141,7 @@ class EntryManager
     [[nodiscard]] std::optional< EntryId > make( const EntryDesc& desc );
     void record( EntryId entryId, EntryDesc desc );
     void undo( EntryId entryId, bcm_field_group_t group );
+    void forgetOneOf( bcm_field_group_t group );
     [[nodiscard]] bool program( bcm_field_entry_t entry, const EntryDesc& desc );
     [[nodiscard]] bool addActions( bcm_field_entry_t entry,
                                    const std::vector< EntryAction >& actions );

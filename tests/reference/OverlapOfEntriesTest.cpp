@@ -4,6 +4,7 @@
 #include "reference/CounterManager.h"
 #include "reference/EntryManager.h"
 #include "reference/PreselectorManager.h"
+#include "sim/UnavailableSdk.h"
 #include "tests/reference/OverlapWorlds.h"
 
 namespace Reference {
@@ -210,6 +211,45 @@ TEST( OverlapOfEntriesTest, AnyAttempt_DuringAnyCallOfADestroy_IsRefusedAlike )
             world.giveAllBack();
         }
     }
+}
+
+/// An SDK with one entry id, which it hands out again before the call that destroys it throws.
+class OneEntrySdk final : public Sim::UnavailableSdk
+{
+  public:
+    OneEntrySdk()
+        : UnavailableSdk( TestSupport::environmentNumbering() )
+    {}
+
+    int bcm_field_entry_create( int, bcm_field_group_t, bcm_field_entry_t* entry ) override
+    {
+        *entry = 5;
+        return 0;
+    }
+
+    int bcm_field_entry_prio_set( int, bcm_field_entry_t, int ) override { return 0; }
+
+    int bcm_field_entry_destroy( int, bcm_field_entry_t ) override
+    {
+        const Agent::LockAnchor activity( Agent::activityLock() );
+        EXPECT_EQ( manager.create( wanted ), 5U );
+        throw CallThrew();
+    }
+
+    EntryManager manager{ TcamScene::unit };
+    EntryDesc wanted;
+};
+
+TEST( OverlapOfEntriesTest, Destroy_ThrowsWhenTheIdIsGivenAway_CountsTheOtherOneAlone )
+{
+    const TcamScene scene( "sdk6-udf" ); // The lock and the maps.
+    OneEntrySdk sdk;
+    Shim::sdk_ = &sdk;
+    sdk.wanted.group = 7;
+    ASSERT_EQ( sdk.manager.create( sdk.wanted ), 5U );
+    EXPECT_THROW( sdk.manager.destroy( 5 ), CallThrew );
+    EXPECT_EQ( sdk.manager.size(), 1U );
+    EXPECT_EQ( sdk.manager.size( 7 ), 1U );
 }
 
 // ---- Counters --------------------------------------------------------------------------------
