@@ -11,7 +11,10 @@
 /// by any thread; `Overlap.h` tells how they stay right while the lock is free. A rule set that is
 /// being programmed or removed is known to nobody else. No room, and whatever else the SDK refuses
 /// to a rule, is a result; failures while something is taken away end the process. When an SDK call
-/// throws, the rule set is taken away and the exception goes on to the caller.
+/// throws, the rule set is taken away and the exception goes on to the caller. When a call of that
+/// throws too, its exception goes on instead, and what is left of the rule set stays: `size()`
+/// counts it, under an id that the caller was never told. Ids count up from 1, one for each
+/// `program()` that begins, and `remove()` takes that one too.
 ///
 ///     Reference::RuleSetProgrammer programmer( managers, { SdkVariant::sdk6, pipe } );
 ///     RuleOptions options;
