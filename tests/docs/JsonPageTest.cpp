@@ -159,6 +159,12 @@ steps:
   - create-group: { name: acl, stage: ifp, key-size: 0, qualifiers: [ 180 ], actions: [] }
 )";
 
+// A field of which the chip takes a part.
+constexpr const char* takenInPart = R"(chip: hsdk
+steps:
+  - program-udf: { name: id, base: l3Header, ethertype: ipv4, offset: 4, length: 4 }
+)";
+
 /// What `run` prints for the examples and the scenarios above.
 const std::vector< json >& runs()
 {
@@ -172,7 +178,8 @@ const std::vector< json >& runs()
         }
         const ToolFolder folder;
         folder.write( "some.rules", someRules );
-        for ( const char* scenario : { refusals, leftOut, endOfTheProcess, noTranslation } ) {
+        for ( const char* scenario :
+              { refusals, leftOut, endOfTheProcess, noTranslation, takenInPart } ) {
             const ToolResult result = folder.runScenario( scenario, { "--json", "--snapshot" } );
             outputs.push_back( result.json() );
         }
@@ -285,6 +292,7 @@ TEST( JsonPageTest, ExplainUdf_OnEachKindOfChip_HasTheMembersOfThePage )
     section.see( explained( "sdk6-udf", "l3Header", { "--length", "2", "--lag-mask", "1" } ) );
     section.see( explained( "hsdk", "l3Header", { "--length", "2", "--with", other } ) );
     section.see( explained( "hsdk", "l3Header", { "--length", "0" } ) );
+    section.see( explained( "hsdk", "l3Header", { "--length", "4" } ) );
     section.see( explained( "sdk6-udf", "packetStart", { "--length", "2" } ) );
     EXPECT_EQ( section.unseen(), none );
 }
