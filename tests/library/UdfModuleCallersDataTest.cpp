@@ -151,7 +151,7 @@ TEST_F( UdfModuleCallersDataTest, GetChunks_OfThreeUdfs_AreThoseOfTheListAsItWas
 {
     expectUndisturbed( { .data = { .quals = qualsOf( { 1, 2, 3 } ) },
                          .operation =
-                             [ this ]( const CallersData& data ) {
+                             []( const CallersData& data ) {
                                  return listText( getUdfChunkPosModule( unit, data.quals ) );
                              },
                          .prepare =
@@ -166,7 +166,7 @@ TEST_F( UdfModuleCallersDataTest, AddHash_Any_IsOfTheDescriptorAsItWas )
 {
     expectUndisturbed( { .data = { .desc = hashing() },
                          .operation =
-                             [ this ]( const CallersData& data ) {
+                             []( const CallersData& data ) {
                                  PeloraTcam::createUdfLagHashingModule( unit, 1, data.desc );
                                  return "";
                              },
@@ -181,7 +181,7 @@ TEST_F( UdfModuleCallersDataTest, VerifyHash_Any_ComparesWithTheDescriptorAsItWa
 {
     expectUndisturbed( { .data = { .desc = hashing(), .quals = qualsOf( { 1 } ) },
                          .operation =
-                             [ this ]( const CallersData& data ) {
+                             []( const CallersData& data ) {
                                  udfLagHashingProgrammedInModule( unit, data.quals, data.desc );
                                  return "";
                              },
@@ -190,7 +190,7 @@ TEST_F( UdfModuleCallersDataTest, VerifyHash_Any_ComparesWithTheDescriptorAsItWa
 
 TEST_F( UdfModuleCallersDataTest, Helper_WholeLife_WorksOnWhatItWasGiven )
 {
-    const auto operation = [ this ]( const CallersData& data ) {
+    const auto operation = []( const CallersData& data ) {
         const auto helper = PeloraTcam::udfModuleHelperFactory( unit, 0, true );
         return listText( helper->programUdfInHw( data.desc ) );
     };
