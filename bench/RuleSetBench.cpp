@@ -9,9 +9,9 @@
 
 #include "bench/CallTape.h"
 #include "tests/reference/RuleScene.h"
-#include "tools/FilterRules.h"
+#include "tools/rules/FilterRules.h"
 
-#include "sim/BuiltInProfiles.h"
+#include "sim/profiles/BuiltInProfiles.h"
 
 #include <algorithm>
 #include <cstdlib>

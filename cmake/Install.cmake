@@ -22,13 +22,15 @@ function( pelora_install_shared_library target )
       INCLUDES DESTINATION ${PELORA_INSTALL_HEADERS} )
 endfunction()
 
-# A static library, known to consumers as PeloraTcamSdk6Helpers::NAME, in the export set given.
+# A static library, known to consumers as PeloraTcamSdk6Helpers::NAME, in the export set given. It
+# has a second set of headers, `stable_headers`.
 function( pelora_install_static_library target name exports component )
    set_target_properties( ${target} PROPERTIES EXPORT_NAME ${name} )
    add_library( PeloraTcamSdk6Helpers::${name} ALIAS ${target} )
    install( TARGETS ${target} EXPORT ${exports}
       ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${component}
       FILE_SET HEADERS DESTINATION ${PELORA_INSTALL_HEADERS} COMPONENT ${component}
+      FILE_SET stable_headers DESTINATION ${PELORA_INSTALL_HEADERS} COMPONENT ${component}
       INCLUDES DESTINATION ${PELORA_INSTALL_HEADERS} )
 endfunction()
 

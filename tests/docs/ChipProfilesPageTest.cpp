@@ -19,7 +19,7 @@ using Keys = std::map< std::string, std::string >;
 
 const std::string& reader()
 {
-    static const std::string source = contentOf( "sim/ChipProfile.cpp" );
+    static const std::string source = contentOf( "sim/profiles/ChipProfile.cpp" );
     return source;
 }
 

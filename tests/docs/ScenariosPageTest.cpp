@@ -1,11 +1,12 @@
 // docs/scenarios.md has the keys that the reader of scenarios takes, of each kind of step and of
 // the scenario itself, and no others.
 
-#include "sim/InputError.h"
+#include "input/InputError.h"
 #include "tests/docs/Pages.h"
 #include "tests/layering/SourceTree.h"
 #include "tests/tools/ToolRunner.h"
-#include "tools/Scenario.h"
+#include "tools/scenario/Scenario.h"
+#include "tools/steps/StepKinds.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -42,13 +43,14 @@ Keys kinds()
     return all;
 }
 
-/// Every key that a reader of the tool asks for, of whatever.
+/// Every key that a reader of scenarios asks for, of whatever.
 Keys allKeys()
 {
     const Layering::SourceTree tree( PELORA_SOURCE_DIR );
     Keys keys;
     for ( const std::string& file : tree.files() ) {
-        if ( file.starts_with( "tools/" ) && file.ends_with( ".cpp" ) ) {
+        const bool reads = file.starts_with( "tools/" ) || file.starts_with( "sim/faults/" );
+        if ( reads && file.ends_with( ".cpp" ) ) {
             addMatches( keys, contentOf( file ),
                         "(?:members\\.(?:required|optional)|effects\\.ask)\\(\\s*(?:members,\\s*)?"
                         "\"([a-z-]+)\"" );
@@ -64,8 +66,9 @@ bool isUnknown( const ToolTest::ToolFolder& folder,
 {
     const std::string file = folder.write( "scenario.yaml", scenario );
     try {
-        static_cast< void >( Tool::readScenario( { file, {}, Sim::SdkNumbering::defaults() } ) );
-    } catch ( const Sim::InputError& error ) {
+        static_cast< void >(
+            Tool::readScenario( { file, {}, Sim::SdkNumbering::defaults() }, Tool::stepKinds() ) );
+    } catch ( const Input::InputError& error ) {
         return error.message().starts_with( "unknown key '" + key + "'" );
     }
     return false;

@@ -2,7 +2,7 @@
 
 /// What every reader of files has in common: it reads a text, or refuses it with a position.
 
-#include "sim/InputError.h"
+#include "input/InputError.h"
 #include "tests/fuzz/FuzzTarget.h"
 
 #include <algorithm>
@@ -40,7 +40,7 @@ void acceptsOrRefuses( const std::string& file,
 {
     try {
         reader();
-    } catch ( const Sim::InputError& error ) {
+    } catch ( const Input::InputError& error ) {
         if ( otherFiles == OtherFiles::named && error.file() != file ) {
             return;
         }

@@ -3,8 +3,8 @@
 
 #include "tests/fuzz/FuzzTarget.h"
 #include "tests/fuzz/InputErrors.h"
-#include "tools/ClassBench.h"
-#include "tools/FilterRules.h"
+#include "tools/rules/ClassBench.h"
+#include "tools/rules/FilterRules.h"
 
 #include <fmt/format.h>
 #include <optional>

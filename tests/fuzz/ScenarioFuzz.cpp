@@ -3,7 +3,8 @@
 
 #include "tests/fuzz/FuzzTarget.h"
 #include "tests/fuzz/InputErrors.h"
-#include "tools/Scenario.h"
+#include "tools/scenario/Scenario.h"
+#include "tools/steps/StepKinds.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -57,7 +58,8 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t* data, std::size_t siz
     const std::string_view text = Fuzz::textOf( data, size );
     const std::string path = file.holding( text );
     const auto read = [ & ] {
-        const Tool::Scenario scenario = Tool::readScenario( { path, std::nullopt, {} } );
+        const Tool::Scenario scenario =
+            Tool::readScenario( { path, std::nullopt, {} }, Tool::stepKinds() );
         Fuzz::require( !scenario.steps.empty(), "a scenario has steps" );
         for ( const Tool::ScenarioStep& step : scenario.steps ) {
             Fuzz::require( step.step != nullptr && !step.kind.empty(), "a step is of a kind" );

@@ -11,7 +11,8 @@ namespace Layering {
 
 namespace {
 
-/// A folder, and what the files in and below it may include of the project.
+/// A folder, and what the files in and below it may include of the project. What `sim/` offers can
+/// be included as "sim/NAME.h" by whoever may include all of `sim/`.
 struct Floor
 {
     std::string_view folder;
@@ -19,22 +20,58 @@ struct Floor
     bool onlyStandardLibrary; // Of what is not the project's.
 };
 
+/// What the rooms of the tool, except the lowest, may include outside of the tool.
+const std::vector< std::string_view > belowTheTool{ "reference/", "PeloraTcam/", "sim/",
+                                                    "input/",     "agent/",      "sdk/" };
+
+/// A room of the tool, which may include itself and the rooms given.
+Floor toolRoom( std::string_view room, std::vector< std::string_view > rooms )
+{
+    rooms.push_back( room );
+    rooms.insert( rooms.end(), belowTheTool.begin(), belowTheTool.end() );
+    return { room, rooms, false };
+}
+
 // clang-format off
-const std::array< Floor, 10 > floors{ {
-    { "agent/base/", { "agent/base/" },                                                     true },
-    { "sdk/",        { "sdk/", "agent/base/" },                                             true },
-    { "agent/tcam/", { "agent/tcam/", "sdk/", "agent/base/" },                              true },
-    { "PeloraTcam/", { "PeloraTcam/", "agent/", "sdk/" },                                   true },
-    { "sim/",        { "sim/", "sdk/" },                                                    false },
-    { "reference/",  { "reference/", "PeloraTcam/", "agent/", "sdk/" },                     false },
-    { "tools/",      { "tools/", "reference/", "PeloraTcam/", "sim/", "agent/", "sdk/" },   false },
-    { "examples/",   { "examples/", "PeloraTcam/", "sim/", "agent/", "sdk/" },              false },
-    { "bench/",      { "" },                                                                false },
-    { "tests/",      { "" },                                                                false },
-} };
+const std::vector< Floor > floors{
+    { "agent/base/",   { "agent/base/" },                                                   true },
+    { "sdk/",          { "sdk/", "agent/base/" },                                           true },
+    { "agent/tcam/",   { "agent/tcam/", "sdk/", "agent/base/" },                            true },
+    { "PeloraTcam/",   { "PeloraTcam/", "agent/", "sdk/" },                                 true },
+    { "input/",        { "input/" },                                                        false },
+    { "sim/values/",   { "sim/values/", "sdk/", "input/" },                                 false },
+    { "sim/packets/",  { "sim/packets/", "sim/values/", "sdk/", "input/" },                 false },
+    { "sim/profiles/", { "sim/profiles/", "sim/values/", "sdk/", "input/" },                false },
+    { "sim/chip/",     { "sim/chip/", "sim/profiles/", "sim/packets/", "sim/values/", "sdk/",
+                         "input/" },                                                        false },
+    { "sim/access/",   { "sim/access/", "sim/chip/", "sim/profiles/", "sim/packets/",
+                         "sim/values/", "sdk/", "input/" },                                 false },
+    { "sim/faults/",   { "sim/faults/", "sim/access/", "sim/chip/", "sim/profiles/",
+                         "sim/packets/", "sim/values/", "sdk/", "input/" },                 false },
+    { "reference/",    { "reference/", "PeloraTcam/", "agent/", "sdk/" },                   false },
+    { "tools/text/",   { "tools/text/", "input/" },                                         false },
+    toolRoom( "tools/traces/", { "tools/text/" } ),
+    toolRoom( "tools/translation/", { "tools/text/" } ),
+    toolRoom( "tools/rules/", { "tools/text/" } ),
+    toolRoom( "tools/scenario/", { "tools/text/" } ),
+    toolRoom( "tools/run/", { "tools/scenario/", "tools/traces/", "tools/text/" } ),
+    toolRoom( "tools/udf/", { "tools/run/", "tools/scenario/", "tools/text/" } ),
+    toolRoom( "tools/steps/", { "tools/udf/", "tools/run/", "tools/scenario/", "tools/rules/",
+                                "tools/translation/", "tools/text/" } ),
+    toolRoom( "tools/report/", { "tools/udf/", "tools/run/", "tools/scenario/", "tools/translation/",
+                                 "tools/traces/", "tools/text/" } ),
+    toolRoom( "tools/commands/", { "tools/report/", "tools/steps/", "tools/udf/", "tools/run/",
+                                   "tools/scenario/", "tools/rules/", "tools/translation/",
+                                   "tools/traces/", "tools/text/" } ),
+    toolRoom( "tools/cli/", { "tools/commands/", "tools/traces/", "tools/text/" } ),
+    { "examples/",     { "examples/", "PeloraTcam/", "sim/", "agent/", "sdk/" },            false },
+    { "bench/",        { "" },                                                              false },
+    { "tests/",        { "" },                                                              false },
+};
 // clang-format on
 
 /// Single headers that a floor must not include although it may include their folder.
+/// A floor stands for all of its rooms.
 constexpr std::array< std::pair< std::string_view, std::string_view >, 1 > exceptions{ {
     // The call wrappers are for those who call an SDK, not for those who are one.
     { "sim/", "sdk/SdkCall.h" },
@@ -92,7 +129,7 @@ bool isOfTheSystem( std::string_view header )
 bool mayInclude( const Floor& floor, std::string_view path )
 {
     const bool excepted = std::ranges::any_of( exceptions, [ & ]( const auto& exception ) {
-        return exception.first == floor.folder && exception.second == path;
+        return floor.folder.starts_with( exception.first ) && exception.second == path;
     } );
     return !excepted && std::ranges::any_of( floor.mayInclude, [ path ]( std::string_view folder ) {
         return path.starts_with( folder );

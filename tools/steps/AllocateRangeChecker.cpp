@@ -1,7 +1,7 @@
 // allocate-range-checker: { name: web, type: l4DstPort, low: 8000, high: 8999 }
 
 #include "agent/base/TextPieces.h"
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
 
@@ -24,7 +24,7 @@ constexpr std::pair< std::string_view, RangeType > rangeTypes[] = {
 };
 
 /// A range type by its name, or by its number, so that one can be tried that there is not.
-RangeType readRangeType( const Sim::YamlNode& node )
+RangeType readRangeType( const Input::YamlNode& node )
 {
     std::string text;
     node.read( text );
@@ -82,15 +82,15 @@ class AllocateRangeChecker : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readAllocateRangeChecker( const Sim::YamlNode& node,
+std::unique_ptr< const Step > readAllocateRangeChecker( const Input::YamlNode& node,
                                                         const ReadContext& )
 {
     std::string name;
     RangeCheckerDesc desc;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "name", name );
         members.required(
-            "type", [ & ]( const Sim::YamlNode& type ) { desc.type = readRangeType( type ); } );
+            "type", [ & ]( const Input::YamlNode& type ) { desc.type = readRangeType( type ); } );
         members.required( "low", desc.low );
         members.required( "high", desc.high );
     } );

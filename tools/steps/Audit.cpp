@@ -1,6 +1,6 @@
 // audit: all
 
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -37,7 +37,7 @@ class Audit : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readAudit( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readAudit( const Input::YamlNode& node, const ReadContext& )
 {
     bool all = false;
     node.read( all, onlyAll );

@@ -1,8 +1,8 @@
 // chunk-positions: { name: vni }
 
-#include "tools/RunContext.h"
-#include "tools/UdfOnChip.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
+#include "tools/udf/UdfOnChip.h"
 
 #include <utility>
 
@@ -34,10 +34,10 @@ class ChunkPositions : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readChunkPositions( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readChunkPositions( const Input::YamlNode& node, const ReadContext& )
 {
     std::string name;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { members.required( "name", name ); } );
     return std::make_unique< ChunkPositions >( name );
 }
 

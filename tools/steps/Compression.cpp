@@ -2,9 +2,9 @@
 // release-compression: { table: srcIp, key: 192.0.2.0/24 }
 
 #include "agent/base/TextPieces.h"
-#include "tools/IpPrefixReader.h"
-#include "tools/PacketNames.h"
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
+#include "tools/scenario/PacketNames.h"
+#include "tools/scenario/PrefixReader.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -15,10 +15,10 @@ namespace Tool {
 
 namespace {
 
+using Input::YamlNode;
 using PeloraTcam::CompressionKey;
 using Reference::CompressionManager;
 using Reference::CompressionRoom;
-using Sim::YamlNode;
 using Table = PeloraTcam::PeloraCompressionTableType;
 
 // clang-format off
@@ -51,7 +51,7 @@ struct Value
 CompressionKey readKey( Table table, const YamlNode& node )
 {
     if ( table == Table::srcIp || table == Table::dstIp ) {
-        const Reference::IpPrefix prefix = readIpPrefix( node );
+        const Reference::IpPrefix prefix = readPrefix( node );
         return { prefix.address, prefix.length };
     }
     if ( table == Table::etherType ) {
@@ -65,7 +65,7 @@ CompressionKey readKey( Table table, const YamlNode& node )
     return CompressionKey( port );
 }
 
-void readValue( Sim::YamlMembers& members, std::optional< Value >& value )
+void readValue( Input::YamlMembers& members, std::optional< Value >& value )
 {
     Table table = Table::invalid;
     members.required( "table", table, tables );
@@ -185,7 +185,7 @@ std::unique_ptr< const Step > readCompress( const YamlNode& node, const ReadCont
 {
     std::optional< Value > value;
     std::optional< Agent::U32 > wanted;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         readValue( members, value );
         members.optional( "class",
                           [ & ]( const YamlNode& classId ) { classId.read( wanted.emplace() ); } );
@@ -196,7 +196,7 @@ std::unique_ptr< const Step > readCompress( const YamlNode& node, const ReadCont
 std::unique_ptr< const Step > readReleaseCompression( const YamlNode& node, const ReadContext& )
 {
     std::optional< Value > value;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { readValue( members, value ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { readValue( members, value ); } );
     return std::make_unique< ReleaseCompression >( *value );
 }
 

@@ -5,8 +5,8 @@
 // clear-counters: { entry: web }
 
 #include "agent/base/TextPieces.h"
-#include "tools/RunContext.h"
-#include "tools/steps/EnumeratorReader.h"
+#include "tools/run/RunContext.h"
+#include "tools/scenario/EnumeratorReader.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
 
@@ -17,11 +17,11 @@ namespace Tool {
 
 namespace {
 
+using Input::YamlNode;
 using PeloraTcam::CounterSet;
 using PeloraTcam::CounterType;
 using PeloraTcam::TcamEntryId;
 using Reference::CounterManager;
-using Sim::YamlNode;
 
 // clang-format off
 constexpr std::pair< std::string_view, CounterType > types[] = {
@@ -201,7 +201,8 @@ template< class OnEntry >
 std::unique_ptr< const Step > readStepOnEntry( const YamlNode& node )
 {
     std::string entry;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "entry", entry ); } );
+    node.readMembers(
+        [ & ]( Input::YamlMembers& members ) { members.required( "entry", entry ); } );
     return std::make_unique< OnEntry >( entry );
 }
 
@@ -224,7 +225,7 @@ std::unique_ptr< const Step > readAllocateCounter( const YamlNode& node, const R
 {
     std::string entry;
     CounterSet counterSet;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "entry", entry );
         members.required( "types", [ & ]( const YamlNode& list ) {
             list.readItems(
@@ -243,7 +244,7 @@ std::unique_ptr< const Step > readTraffic( const YamlNode& node, const ReadConte
 {
     std::string entry;
     Sim::Traffic traffic;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "entry", entry );
         members.required( "packets", traffic.packets );
         members.required( "bytes", traffic.bytes );

@@ -1,11 +1,11 @@
 // create-group: { name: acl, stage: ifp, key-size: 320, qualifiers: [ srcIp ], actions: [ drop ] }
 
 #include "agent/base/TextPieces.h"
-#include "tools/RunContext.h"
-#include "tools/TranslatedNames.h"
-#include "tools/steps/EnumeratorReader.h"
+#include "tools/run/RunContext.h"
+#include "tools/scenario/EnumeratorReader.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
+#include "tools/translation/TranslatedNames.h"
 
 #include <fmt/format.h>
 #include <utility>
@@ -39,10 +39,10 @@ bool canBeInAGroup( ActionType action )
 
 /// A list of the enumeration's names or numbers.
 template< class Enumeration >
-PeloraTcam::EnumerationSet< Enumeration > readSet( const Sim::YamlNode& node )
+PeloraTcam::EnumerationSet< Enumeration > readSet( const Input::YamlNode& node )
 {
     PeloraTcam::EnumerationSet< Enumeration > set;
-    node.readItems( [ & ]( const Sim::YamlNode& item ) {
+    node.readItems( [ & ]( const Input::YamlNode& item ) {
         set.insert( readEnumerator< Enumeration >(
             item, []( Enumeration value ) { return canBeInAGroup( value ); } ) );
     } );
@@ -103,19 +103,19 @@ class CreateGroup : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readCreateGroup( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readCreateGroup( const Input::YamlNode& node, const ReadContext& )
 {
     std::string name;
     GroupDesc desc;
     Agent::U32 keySize = 0;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "name", name );
         members.required( "stage", desc.stage, stages );
         members.required( "key-size", keySize );
-        members.required( "qualifiers", [ & ]( const Sim::YamlNode& list ) {
+        members.required( "qualifiers", [ & ]( const Input::YamlNode& list ) {
             desc.qualifiers = readSet< QualifierType >( list );
         } );
-        members.required( "actions", [ & ]( const Sim::YamlNode& list ) {
+        members.required( "actions", [ & ]( const Input::YamlNode& list ) {
             desc.actions = readSet< ActionType >( list );
         } );
         members.optional( "logical-id", desc.logicalId );

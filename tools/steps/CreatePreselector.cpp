@@ -2,12 +2,12 @@
 
 #include "agent/base/TextPieces.h"
 #include "agent/tcam/FieldEnumerations.h"
-#include "sim/NameHints.h"
-#include "tools/RunContext.h"
-#include "tools/TranslatedNames.h"
-#include "tools/steps/EnumeratorReader.h"
+#include "input/NameHints.h"
+#include "tools/run/RunContext.h"
+#include "tools/scenario/EnumeratorReader.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
+#include "tools/translation/TranslatedNames.h"
 
 #include <fmt/format.h>
 #include <utility>
@@ -27,7 +27,7 @@ constexpr U32 everyBit = 0xFFFFFFFF;
 
 /// `map` is the one that the library translates it with.
 template< class Enumeration >
-U32 readAgentName( const Sim::YamlNode& node, std::string_view map )
+U32 readAgentName( const Input::YamlNode& node, std::string_view map )
 {
     return static_cast< U32 >(
         readEnumeratorName< Enumeration >( node, [ map ]( Enumeration value ) {
@@ -41,7 +41,7 @@ struct AgentNames
     QualifierType qualifier;
     bool legacyToo;       ///< whether the legacy function translates it as well
     std::string_view map; ///< that the library translates it with
-    U32 ( *read )( const Sim::YamlNode& node, std::string_view map );
+    U32 ( *read )( const Input::YamlNode& node, std::string_view map );
 };
 
 constexpr AgentNames agentNames[] = {
@@ -60,20 +60,20 @@ constexpr AgentNames agentNames[] = {
 };
 
 /// The value of an enumerator of the SDK.
-U32 readSdkName( const Sim::YamlNode& node, const ReadContext& context )
+U32 readSdkName( const Input::YamlNode& node, const ReadContext& context )
 {
     std::string name;
     node.read( name );
     const std::optional< U32 > value = context.numbering().valueOf( name );
     if ( !value ) {
         node.fail( "expected a whole number or the name of an SDK enumerator, found '" + name +
-                   "'" + Sim::nameHint( name, Sim::SdkNumbering::names() ) );
+                   "'" + Input::nameHint( name, Sim::SdkNumbering::names() ) );
     }
     return *value;
 }
 
 /// Data as a number, or as a name of what the library takes for that qualifier.
-U32 readData( const Sim::YamlNode& node,
+U32 readData( const Input::YamlNode& node,
               QualifierType qualifier,
               PreselectorFunction function,
               const ReadContext& context )
@@ -92,19 +92,20 @@ U32 readData( const Sim::YamlNode& node,
     return readSdkName( node, context );
 }
 
-PreselectorQualifier
-readQualifier( const Sim::YamlNode& node, PreselectorFunction function, const ReadContext& context )
+PreselectorQualifier readQualifier( const Input::YamlNode& node,
+                                    PreselectorFunction function,
+                                    const ReadContext& context )
 {
     PreselectorQualifier qualifier;
     qualifier.mask = everyBit;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
-        members.required( "qualifier", [ & ]( const Sim::YamlNode& name ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
+        members.required( "qualifier", [ & ]( const Input::YamlNode& name ) {
             qualifier.qualifier =
                 readEnumerator< QualifierType >( name, [ function ]( QualifierType value ) {
                     return isForPreselectors( value, function );
                 } );
         } );
-        members.required( "data", [ & ]( const Sim::YamlNode& data ) {
+        members.required( "data", [ & ]( const Input::YamlNode& data ) {
             qualifier.data = readData( data, qualifier.qualifier, function, context );
         } );
         members.optional( "mask", qualifier.mask );
@@ -160,19 +161,19 @@ class CreatePreselector : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readCreatePreselector( const Sim::YamlNode& node,
+std::unique_ptr< const Step > readCreatePreselector( const Input::YamlNode& node,
                                                      const ReadContext& context )
 {
     std::string name;
     bool legacy = false;
     std::vector< PreselectorQualifier > qualifiers;
     auto function = PreselectorFunction::current;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "name", name );
         members.optional( "legacy", legacy );
         function = legacy ? PreselectorFunction::legacy : PreselectorFunction::current;
-        members.required( "qualifiers", [ & ]( const Sim::YamlNode& list ) {
-            list.readItems( [ & ]( const Sim::YamlNode& item ) {
+        members.required( "qualifiers", [ & ]( const Input::YamlNode& list ) {
+            list.readItems( [ & ]( const Input::YamlNode& item ) {
                 qualifiers.push_back( readQualifier( item, function, context ) );
             } );
         } );

@@ -1,6 +1,6 @@
 // destroy-group: { name: acl }
 
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
 
@@ -37,10 +37,10 @@ class DestroyGroup : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readDestroyGroup( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readDestroyGroup( const Input::YamlNode& node, const ReadContext& )
 {
     std::string name;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { members.required( "name", name ); } );
     return std::make_unique< DestroyGroup >( name );
 }
 

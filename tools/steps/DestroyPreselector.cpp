@@ -1,6 +1,6 @@
 // destroy-preselector: { name: arp }
 
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -35,11 +35,11 @@ class DestroyPreselector : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readDestroyPreselector( const Sim::YamlNode& node,
+std::unique_ptr< const Step > readDestroyPreselector( const Input::YamlNode& node,
                                                       const ReadContext& )
 {
     std::string name;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { members.required( "name", name ); } );
     return std::make_unique< DestroyPreselector >( name );
 }
 

@@ -2,13 +2,13 @@
 // destroy-entry: { name: web }
 
 #include "agent/base/TextPieces.h"
-#include "tools/IpPrefixReader.h"
-#include "tools/PacketNames.h"
-#include "tools/RunContext.h"
-#include "tools/TranslatedNames.h"
-#include "tools/steps/EnumeratorReader.h"
+#include "tools/run/RunContext.h"
+#include "tools/scenario/EnumeratorReader.h"
+#include "tools/scenario/PacketNames.h"
+#include "tools/scenario/PrefixReader.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
+#include "tools/translation/TranslatedNames.h"
 
 #include <fmt/format.h>
 #include <limits>
@@ -18,11 +18,11 @@ namespace Tool {
 
 namespace {
 
+using Input::YamlNode;
 using PeloraTcam::ActionType;
 using PeloraTcam::TcamEntryId;
 using Reference::EntryDesc;
 using Reference::Masked;
-using Sim::YamlNode;
 
 /// An entry as the scenario says it: with names, which stand for something when the step is run.
 struct WantedEntry
@@ -150,17 +150,17 @@ void requireSameVersion( std::optional< IpVersion >& earlier,
     earlier = version;
 }
 
-void readQualifiers( Sim::YamlMembers& members, Reference::EntryQualifiers& qualifiers )
+void readQualifiers( Input::YamlMembers& members, Reference::EntryQualifiers& qualifiers )
 {
     constexpr Agent::U16 ipv4 = 0x0800;
     constexpr Agent::U16 ipv6 = 0x86DD;
     std::optional< IpVersion > version;
     members.optional( "src", [ & ]( const YamlNode& node ) {
-        qualifiers.source = readIpPrefix( node );
+        qualifiers.source = readPrefix( node );
         requireSameVersion( version, { "src", qualifiers.source->address.isV6() }, node );
     } );
     members.optional( "dst", [ & ]( const YamlNode& node ) {
-        qualifiers.destination = readIpPrefix( node );
+        qualifiers.destination = readPrefix( node );
         requireSameVersion( version, { "dst", qualifiers.destination->address.isV6() }, node );
     } );
     members.optional( "ethertype", [ & ]( const YamlNode& node ) {
@@ -189,7 +189,7 @@ std::unique_ptr< const Step > readCreateEntry( const YamlNode& node, const ReadC
 {
     WantedEntry wanted;
     wanted.desc.actions = { { ActionType::drop } };
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "name", wanted.name );
         members.required( "group", wanted.group );
         members.optional( "priority", wanted.desc.priority, 0, std::numeric_limits< int >::max() );
@@ -209,7 +209,7 @@ std::unique_ptr< const Step > readCreateEntry( const YamlNode& node, const ReadC
 std::unique_ptr< const Step > readDestroyEntry( const YamlNode& node, const ReadContext& )
 {
     std::string name;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { members.required( "name", name ); } );
     return std::make_unique< DestroyEntry >( name );
 }
 

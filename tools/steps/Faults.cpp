@@ -1,8 +1,8 @@
 // inject-fault: { function: bcm_range_get, call: 1, corrupt: { field: max, value: 1 } }
 // clear-faults: all
 
-#include "tools/FaultReader.h"
-#include "tools/RunContext.h"
+#include "sim/faults/FaultReader.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
 
 #include <utility>
@@ -25,7 +25,7 @@ class InjectFault : public Step
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
         context.sdk().addFromNow( fault_ );
-        return { Outcome::ok, faultText( fault_ ), Json::object() };
+        return { Outcome::ok, Sim::faultText( fault_ ), Json::object() };
     }
 
   private:
@@ -46,13 +46,13 @@ class ClearFaults : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readInjectFault( const Sim::YamlNode& node,
+std::unique_ptr< const Step > readInjectFault( const Input::YamlNode& node,
                                                const ReadContext& context )
 {
-    return std::make_unique< InjectFault >( readFault( node, context ) );
+    return std::make_unique< InjectFault >( Sim::readFault( node, context.numbering() ) );
 }
 
-std::unique_ptr< const Step > readClearFaults( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readClearFaults( const Input::YamlNode& node, const ReadContext& )
 {
     bool all = false;
     node.read( all, onlyAll );

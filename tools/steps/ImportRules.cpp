@@ -1,10 +1,10 @@
 // import-rules: { file: fw1_1k.rules, name: firewall, counters: true,
 //                 policer: { cir: 10Mbps, cbs: 64KB } }
 
-#include "tools/FilterRules.h"
-#include "tools/RunContext.h"
-#include "tools/TextFile.h"
-#include "tools/steps/PolicerReader.h"
+#include "input/TextFile.h"
+#include "tools/rules/FilterRules.h"
+#include "tools/run/RunContext.h"
+#include "tools/scenario/PolicerReader.h"
 #include "tools/steps/StepKinds.h"
 
 #include <filesystem>
@@ -97,19 +97,19 @@ class ImportRules : public Step
     RuleOptions options_;
 };
 
-RuleSet readRuleSetAt( const Sim::YamlNode& node, const ReadContext& context )
+RuleSet readRuleSetAt( const Input::YamlNode& node, const ReadContext& context )
 {
     try {
         return readRuleSet( context.substitutedPath( node ) );
-    } catch ( const UnreadableFile& failure ) {
+    } catch ( const Input::UnreadableFile& failure ) {
         node.fail( failure.what() );
     }
 }
 
-void readPolicer( const Sim::YamlNode& node, RuleOptions& options )
+void readPolicer( const Input::YamlNode& node, RuleOptions& options )
 {
     PolicerReader reader;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { reader.read( members ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { reader.read( members ); } );
     reader.check( node );
     options.policer = reader.policer();
     options.policerSharing = reader.sharing();
@@ -117,21 +117,22 @@ void readPolicer( const Sim::YamlNode& node, RuleOptions& options )
 
 } // namespace
 
-std::unique_ptr< const Step > readImportRules( const Sim::YamlNode& node,
+std::unique_ptr< const Step > readImportRules( const Input::YamlNode& node,
                                                const ReadContext& context )
 {
     RuleSet ruleSet;
     std::optional< std::string > name;
     bool counters = false;
     RuleOptions options;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
-        members.required( "file", [ & ]( const Sim::YamlNode& file ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
+        members.required( "file", [ & ]( const Input::YamlNode& file ) {
             ruleSet = readRuleSetAt( file, context );
         } );
         members.optional( "name", name );
         members.optional( "counters", counters );
-        members.optional(
-            "policer", [ & ]( const Sim::YamlNode& policer ) { readPolicer( policer, options ); } );
+        members.optional( "policer", [ & ]( const Input::YamlNode& policer ) {
+            readPolicer( policer, options );
+        } );
     } );
     if ( counters ) {
         options.counterSet = Reference::packetsAndBytes();

@@ -1,6 +1,6 @@
 // list-udfs: all
 
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -49,7 +49,7 @@ class ListUdfs : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readListUdfs( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readListUdfs( const Input::YamlNode& node, const ReadContext& )
 {
     bool all = false;
     node.read( all, onlyAll );

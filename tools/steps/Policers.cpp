@@ -2,9 +2,9 @@
 // release-policer: { name: voice }
 
 #include "agent/base/TextPieces.h"
-#include "tools/RateUnits.h"
-#include "tools/RunContext.h"
-#include "tools/steps/PolicerReader.h"
+#include "input/RateUnits.h"
+#include "tools/run/RunContext.h"
+#include "tools/scenario/PolicerReader.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -64,10 +64,11 @@ class AllocatePolicer : public Step
     {
         std::string text =
             fmt::format( "id {}, {} {}, burst {}", id, Agent::joinPieces( policer_.mode ),
-                         rateText( policer_.committedRate ), burstText( policer_.committedBurst ) );
+                         Input::rateText( policer_.committedRate ),
+                         Input::burstText( policer_.committedBurst ) );
         if ( policer_.mode == PolicerMode::trTcm ) {
-            text += fmt::format( ", peak {}, burst {}", rateText( policer_.peakRate ),
-                                 burstText( policer_.peakBurst ) );
+            text += fmt::format( ", peak {}, burst {}", Input::rateText( policer_.peakRate ),
+                                 Input::burstText( policer_.peakBurst ) );
         }
         if ( users > 1 ) {
             text += fmt::format( ", shared by {}", users );
@@ -117,12 +118,12 @@ class ReleasePolicer : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readAllocatePolicer( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readAllocatePolicer( const Input::YamlNode& node, const ReadContext& )
 {
     std::string name;
     PolicerReader reader;
     StageType stage = StageType::ifp;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "name", name );
         reader.read( members );
         members.optional( "stage", stage, stages );
@@ -131,10 +132,10 @@ std::unique_ptr< const Step > readAllocatePolicer( const Sim::YamlNode& node, co
     return std::make_unique< AllocatePolicer >( name, reader.policer(), stage, reader.sharing() );
 }
 
-std::unique_ptr< const Step > readReleasePolicer( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readReleasePolicer( const Input::YamlNode& node, const ReadContext& )
 {
     std::string name;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { members.required( "name", name ); } );
     return std::make_unique< ReleasePolicer >( name );
 }
 

@@ -1,13 +1,13 @@
 // program-udf: { name: vni, base: l4OuterPayload, ethertype: ipv4, protocol: udp, offset: 4,
 //                length: 3 }
 
-#include "tools/RunContext.h"
-#include "tools/UdfDescReader.h"
-#include "tools/UdfNotes.h"
-#include "tools/UdfOnChip.h"
-#include "tools/UdfProgramming.h"
+#include "tools/run/RunContext.h"
+#include "tools/scenario/UdfDescReader.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
+#include "tools/udf/UdfNotes.h"
+#include "tools/udf/UdfOnChip.h"
+#include "tools/udf/UdfProgramming.h"
 
 #include <fmt/format.h>
 #include <string>
@@ -85,11 +85,11 @@ class ProgramUdf : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readProgramUdf( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readProgramUdf( const Input::YamlNode& node, const ReadContext& )
 {
     std::string name;
     UdfDesc desc;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) {
+    node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "name", name );
         readUdfDesc( members, desc );
     } );

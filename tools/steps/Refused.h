@@ -2,8 +2,8 @@
 
 /// The result of a step that the SDK refused.
 
-#include "tools/CallObserver.h"
-#include "tools/Step.h"
+#include "tools/run/CallObserver.h"
+#include "tools/scenario/Step.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
 // release-range-checker: { name: web }
 
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -36,11 +36,11 @@ class ReleaseRangeChecker : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readReleaseRangeChecker( const Sim::YamlNode& node,
+std::unique_ptr< const Step > readReleaseRangeChecker( const Input::YamlNode& node,
                                                        const ReadContext& )
 {
     std::string name;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { members.required( "name", name ); } );
     return std::make_unique< ReleaseRangeChecker >( name );
 }
 

@@ -1,6 +1,6 @@
 // remove-rules: { name: firewall }
 
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -38,10 +38,10 @@ class RemoveRules : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readRemoveRules( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readRemoveRules( const Input::YamlNode& node, const ReadContext& )
 {
     std::string name;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { members.required( "name", name ); } );
     return std::make_unique< RemoveRules >( name );
 }
 

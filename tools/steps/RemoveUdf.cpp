@@ -1,6 +1,6 @@
 // remove-udf: { name: vni }
 
-#include "tools/RunContext.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -38,10 +38,10 @@ class RemoveUdf : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readRemoveUdf( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readRemoveUdf( const Input::YamlNode& node, const ReadContext& )
 {
     std::string name;
-    node.readMembers( [ & ]( Sim::YamlMembers& members ) { members.required( "name", name ); } );
+    node.readMembers( [ & ]( Input::YamlMembers& members ) { members.required( "name", name ); } );
     return std::make_unique< RemoveUdf >( name );
 }
 

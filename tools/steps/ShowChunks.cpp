@@ -1,8 +1,8 @@
 // show-chunks: all
 
-#include "tools/RunContext.h"
-#include "tools/UdfOnChip.h"
+#include "tools/run/RunContext.h"
 #include "tools/steps/StepKinds.h"
+#include "tools/udf/UdfOnChip.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -150,7 +150,7 @@ class ShowChunks : public Step
 
 } // namespace
 
-std::unique_ptr< const Step > readShowChunks( const Sim::YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readShowChunks( const Input::YamlNode& node, const ReadContext& )
 {
     bool all = false;
     node.read( all, onlyAll );

@@ -1,0 +1,104 @@
+#include "sim/faults/FaultInjectingSdk.h"
+
+#include "input/NameHints.h"
+
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace Sim {
+
+FaultInjectingSdk::FaultInjectingSdk( SimulatedSdk& simulated, FaultPlan plan )
+    : ForwardingSdk( simulated )
+    , simulated_( simulated )
+    , plan_( std::move( plan ) )
+    , calls_( sdkFunctions().size() )
+{}
+
+void FaultInjectingSdk::add( const Fault& fault )
+{
+    const std::lock_guard guarded( mutex_ );
+    plan_.add( fault );
+}
+
+void FaultInjectingSdk::addFromNow( Fault fault )
+{
+    const std::lock_guard guarded( mutex_ );
+    FaultPlan().add( fault ); // Refuses what is wrong with it as it was given.
+    const SdkFunction* function = findSdkFunction( fault.when.function );
+    fault.when.call +=
+        function == nullptr ? allCalls_ : calls_[ static_cast< size_t >( function->id ) ];
+    plan_.add( fault );
+}
+
+void FaultInjectingSdk::clearFaults()
+{
+    const std::lock_guard guarded( mutex_ );
+    plan_ = {};
+}
+
+uint64_t FaultInjectingSdk::calls( std::string_view function ) const
+{
+    const std::lock_guard guarded( mutex_ );
+    if ( function == everyFunction ) {
+        return allCalls_;
+    }
+    const SdkFunction* found = findSdkFunction( function );
+    if ( found == nullptr ) {
+        throw std::invalid_argument( "unknown SDK function '" + std::string( function ) + "'" +
+                                     Input::nameHint( function, sdkFunctionNames() ) );
+    }
+    return calls_[ static_cast< size_t >( found->id ) ];
+}
+
+DueFaults FaultInjectingSdk::count( SdkFunctionId function )
+{
+    const std::lock_guard guarded( mutex_ );
+    const uint64_t callOfFunction = ++calls_[ static_cast< size_t >( function ) ];
+    const uint64_t callOfAll = ++allCalls_;
+    return plan_.dueAt( function, callOfFunction, callOfAll );
+}
+
+int FaultInjectingSdk::injected( SdkFunctionId id,
+                                 int unit,
+                                 const Call& call,
+                                 const Corrupt& corrupt )
+{
+    const DueFaults due = count( id );
+    const SdkFunction& function = sdkFunctions()[ static_cast< size_t >( id ) ];
+    if ( due.delay.count() > 0 ) {
+        std::this_thread::sleep_for( due.delay );
+    }
+    if ( due.end && std::holds_alternative< ThrowFromCall >( *due.end ) ) {
+        throw std::runtime_error( "injected fault: " + function.name );
+    }
+    if ( due.end ) {
+        return std::get< FailCall >( *due.end ).rc;
+    }
+    const int rc = due.drop ? simulated_.callWithoutEffect( unit, call ) : call();
+    if ( rc >= 0 ) {
+        for ( const CorruptOutput& corruption : due.corruptions ) {
+            corrupt( function, corruption );
+        }
+    }
+    return rc;
+}
+
+// The function and the corruption, and then the arguments of the call.
+#define WITH_ARGUMENTS( ... ) ( function, corruption.output, corruption.value, __VA_ARGS__ )
+
+#define SDK_FUNCTION( family, name, parameters, arguments )                                        \
+    int FaultInjectingSdk::name parameters                                                         \
+    {                                                                                              \
+        return injected(                                                                           \
+            SdkFunctionId::name, unit, [ & ] { return simulated_.name arguments; },                \
+            [ & ]( const SdkFunction& function, const CorruptOutput& corruption ) {                \
+                setOutput WITH_ARGUMENTS arguments;                                                \
+            } );                                                                                   \
+    }
+#include "sdk/SdkFunctions.def"
+
+#undef WITH_ARGUMENTS
+
+} // namespace Sim

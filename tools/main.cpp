@@ -1,6 +1,0 @@
-#include "tools/CommandLine.h"
-
-int main( int argumentCount, char** arguments )
-{
-    return Tool::runCommandLine( argumentCount, arguments );
-}

@@ -1,0 +1,103 @@
+#include "tools/translation/TranslatedNames.h"
+
+#include "agent/tcam/FieldEnumerations.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <iterator>
+
+namespace Tool {
+
+namespace {
+
+using namespace PeloraTcam;
+
+/// A qualifier of the agent and the SDK's accessor for it.
+struct QualifierName
+{
+    QualifierType qualifier;
+    std::string_view sdk;
+};
+
+constexpr QualifierName qualifiers[] = {
+#define QUALIFIER( type, accessor ) { QualifierType::type, #accessor },
+#include "PeloraTcam/Qualifiers.def"
+};
+
+constexpr QualifierType currentQualifiers[] = {
+#define PRESELECTOR( qualifier ) QualifierType::qualifier,
+#include "PeloraTcam/PreselectorNames.def"
+};
+
+/// By the SDK's names.
+constexpr std::string_view legacyQualifiers[] = {
+#define LEGACY_PRESELECTOR( accessor ) #accessor,
+#include "PeloraTcam/PreselectorNames.def"
+};
+
+constexpr ActionType actions[] = {
+#define ACTION( type, accessor ) ActionType::type,
+#include "PeloraTcam/Actions.def"
+};
+
+template< class List, class Value >
+bool has( const List& list, const Value& value )
+{
+    return std::find( std::begin( list ), std::end( list ), value ) != std::end( list );
+}
+
+} // namespace
+
+bool isTranslated( QualifierType qualifier )
+{
+    return std::ranges::count( qualifiers, qualifier, &QualifierName::qualifier ) != 0;
+}
+
+bool isTranslated( ActionType action )
+{
+    return has( actions, action );
+}
+
+bool isForPreselectors( QualifierType qualifier, Reference::PreselectorFunction function )
+{
+    if ( function == Reference::PreselectorFunction::current ) {
+        return has( currentQualifiers, qualifier );
+    }
+    return std::ranges::any_of( qualifiers, [ qualifier ]( const QualifierName& row ) {
+        return row.qualifier == qualifier && has( legacyQualifiers, row.sdk );
+    } );
+}
+
+namespace {
+
+/// Whether the SDK has a value for that one of an agent's enumeration.
+template< class AgentType >
+bool isAmong( std::initializer_list< AgentType > translated, std::uint32_t agentValue )
+{
+    return std::ranges::any_of( translated, [ agentValue ]( AgentType value ) {
+        return static_cast< std::uint32_t >( value ) == agentValue;
+    } );
+}
+
+} // namespace
+
+bool isInMap( std::string_view map, std::uint32_t agentValue )
+{
+#define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
+                               reverseLookup, forwardAssertion, reverseAssertion, pairs )          \
+    if ( map == #forwardMap ) {                                                                    \
+        using AgentType = agentType;                                                               \
+        return isAmong< AgentType >( { pairs }, agentValue );                                      \
+    }
+#define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
+                             forwardAssertion, pairs )                                             \
+    if ( map == #forwardMap ) {                                                                    \
+        using AgentType = agentType;                                                               \
+        return isAmong< AgentType >( { pairs }, agentValue );                                      \
+    }
+#define TRANSLATION( agentEnumerator, accessor ) AgentType::agentEnumerator,
+#include "PeloraTcam/TranslationMaps.def"
+    return false;
+}
+
+} // namespace Tool
