@@ -100,6 +100,7 @@ int showUdfExplanation( const ExplainUdfOptions& options )
     question.numbering = numberingFromOption( options.numbering );
     question.desc = descFromOptions( options );
     question.existing = existingFromOptions( options );
+    question.existingLabel = "--with";
     question.scenario = scenarioFromOptions( options, question.numbering );
     const Json explanation = answerTo( question, []( std::string_view text ) {
         fmt::print( stderr, "{}", printableLines( text ) );

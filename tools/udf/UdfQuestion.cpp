@@ -34,17 +34,16 @@ void runBefore( const Scenario& scenario, RunContext& context, EventSender& even
     }
 }
 
-void programExisting( const std::vector< ExistingUdf >& all,
-                      RunContext& context,
-                      EventSender& events )
+void programExisting( const UdfQuestion& question, RunContext& context, EventSender& events )
 {
-    for ( const ExistingUdf& existing : all ) {
-        events.send( { { "running", fmt::format( "--with: {}", existing.name ) } } );
+    for ( const ExistingUdf& existing : question.existing ) {
+        const std::string called = question.existingLabel + ": " + existing.name;
+        events.send( { { "running", called } } );
         context.udfNames().requireFree( existing.name );
         context.forgetFailure();
         const UdfProgramming programming = programUdf( context, existing.desc );
         if ( programming.outcome != Outcome::ok ) {
-            throw StepError( fmt::format( "--with: {}: {}", existing.name, programming.why ) );
+            throw StepError( called + ": " + programming.why );
         }
         context.udfNames().add( existing.name, { existing.desc, programming.ids } );
     }
@@ -56,7 +55,7 @@ Json explainInChild( const UdfQuestion& question, EventSender& events )
     RunContext context( question.scenario, question.numbering );
     runBefore( question.scenario, context, events );
     try {
-        programExisting( question.existing, context, events );
+        programExisting( question, context, events );
         events.send( { { "running", "" } } );
         return explainUdf( context, question.desc );
     } catch ( const std::exception& failure ) {

@@ -30,7 +30,9 @@ struct UdfQuestion
 {
     Scenario scenario;                   ///< what is run before; it may have no steps
     std::vector< ExistingUdf > existing; ///< what is programmed behind it
-    PeloraTcam::UdfDesc desc;            ///< what is asked about
+    /// What stands before the name of an existing field where something is said of it.
+    std::string existingLabel = "existing field";
+    PeloraTcam::UdfDesc desc; ///< what is asked about
     Sim::SdkNumbering numbering;
 };
 
