@@ -26,6 +26,8 @@ using bcm_udf_pkt_format_id_t = int32_t;
 using bcm_ip_t = uint32_t;
 /// An IPv6 address in network order.
 using bcm_ip6_t = uint8_t[ 16 ];
+/// A MAC address in network order.
+using bcm_mac_t = uint8_t[ 6 ];
 
 // ---- Sets ------------------------------------------------------------------------------------
 //

@@ -14,6 +14,7 @@ constexpr std::pair< std::string_view, std::string_view > inputs[] = {
     { "bcm_field_qualify_SrcClass", "mask" },
     { "bcm_field_qualify_udf", "data" },
     { "bcm_field_qualify_udf", "mask" },
+    { "bcm_field_stat_create", "stats" },
     { "bcm_flexctr_action_create", "action" },
     { "bcm_field_entry_flexctr_attach", "config" },
     { "bcm_field_entry_flexctr_detach", "config" },
@@ -50,7 +51,7 @@ void addOutputs( SdkFunction& function, const std::string& parameter )
         if ( isInput( function.name, parameter ) ) {
             return;
         }
-        if constexpr ( std::is_integral_v< Pointee > ) {
+        if constexpr ( std::is_integral_v< Pointee > || std::is_enum_v< Pointee > ) {
             function.outputs.push_back(
                 { parameter, sizeof( Pointee ), std::is_signed_v< Pointee > } );
         } else {

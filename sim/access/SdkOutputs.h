@@ -135,7 +135,7 @@ void setThrough( Argument argument,
                  uint64_t value )
 {
     using Pointee = std::remove_pointer_t< Argument >;
-    if constexpr ( std::is_integral_v< Pointee > ) {
+    if constexpr ( std::is_integral_v< Pointee > || std::is_enum_v< Pointee > ) {
         if ( parameter == output ) {
             *argument = static_cast< Pointee >( value );
         }

@@ -149,13 +149,19 @@ class SimulatedSdk : public UnavailableSdk
     int function( int unit, bcm_field_entry_t entry, type data, type mask ) override;
 #define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
     int function( int unit, bcm_field_entry_t entry, type value ) override;
-#define FIELD_QUALIFIER_ADDRESS( function, qualifier, users )                                      \
-    int function( int unit, bcm_field_entry_t entry, const bcm_ip6_t data, const bcm_ip6_t mask )  \
-        override;
+#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users )                                  \
+    int function( int unit, bcm_field_entry_t entry, const type data, const type mask ) override;
+#define FIELD_QUALIFIER_PORTS( function, qualifier, users )                                        \
+    int function( int unit, bcm_field_entry_t entry, const _shr_pbmp* data,                        \
+                  const _shr_pbmp* mask ) override;
 #define FIELD_NUMBER_READ( function, qualifier, type )                                             \
     int function( int unit, bcm_field_entry_t entry, type* data, type* mask ) override;
-#define FIELD_ADDRESS_READ( function, qualifier )                                                  \
+#define FIELD_NAMED_READ( function, qualifier, type )                                              \
+    int function( int unit, bcm_field_entry_t entry, type* value ) override;
+#define FIELD_BYTES_READ( function, qualifier, type )                                              \
     int function( int unit, bcm_field_entry_t entry, uint8_t* data, uint8_t* mask ) override;
+#define FIELD_PORTS_READ( function, qualifier )                                                    \
+    int function( int unit, bcm_field_entry_t entry, _shr_pbmp* data, _shr_pbmp* mask ) override;
 #include "sim/access/FieldQualifiers.def"
     int bcm_field_qualify_RangeCheck_get( int unit,
                                           bcm_field_entry_t entry,

@@ -140,12 +140,22 @@ int SimulatedSdk::bcm_field_presel_destroy( int unit, bcm_field_presel_t presel 
                                           namedValue( numbering(), value ) );                      \
         } );                                                                                       \
     }
-#define FIELD_QUALIFIER_ADDRESS( function, qualifier, users )                                      \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, const bcm_ip6_t data,           \
-                                const bcm_ip6_t mask )                                             \
+#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users )                                  \
+    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, const type data,                \
+                                const type mask )                                                  \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
-            return found.field().qualifyAddress(                                                   \
+            return found.field().qualifyBytes( entry,                                              \
+                                               { numbering().qualifier, FieldQualifier::users },   \
+                                               sizeof( type ), data, mask );                       \
+        } );                                                                                       \
+    }
+#define FIELD_QUALIFIER_PORTS( function, qualifier, users )                                        \
+    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, const _shr_pbmp* data,          \
+                                const _shr_pbmp* mask )                                            \
+    {                                                                                              \
+        return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
+            return found.field().qualifyPorts(                                                     \
                 entry, { numbering().qualifier, FieldQualifier::users }, data, mask );             \
         } );                                                                                       \
     }

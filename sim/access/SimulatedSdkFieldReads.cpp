@@ -57,12 +57,29 @@ int SimulatedSdk::bcm_field_action_get( int unit,
                 .number( entry, numbering().qualifier, data, mask );                               \
         } );                                                                                       \
     }
-#define FIELD_ADDRESS_READ( function, qualifier )                                                  \
+#define FIELD_NAMED_READ( function, qualifier, type )                                              \
+    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, type* value )                   \
+    {                                                                                              \
+        return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
+            return readerOf( numbering(), found )                                                  \
+                .enumerator( entry, numbering().qualifier, value );                                \
+        } );                                                                                       \
+    }
+#define FIELD_BYTES_READ( function, qualifier, type )                                              \
     int SimulatedSdk::function( int unit, bcm_field_entry_t entry, uint8_t* data, uint8_t* mask )  \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
             return readerOf( numbering(), found )                                                  \
-                .address( entry, numbering().qualifier, data, mask );                              \
+                .bytes( entry, numbering().qualifier, data, mask );                                \
+        } );                                                                                       \
+    }
+#define FIELD_PORTS_READ( function, qualifier )                                                    \
+    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, _shr_pbmp* data,                \
+                                _shr_pbmp* mask )                                                  \
+    {                                                                                              \
+        return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
+            return readerOf( numbering(), found )                                                  \
+                .ports( entry, numbering().qualifier, data, mask );                                \
         } );                                                                                       \
     }
 #include "sim/access/FieldQualifiers.def"

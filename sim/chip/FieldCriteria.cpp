@@ -52,6 +52,33 @@ std::string hexBytes( const std::vector< uint8_t >& bytes )
     return text;
 }
 
+constexpr unsigned portsOfWord = 32;
+
+bool hasPort( const std::vector< uint32_t >& words, unsigned port )
+{
+    return port / portsOfWord < words.size() &&
+           ( words[ port / portsOfWord ] >> ( port % portsOfWord ) & 1 ) != 0;
+}
+
+/// The ports of a set: "0-3,7"; "none" if it is empty.
+std::string portList( const std::vector< uint32_t >& words )
+{
+    std::string text;
+    const auto end = static_cast< unsigned >( words.size() ) * portsOfWord;
+    for ( unsigned port = 0; port < end; ++port ) {
+        if ( !hasPort( words, port ) ) {
+            continue;
+        }
+        const unsigned first = port;
+        while ( hasPort( words, port + 1 ) ) {
+            ++port;
+        }
+        text += ( text.empty() ? "" : "," ) + std::to_string( first );
+        text += port == first ? "" : "-" + std::to_string( port );
+    }
+    return text.empty() ? "none" : text;
+}
+
 struct MatchText
 {
     std::string operator()( const MaskedNumber& match ) const
@@ -64,6 +91,11 @@ struct MatchText
         return hexBytes( match.data ) + "/" + hexBytes( match.mask );
     }
 
+    std::string operator()( const MaskedPorts& match ) const
+    {
+        return portList( match.data ) + "/" + portList( match.mask );
+    }
+
     std::string operator()( const NamedValue& match ) const { return match.name; }
 
     std::string operator()( const RangeMatch& match ) const
@@ -73,6 +105,11 @@ struct MatchText
 };
 
 } // namespace
+
+MaskedPorts maskedPorts( const _shr_pbmp& data, const _shr_pbmp& mask )
+{
+    return { { data.pbits.begin(), data.pbits.end() }, { mask.pbits.begin(), mask.pbits.end() } };
+}
 
 bool isValid( const FieldMatch& match )
 {

@@ -33,6 +33,16 @@ struct MaskedBytes
     [[nodiscard]] bool operator==( const MaskedBytes& ) const = default;
 };
 
+/// The port that the packet came in by must be among `data`, or not among `mask`. An assumption:
+/// ports outside of the mask match whatever `data` says of them.
+struct MaskedPorts
+{
+    std::vector< uint32_t > data; ///< the ports to match, as the words of an SDK's set of ports
+    std::vector< uint32_t > mask; ///< the ports that count; as long as `data`
+
+    [[nodiscard]] bool operator==( const MaskedPorts& ) const = default;
+};
+
 /// The packet's value must be one of the SDK's enumerators.
 struct NamedValue
 {
@@ -52,7 +62,10 @@ struct RangeMatch
 };
 
 /// What an entry wants of one qualifier.
-using FieldMatch = std::variant< MaskedNumber, MaskedBytes, NamedValue, RangeMatch >;
+using FieldMatch = std::variant< MaskedNumber, MaskedBytes, MaskedPorts, NamedValue, RangeMatch >;
+
+/// Data and mask of two sets of ports.
+[[nodiscard]] MaskedPorts maskedPorts( const _shr_pbmp& data, const _shr_pbmp& mask );
 
 /// Whether it can be asked for: all that is none is an enumerator without a name.
 [[nodiscard]] bool isValid( const FieldMatch& match );

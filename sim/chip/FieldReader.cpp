@@ -1,45 +1,31 @@
 #include "sim/chip/FieldReader.h"
 
-#include "sim/values/ReturnCode.h"
-
 #include <algorithm>
 
 namespace Sim {
 
-int FieldReader::readNumber( bcm_field_entry_t entry,
-                             bcm_field_qualify_t qualifier,
-                             bool hasPlace,
-                             MaskedNumber& match ) const
+int FieldReader::bytes( bcm_field_entry_t entry,
+                        bcm_field_qualify_t qualifier,
+                        uint8_t* data,
+                        uint8_t* mask ) const
 {
-    if ( !hasPlace ) {
-        return ReturnCode::BCM_E_PARAM;
-    }
-    const FieldEntry* found = entries_.find( entry );
-    const FieldMatch* asked = found == nullptr ? nullptr : found->criteria.match( qualifier );
-    if ( asked == nullptr ) {
-        return ReturnCode::BCM_E_NOT_FOUND;
-    }
-    match = std::get< MaskedNumber >( *asked );
-    return ReturnCode::BCM_E_NONE;
+    return read< MaskedBytes >( entry, qualifier, data != nullptr && mask != nullptr,
+                                [ & ]( const MaskedBytes& match ) {
+                                    std::ranges::copy( match.data, data );
+                                    std::ranges::copy( match.mask, mask );
+                                } );
 }
 
-int FieldReader::address( bcm_field_entry_t entry,
-                          bcm_field_qualify_t qualifier,
-                          uint8_t* data,
-                          uint8_t* mask ) const
+int FieldReader::ports( bcm_field_entry_t entry,
+                        bcm_field_qualify_t qualifier,
+                        _shr_pbmp* data,
+                        _shr_pbmp* mask ) const
 {
-    if ( data == nullptr || mask == nullptr ) {
-        return ReturnCode::BCM_E_PARAM;
-    }
-    const FieldEntry* found = entries_.find( entry );
-    const FieldMatch* asked = found == nullptr ? nullptr : found->criteria.match( qualifier );
-    if ( asked == nullptr ) {
-        return ReturnCode::BCM_E_NOT_FOUND;
-    }
-    const MaskedBytes& match = std::get< MaskedBytes >( *asked );
-    std::ranges::copy( match.data, data );
-    std::ranges::copy( match.mask, mask );
-    return ReturnCode::BCM_E_NONE;
+    return read< MaskedPorts >( entry, qualifier, data != nullptr && mask != nullptr,
+                                [ & ]( const MaskedPorts& match ) {
+                                    std::ranges::copy( match.data, data->pbits.begin() );
+                                    std::ranges::copy( match.mask, mask->pbits.begin() );
+                                } );
 }
 
 int FieldReader::sourceClasses( bcm_field_entry_t entry,

@@ -7,8 +7,10 @@
 /// no entry of that id or if it does not have what is asked for. Preselectors are not read.
 
 #include "sim/chip/SimFieldEntries.h"
+#include "sim/values/ReturnCode.h"
 
 #include <cstdint>
+#include <variant>
 
 namespace Sim {
 
@@ -28,20 +30,34 @@ class FieldReader
                 Number* data,
                 Number* mask ) const
     {
-        MaskedNumber match{};
-        const int rc = readNumber( entry, qualifier, data != nullptr && mask != nullptr, match );
-        if ( rc >= 0 ) {
-            *data = static_cast< Number >( match.data );
-            *mask = static_cast< Number >( match.mask );
-        }
-        return rc;
+        return read< MaskedNumber >( entry, qualifier, data != nullptr && mask != nullptr,
+                                     [ & ]( const auto& match ) {
+                                         *data = static_cast< Number >( match.data );
+                                         *mask = static_cast< Number >( match.mask );
+                                     } );
     }
 
-    /// A qualifier with a value of 16 bytes.
-    int address( bcm_field_entry_t entry,
-                 bcm_field_qualify_t qualifier,
-                 uint8_t* data,
-                 uint8_t* mask ) const;
+    /// A qualifier with one of the SDK's enumerators.
+    template< class Enumeration >
+    int
+    enumerator( bcm_field_entry_t entry, bcm_field_qualify_t qualifier, Enumeration* value ) const
+    {
+        return read< NamedValue >( entry, qualifier, value != nullptr, [ & ]( const auto& match ) {
+            *value = static_cast< Enumeration >( match.number );
+        } );
+    }
+
+    /// A qualifier with a value of bytes, as many as it was set with.
+    int bytes( bcm_field_entry_t entry,
+               bcm_field_qualify_t qualifier,
+               uint8_t* data,
+               uint8_t* mask ) const;
+
+    /// A qualifier with a set of ports.
+    int ports( bcm_field_entry_t entry,
+               bcm_field_qualify_t qualifier,
+               _shr_pbmp* data,
+               _shr_pbmp* mask ) const;
 
     /// The source classes; those that the entry does not ask for have no mask.
     int sourceClasses( bcm_field_entry_t entry,
@@ -70,10 +86,24 @@ class FieldReader
     int installed( bcm_field_entry_t entry, int* installed ) const;
 
   private:
-    int readNumber( bcm_field_entry_t entry,
-                    bcm_field_qualify_t qualifier,
-                    bool hasPlace,
-                    MaskedNumber& match ) const;
+    /// Gives `take` what the entry asks for of a qualifier.
+    template< class Match, class Take >
+    int read( bcm_field_entry_t entry,
+              bcm_field_qualify_t qualifier,
+              bool hasPlace,
+              const Take& take ) const
+    {
+        if ( !hasPlace ) {
+            return ReturnCode::BCM_E_PARAM;
+        }
+        const FieldEntry* found = entries_.find( entry );
+        const FieldMatch* asked = found == nullptr ? nullptr : found->criteria.match( qualifier );
+        if ( asked == nullptr ) {
+            return ReturnCode::BCM_E_NOT_FOUND;
+        }
+        take( std::get< Match >( *asked ) );
+        return ReturnCode::BCM_E_NONE;
+    }
 
     const SdkNumbering& numbering_;
     const SimFieldEntries& entries_;

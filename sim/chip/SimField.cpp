@@ -48,15 +48,27 @@ int SimField::qualify( bcm_field_entry_t entry,
     return preselectors_.qualify( preselectorOf( entry ), qualifier.number, match );
 }
 
-int SimField::qualifyAddress( bcm_field_entry_t entry,
-                              const FieldQualifier& qualifier,
-                              const uint8_t* data,
-                              const uint8_t* mask )
+int SimField::qualifyBytes( bcm_field_entry_t entry,
+                            const FieldQualifier& qualifier,
+                            int length,
+                            const uint8_t* data,
+                            const uint8_t* mask )
 {
     if ( data == nullptr || mask == nullptr ) {
         return ReturnCode::BCM_E_PARAM;
     }
-    return qualify( entry, qualifier, maskedBytes( data, mask, sizeof( bcm_ip6_t ) ) );
+    return qualify( entry, qualifier, maskedBytes( data, mask, length ) );
+}
+
+int SimField::qualifyPorts( bcm_field_entry_t entry,
+                            const FieldQualifier& qualifier,
+                            const _shr_pbmp* data,
+                            const _shr_pbmp* mask )
+{
+    if ( data == nullptr || mask == nullptr ) {
+        return ReturnCode::BCM_E_PARAM;
+    }
+    return qualify( entry, qualifier, maskedPorts( *data, *mask ) );
 }
 
 int SimField::qualifySourceClasses( bcm_field_entry_t entry,

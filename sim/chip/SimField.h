@@ -82,11 +82,18 @@ class SimField
     int
     qualify( bcm_field_entry_t entry, const FieldQualifier& qualifier, const FieldMatch& match );
 
-    /// The same for a value of 16 bytes. Answers BCM_E_PARAM, too, if data or mask is null.
-    int qualifyAddress( bcm_field_entry_t entry,
-                        const FieldQualifier& qualifier,
-                        const uint8_t* data,
-                        const uint8_t* mask );
+    /// The same for a value of `length` bytes. Answers BCM_E_PARAM, too, if data or mask is null.
+    int qualifyBytes( bcm_field_entry_t entry,
+                      const FieldQualifier& qualifier,
+                      int length,
+                      const uint8_t* data,
+                      const uint8_t* mask );
+
+    /// The same for a set of ports. Answers BCM_E_PARAM, too, if data or mask is null.
+    int qualifyPorts( bcm_field_entry_t entry,
+                      const FieldQualifier& qualifier,
+                      const _shr_pbmp* data,
+                      const _shr_pbmp* mask );
 
     /// Sets the source classes that have a mask, in place of all earlier ones. Answers as above.
     int qualifySourceClasses( bcm_field_entry_t entry,

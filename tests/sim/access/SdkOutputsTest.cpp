@@ -60,6 +60,9 @@ TEST( SdkOutputsTest, OutputNames_StructuresNumbersAndLists_AreAllThere )
     EXPECT_THAT( function( "bcm_udf_get_all" ).outputNames(), ElementsAre( "udfIds", "actual" ) );
     EXPECT_THAT( function( "bcm_field_stat_get" ).outputNames(), ElementsAre( "value" ) );
     EXPECT_THAT( function( "bcm_field_group_get" ).outputNames(), ElementsAre( "members" ) );
+    EXPECT_THAT( function( "bcm_field_qualify_IpType_get" ).outputNames(), ElementsAre( "type" ) );
+    EXPECT_THAT( function( "bcm_field_qualify_InPorts_get" ).outputNames(),
+                 ElementsAre( "ports", "ports" ) );
 }
 
 TEST( SdkOutputsTest, OutputNames_ParametersOnlyRead_AreLeftOut )
@@ -228,7 +231,8 @@ template< class Structure >
 class OutputFieldsTest : public testing::Test
 {};
 
-using OutputStructures = testing::Types< bcm_field_qset_t,
+using OutputStructures = testing::Types< _shr_pbmp,
+                                         bcm_field_qset_t,
                                          bcm_field_src_class_t,
                                          bcm_field_group_config_t,
                                          bcm_flexctr_counter_value_t,

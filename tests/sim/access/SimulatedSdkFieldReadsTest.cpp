@@ -23,13 +23,19 @@ class SimulatedSdkFieldReadsTest : public testing::TestWithParam< const char* >
         bcm_field_group_config_t config;
         config.mode = sdk.bcmFieldGroupModeAuto();
         for ( const bcm_field_qualify_t qualifier :
-              { sdk.bcmFieldQualifySrcIp(), sdk.bcmFieldQualifyDstIp(), sdk.bcmFieldQualifySrcIp6(),
-                sdk.bcmFieldQualifyDstIp6(), sdk.bcmFieldQualifyEtherType(),
-                sdk.bcmFieldQualifyIpProtocol(), sdk.bcmFieldQualifyL4SrcPort(),
-                sdk.bcmFieldQualifyL4DstPort(), sdk.bcmFieldQualifyRangeCheck(),
-                sdk.bcmFieldQualifySrcClassField(), sdk.bcmFieldQualifyInterfaceClassVPort() } ) {
+              { sdk.bcmFieldQualifyRangeCheck(), sdk.bcmFieldQualifySrcClassField(),
+                sdk.bcmFieldQualifyInterfaceClassVPort() } ) {
             sdk.BCM_FIELD_QSET_ADD( &config.qset, qualifier );
         }
+#define FIELD_NUMBER_READ( function, qualifier, type )                                             \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
+#define FIELD_NAMED_READ( function, qualifier, type )                                              \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
+#define FIELD_BYTES_READ( function, qualifier, type )                                              \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
+#define FIELD_PORTS_READ( function, qualifier )                                                    \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
+#include "sim/access/FieldQualifiers.def"
         EXPECT_EQ( sdk.bcm_field_group_config_create( unit, &config ), 0 );
         group = config.group;
         EXPECT_EQ( sdk.bcm_field_entry_create( unit, group, &entry ), 0 );
@@ -81,6 +87,99 @@ TEST_P( SimulatedSdkFieldReadsTest, NumberGet_EachQualifier_GivesWhatWasSet )
                                 &Sdk::bcm_field_qualify_L4DstPort_get, 443, 0xFFFF );
     expectReadBack< uint8_t >( &Sdk::bcm_field_qualify_IpProtocol,
                                &Sdk::bcm_field_qualify_IpProtocol_get, 6, 0xFF );
+}
+
+TEST_P( SimulatedSdkFieldReadsTest, NumberGet_EveryQualifierSetToAnotherNumber_GivesItsOwn )
+{
+    uint8_t data = 0;
+#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
+    EXPECT_EQ( sdk.function( unit, entry, ++data, 0xFF ), 0 ) << #function;
+#include "sim/access/FieldQualifiers.def"
+    uint8_t expected = 0;
+#define FIELD_NUMBER_READ( function, qualifier, type )                                             \
+    {                                                                                              \
+        type readData = 0;                                                                         \
+        type readMask = 0;                                                                         \
+        EXPECT_EQ( sdk.function( unit, entry, &readData, &readMask ), 0 ) << #function;            \
+        EXPECT_EQ( readData, ++expected ) << #function;                                            \
+        EXPECT_EQ( readMask, 0xFFU ) << #function;                                                 \
+    }
+#include "sim/access/FieldQualifiers.def"
+    EXPECT_EQ( expected, data );
+    EXPECT_GT( expected, 40 );
+}
+
+TEST_P( SimulatedSdkFieldReadsTest, NamedGet_EachQualifier_GivesTheEnumeratorThatWasSet )
+{
+    const auto expectEnumerator = [ & ]( auto set, auto get, auto value ) {
+        decltype( value ) read{};
+        EXPECT_EQ( ( sdk.*get )( unit, entry, &read ), ReturnCode::BCM_E_NOT_FOUND );
+        EXPECT_EQ( ( sdk.*get )( unit, entry, nullptr ), ReturnCode::BCM_E_PARAM );
+        EXPECT_EQ( ( sdk.*set )( unit, entry, value ), 0 );
+        EXPECT_EQ( ( sdk.*get )( unit, entry, &read ), 0 );
+        EXPECT_EQ( read, value );
+    };
+    using Sdk = Shim::SdkAccess;
+    expectEnumerator( &Sdk::bcm_field_qualify_IpType, &Sdk::bcm_field_qualify_IpType_get,
+                      sdk.bcmFieldIpTypeIpv4Any() );
+    expectEnumerator( &Sdk::bcm_field_qualify_InnerIpType, &Sdk::bcm_field_qualify_InnerIpType_get,
+                      sdk.bcmFieldIpTypeIpv6() );
+    expectEnumerator( &Sdk::bcm_field_qualify_IpFrag, &Sdk::bcm_field_qualify_IpFrag_get,
+                      sdk.bcmFieldIpFragNonFirst() );
+    expectEnumerator( &Sdk::bcm_field_qualify_L2Format, &Sdk::bcm_field_qualify_L2Format_get,
+                      sdk.bcmFieldL2FormatSnap() );
+    expectEnumerator( &Sdk::bcm_field_qualify_TunnelType, &Sdk::bcm_field_qualify_TunnelType_get,
+                      sdk.bcmFieldTunnelTypeGre() );
+    expectEnumerator( &Sdk::bcm_field_qualify_PktType, &Sdk::bcm_field_qualify_PktType_get,
+                      sdk.bcmFieldPktTypeBpdu() );
+    expectEnumerator( &Sdk::bcm_field_qualify_OverlayPktType,
+                      &Sdk::bcm_field_qualify_OverlayPktType_get, sdk.bcmFieldPktTypeOam() );
+    expectEnumerator( &Sdk::bcm_field_qualify_L2PktType, &Sdk::bcm_field_qualify_L2PktType_get,
+                      sdk.bcmFieldL2PktTypeBroadcast() );
+    expectEnumerator( &Sdk::bcm_field_qualify_OverlayL2PktType,
+                      &Sdk::bcm_field_qualify_OverlayL2PktType_get,
+                      sdk.bcmFieldL2PktTypeMulticast() );
+    expectEnumerator( &Sdk::bcm_field_qualify_PktFwdType, &Sdk::bcm_field_qualify_PktFwdType_get,
+                      sdk.bcmFieldPktFwdTypeMpls() );
+    expectEnumerator( &Sdk::bcm_field_qualify_ForwardingType,
+                      &Sdk::bcm_field_qualify_ForwardingType_get, sdk.bcmFieldForwardingTypeL2() );
+    expectEnumerator( &Sdk::bcm_field_qualify_DropReason, &Sdk::bcm_field_qualify_DropReason_get,
+                      sdk.bcmFieldDropReasonTtlExpired() );
+}
+
+TEST_P( SimulatedSdkFieldReadsTest, MacGet_BothAddresses_GiveTheirSixBytes )
+{
+    const bcm_mac_t source = { 2, 0, 0, 0, 0, 1 };
+    const bcm_mac_t destination = { 2, 0, 0, 0, 0, 2 };
+    const bcm_mac_t exact = { 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF };
+    EXPECT_EQ( sdk.bcm_field_qualify_SrcMac( unit, entry, source, exact ), 0 );
+    EXPECT_EQ( sdk.bcm_field_qualify_DstMac( unit, entry, destination, exact ), 0 );
+    bcm_mac_t data = {};
+    bcm_mac_t mask = {};
+    EXPECT_EQ( sdk.bcm_field_qualify_SrcMac_get( unit, entry, data, mask ), 0 );
+    EXPECT_THAT( data, ElementsAreArray( source ) );
+    EXPECT_THAT( mask, ElementsAreArray( exact ) );
+    EXPECT_EQ( sdk.bcm_field_qualify_DstMac_get( unit, entry, data, mask ), 0 );
+    EXPECT_THAT( data, ElementsAreArray( destination ) );
+}
+
+TEST_P( SimulatedSdkFieldReadsTest, InPortsGet_SetOfPorts_GivesDataAndMask )
+{
+    _shr_pbmp data;
+    _shr_pbmp mask;
+    sdk.BCM_PBMP_PORT_ADD( &data, 3 );
+    sdk.BCM_PBMP_PORT_ADD( &mask, 3 );
+    sdk.BCM_PBMP_PORT_ADD( &mask, 400 );
+    _shr_pbmp readData;
+    _shr_pbmp readMask;
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts_get( unit, entry, &readData, &readMask ),
+               ReturnCode::BCM_E_NOT_FOUND );
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts( unit, entry, &data, &mask ), 0 );
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts_get( unit, entry, nullptr, &readMask ),
+               ReturnCode::BCM_E_PARAM );
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts_get( unit, entry, &readData, &readMask ), 0 );
+    EXPECT_EQ( readData.pbits, data.pbits );
+    EXPECT_EQ( readMask.pbits, mask.pbits );
 }
 
 TEST_P( SimulatedSdkFieldReadsTest, AddressGet_BothQualifiers_GiveWhatWasSet )

@@ -25,9 +25,11 @@ class SimulatedSdkFieldTest : public testing::TestWithParam< const char* >
     sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
 #define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
     sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
-#define FIELD_QUALIFIER_ADDRESS( function, qualifier, users )                                      \
+#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users )                                  \
     sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
-#include "sim/FieldQualifiers.def"
+#define FIELD_QUALIFIER_PORTS( function, qualifier, users )                                        \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
+#include "sim/access/FieldQualifiers.def"
         sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualifyRangeCheck() );
         sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualifySrcClassField() );
         sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualifyUdf() );
@@ -97,7 +99,7 @@ TEST_P( SimulatedSdkFieldTest, QualifyNumber_EachFunction_StoresDataAndMaskUnder
     EXPECT_EQ( sdk.function( 3, entry, 0x12, 0x34 ), ReturnCode::BCM_E_NONE ) << #function;        \
     EXPECT_EQ( "bcmFieldQualify" + std::string( #function ).substr( 18 ), #qualifier );            \
     EXPECT_EQ( valueOf( "field entry 1", std::string( #function ).substr( 18 ) ), "0x12/0x34" );
-#include "sim/FieldQualifiers.def"
+#include "sim/access/FieldQualifiers.def"
 }
 
 TEST_P( SimulatedSdkFieldTest, QualifyNumber_EachFunctionOnAPreselector_StoresOrIsUnavailable )
@@ -107,7 +109,7 @@ TEST_P( SimulatedSdkFieldTest, QualifyNumber_EachFunctionOnAPreselector_StoresOr
                FieldQualifier::users == FieldQualifier::entries ? ReturnCode::BCM_E_UNAVAIL        \
                                                                 : ReturnCode::BCM_E_NONE )         \
         << #function;
-#include "sim/FieldQualifiers.def"
+#include "sim/access/FieldQualifiers.def"
     EXPECT_EQ( valueOf( "preselector 1", "Drop" ), "0x12/0x34" );
     EXPECT_EQ( valueOf( "preselector 1", "TunnelTerminated" ), "0x12/0x34" );
     EXPECT_EQ( valueOf( "preselector 1", "SrcIp" ), "" );
@@ -148,12 +150,56 @@ TEST_P( SimulatedSdkFieldTest, QualifyNamed_EachFunction_StoresTheEnumeratorsNam
 TEST_P( SimulatedSdkFieldTest, QualifyNamed_NumberThatIsNoEnumerator_IsBadParameter )
 {
 #define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
-    for ( const bcm_field_entry_t target : { entry, preselector } ) {                              \
-        EXPECT_EQ( sdk.function( 3, target, static_cast< type >( 0x7FFFFFF1 ) ),                   \
-                   ReturnCode::BCM_E_PARAM )                                                       \
-            << #function;                                                                          \
+    EXPECT_EQ( sdk.function( 3, entry, static_cast< type >( 0x7FFFFFF1 ) ),                        \
+               ReturnCode::BCM_E_PARAM )                                                           \
+        << #function;                                                                              \
+    EXPECT_EQ( sdk.function( 3, preselector, static_cast< type >( 0x7FFFFFF1 ) ),                  \
+               FieldQualifier::users == FieldQualifier::entries ? ReturnCode::BCM_E_UNAVAIL        \
+                                                                : ReturnCode::BCM_E_PARAM )        \
+        << #function;
+#include "sim/access/FieldQualifiers.def"
+}
+
+TEST_P( SimulatedSdkFieldTest, QualifyNamed_OfEntriesOnly_StoresTheEnumeratorsName )
+{
+    EXPECT_EQ( sdk.bcm_field_qualify_IpFrag( 3, entry, sdk.bcmFieldIpFragNonFirst() ), 0 );
+    EXPECT_EQ( sdk.bcm_field_qualify_L2Format( 3, entry, sdk.bcmFieldL2FormatLlc() ), 0 );
+    EXPECT_EQ( sdk.bcm_field_qualify_InnerIpType( 3, entry, sdk.bcmFieldIpTypeIpv4Any() ), 0 );
+    EXPECT_EQ( valueOf( "field entry 1", "IpFrag" ), "bcmFieldIpFragNonFirst" );
+    EXPECT_EQ( valueOf( "field entry 1", "L2Format" ), "bcmFieldL2FormatLlc" );
+    EXPECT_EQ( valueOf( "field entry 1", "InnerIpType" ), "bcmFieldIpTypeIpv4Any" );
+}
+
+TEST_P( SimulatedSdkFieldTest, QualifyMac_BothAddresses_StoreSixBytes )
+{
+    const bcm_mac_t data{ 0x02, 0x00, 0x5E, 0x10, 0x00, 0x01 };
+    const bcm_mac_t mask{ 0xFF, 0xFF, 0xFF };
+    EXPECT_EQ( sdk.bcm_field_qualify_SrcMac( 3, entry, data, mask ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( sdk.bcm_field_qualify_DstMac( 3, entry, data, mask ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( valueOf( "field entry 1", "SrcMac" ), "0x02005e100001/0xffffff000000" );
+    EXPECT_EQ( valueOf( "field entry 1", "DstMac" ), "0x02005e100001/0xffffff000000" );
+    EXPECT_EQ( sdk.bcm_field_qualify_SrcMac( 3, entry, nullptr, mask ), ReturnCode::BCM_E_PARAM );
+}
+
+TEST_P( SimulatedSdkFieldTest, QualifyInPorts_SetOfPorts_IsStoredAsAList )
+{
+    _shr_pbmp data;
+    _shr_pbmp mask;
+    for ( const int port : { 0, 1, 2, 7, 511 } ) {
+        sdk.BCM_PBMP_PORT_ADD( &data, port );
     }
-#include "sim/FieldQualifiers.def"
+    for ( int port = 0; port < 512; ++port ) {
+        sdk.BCM_PBMP_PORT_ADD( &mask, port );
+    }
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts( 3, entry, &data, &mask ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( valueOf( "field entry 1", "InPorts" ), "0-2,7,511/0-511" );
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts( 3, entry, &data, nullptr ), ReturnCode::BCM_E_PARAM );
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts( 3, entry, nullptr, &mask ), ReturnCode::BCM_E_PARAM );
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts( 3, preselector, &data, &mask ),
+               ReturnCode::BCM_E_UNAVAIL );
+    const _shr_pbmp nothing;
+    EXPECT_EQ( sdk.bcm_field_qualify_InPorts( 3, entry, &nothing, &mask ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( valueOf( "field entry 1", "InPorts" ), "none/0-511" );
 }
 
 TEST_P( SimulatedSdkFieldTest, QualifyAddress_EachFunction_StoresSixteenBytes )

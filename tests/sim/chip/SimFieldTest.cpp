@@ -53,23 +53,23 @@ TEST_P( SimFieldTest, Qualify_PreselectorWithAQualifierOfEntries_IsUnavailable )
                    [ & ] { return field.qualify( preselector, srcIp6, MaskedBytes{} ); } );
 }
 
-TEST_P( SimFieldTest, QualifyAddress_SixteenBytes_AreStored )
+TEST_P( SimFieldTest, QualifyBytes_SixteenBytes_AreStored )
 {
     const bcm_ip6_t data{ 0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x42 };
     const bcm_ip6_t mask{ 0xFF, 0xFF, 0xFF, 0xFF };
-    EXPECT_EQ( field.qualifyAddress( entry, srcIp6, data, mask ), ReturnCode::BCM_E_NONE );
+    EXPECT_EQ( field.qualifyBytes( entry, srcIp6, 16, data, mask ), ReturnCode::BCM_E_NONE );
     EXPECT_EQ( textOf( "field entry 1" ),
                "group=1 priority=0 installed=no SrcIp6=0x20010db8000000000000000000000042/"
                "0xffffffff000000000000000000000000 " );
 }
 
-TEST_P( SimFieldTest, QualifyAddress_Null_IsBadParameter )
+TEST_P( SimFieldTest, QualifyBytes_Null_IsBadParameter )
 {
     const bcm_ip6_t bytes{};
     expectRefused( ReturnCode::BCM_E_PARAM,
-                   [ & ] { return field.qualifyAddress( entry, srcIp6, nullptr, bytes ); } );
+                   [ & ] { return field.qualifyBytes( entry, srcIp6, 16, nullptr, bytes ); } );
     expectRefused( ReturnCode::BCM_E_PARAM,
-                   [ & ] { return field.qualifyAddress( entry, srcIp6, bytes, nullptr ); } );
+                   [ & ] { return field.qualifyBytes( entry, srcIp6, 16, bytes, nullptr ); } );
 }
 
 TEST_P( SimFieldTest, QualifySourceClasses_WithAndWithoutTheBit_ReachesPreselectorOrEntry )
