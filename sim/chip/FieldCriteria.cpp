@@ -111,6 +111,11 @@ MaskedPorts maskedPorts( const _shr_pbmp& data, const _shr_pbmp& mask )
     return { { data.pbits.begin(), data.pbits.end() }, { mask.pbits.begin(), mask.pbits.end() } };
 }
 
+std::string textOf( const FieldMatch& match )
+{
+    return std::visit( MatchText(), match );
+}
+
 bool isValid( const FieldMatch& match )
 {
     const auto* named = std::get_if< NamedValue >( &match );
@@ -188,7 +193,7 @@ ChipSnapshot::Fields FieldCriteria::fields( const SdkNumbering& numbering ) cons
     ChipSnapshot::Fields all;
     for ( const auto& [ qualifier, match ] : matches_ ) {
         all.emplace_back( shortName( numbering.nameOf( qualifier ) ),
-                          std::visit( MatchText(), match ) );
+                          textOf( match ) );
     }
     for ( const auto& [ rangeId, inverted ] : ranges_ ) {
         all.emplace_back( "RangeCheck", MatchText()( RangeMatch{ rangeId, inverted } ) );

@@ -67,6 +67,9 @@ using FieldMatch = std::variant< MaskedNumber, MaskedBytes, MaskedPorts, NamedVa
 /// Data and mask of two sets of ports.
 [[nodiscard]] MaskedPorts maskedPorts( const _shr_pbmp& data, const _shr_pbmp& mask );
 
+/// As snapshots show it: "0x800/0xffff", "0-3,7/0-511", "bcmFieldIpTypeIpv4Any", "not-5".
+[[nodiscard]] std::string textOf( const FieldMatch& match );
+
 /// Whether it can be asked for: all that is none is an enumerator without a name.
 [[nodiscard]] bool isValid( const FieldMatch& match );
 
@@ -99,6 +102,12 @@ class FieldCriteria
     /// What is asked for of a qualifier other than ranges; null if nothing is.
     [[nodiscard]] const FieldMatch* match( bcm_field_qualify_t qualifier ) const;
 
+    /// What is asked for of each qualifier other than ranges and user-defined fields.
+    [[nodiscard]] const std::map< bcm_field_qualify_t, FieldMatch >& matches() const
+    {
+        return matches_;
+    }
+
     /// The ranges asked for, by id: whether the packet must be outside.
     [[nodiscard]] const std::map< uint32_t, bool >& ranges() const { return ranges_; }
 
@@ -113,6 +122,9 @@ class FieldCriteria
 
     /// Sets a user-defined field, in place of an earlier value of it.
     void udfIs( bcm_udf_id_t udfId, MaskedBytes match );
+
+    /// The user-defined fields asked for, by id.
+    [[nodiscard]] const std::map< bcm_udf_id_t, MaskedBytes >& udfs() const { return udfs_; }
 
     /// The user-defined field; null if it is not asked for.
     [[nodiscard]] const MaskedBytes* udf( bcm_udf_id_t udfId ) const;

@@ -10,10 +10,11 @@ namespace Sim {
 
 namespace {
 
-/// What was changed is not in the hardware until the entry is installed again.
+/// What is going to be changed is not in the hardware until the entry is installed again.
 void noteChange( FieldEntry& entry )
 {
     if ( entry.hardware == FieldEntry::Hardware::current ) {
+        entry.installed = std::make_shared< FieldEntry >( entry );
         entry.hardware = FieldEntry::Hardware::outdated;
     }
 }
@@ -80,8 +81,27 @@ int SimFieldEntries::destroy( bcm_field_entry_t entry )
         discountPolicer( policerId );
     }
     --state_.countByGroup.at( found->group );
+    const bool wasInstalled = isInstalled( entry );
     state_.entries.erase( entry );
+    if ( wasInstalled ) {
+        tellRemoved( entry );
+    }
     return ReturnCode::BCM_E_NONE;
+}
+
+void SimFieldEntries::tellRemoved( bcm_field_entry_t entry ) const
+{
+    for ( HardwareListener* listener : listeners_ ) {
+        listener->removed( entry );
+    }
+}
+
+void SimFieldEntries::stateIs( const State& state )
+{
+    state_ = state;
+    for ( HardwareListener* listener : listeners_ ) {
+        listener->replaced();
+    }
 }
 
 uint32_t SimFieldEntries::capacityOf( bcm_field_group_t group ) const
@@ -98,6 +118,10 @@ int SimFieldEntries::install( bcm_field_entry_t entry )
         return ReturnCode::BCM_E_NOT_FOUND;
     }
     found->hardware = FieldEntry::Hardware::current;
+    found->installed = nullptr;
+    for ( HardwareListener* listener : listeners_ ) {
+        listener->installed( entry, *found );
+    }
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -106,7 +130,10 @@ int SimFieldEntries::remove( bcm_field_entry_t entry )
     if ( !isInstalled( entry ) ) {
         return ReturnCode::BCM_E_NOT_FOUND;
     }
-    findToChange( entry )->hardware = FieldEntry::Hardware::none;
+    FieldEntry& found = *findToChange( entry );
+    found.hardware = FieldEntry::Hardware::none;
+    found.installed = nullptr;
+    tellRemoved( entry );
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -121,8 +148,8 @@ int SimFieldEntries::priorityIs( bcm_field_entry_t entry, int priority )
     if ( priority < 0 ) {
         return ReturnCode::BCM_E_PARAM;
     }
-    found->priority = priority;
     noteChange( *found );
+    found->priority = priority;
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -137,8 +164,8 @@ int SimFieldEntries::qualify( bcm_field_entry_t entry,
     if ( !groupHas( *found, qualifier ) || !isValid( match ) ) {
         return ReturnCode::BCM_E_PARAM;
     }
-    found->criteria.matchIs( qualifier, match );
     noteChange( *found );
+    found->criteria.matchIs( qualifier, match );
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -159,8 +186,8 @@ int SimFieldEntries::qualifySourceClasses( bcm_field_entry_t entry,
             return ReturnCode::BCM_E_PARAM;
         }
     }
-    found->criteria.sourceClassesAre( numbering_, matches );
     noteChange( *found );
+    found->criteria.sourceClassesAre( numbering_, matches );
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -175,8 +202,8 @@ int SimFieldEntries::qualifyUdf( bcm_field_entry_t entry,
     if ( !groupHasUdfs( *found ) ) {
         return ReturnCode::BCM_E_PARAM;
     }
-    found->criteria.udfIs( udfId, match );
     noteChange( *found );
+    found->criteria.udfIs( udfId, match );
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -212,10 +239,11 @@ int SimFieldEntries::addAction( bcm_field_entry_t entry,
     if ( !groupTakes( *found, action ) ) {
         return ReturnCode::BCM_E_PARAM;
     }
-    if ( !found->actions.emplace( action, what ).second ) {
+    if ( found->actions.contains( action ) ) {
         return ReturnCode::BCM_E_EXISTS;
     }
     noteChange( *found );
+    found->actions.emplace( action, what );
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -252,11 +280,12 @@ int SimFieldEntries::attachPolicer( bcm_field_entry_t entry, int level, bcm_poli
     if ( !isLevel( level ) ) {
         return ReturnCode::BCM_E_PARAM;
     }
-    if ( !found->policers.emplace( level, policerId ).second ) {
+    if ( found->policers.contains( level ) ) {
         return ReturnCode::BCM_E_EXISTS;
     }
-    ++state_.attachmentsByPolicer[ policerId ];
     noteChange( *found );
+    found->policers.emplace( level, policerId );
+    ++state_.attachmentsByPolicer[ policerId ];
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -273,9 +302,9 @@ int SimFieldEntries::detachPolicer( bcm_field_entry_t entry, int level )
     if ( attached == found->policers.end() ) {
         return ReturnCode::BCM_E_NOT_FOUND;
     }
+    noteChange( *found );
     discountPolicer( attached->second );
     found->policers.erase( attached );
-    noteChange( *found );
     return ReturnCode::BCM_E_NONE;
 }
 

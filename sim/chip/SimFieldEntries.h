@@ -15,6 +15,8 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
+#include <vector>
 
 namespace Sim {
 
@@ -44,6 +46,28 @@ struct FieldEntry
     FieldCriteria criteria;                              ///< what it matches
     std::map< bcm_field_action_t, FieldAction > actions; ///< what it does
     std::map< int, bcm_policer_t > policers;             ///< by level
+
+    /// What the hardware holds of an entry that is outdated; null otherwise.
+    std::shared_ptr< const FieldEntry > installed = nullptr;
+
+    /// The entry as packets meet it, if it is in the hardware.
+    [[nodiscard]] const FieldEntry& inHardware() const { return installed ? *installed : *this; }
+};
+
+/// Is told what the hardware holds of entries.
+class HardwareListener
+{
+  public:
+    virtual ~HardwareListener() = default;
+
+    /// The hardware holds the entry, in place of what it held of it.
+    virtual void installed( bcm_field_entry_t entry, const FieldEntry& what ) = 0;
+
+    /// The hardware holds the entry no more.
+    virtual void removed( bcm_field_entry_t entry ) = 0;
+
+    /// The hardware may hold anything else: look at all entries.
+    virtual void replaced() = 0;
 };
 
 /// The entries of all groups; see the top of this header.
@@ -144,6 +168,10 @@ class SimFieldEntries
     /// How many entries a group has.
     [[nodiscard]] uint32_t countIn( bcm_field_group_t group ) const;
 
+    /// Tells the listener of all changes from now on, until it is taken away.
+    void listenerIs( HardwareListener& listener ) { listeners_.push_back( &listener ); }
+    void listenerDel( HardwareListener& listener ) { std::erase( listeners_, &listener ); }
+
     /// Who uses entries says so here.
     [[nodiscard]] UseChecks< bcm_field_entry_t >& useChecks() { return useChecks_; }
 
@@ -169,7 +197,7 @@ class SimFieldEntries
     [[nodiscard]] const State& state() const { return state_; }
 
     /// Goes back to an earlier state, but hands out no id again for that.
-    void stateIs( const State& state ) { state_ = state; }
+    void stateIs( const State& state );
 
   private:
     [[nodiscard]] FieldEntry* findToChange( bcm_field_entry_t entry );
@@ -179,12 +207,14 @@ class SimFieldEntries
     [[nodiscard]] bool groupTakes( const FieldEntry& entry, bcm_field_action_t action ) const;
     [[nodiscard]] ChipSnapshot::Fields fieldsOf( const FieldEntry& entry ) const;
     void discountPolicer( bcm_policer_t policerId );
+    void tellRemoved( bcm_field_entry_t entry ) const;
 
     const SdkNumbering& numbering_;
     const SimFieldGroups& groups_;
     const Capacities capacities_;
     IdSequence ids_{ greatestId };
     UseChecks< bcm_field_entry_t > useChecks_;
+    std::vector< HardwareListener* > listeners_;
     State state_;
 };
 
