@@ -39,6 +39,9 @@ class DescriptionReader
 
     std::vector< std::uint8_t > read();
 
+    /// All words that there are.
+    static std::vector< std::string > allWords();
+
   private:
     /// The first words of a packet, or of a tunnel.
     struct Head

@@ -62,7 +62,7 @@ class DescriptionWords
     /// Takes a decimal number, or a hexadecimal one with 0x.
     std::uint64_t takeNumber( NumberRange range );
 
-    /// Takes a number that stands for `what` ("a VLAN") and has at most 64 bits.
+    /// The number that a word, or part of one, is.
     std::uint64_t numberIn( const DescriptionWord& word, NumberRange range ) const;
 
     /// Takes "192.0.2.1" or "2001:db8::1".

@@ -127,14 +127,17 @@ void HeaderReader::readBehindMpls( LayerHeaders& layer, std::size_t at )
 }
 
 // Ethernet stands behind the labels with or without a control word (RFC 4448). A control word
-// begins with four zero bits, which a MAC address may do as well: it is taken for what puts a known
+// begins with 16 zero bits, which a MAC address may do as well: it is taken for what puts a known
 // EtherType where it belongs, and for nothing if both do or neither.
 void HeaderReader::readPseudowire( std::size_t at )
 {
-    const bool mayBeControlWord = byte( at ) >> 4 == 0;
     constexpr std::size_t controlWord = 4;
     constexpr std::size_t typeOffset = 12;
-    if ( !require( at, typeOffset + 2 + ( mayBeControlWord ? controlWord : 0 ) ) ) {
+    if ( !require( at, typeOffset + 2 ) ) {
+        return;
+    }
+    const bool mayBeControlWord = number16( at ) == 0;
+    if ( mayBeControlWord && !require( at, controlWord + typeOffset + 2 ) ) {
         return;
     }
     const bool isWithout = isTellingEtherType( number16( at + typeOffset ) );

@@ -137,14 +137,20 @@ void HeaderReader::readIp6( LayerHeaders& layer, std::size_t at )
 }
 
 // Behind the header of a later fragment stands the middle of something: what its next header says
-// is not there.
+// is not there. A fragment of a fragment is nothing that a packet can be.
 void HeaderReader::readExtensionHeaders( LayerHeaders& layer, std::size_t at )
 {
     std::uint8_t next = layer.nextHeader;
+    bool isFragment = false;
     while ( isExtensionHeader( next ) && layer.fragmentOffset == 0 ) {
         if ( !require( at, 8 ) ) {
             return;
         }
+        if ( next == IpProtocols::fragment && isFragment ) {
+            headers_.malformed = true;
+            return;
+        }
+        isFragment |= next == IpProtocols::fragment;
         noteExtensionHeader( layer, next, at );
         const std::size_t length = extensionHeaderLength( next, byte( at + 1 ) );
         if ( !require( at, length ) ) {

@@ -5,6 +5,7 @@
 #include "sim/packets/PacketNumbers.h"
 
 #include <algorithm>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -86,6 +87,16 @@ const std::array< Reader::Detail, 21 > Reader::details{ {
     { "vlan", "", all, &Reader::readVlan },
     { "window", "window", static_cast< Kinds >( PacketKind::tcp ), &Reader::readWindow },
 } };
+
+std::vector< std::string > DescriptionReader::allWords()
+{
+    std::set< std::string > words{ "hex", "in", "prio" };
+    for ( const auto& names :
+          { namesOf( packetHeads ), namesOf( tunnelHeads ), namesOf( details ) } ) {
+        words.insert( names.begin(), names.end() );
+    }
+    return { words.begin(), words.end() };
+}
 
 std::vector< std::uint8_t > DescriptionReader::read()
 {
@@ -257,6 +268,11 @@ void DescriptionReader::readVniAndAddresses()
 {
     layer().vni = static_cast< std::uint32_t >( words_.takeNumber( { 0, 0xFFFFFF } ) );
     readAddresses();
+}
+
+std::vector< std::string > descriptionWords()
+{
+    return DescriptionReader::allWords();
 }
 
 Packet packetFromDescription( std::string_view description, const DescriptionPlace& place )

@@ -11,9 +11,15 @@
 #include "sim/packets/DescriptionWords.h"
 #include "sim/packets/Packet.h"
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace Sim {
+
+/// All words that descriptions know, each once: kinds of packets and tunnels, and what is said of
+/// them.
+[[nodiscard]] std::vector< std::string > descriptionWords();
 
 /// The packet that a description stands for, with right lengths and checksums; of what the bytes do
 /// not tell, nothing is given. Throws an `InputError` with the place of the fault, which is that of

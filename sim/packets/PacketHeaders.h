@@ -242,7 +242,8 @@ struct PacketHeaders
     /// this says nothing of payload that is missing.
     bool truncated = false;
 
-    /// Whether a header contradicts itself; nothing behind it is read.
+    /// Whether a header contradicts itself, or is a second one for fragments; nothing behind it is
+    /// read.
     bool malformed = false;
 };
 
