@@ -192,8 +192,7 @@ ChipSnapshot::Fields FieldCriteria::fields( const SdkNumbering& numbering ) cons
 {
     ChipSnapshot::Fields all;
     for ( const auto& [ qualifier, match ] : matches_ ) {
-        all.emplace_back( shortName( numbering.nameOf( qualifier ) ),
-                          textOf( match ) );
+        all.emplace_back( shortName( numbering.nameOf( qualifier ) ), textOf( match ) );
     }
     for ( const auto& [ rangeId, inverted ] : ranges_ ) {
         all.emplace_back( "RangeCheck", MatchText()( RangeMatch{ rangeId, inverted } ) );

@@ -170,6 +170,7 @@ class SimFieldEntries
 
     /// Tells the listener of all changes from now on, until it is taken away.
     void listenerIs( HardwareListener& listener ) { listeners_.push_back( &listener ); }
+
     void listenerDel( HardwareListener& listener ) { std::erase( listeners_, &listener ); }
 
     /// Who uses entries says so here.
