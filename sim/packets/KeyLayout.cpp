@@ -257,19 +257,12 @@ void KeyLayout::writeUdf( bcm_udf_id_t udfId,
                           const PacketView& view,
                           std::span< uint8_t > key ) const
 {
-    const std::span< const uint8_t > bytes = extracted( udfId, view );
+    const std::span< const uint8_t > bytes =
+        extractedBytes( chip_, udfId, numbering_, view.packet, view.headers );
     const auto field = key.subspan( udfsAt_ + bytesOfUdf * place, bytesOfUdf );
     std::ranges::fill( field, uint8_t{ 0 } );
     std::ranges::copy( bytes.first( std::min( bytes.size(), bytesOfUdf ) ), field.begin() );
     setBit( key, udfPresenceAt_, place, !bytes.empty() );
-}
-
-std::span< const uint8_t > KeyLayout::extracted( bcm_udf_id_t udfId, const PacketView& view ) const
-{
-    return chip_.udfModule() != nullptr ? extractedBytes( numbering_, chip_.udfModule()->state(),
-                                                          udfId, view.packet, view.headers )
-                                        : extractedBytes( numbering_, chip_.flexParser()->state(),
-                                                          udfId, view.packet, view.headers );
 }
 
 } // namespace Sim

@@ -154,8 +154,6 @@ class KeyLayout
                    unsigned place,
                    const PacketView& view,
                    std::span< uint8_t > key ) const;
-    [[nodiscard]] std::span< const uint8_t > extracted( bcm_udf_id_t udfId,
-                                                        const PacketView& view ) const;
 
     const SimulatedChip& chip_;
     const SdkNumbering& numbering_;

@@ -16,8 +16,8 @@
 ///     Sim::MeterState state;
 ///     color = Sim::meter( config, state, nanoseconds, bytes, Sim::TrafficColor::green );
 
-#include "sim/values/SdkNumbering.h"
 #include "sim/chip/Traffic.h"
+#include "sim/values/SdkNumbering.h"
 
 #include <cstdint>
 

@@ -145,7 +145,8 @@ void DescriptionReader::readDetail( const DescriptionWord& word )
     if ( detail == details.end() ) {
         std::vector< std::string > names = namesOf( details );
         names.emplace_back( "in" );
-        words_.fail( word, "unknown word " + quoted( word.text ) + Input::nameHint( word.text, names ) );
+        words_.fail( word,
+                     "unknown word " + quoted( word.text ) + Input::nameHint( word.text, names ) );
     }
     if ( !has( detail->kinds, layer().kind ) ) {
         words_.fail( word, quoted( word.text ) + " is not for " + quoted( head_.text ) );

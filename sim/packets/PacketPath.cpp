@@ -1,5 +1,6 @@
 #include "sim/packets/PacketPath.h"
 
+#include "sim/packets/PacketExplanation.h"
 #include "sim/values/SimSets.h"
 
 #include <algorithm>
@@ -322,6 +323,18 @@ std::vector< bcm_field_group_t > PacketPath::groups() const
         all.push_back( group->first );
     }
     return all;
+}
+
+std::optional< bool > PacketPath::selects( bcm_field_presel_t preselector,
+                                           const Packet& packet ) const
+{
+    const auto found = chip_.field().preselectors().state().find( preselector );
+    if ( found == chip_.field().preselectors().state().end() ) {
+        return std::nullopt;
+    }
+    const PacketHeaders headers = readHeaders( packet.bytes );
+    const PacketFindings findings = findingsOf( packet, headers );
+    return mismatchesOf( found->second, chip_, { numbering_, packet, headers, findings } ).empty();
 }
 
 std::size_t PacketPath::memory() const

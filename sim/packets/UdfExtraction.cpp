@@ -125,4 +125,31 @@ std::span< const uint8_t > extractedBytes( const SdkNumbering& numbering,
     return bytesFrom( packet, headers.outer.l3, udf.offset / bitsOfByte, width );
 }
 
+std::span< const uint8_t > extractedBytes( const SimulatedChip& chip,
+                                           bcm_udf_id_t udfId,
+                                           const SdkNumbering& numbering,
+                                           const Packet& packet,
+                                           const PacketHeaders& headers )
+{
+    return chip.udfModule() != nullptr
+               ? extractedBytes( numbering, chip.udfModule()->state(), udfId, packet, headers )
+               : extractedBytes( numbering, chip.flexParser()->state(), udfId, packet, headers );
+}
+
+std::vector< bcm_udf_id_t > udfsOf( const SimulatedChip& chip )
+{
+    std::vector< bcm_udf_id_t > ids;
+    const auto addIds = [ & ]( const auto& udfs ) {
+        for ( const auto& [ id, udf ] : udfs ) {
+            ids.push_back( id );
+        }
+    };
+    if ( chip.udfModule() != nullptr ) {
+        addIds( chip.udfModule()->state().udfs );
+    } else {
+        addIds( chip.flexParser()->state() );
+    }
+    return ids;
+}
+
 } // namespace Sim

@@ -11,14 +11,14 @@
 /// RARP, `UnknownL3` for whatever is none of IPv4, IPv6, ARP and RARP, and of a packet format's
 /// members that are 0 that they describe all packets.
 
-#include "sim/chip/SimFlexParser.h"
-#include "sim/chip/SimUdfModule.h"
+#include "sim/chip/SimulatedChip.h"
 #include "sim/packets/Packet.h"
 #include "sim/packets/PacketHeaders.h"
 #include "sim/values/SdkNumbering.h"
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace Sim {
 
@@ -38,6 +38,16 @@ namespace Sim {
                                                          bcm_udf_id_t udfId,
                                                          const Packet& packet,
                                                          const PacketHeaders& headers );
+
+/// The bytes of a field of the chip; empty where the field is absent.
+[[nodiscard]] std::span< const uint8_t > extractedBytes( const SimulatedChip& chip,
+                                                         bcm_udf_id_t udfId,
+                                                         const SdkNumbering& numbering,
+                                                         const Packet& packet,
+                                                         const PacketHeaders& headers );
+
+/// The ids of all user-defined fields of the chip.
+[[nodiscard]] std::vector< bcm_udf_id_t > udfsOf( const SimulatedChip& chip );
 
 /// The bytes of a field of a flexible parser; empty where the field is absent.
 [[nodiscard]] std::span< const uint8_t > extractedBytes( const SdkNumbering& numbering,

@@ -62,8 +62,8 @@ class TraceLine
     [[noreturn]] void fail( const char* what, std::uint64_t greatest ) const
     {
         throw Input::InputError( file_, number_, static_cast< int >( at_ ) + 1,
-                               std::string( "expected " ) + what + ", a number from 0 to " +
-                                   std::to_string( greatest ) );
+                                 std::string( "expected " ) + what + ", a number from 0 to " +
+                                     std::to_string( greatest ) );
     }
 
     std::string_view text_;
