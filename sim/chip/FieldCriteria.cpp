@@ -52,6 +52,17 @@ std::string hexBytes( const std::vector< uint8_t >& bytes )
     return text;
 }
 
+/// Changes a bit of bytes of which the last has the least significant ones.
+bool flipBit( std::vector< uint8_t >& bytes, unsigned bit )
+{
+    if ( bit / 8 >= bytes.size() ) {
+        return false;
+    }
+    uint8_t& byte = bytes[ bytes.size() - 1 - bit / 8 ];
+    byte = static_cast< uint8_t >( byte ^ 1U << bit % 8 );
+    return true;
+}
+
 constexpr unsigned portsOfWord = 32;
 
 bool hasPort( const std::vector< uint32_t >& words, unsigned port )
@@ -186,6 +197,30 @@ const MaskedBytes* FieldCriteria::udf( bcm_udf_id_t udfId ) const
 {
     const auto found = udfs_.find( udfId );
     return found == udfs_.end() ? nullptr : &found->second;
+}
+
+bool FieldCriteria::flip( const SdkNumbering& numbering,
+                          std::string_view field,
+                          bool ofMask,
+                          unsigned bit )
+{
+    for ( auto& [ udfId, match ] : udfs_ ) {
+        if ( field == "udf" + std::to_string( udfId ) ) {
+            return flipBit( ofMask ? match.mask : match.data, bit );
+        }
+    }
+    for ( auto& [ qualifier, match ] : matches_ ) {
+        if ( field != shortName( numbering.nameOf( qualifier ) ) ) {
+            continue;
+        }
+        if ( auto* number = std::get_if< MaskedNumber >( &match ) ) {
+            ( ofMask ? number->mask : number->data ) ^= bit < 32 ? 1U << bit : 0U;
+            return bit < 32;
+        }
+        auto* bytes = std::get_if< MaskedBytes >( &match );
+        return bytes != nullptr && flipBit( ofMask ? bytes->mask : bytes->data, bit );
+    }
+    return false;
 }
 
 ChipSnapshot::Fields FieldCriteria::fields( const SdkNumbering& numbering ) const

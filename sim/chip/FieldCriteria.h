@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -128,6 +129,10 @@ class FieldCriteria
 
     /// The user-defined field; null if it is not asked for.
     [[nodiscard]] const MaskedBytes* udf( bcm_udf_id_t udfId ) const;
+
+    /// Changes a bit of the data, or of the mask, of a qualifier or a user-defined field, as
+    /// `fields()` names it ("DstIp", "udf3"). False if it has no such bit.
+    bool flip( const SdkNumbering& numbering, std::string_view field, bool ofMask, unsigned bit );
 
     /// One field for each qualifier, sorted by name: "EtherType=0x800/0xffff".
     [[nodiscard]] ChipSnapshot::Fields fields( const SdkNumbering& numbering ) const;

@@ -99,9 +99,42 @@ void SimFieldEntries::tellRemoved( bcm_field_entry_t entry ) const
 void SimFieldEntries::stateIs( const State& state )
 {
     state_ = state;
+    tellReplaced();
+}
+
+void SimFieldEntries::tellReplaced() const
+{
     for ( HardwareListener* listener : listeners_ ) {
         listener->replaced();
     }
+}
+
+bool SimFieldEntries::flip( bcm_field_entry_t entry, const SoftError& error )
+{
+    FieldEntry* found = findToChange( entry );
+    if ( found == nullptr || found->hardware == FieldEntry::Hardware::none ) {
+        return false;
+    }
+    const bool ofMask = error.field.ends_with( ".mask" );
+    const std::string field = error.field.substr( 0, error.field.rfind( ".mask" ) );
+    const auto flipIn = [ & ]( FieldEntry& held ) {
+        if ( field != "priority" ) {
+            return held.criteria.flip( numbering_, field, ofMask, error.bit );
+        }
+        // The sign of a priority is no bit of the hardware's.
+        held.priority ^= error.bit < 31 ? 1 << error.bit : 0;
+        return error.bit < 31;
+    };
+    bool changed = flipIn( *found );
+    if ( found->installed ) {
+        FieldEntry held = *found->installed;
+        changed = flipIn( held ) || changed;
+        found->installed = std::make_shared< FieldEntry >( held );
+    }
+    for ( HardwareListener* listener : listeners_ ) {
+        listener->installed( entry, found->inHardware() );
+    }
+    return changed;
 }
 
 uint32_t SimFieldEntries::capacityOf( bcm_field_group_t group ) const

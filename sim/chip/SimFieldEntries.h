@@ -12,6 +12,7 @@
 
 #include "sim/chip/FieldCriteria.h"
 #include "sim/chip/SimFieldGroups.h"
+#include "sim/chip/SoftError.h"
 
 #include <cstdint>
 #include <map>
@@ -167,6 +168,13 @@ class SimFieldEntries
 
     /// How many entries a group has.
     [[nodiscard]] uint32_t countIn( bcm_field_group_t group ) const;
+
+    /// Changes a bit of an entry that the hardware holds, in the hardware and in what is read back
+    /// (`SoftError.h`). False if there is no such bit.
+    bool flip( bcm_field_entry_t entry, const SoftError& error );
+
+    /// Tells all listeners that anything may have changed.
+    void tellReplaced() const;
 
     /// Tells the listener of all changes from now on, until it is taken away.
     void listenerIs( HardwareListener& listener ) { listeners_.push_back( &listener ); }

@@ -86,6 +86,21 @@ int SimPolicer::get( bcm_policer_t policerId, bcm_policer_config_t* config ) con
     return ReturnCode::BCM_E_NONE;
 }
 
+bool SimPolicer::flip( bcm_policer_t policerId, const SoftError& error )
+{
+    const auto found = policers_.find( policerId );
+    if ( found == policers_.end() ) {
+        return false;
+    }
+    bcm_policer_config_t& policer = found->second;
+    uint32_t& held = error.field == "ckbits_sec"     ? policer.ckbits_sec
+                     : error.field == "ckbits_burst" ? policer.ckbits_burst
+                     : error.field == "pkbits_sec"   ? policer.pkbits_sec
+                                                     : policer.pkbits_burst;
+    held ^= 1U << error.bit;
+    return true;
+}
+
 void SimPolicer::addTo( ChipSnapshot& snapshot ) const
 {
     for ( const auto& [ id, policer ] : policers_ ) {

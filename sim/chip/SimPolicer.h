@@ -7,6 +7,7 @@
 
 #include "sim/chip/ChipSnapshot.h"
 #include "sim/chip/IdSequence.h"
+#include "sim/chip/SoftError.h"
 #include "sim/chip/UseChecks.h"
 #include "sim/values/SdkNumbering.h"
 
@@ -62,6 +63,9 @@ class SimPolicer
 
     /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return policers_; }
+
+    /// Changes a bit of a policer (`SoftError.h`). False if there is none of that id.
+    bool flip( bcm_policer_t policerId, const SoftError& error );
 
     /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { policers_ = state; }

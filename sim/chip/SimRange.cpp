@@ -74,6 +74,16 @@ int SimRange::get( bcm_range_config_t* config ) const
     return ReturnCode::BCM_E_NONE;
 }
 
+bool SimRange::flip( bcm_range_t rangeId, const SoftError& error )
+{
+    const auto found = ranges_.find( rangeId );
+    if ( found == ranges_.end() ) {
+        return false;
+    }
+    ( error.field == "min" ? found->second.min : found->second.max ) ^= 1U << error.bit;
+    return true;
+}
+
 void SimRange::addTo( ChipSnapshot& snapshot ) const
 {
     for ( const auto& [ id, range ] : ranges_ ) {

@@ -7,6 +7,7 @@
 
 #include "sim/chip/ChipSnapshot.h"
 #include "sim/chip/IdSequence.h"
+#include "sim/chip/SoftError.h"
 #include "sim/chip/UseChecks.h"
 #include "sim/values/SdkNumbering.h"
 
@@ -57,6 +58,9 @@ class SimRange
 
     /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return ranges_; }
+
+    /// Changes a bit of a range checker (`SoftError.h`). False if there is none of that id.
+    bool flip( bcm_range_t rangeId, const SoftError& error );
 
     /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { ranges_ = state; }

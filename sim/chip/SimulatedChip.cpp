@@ -111,6 +111,23 @@ void SimulatedChip::stateIs( const State& state )
     flexCounters_.stateIs( state.flexCounters );
 }
 
+bool SimulatedChip::flip( const SoftError& error )
+{
+    if ( !objectionTo( error ).empty() ) {
+        return false;
+    }
+    const SnapshotName name = partsOf( error.object );
+    if ( name.kind == "field entry" ) {
+        return field_.entries().flip( static_cast< bcm_field_entry_t >( name.id ), error );
+    }
+    if ( name.kind == "policer" ) {
+        return policers_.flip( static_cast< bcm_policer_t >( name.id ), error );
+    }
+    const bool changed = ranges_.flip( name.id, error );
+    field_.entries().tellReplaced();
+    return changed;
+}
+
 bool SimulatedChip::count( bcm_field_entry_t entry, const Traffic& traffic )
 {
     return isHsdk() ? flexCounters_.count( entry, traffic ) : statistics_.count( entry, traffic );

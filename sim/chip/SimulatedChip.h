@@ -14,6 +14,7 @@
 #include "sim/chip/SimRange.h"
 #include "sim/chip/SimStat.h"
 #include "sim/chip/SimUdfModule.h"
+#include "sim/chip/SoftError.h"
 #include "sim/profiles/ChipProfile.h"
 #include "sim/values/SdkNumbering.h"
 
@@ -117,6 +118,10 @@ class SimulatedChip
     /// Lets an entry see some traffic, and tells whether a counter counts it: the entry must be in
     /// the hardware and have one for it.
     bool count( bcm_field_entry_t entry, const Traffic& traffic );
+
+    /// Changes a bit of what the chip holds (`SoftError.h`, which tells what is wrong with an error
+    /// whatever the chip holds). False if it does not hold such a bit.
+    bool flip( const SoftError& error );
 
     /// What the chip holds now.
     [[nodiscard]] ChipSnapshot snapshot() const;

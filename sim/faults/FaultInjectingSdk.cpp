@@ -73,9 +73,23 @@ int FaultInjectingSdk::injected( SdkFunctionId id,
     if ( due.end && std::holds_alternative< ThrowFromCall >( *due.end ) ) {
         throw std::runtime_error( "injected fault: " + function.name );
     }
-    if ( due.end ) {
-        return std::get< FailCall >( *due.end ).rc;
+    const int rc = due.end ? std::get< FailCall >( *due.end ).rc
+                           : called( due, function, unit, call, corrupt );
+    const auto guard = simulated_.guard();
+    for ( const SoftError& error : due.softErrors ) {
+        if ( SimulatedChip* chip = simulated_.chip( unit ) ) {
+            chip->flip( error );
+        }
     }
+    return rc;
+}
+
+int FaultInjectingSdk::called( const DueFaults& due,
+                               const SdkFunction& function,
+                               int unit,
+                               const Call& call,
+                               const Corrupt& corrupt )
+{
     const int rc = due.drop ? simulated_.callWithoutEffect( unit, call ) : call();
     if ( rc >= 0 ) {
         for ( const CorruptOutput& corruption : due.corruptions ) {

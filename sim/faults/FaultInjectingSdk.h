@@ -54,6 +54,11 @@ class FaultInjectingSdk : public Shim::ForwardingSdk
     DueFaults count( SdkFunctionId function );
 
     int injected( SdkFunctionId id, int unit, const Call& call, const Corrupt& corrupt );
+    int called( const DueFaults& due,
+                const SdkFunction& function,
+                int unit,
+                const Call& call,
+                const Corrupt& corrupt );
 
     SimulatedSdk& simulated_;
     mutable std::mutex mutex_; // Of the plan and the counters.

@@ -72,6 +72,10 @@ void checkEffect( const SdkFunction* function, const FaultEffect& effect )
                     [ function ]( const CorruptOutput& corruption ) {
                         checkCorruption( function, corruption );
                     },
+                    []( const FlipBit& flip ) {
+                        const std::string objection = objectionTo( flip.error );
+                        require( objection.empty(), [ & ] { return objection; } );
+                    },
                     []( const auto& ) {},
                 },
                 effect );
@@ -86,6 +90,7 @@ void DueFaults::add( const FaultEffect& effect )
             [ this ]( const DelayCall& delayed ) { delay += delayed.delay; },
             [ this ]( const DropCall& ) { drop = true; },
             [ this ]( const CorruptOutput& corruption ) { corruptions.push_back( corruption ); },
+            [ this ]( const FlipBit& flip ) { softErrors.push_back( flip.error ); },
             [ this ]( const auto& ending ) {
                 if ( !end ) {
                     end = ending;

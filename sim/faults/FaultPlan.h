@@ -11,6 +11,7 @@
 /// A plan keeps nothing but the faults; who counts calls is `FaultInjectingSdk`.
 
 #include "sim/access/SdkOutputs.h"
+#include "sim/chip/SoftError.h"
 
 #include <chrono>
 #include <cstdint>
@@ -64,8 +65,15 @@ struct CorruptOutput
     uint64_t value;     ///< what it is changed to; as many bits as the field has
 };
 
+/// The call is made; after it, a bit of what the chip holds changes, if the chip holds it then.
+struct FlipBit
+{
+    SoftError error; ///< which bit
+};
+
 /// What happens at a call.
-using FaultEffect = std::variant< FailCall, ThrowFromCall, DelayCall, DropCall, CorruptOutput >;
+using FaultEffect =
+    std::variant< FailCall, ThrowFromCall, DelayCall, DropCall, CorruptOutput, FlipBit >;
 
 /// A fault: when it happens, and what.
 struct Fault
@@ -75,7 +83,8 @@ struct Fault
 };
 
 /// What happens at one call. Of several faults at one call all have their effect: the delays
-/// first, then the first that ends the call, or else the drop and the corruptions.
+/// first, then the first that ends the call, or else the drop and the corruptions; bits change
+/// last, however the call ended, unless by an exception.
 struct DueFaults
 {
     std::chrono::milliseconds delay{ 0 }; ///< all delays together
@@ -83,6 +92,7 @@ struct DueFaults
     std::optional< std::variant< FailCall, ThrowFromCall > > end;
     bool drop = false;                        ///< whether the chip must stay as it was
     std::vector< CorruptOutput > corruptions; ///< in the order in which they were planned
+    std::vector< SoftError > softErrors;      ///< the same
 
     /// Adds one more effect; of several ends the first one counts.
     void add( const FaultEffect& effect );

@@ -100,6 +100,17 @@ FaultEffect readCorruption( const YamlNode& node, const SdkNumbering& numbering 
     return corruption;
 }
 
+FaultEffect readFlip( const YamlNode& node )
+{
+    FlipBit flip{};
+    node.readMembers( [ & ]( YamlMembers& members ) {
+        members.required( "object", flip.error.object );
+        members.required( "field", flip.error.field );
+        members.required( "bit", flip.error.bit );
+    } );
+    return flip;
+}
+
 /// The effects that a fault names, and where.
 struct NamedEffects
 {
@@ -150,6 +161,7 @@ void askForEffects( YamlMembers& members, NamedEffects& effects, const SdkNumber
     } );
     effects.ask( members, "corrupt",
                  [ & ]( const YamlNode& node ) { return readCorruption( node, numbering ); } );
+    effects.ask( members, "flip", readFlip );
 }
 
 struct EffectText
@@ -172,6 +184,12 @@ struct EffectText
     {
         return "set " + corruption.output + " to " + std::to_string( corruption.value );
     }
+
+    std::string operator()( const FlipBit& flip ) const
+    {
+        return "flip bit " + std::to_string( flip.error.bit ) + " of " + flip.error.field + " of " +
+               flip.error.object;
+    }
 };
 
 } // namespace
@@ -189,8 +207,8 @@ Fault readFault( const YamlNode& node, const SdkNumbering& numbering )
         node.fail( "missing key 'call' or 'from-call'" );
     }
     if ( effects.names.empty() ) {
-        node.fail( "expected what happens at the call: 'fail', 'throw', 'delay-ms', 'drop' or "
-                   "'corrupt'" );
+        node.fail( "expected what happens at the call: 'fail', 'throw', 'delay-ms', 'drop', "
+                   "'corrupt' or 'flip'" );
     }
     if ( effects.names.size() > 1 ) {
         node.fail( "expected one thing to happen at the call, found '" + effects.names[ 0 ] +

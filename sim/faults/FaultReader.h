@@ -5,10 +5,11 @@
 ///     { function: bcm_range_create, call: 3, fail: BCM_E_RESOURCE }
 ///     { function: all, from-call: 10, throw: true }
 ///     { function: bcm_range_get, call: 1, corrupt: { field: max, value: 81 } }
+///     { function: all, call: 20, flip: { object: field entry 5, field: DstIp, bit: 8 } }
 ///
 /// `function` is an SDK function or "all"; `call` is the one call meant, `from-call` the first of
 /// many, both counted from 1. Exactly one of `fail` (a return code, by name or number), `throw`,
-/// `delay-ms`, `drop` and `corrupt` says what happens.
+/// `delay-ms`, `drop`, `corrupt` and `flip` says what happens.
 
 #include "input/YamlDocument.h"
 #include "sim/faults/FaultPlan.h"

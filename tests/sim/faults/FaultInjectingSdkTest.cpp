@@ -253,6 +253,24 @@ TEST_F( FaultInjectingSdkTest, Add_WrongFault_IsRefused )
         "calls are counted from 1, found 0" );
 }
 
+TEST_F( FaultInjectingSdkTest, FlippedBit_AfterItsCall_IsHeldAndReadBack )
+{
+    const Fault noField{ { .function = "bcm_range_create" },
+                         FlipBit{ { "range checker 1", "instance", 0 } } };
+    EXPECT_THROW( sdk.add( noField ), std::invalid_argument );
+    sdk.add( { { .function = "bcm_range_create" }, FlipBit{ { "range checker 1", "max", 2 } } } );
+    EXPECT_EQ( create(), ok );
+    bcm_range_config_t config;
+    config.rid = 1;
+    EXPECT_EQ( sdk.bcm_range_get( unit, &config ), ok );
+    const uint32_t flipped = config.max;
+    sdk.clearFaults();
+    EXPECT_EQ( create(), ok );
+    config.rid = 2;
+    EXPECT_EQ( sdk.bcm_range_get( unit, &config ), ok );
+    EXPECT_EQ( flipped, config.max ^ 4U );
+}
+
 TEST_F( FaultInjectingSdkTest, ClearFaults_TakesThemAwayAndKeepsCounting )
 {
     sdk.add( { { .function = "all", .fromThenOn = true }, FailCall{ ReturnCode::BCM_E_BUSY } } );

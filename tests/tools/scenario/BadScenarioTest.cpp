@@ -161,7 +161,7 @@ const std::vector< BadText > badScenarios = {
     { "faultTwoCalls", withFault( "{ function: all, call: 1, from-call: 2, drop: true }" ),
       "scenario.yaml:3:5: expected one of 'call' and 'from-call', found both" },
     { "faultWithoutEffect", withFault( "{ function: all, call: 1 }" ),
-      "scenario.yaml:3:5: expected what happens at the call: 'fail', 'throw', 'delay-ms', 'drop' or 'corrupt'" },
+      "scenario.yaml:3:5: expected what happens at the call: 'fail', 'throw', 'delay-ms', 'drop', 'corrupt' or 'flip'" },
     { "faultTwoEffects", withFault( "{ function: all, call: 1, throw: true, drop: true }" ),
       "scenario.yaml:3:5: expected one thing to happen at the call, found 'throw' and 'drop'" },
     { "faultUnknownCode", withFault( "{ function: all, call: 1, fail: BCM_E_RESOURSE }" ),

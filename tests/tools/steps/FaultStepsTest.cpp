@@ -62,6 +62,52 @@ TEST( InjectFault, Run_CorruptedByOne_IsCaughtByTheAudit )
     }
 }
 
+/// A bit that changes in what the chip holds, and the steps that put it there.
+struct SoftErrorCase
+{
+    std::string steps; ///< with "FLIP" where the fault is injected
+    std::string function;
+    std::string flip;
+};
+
+TEST( InjectFault, Run_FlippedBit_IsCaughtByTheAudit )
+{
+    const std::string group = "  - create-group: { name: acl, qualifiers: [ dstIp ], actions: [ "
+                              "drop ] }\n";
+    const SoftErrorCase cases[] = {
+        { "FLIP" + allocate( "1" ), "bcm_range_create",
+          "{ object: range checker 1, field: max, bit: 3 }" },
+        { "FLIP  - allocate-policer: { name: p, cir: 1000, cbs: 100 }\n", "bcm_policer_create",
+          "{ object: policer 1, field: ckbits_sec, bit: 20 }" },
+        { group + "FLIP  - create-entry: { name: e, group: acl, dst: 10.0.0.0/8 }\n",
+          "bcm_field_entry_install", "{ object: field entry 1, field: DstIp, bit: 24 }" },
+        { group + "FLIP  - create-entry: { name: e, group: acl, dst: 10.0.0.0/8 }\n",
+          "bcm_field_entry_install", "{ object: field entry 1, field: DstIp.mask, bit: 31 }" },
+        { "FLIP  - compress: { table: l4DstPort, key: 80 }\n", "bcm_field_entry_install",
+          "{ object: field entry 1, field: L4DstPort, bit: 0 }" },
+    };
+    for ( const SoftErrorCase& softError : cases ) {
+        std::string steps = softError.steps;
+        steps.replace( steps.find( "FLIP" ), 4,
+                       "  - inject-fault: { function: " + softError.function +
+                           ", call: 1, flip: " + softError.flip + " }\n" );
+        const ToolResult result = ToolFolder().runScenario(
+            "chip: sdk6-udf\nsteps:\n" + steps + "  - audit: all\n    expect: aborted\n",
+            { "--json" } );
+        EXPECT_EQ( result.exitCode, 0 ) << softError.flip << result.output;
+    }
+}
+
+TEST( InjectFault, Run_FlipOfWhatCannotChange_IsRefusedAtItsPlace )
+{
+    const ToolResult result = runSteps( "  - inject-fault: { function: all, call: 1, flip: { "
+                                        "object: policer 1, field: mode, bit: 1 } }\n" );
+    EXPECT_EQ( result.exitCode, 2 );
+    EXPECT_NE( result.errors.find( "a policer has no field 'mode' that a bit can change of" ),
+               std::string::npos )
+        << result.errors;
+}
+
 TEST( InjectFault, Run_EveryEffect_SaysWhatWillHappen )
 {
     const auto steps =
