@@ -11,6 +11,14 @@ std::mutex endsMutex_;
 std::condition_variable ended_;
 Agent::U64 ends_ = 0; // Guarded by the mutex.
 std::atomic< std::size_t > waiting_{ 0 };
+std::atomic< TurnWaiter* > waiter_{ nullptr };
+
+/// Waits until there are other `ends_` than those seen.
+void waitForAnotherEnd( Agent::U64 seen )
+{
+    std::unique_lock lock( endsMutex_ );
+    ended_.wait( lock, [ & ] { return ends_ != seen; } );
+}
 
 } // namespace
 
@@ -30,8 +38,11 @@ void waitForTheEndOfATurn()
     waiting_.fetch_add( 1 );
     const Agent::MaybeGilUnlockAnchor interpreterReleased;
     const Agent::UnlockAnchor activityReleased( Agent::activityLock() );
-    std::unique_lock lock( endsMutex_ );
-    ended_.wait( lock, [ & ] { return ends_ != seen; } );
+    if ( TurnWaiter* const waiter = waiter_.load() ) {
+        waiter->wait();
+    } else {
+        waitForAnotherEnd( seen );
+    }
     waiting_.fetch_sub( 1 );
 }
 
@@ -45,6 +56,13 @@ void tellTheEndOfATurn()
         ++ends_;
     }
     ended_.notify_all();
+}
+
+TurnWaiter::~TurnWaiter() = default;
+
+TurnWaiter* turnWaiterIs( TurnWaiter* waiter ) noexcept
+{
+    return waiter_.exchange( waiter );
 }
 
 } // namespace Reference

@@ -56,6 +56,20 @@ void waitForTheEndOfATurn();
 /// Lets all that wait look again.
 void tellTheEndOfATurn();
 
+/// Waits in the place of `waitForTheEndOfATurn`, for tests that decide which thread goes on.
+class TurnWaiter
+{
+  public:
+    virtual ~TurnWaiter();
+    /// Called with the agent's locks free. May return at any time: whoever waits looks again, and
+    /// waits again if there is nothing new.
+    virtual void wait() = 0;
+};
+
+/// Sets who waits, or the usual way (null). Gives who did before. Must not change while a thread
+/// waits; the waiter must outlive its time as one.
+TurnWaiter* turnWaiterIs( TurnWaiter* waiter ) noexcept;
+
 /// A number that has not been given before.
 [[nodiscard]] inline Agent::U64 newStamp() noexcept
 {

@@ -4,13 +4,16 @@
 ///
 /// A thread may give its turn away at each SDK call, before it and after it: the agent's activity
 /// lock is free there, so another thread may do anything. Whether it does is a bit of the schedule.
+/// An operation of the reference agent that waits for another one lets the other thread go on.
 ///
-///     Turns turns( schedule );
+///     Turns turns( schedule );             // waits for both threads while it is there
 ///     TurnTakingSdk sdk( chips, turns );   // is Shim::sdk_
 ///     std::thread other( [ & ] { const Turns::Worker worker( turns, 1 ); ... } );
 
 #include "agent/base/Locks.h"
+#include "reference/Overlap.h"
 #include "sdk/ForwardingSdk.h"
+#include "tests/soak/Require.h"
 
 #include <condition_variable>
 #include <cstddef>
@@ -20,14 +23,20 @@
 
 namespace Fuzz {
 
-class Turns
+class Turns : private Reference::TurnWaiter
 {
   public:
     /// Worker 0 has the first turn. The schedule, from its lowest bit on, says at which calls a
     /// turn ends: where there is a 1; at none when it has come to its end.
     explicit Turns( std::span< const std::uint8_t > schedule )
         : schedule_( schedule )
+        , earlierWaiter_( Reference::turnWaiterIs( this ) )
     {}
+
+    Turns( const Turns& ) = delete;
+    Turns& operator=( const Turns& ) = delete;
+
+    ~Turns() override { Reference::turnWaiterIs( earlierWaiter_ ); }
 
     /// A thread's part, from its first turn to its end. Waits for the first turn.
     class Worker
@@ -54,9 +63,30 @@ class Turns
     /// happens where the activity lock is held: whoever holds it must go on.
     void mayEnd()
     {
-        if ( Agent::activityLock().heldByThisThread() || !next() ) {
+        if ( Agent::activityLock().heldByThisThread() ) {
             return;
         }
+        waits_ = 0;
+        if ( next() ) {
+            end();
+        }
+    }
+
+  private:
+    /// More than it ever takes until one of two threads that wait by turns can go on.
+    static constexpr unsigned mostWaits = 100;
+
+    /// Ends the turn of an operation that cannot go on before the other thread has.
+    void wait() override
+    {
+        ++waits_;
+        Soak::require( waits_ < mostWaits, "one of two threads can go on" );
+        end();
+    }
+
+    /// Ends the calling worker's turn, and waits for its next one.
+    void end()
+    {
         std::unique_lock lock( mutex_ );
         const unsigned self = turn_;
         if ( !isGone_ ) {
@@ -66,7 +96,6 @@ class Turns
         }
     }
 
-  private:
     void waitFor( unsigned number )
     {
         std::unique_lock lock( mutex_ );
@@ -89,7 +118,9 @@ class Turns
     }
 
     std::span< const std::uint8_t > schedule_;
+    Reference::TurnWaiter* const earlierWaiter_;
     std::size_t at_ = 0;
+    unsigned waits_ = 0; // Since the last SDK call, of whichever worker has the turn.
     std::mutex mutex_;
     std::condition_variable changed_;
     unsigned turn_ = 0;
