@@ -15,8 +15,12 @@ namespace {
 constexpr std::string_view everyFacility = "*";
 constexpr U32 levelCount = 32;
 
+/// A level has no zero before it: "010" is 8 to some readers and 10 to others.
 std::optional< U32 > levelFromText( std::string_view text )
 {
+    if ( text.size() > 1 && text.front() == '0' ) {
+        return std::nullopt;
+    }
     U32 level = 0;
     const char* end = text.data() + text.size();
     const auto [ stop, error ] = std::from_chars( text.data(), end, level );

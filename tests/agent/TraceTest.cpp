@@ -152,8 +152,9 @@ TEST( TraceTest, TraceMaskFromText_LevelsAndRanges_SetTheirBits )
 TEST( TraceTest, TraceMaskFromText_AnythingElse_IsRefused )
 {
     for ( const char* text :
-          { "",   "32",   "-1",  "4,", ",4",    "4,,5", "9-7", "4-",  "-4",          "4-5-6", " 4",
-            "4 ", "four", "0x4", "+4", "all,4", "4.5",  "*",   "4;5", "99999999999", "4-32" } ) {
+          { "",      "32",          "-1",   "4,",   ",4",  "4,,5", "9-7",   "4-",  "-4",
+            "4-5-6", " 4",          "4 ",   "four", "0x4", "+4",   "all,4", "4.5", "*",
+            "4;5",   "99999999999", "4-32", "04",   "00",  "4,05", "04-9",  "4-09" } ) {
         EXPECT_EQ( traceMaskFromText( text ), std::nullopt ) << '"' << text << '"';
     }
 }

@@ -1,7 +1,6 @@
 #include "tools/traces/TraceSetting.h"
 
 #include "agent/base/Trace.h"
-#include "input/InputText.h"
 #include "input/NameHints.h"
 
 #include <algorithm>
@@ -47,7 +46,7 @@ TraceSetting traceSettingFromText( const std::string& text )
     }
     const std::string levels = text.substr( equals + 1 );
     const std::optional< Agent::U32 > mask = Agent::traceMaskFromText( levels );
-    if ( !mask || Input::hasLeadingZero( levels ) ) {
+    if ( !mask ) {
         throw std::invalid_argument( "expected levels from 0 to 31 such as '4' or '0,8-9', "
                                      "'all' or 'none', found '" +
                                      levels + "'" );
