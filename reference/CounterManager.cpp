@@ -104,7 +104,7 @@ bool CounterManager::free( TcamEntryId entryId )
 bool CounterManager::isDetached( const CounterInfo& info ) const
 {
     if ( variant_ == SdkVariant::hsdk ) {
-        return false; // There is nothing that would be left to do then.
+        return false; // Detaching goes on where the SDK threw.
     }
     const int unit = static_cast< int >( helper_->unit() );
     const auto entry = static_cast< bcm_field_entry_t >( info.entryId );

@@ -105,7 +105,7 @@ FlexctrAttachment SdkFlexctrManager::attachFlexctr( U32 unit,
     const auto [ place, isNew ] = records_.try_emplace( key, std::move( record ) );
     if ( !isNew ) {
         // Somebody else gave the entry flex counters while the locks were released.
-        detachAll( static_cast< int >( unit ), entryId, record, record.counters.size() );
+        detachAll( static_cast< int >( unit ), entryId, record );
         giveIndicesBack( unit, record );
         return { FlexctrAttachState::refused };
     }
@@ -137,10 +137,9 @@ void SdkFlexctrManager::giveIndicesBack( U32 unit, const Record& record )
 
 /// Attaches the entry to all its counters, each set to 0 before: an entry that had it earlier may
 /// have left something in it. When the SDK refuses one, those before it are detached again.
-bool SdkFlexctrManager::attachAll( int unit, TcamEntryId entryId, const Record& record )
+bool SdkFlexctrManager::attachAll( int unit, TcamEntryId entryId, Record& record )
 {
     const auto entry = static_cast< bcm_field_entry_t >( entryId );
-    std::size_t attached = 0;
     for ( const auto& [ type, counter ] : record.counters ) {
         Shim::checkedCall( apiTraceHandle_,
                            SDK_CALL_SITE( "bcm_flexctr_stat_set( unit, object, index, &zero )" ),
@@ -148,26 +147,25 @@ bool SdkFlexctrManager::attachAll( int unit, TcamEntryId entryId, const Record& 
         bcm_field_flexctr_config_t config = configOf( type, *counter );
         const int rc = SDK_TRACED_CALL( bcm_field_entry_flexctr_attach, unit, entry, &config );
         if ( rc < 0 ) {
-            detachAll( unit, entryId, record, attached );
+            detachAll( unit, entryId, record );
             return false;
         }
-        ++attached;
+        ++record.attached;
     }
     return true;
 }
 
-/// Detaches the entry from the first `count` of its counters, the last of them first.
-void SdkFlexctrManager::detachAll( int unit,
-                                   TcamEntryId entryId,
-                                   const Record& record,
-                                   std::size_t count )
+/// Detaches the entry from the counters that it is attached to, the last of them first.
+void SdkFlexctrManager::detachAll( int unit, TcamEntryId entryId, Record& record )
 {
     const auto entry = static_cast< bcm_field_entry_t >( entryId );
-    auto next = std::next( record.counters.begin(), static_cast< std::ptrdiff_t >( count ) );
-    while ( next != record.counters.begin() ) {
+    auto next =
+        std::next( record.counters.begin(), static_cast< std::ptrdiff_t >( record.attached ) );
+    while ( record.attached != 0 ) {
         --next;
         bcm_field_flexctr_config_t config = configOf( next->first, *next->second );
         SDK_CHECKED_CALL( bcm_field_entry_flexctr_detach, unit, entry, &config );
+        --record.attached;
     }
 }
 
@@ -181,9 +179,14 @@ void SdkFlexctrManager::detachFlexctr( U32 unit,
     const auto found = records_.find( { unit, entryId, getPipe( pipe, stage ) } );
     AGENT_ASSERT( found != records_.end() && "entry has no flex counters" );
     // Taken out first: nobody finds a record while the locks are released that is going away.
-    const Record record = std::move( records_.extract( found ).mapped() );
-    detachAll( static_cast< int >( unit ), entryId, record, record.counters.size() );
-    giveIndicesBack( unit, record );
+    auto taken = records_.extract( found );
+    try {
+        detachAll( static_cast< int >( unit ), entryId, taken.mapped() );
+    } catch ( ... ) {
+        records_.insert( std::move( taken ) );
+        throw;
+    }
+    giveIndicesBack( unit, taken.mapped() );
 }
 
 // ---- Reading and clearing --------------------------------------------------------------------

@@ -53,7 +53,9 @@ class AGENT_EXPORT SdkFlexctrManager final : public FlexctrManager,
                                      S32 hardwareGroupId ) override;
 
     /// The entry must have flex counters (an assertion failure); a failure of the SDK is fatal.
-    /// When the SDK throws, the indices stay taken.
+    /// When the SDK throws, the entry keeps its record: detach it again, which goes on with the
+    /// counter at which the SDK threw. (Had another thread given the entry flex counters meanwhile,
+    /// it has those, and the indices stay taken.)
     void detachFlexctr( U32 unit,
                         StageType stage,
                         U8 pipe,
@@ -99,6 +101,7 @@ class AGENT_EXPORT SdkFlexctrManager final : public FlexctrManager,
         FlexctrObjectId object = 0;
         FlexctrAllocPerEntry indices;
         std::map< CounterType, Agent::Ptr< FlexctrCounter > > counters;
+        std::size_t attached = 0; ///< so many of the counters, the first ones
     };
 
     const FlexctrAllocPerEntry*
@@ -107,8 +110,8 @@ class AGENT_EXPORT SdkFlexctrManager final : public FlexctrManager,
     Record* find( const Key& key );
     bool takeIndices( U32 unit, Record& record, const CounterSet& packetTypes );
     void giveIndicesBack( U32 unit, const Record& record );
-    bool attachAll( int unit, TcamEntryId entryId, const Record& record );
-    void detachAll( int unit, TcamEntryId entryId, const Record& record, std::size_t count );
+    bool attachAll( int unit, TcamEntryId entryId, Record& record );
+    void detachAll( int unit, TcamEntryId entryId, Record& record );
 
     SdkCounterObjectManager& objects_;
     const U64 counterMask_;

@@ -216,7 +216,7 @@ TEST_F( SdkFlexctrManagerTest, Attach_EntryGetsOthersDuringTheCall_IsRefusedAndU
     EXPECT_EQ( chip().flexCounters()->state().attachments.at( 1 ).size(), 1U );
 }
 
-TEST_F( SdkFlexctrManagerTest, AttachAndDetach_SdkThrows_TheIndicesStayTaken )
+TEST_F( SdkFlexctrManagerTest, Attach_SdkThrows_TheIndicesStayTaken )
 {
     const TcamEntryId entry = newEntry();
     faulty.addFromNow( { { .function = "bcm_field_entry_flexctr_attach" }, Sim::ThrowFromCall{} } );
@@ -224,9 +224,6 @@ TEST_F( SdkFlexctrManagerTest, AttachAndDetach_SdkThrows_TheIndicesStayTaken )
     EXPECT_EQ( allocation( entry ), nullptr );
     EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 1U );
     EXPECT_EQ( attach( entry, both ), FlexctrAttachState::complete );
-    faulty.addFromNow( { { .function = "bcm_field_entry_flexctr_detach" }, Sim::ThrowFromCall{} } );
-    EXPECT_THROW( detach( entry ), std::runtime_error );
-    EXPECT_EQ( allocation( entry ), nullptr );
     EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 2U );
     EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
 }
@@ -244,6 +241,42 @@ TEST_F( SdkFlexctrManagerTest, Detach_Attached_GivesTheIndicesBack )
     EXPECT_EQ( allocation( entry ), nullptr );
     EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 0U );
     EXPECT_EQ( hits( entry ).packets, 0U );
+}
+
+TEST_F( SdkFlexctrManagerTest, Detach_SdkThrows_KeepsTheRecordAndGoesOnWhenRepeated )
+{
+    const TcamEntryId entry = attachedEntry(
+        setOf( { CounterType::packets, CounterType::redPackets, CounterType::greenPackets } ) );
+    faulty.addFromNow(
+        { { .function = "bcm_field_entry_flexctr_detach", .call = 2 }, Sim::ThrowFromCall{} } );
+    EXPECT_THROW( detach( entry ), std::runtime_error );
+    EXPECT_TRUE( Agent::activityLock().heldByThisThread() );
+    ASSERT_NE( allocation( entry ), nullptr );
+    EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 3U );
+    EXPECT_EQ( attach( entry, both ), FlexctrAttachState::refused );
+    count( entry, { 5, 50 } );
+    EXPECT_EQ( hits( entry ).packets, 5U ) << "still attached";
+    sdk.clear();
+    detach( entry );
+    EXPECT_EQ( sdk.countOf( "bcm_field_entry_flexctr_detach" ), 2U ) << "the third is detached";
+    EXPECT_EQ( allocation( entry ), nullptr );
+    EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 0U );
+    EXPECT_EQ( chip().flexCounters()->state().attachments.size(), 0U );
+}
+
+TEST_F( SdkFlexctrManagerTest, Detach_SdkThrowsAndTheEntryHasOthersMeanwhile_ItHasThose )
+{
+    const TcamEntryId entry = attachedEntry( both );
+    sdk.on.bcm_field_entry_flexctr_detach = [ & ]( int, bcm_field_entry_t,
+                                                   bcm_field_flexctr_config_t* ) -> int {
+        const Agent::LockAnchor otherThread( Agent::activityLock() );
+        EXPECT_EQ( attach( entry, setOf( { CounterType::greenPackets } ) ),
+                   FlexctrAttachState::complete );
+        throw std::runtime_error( "the SDK throws" );
+    };
+    EXPECT_THROW( detach( entry ), std::runtime_error );
+    EXPECT_EQ( *allocation( entry ), ( FlexctrAllocPerEntry{ { CounterType::greenPackets, 2 } } ) );
+    EXPECT_EQ( objects.indices( unit, 1 ).allocated(), 2U ) << "of which one is nobody's";
 }
 
 TEST_F( SdkFlexctrManagerTest, Attach_WithTheIndexOfADetachedEntry_StartsAtZero )

@@ -257,9 +257,11 @@ void EntrySteps::freeCounters( Live& entry )
     const PeloraTcam::CounterInfo* info = agent.counters.find( entry.id );
     require( info != nullptr && info->counterSet == entry.counterSet, "the counters are known" );
     const auto statistic = static_cast< int >( info->statId );
-    trouble.finish(
-        { .throwing = 1, .droppable = agent.isHsdk() ? nullptr : "bcm_field_stat_destroy" },
-        [ & ] { return agent.counters.free( entry.id ); } );
+    // On HSDK a counter is cleared first and then detached.
+    Trouble possible;
+    possible.throwing = agent.isHsdk() ? 2 : 1;
+    possible.droppable = agent.isHsdk() ? nullptr : "bcm_field_stat_destroy";
+    trouble.finish( possible, [ & ] { return agent.counters.free( entry.id ); } );
     if ( trouble.dropped() ) {
         stranded_.push_back( statistic );
     }
