@@ -74,7 +74,9 @@ SimFlexParser::SimFlexParser( const SdkNumbering& numbering,
     : numbering_( numbering )
     , capacity_( capacities.udfs )
 {
-    for ( const std::string& name : SdkNumbering::namesOf< bcm_udf_abstract_pkt_format_t >() ) {
+    static const std::vector< std::string > names =
+        SdkNumbering::namesOf< bcm_udf_abstract_pkt_format_t >();
+    for ( const std::string& name : names ) {
         const auto given = capacities.unavailableChunks.find( name );
         if ( given != capacities.unavailableChunks.end() ) {
             const auto number = bcm_udf_abstract_pkt_format_t{ *numbering.valueOf( name ) };

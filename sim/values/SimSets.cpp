@@ -54,7 +54,9 @@ std::span< const uint32_t > membersOf( const SetWords& words )
 
 bool isInSet( const SetWords& words, uint32_t member )
 {
-    return std::ranges::binary_search( membersOf( words ), member );
+    const auto members = membersOf( words );
+    return !members.empty() && member <= members.back() &&
+           std::binary_search( members.begin(), members.end(), member );
 }
 
 void addPort( _shr_pbmp& ports, int port )
