@@ -122,6 +122,30 @@ class FlexParserTwinsTest : public FlexParserScene< Sdk6Parser >
         } );
     }
 
+    /// The audit of two UDFs of no length on these chunks.
+    template< class Parser >
+    ChildRun auditOfChunks( const std::vector< Agent::U32 >& chunks )
+    {
+        const auto chunksOf = [ = ]( bcm_udf_id_t id ) {
+            return chunks.at( static_cast< std::size_t >( id ) - 1 );
+        };
+        const Format readFormat = format( ip6Format );
+        sdk.on.bcm_udf_chunk_info_get = [ = ]( int, bcm_udf_id_t id, bcm_udf_chunk_info_t* info ) {
+            info->chunk_bmapIs( chunksOf( id ) );
+            info->abstract_pkt_formatIs( readFormat );
+            return 0;
+        };
+        sdk.on.bcm_udf_multi_chunk_info_get = [ = ]( int, bcm_udf_id_t id,
+                                                     bcm_udf_multi_chunk_info_t* info ) {
+            info->two_byte_chunk_bmap().w[ 0 ] = chunksOf( id );
+            info->abstract_pkt_formatIs( readFormat );
+            return 0;
+        };
+        return runInChild( [ & ] {
+            Parser::verify( unit, udfDescOf( 0, 0 ), qualsOf( { 1, 2 } ) );
+        } );
+    }
+
     static constexpr auto sdk6Helper = PeloraTcam::udfFlexParserHelperFactory;
     static constexpr auto hsdkHelper = PeloraTcam::udfFlexParserHsdkHelperFactory;
 };
@@ -403,6 +427,16 @@ TEST_F( FlexParserTwinsTest, Verify_Offset_IsInBytesOrBits )
     EXPECT_FALSE( passes< Sdk6Parser >( 16, readFormat ) );
     EXPECT_FALSE( passes< HsdkParser >( 2, readFormat ) );
     EXPECT_TRUE( passes< HsdkParser >( 16, readFormat ) );
+}
+
+TEST_F( FlexParserTwinsTest, Verify_FirstUdfOnNoChunk_IsNotComparedOrIs )
+{
+    EXPECT_TRUE( auditOfChunks< Sdk6Parser >( { 0, 0 } ).returned );
+    EXPECT_TRUE( auditOfChunks< HsdkParser >( { 0, 0 } ).returned );
+    EXPECT_THAT( auditOfChunks< Sdk6Parser >( { 0, 0b1 } ).errors,
+                 HasSubstr( "Assertion `chunks == setChunks' failed." ) );
+    EXPECT_THAT( auditOfChunks< HsdkParser >( { 0, 0b1 } ).errors,
+                 HasSubstr( "Assertion `areBitmapEqual( progChunkBmap, chunkBmap )' failed." ) );
 }
 
 TEST_F( FlexParserTwinsTest, Trace_FacilityOfTheClass_IsTheSdk6HelperOrTheHsdkHelper )
