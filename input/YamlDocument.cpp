@@ -134,6 +134,13 @@ void YamlNode::read( std::string& destination ) const
     destination = text_;
 }
 
+void YamlNode::refuseEmptyText() const
+{
+    if ( kind_ == Kind::quotedScalar && text_.empty() ) {
+        fail( "expected a text, found an empty one" );
+    }
+}
+
 void YamlNode::read( bool& destination ) const
 {
     const bool isTruth = kind_ == Kind::plainScalar && ( text_ == "true" || text_ == "false" );

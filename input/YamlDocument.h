@@ -148,6 +148,9 @@ class YamlNode
     /// "expected WHAT, found ..."
     [[noreturn]] void failExpecting( const std::string& what ) const;
 
+    /// Fails for a text that is empty.
+    void refuseEmptyText() const;
+
     /// The node's text if it may be a number's, null otherwise; fails for one with a leading zero.
     [[nodiscard]] const std::string* numberText() const;
 
@@ -188,7 +191,7 @@ class YamlMembers
     [[nodiscard]] const YamlNode& mapping() const { return mapping_; }
 
     /// A member that must be there. `destination` is a variable or a reader, `how` what
-    /// `YamlNode::read` wants besides it.
+    /// `YamlNode::read` wants besides it. A text that goes into a variable is not empty.
     template< class Destination, class... How >
     void required( std::string_view name, Destination&& destination, const How&... how )
     {
@@ -202,8 +205,13 @@ class YamlMembers
     template< class Destination, class... How >
     bool optional( std::string_view name, Destination&& destination, const How&... how )
     {
+        using Value = std::remove_cvref_t< Destination >;
         const YamlNode* node = ask( name );
         if ( node != nullptr ) {
+            if constexpr ( std::is_same_v< Value, std::string > ||
+                           std::is_same_v< Value, std::optional< std::string > > ) {
+                node->refuseEmptyText();
+            }
             node->read( destination, how... );
         }
         return node != nullptr;
