@@ -158,18 +158,27 @@ auto CompressionManager::givingBack() const
     return [ this ]( Record& record ) { giveBack( record ); };
 }
 
-std::optional< Agent::U32 > CompressionManager::share( Table table, const Key& key )
+CompressionClass CompressionManager::oneMoreUser( Record& record )
+{
+    ++record.users;
+    return { record.id, record.value.classId, record.key.table, false };
+}
+
+std::optional< CompressionClass > CompressionManager::shareClass( Table table, const Key& key )
 {
     Record* const record = records_.shared( placeOf( table, key ) );
-    if ( record == nullptr ) {
-        return std::nullopt;
-    }
-    ++record->users;
-    return record->value.classId;
+    return record == nullptr ? std::nullopt : std::optional( oneMoreUser( *record ) );
 }
 
 std::optional< Agent::U32 >
 CompressionManager::acquire( Table table, const Key& key, std::optional< Agent::U32 > wanted )
+{
+    const auto taken = acquireClass( table, key, wanted );
+    return taken ? std::optional( taken->classId ) : std::nullopt;
+}
+
+std::optional< CompressionClass >
+CompressionManager::acquireClass( Table table, const Key& key, std::optional< Agent::U32 > wanted )
 {
     const Place place = placeOf( table, key );
     for ( ;; ) {
@@ -177,8 +186,7 @@ CompressionManager::acquire( Table table, const Key& key, std::optional< Agent::
             if ( wanted && *wanted != equal->value.classId ) {
                 return std::nullopt;
             }
-            ++equal->users;
-            return equal->value.classId;
+            return oneMoreUser( *equal );
         }
         const bool hasRoom = room( table ) == CompressionRoom::free &&
                              ( !wanted || stateOf( table )->classIds.isFree( *wanted ) );
@@ -192,10 +200,10 @@ CompressionManager::acquire( Table table, const Key& key, std::optional< Agent::
     }
 }
 
-/// The class id of a new value, for which there is room. Nothing when another thread has had an
-/// equal one made meanwhile, which is to be shared.
-std::optional< Agent::U32 > CompressionManager::make( const Place& place,
-                                                      std::optional< Agent::U32 > wanted )
+/// The class of a new value, for which there is room. Nothing when another thread has had an equal
+/// one made meanwhile, which is to be shared.
+std::optional< CompressionClass > CompressionManager::make( const Place& place,
+                                                            std::optional< Agent::U32 > wanted )
 {
     Reservation reserved( *stateOf( place.table ), place, wanted );
     const Agent::U32 classId = reserved.classId();
@@ -209,7 +217,8 @@ std::optional< Agent::U32 > CompressionManager::make( const Place& place,
     const bool isNewId = records_.find( entryId ) == nullptr;
     AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
     const bool isAdded = records_.add( { entryId, place, { classId } }, givingBack() );
-    return isAdded ? std::optional( classId ) : std::nullopt;
+    return isAdded ? std::optional( CompressionClass{ entryId, classId, place.table, true } )
+                   : std::nullopt;
 }
 
 bool CompressionManager::release( Table table, const Key& key )
@@ -217,6 +226,16 @@ bool CompressionManager::release( Table table, const Key& key )
     // One that could not be given back first: whoever tries again means that.
     const Record* const record = find( table, key );
     return record != nullptr && records_.release( record->id, givingBack() );
+}
+
+/// An exception may have lost the record, and the SDK given its id to another entry; the class id
+/// is not given to another one then.
+bool CompressionManager::release( const CompressionClass& taken )
+{
+    const Record* const record = records_.find( taken.entryId );
+    return record != nullptr && record->key.table == taken.table &&
+           record->value.classId == taken.classId &&
+           records_.release( taken.entryId, givingBack() );
 }
 
 /// Each step is noted as soon as the chip has made it: after an exception the entry is given back

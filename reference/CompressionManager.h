@@ -61,6 +61,15 @@ enum class CompressionRoom : Agent::U8
     noClassId,
 };
 
+/// The class of a value, as one user of it has it.
+struct CompressionClass
+{
+    Agent::U64 entryId = 0; ///< of the chip
+    Agent::U32 classId = 0;
+    PeloraTcam::PeloraCompressionTableType table = PeloraTcam::PeloraCompressionTableType::invalid;
+    bool isNew = false; ///< made for this user
+};
+
 /// Owns the records of compressed values; see the top of this header.
 class CompressionManager
 {
@@ -81,12 +90,19 @@ class CompressionManager
     [[nodiscard]] std::optional< Agent::U32 >
     acquire( Table table, const Key& key, std::optional< Agent::U32 > wanted = std::nullopt );
 
-    /// The class id of a value that has one, with one more user; nothing when it has none.
-    [[nodiscard]] std::optional< Agent::U32 > share( Table table, const Key& key );
+    /// The same, with what gives it back without another look at the value.
+    [[nodiscard]] std::optional< CompressionClass >
+    acquireClass( Table table, const Key& key, std::optional< Agent::U32 > wanted = std::nullopt );
+
+    /// The class of a value that has one, with one more user; nothing when it has none.
+    [[nodiscard]] std::optional< CompressionClass > shareClass( Table table, const Key& key );
 
     /// Takes one user away; the last one takes the entry out of the chip and frees the class id.
     /// False when the table has no such value.
     bool release( Table table, const Key& key );
+
+    /// The same for the class of a value; false when there is no such class.
+    bool release( const CompressionClass& taken );
 
     /// Whether a table can take one more value.
     [[nodiscard]] CompressionRoom room( Table table ) const;
@@ -148,8 +164,9 @@ class CompressionManager
     class Reservation;
 
     [[nodiscard]] static Place placeOf( Table table, const Key& key );
-    [[nodiscard]] std::optional< Agent::U32 > make( const Place& place,
-                                                    std::optional< Agent::U32 > wanted );
+    [[nodiscard]] static CompressionClass oneMoreUser( Record& record );
+    [[nodiscard]] std::optional< CompressionClass > make( const Place& place,
+                                                          std::optional< Agent::U32 > wanted );
     [[nodiscard]] TableState* stateOf( Table table ) const;
     [[nodiscard]] const Record* find( Table table, const Key& key ) const;
     [[nodiscard]] auto givingBack() const;

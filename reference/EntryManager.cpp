@@ -59,7 +59,7 @@ std::optional< EntryManager::EntryId > EntryManager::create( EntryDesc&& desc )
     return entryId;
 }
 
-void EntryManager::record( EntryId entryId, EntryDesc desc )
+void EntryManager::record( EntryId entryId, EntryDesc&& desc )
 {
     const bool isNewId = records_.try_emplace( entryId, std::move( desc ) ).second;
     AGENT_ASSERT( isNewId && "the SDK gave an id that is in use" );
@@ -112,7 +112,7 @@ bool EntryManager::program( bcm_field_entry_t entry, const EntryDesc& desc )
     return accepted( "bcm_field_entry_prio_set", rc ) && addActions( entry, desc.actions );
 }
 
-bool EntryManager::addActions( bcm_field_entry_t entry, const std::vector< EntryAction >& actions )
+bool EntryManager::addActions( bcm_field_entry_t entry, const EntryActions& actions )
 {
     for ( const EntryAction& wanted : actions ) {
         const bcm_field_action_t action = PeloraTcam::getBcmAction( wanted.type );
@@ -332,7 +332,7 @@ void EntryManager::verify( bcm_field_entry_t entry,
 }
 
 void EntryManager::verifyActions( bcm_field_entry_t entry,
-                                  const std::vector< EntryAction >& actions,
+                                  const EntryActions& actions,
                                   const StillSeen& stillSeen ) const
 {
     for ( const EntryAction& wanted : actions ) {

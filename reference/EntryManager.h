@@ -21,28 +21,17 @@
 ///     const auto entry = manager.create( desc );
 ///     if ( entry && manager.install( *entry ) ) { ... manager.destroy( *entry ); }
 
-#include "agent/tcam/ActionType.h"
 #include "agent/tcam/CounterTypes.h"
 #include "agent/tcam/PolicerHelper.h"
+#include "reference/EntryActions.h"
 #include "reference/EntryQualifiers.h"
 
 #include <cstddef>
 #include <optional>
 #include <unordered_map>
 #include <utility>
-#include <vector>
 
 namespace Reference {
-
-/// An action of an entry.
-struct EntryAction
-{
-    PeloraTcam::ActionType type = PeloraTcam::ActionType::drop; ///< what it does
-    Agent::U32 param0 = 0; ///< the action's first parameter; 0 if it has none
-    Agent::U32 param1 = 0; ///< the action's second parameter; 0 if it has none
-
-    friend bool operator==( const EntryAction&, const EntryAction& ) = default;
-};
 
 /// What an entry is wanted for.
 struct EntryDesc
@@ -50,7 +39,7 @@ struct EntryDesc
     bcm_field_group_t group = 0; ///< the SDK's group that it belongs to
     int priority = 0;           ///< among the entries of the group, the greatest wins; not negative
     EntryQualifiers qualifiers; ///< what it matches
-    std::vector< EntryAction > actions;             ///< in the order in which they are added
+    EntryActions actions;       ///< what it does with it
     std::optional< PeloraTcam::PolicerId > policer; ///< the policer it gets, if any
 
     friend bool operator==( const EntryDesc&, const EntryDesc& ) = default;
@@ -125,7 +114,7 @@ class EntryManager
   private:
     struct Record : TakesTurns
     {
-        explicit Record( EntryDesc wanted )
+        explicit Record( EntryDesc&& wanted )
             : desc( std::move( wanted ) )
         {}
 
@@ -139,12 +128,11 @@ class EntryManager
     using EntryTurn = Turn< Records >;
 
     [[nodiscard]] std::optional< EntryId > make( const EntryDesc& desc );
-    void record( EntryId entryId, EntryDesc desc );
+    void record( EntryId entryId, EntryDesc&& desc );
     void undo( EntryId entryId, bcm_field_group_t group );
     void forgetOneOf( bcm_field_group_t group );
     [[nodiscard]] bool program( bcm_field_entry_t entry, const EntryDesc& desc );
-    [[nodiscard]] bool addActions( bcm_field_entry_t entry,
-                                   const std::vector< EntryAction >& actions );
+    [[nodiscard]] bool addActions( bcm_field_entry_t entry, const EntryActions& actions );
     [[nodiscard]] bool attach( bcm_field_entry_t entry, PeloraTcam::PolicerId policerId );
     bool remove( const EntryTurn& turn );
     bool detachPolicer( const EntryTurn& turn );
@@ -154,7 +142,7 @@ class EntryManager
     [[nodiscard]] bool isKnown( const EntryTurn& turn, std::string_view function );
     void verify( bcm_field_entry_t entry, const Record& record, const StillSeen& stillSeen ) const;
     void verifyActions( bcm_field_entry_t entry,
-                        const std::vector< EntryAction >& actions,
+                        const EntryActions& actions,
                         const StillSeen& stillSeen ) const;
     void verifyAttachments( bcm_field_entry_t entry,
                             const Record& record,

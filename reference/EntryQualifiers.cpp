@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <set>
 
 namespace Reference {
@@ -175,7 +176,10 @@ TableClasses::TableClasses( std::initializer_list< Row > rows )
 void TableClasses::emplace( Table table, Agent::U32 classId )
 {
     Row* const last = rows_.data() + count_;
-    Row* const place = std::ranges::lower_bound( rows_.data(), last, table, {}, &Row::first );
+    Row* place = last; // Mostly it belongs behind the others.
+    while ( place != rows_.data() && std::prev( place )->first >= table ) {
+        --place;
+    }
     if ( place != last && place->first == table ) {
         return;
     }

@@ -104,9 +104,9 @@ class Turn
         for ( ; found != records_.end() && found->second.birth == birth;
               found = records_.find( id_ ) ) {
             if ( !found->second.underWay ) {
-                found->second.underWay = true;
-                found->second.stamp = newStamp();
-                isHeld_ = true;
+                record_ = &found->second;
+                record_->underWay = true;
+                record_->stamp = newStamp();
                 return;
             }
             waitForTheEndOfATurn();
@@ -118,25 +118,25 @@ class Turn
 
     ~Turn()
     {
-        if ( isHeld_ ) {
-            record().underWay = false;
+        if ( record_ != nullptr ) {
+            record_->underWay = false;
             tellTheEndOfATurn();
         }
     }
 
     /// Whether there is the record.
-    explicit operator bool() const { return isHeld_; }
+    explicit operator bool() const { return record_ != nullptr; }
 
     [[nodiscard]] const Id& id() const { return id_; }
 
-    /// The record, looked up at each use.
-    [[nodiscard]] auto& record() const { return records_.at( id_ ); }
+    /// The record, of which there must be one. It stays where it is: nobody else takes it out.
+    [[nodiscard]] auto& record() const { return *record_; }
 
     /// Takes the record out, which ends the turn: the SDK may hand out its id again.
     [[nodiscard]] auto takeOut()
     {
-        record().underWay = false;
-        isHeld_ = false;
+        record_->underWay = false;
+        record_ = nullptr;
         tellTheEndOfATurn();
         return records_.extract( id_ );
     }
@@ -144,7 +144,7 @@ class Turn
   private:
     Records& records_;
     const Id id_;
-    bool isHeld_ = false;
+    typename Records::mapped_type* record_ = nullptr;
 };
 
 /// The ids of all records, in order.

@@ -74,15 +74,20 @@ void PrefixSet::erase( const Prefix& prefix )
 
 bool PrefixSet::overlapsAnother( const Prefix& prefix ) const
 {
-    const auto next = counts_.upper_bound( prefix );
-    return ( next != counts_.end() && contains( prefix, next->first ) ) || isContained( prefix );
+    auto next = counts_.upper_bound( prefix );
+    if ( next != counts_.end() && contains( prefix, next->first ) ) {
+        return true;
+    }
+    if ( next != counts_.begin() && std::prev( next )->first == prefix ) {
+        --next; // Not another one.
+    }
+    return isContained( prefix, next );
 }
 
 /// What contains the prefix stands before it, and contains whatever stands between the two: so each
 /// step looks at the nearest one before, and goes on before what this one and the prefix share.
-bool PrefixSet::isContained( const Prefix& prefix ) const
+bool PrefixSet::isContained( const Prefix& prefix, Counts::const_iterator next ) const
 {
-    auto next = counts_.lower_bound( prefix );
     while ( next != counts_.begin() ) {
         const Prefix& before = std::prev( next )->first;
         if ( before.isV6 != prefix.isV6 ) {

@@ -40,10 +40,13 @@ class PrefixSet
     [[nodiscard]] bool overlapsAnother( const Prefix& prefix ) const;
 
   private:
-    [[nodiscard]] bool isContained( const Prefix& prefix ) const;
-
     /// A prefix stands before those that lie in it, and nothing else stands between them.
-    std::map< Prefix, std::size_t > counts_;
+    using Counts = std::map< Prefix, std::size_t >;
+
+    /// `next` is the first one that does not stand before the prefix.
+    [[nodiscard]] bool isContained( const Prefix& prefix, Counts::const_iterator next ) const;
+
+    Counts counts_;
 };
 
 } // namespace Reference

@@ -1,5 +1,7 @@
 #include "reference/RuleProgrammer.h"
 
+#include "agent/base/Assert.h"
+
 namespace Reference {
 
 using PeloraTcam::RangeCheckerDesc;
@@ -9,9 +11,6 @@ using Table = PeloraTcam::PeloraCompressionTableType;
 namespace {
 
 constexpr std::string_view nothing;
-
-/// Of a rule: two prefixes, a protocol, two ports.
-constexpr std::size_t mostClasses = 5;
 
 bool isSinglePort( const PortRange& ports )
 {
@@ -29,10 +28,15 @@ void add( ResourceCounts& counts, const ResourceCounts& other )
     counts.shared += other.shared;
 }
 
+void countMade( ResourceCounts& counts, bool isNew )
+{
+    ++( isNew ? counts.made : counts.shared );
+}
+
 /// The first user has had it made.
 void count( ResourceCounts& counts, std::size_t users )
 {
-    ++( users > 1 ? counts.shared : counts.made );
+    countMade( counts, users <= 1 );
 }
 
 } // namespace
@@ -107,7 +111,7 @@ std::string_view RuleProgrammer::acquirePrefix( Table table,
         direct = prefix;
         return nothing;
     }
-    return makeClass( table, key, work );
+    return acquireClass( table, key, work );
 }
 
 std::string_view RuleProgrammer::acquireProtocol( Masked< Agent::U8 > protocol, const Work& work )
@@ -164,45 +168,38 @@ std::string_view RuleProgrammer::acquireRange( const RangeCheckerDesc& desc, con
     return nothing;
 }
 
-std::string_view
-RuleProgrammer::acquireClass( Table table, const CompressionManager::Key& key, const Work& work )
+void RuleClasses::push_back( const CompressionClass& added )
 {
-    return shareClass( table, key, work ) ? nothing : makeClass( table, key, work );
+    AGENT_ASSERT( count_ < classes_.size() && "a rule has no more classes" );
+    classes_[ count_++ ] = added;
 }
 
-void RuleProgrammer::addClass( Table table,
-                               const CompressionManager::Key& key,
-                               Agent::U32 classId,
-                               const Work& work )
+void RuleProgrammer::addClass( const CompressionClass& added, const Work& work )
 {
-    if ( work.parts.classes.empty() ) {
-        work.parts.classes.reserve( mostClasses );
-    }
-    work.parts.classes.emplace_back( table, key );
-    work.qualifiers.classes.emplace( table, classId );
+    work.parts.classes.push_back( added );
+    work.qualifiers.classes.emplace( added.table, added.classId );
+    countMade( work.counts.classes, added.isNew );
 }
 
 bool RuleProgrammer::shareClass( Table table, const CompressionManager::Key& key, const Work& work )
 {
-    const auto classId = managers_.compression->share( table, key );
-    if ( classId ) {
-        addClass( table, key, *classId, work );
-        ++work.counts.classes.shared;
+    const auto shared = managers_.compression->shareClass( table, key );
+    if ( shared ) {
+        addClass( *shared, work );
     }
-    return classId.has_value();
+    return shared.has_value();
 }
 
 std::string_view
-RuleProgrammer::makeClass( Table table, const CompressionManager::Key& key, const Work& work )
+RuleProgrammer::acquireClass( Table table, const CompressionManager::Key& key, const Work& work )
 {
     CompressionManager& compression = *managers_.compression;
-    const auto classId = compression.acquire( table, key );
-    if ( !classId ) {
+    const auto acquired = compression.acquireClass( table, key );
+    if ( !acquired ) {
         return compression.room( table ) == CompressionRoom::noClassId ? noClassId
                                                                        : noCompressionEntry;
     }
-    addClass( table, key, *classId, work );
-    count( work.counts.classes, compression.users( table, key ) );
+    addClass( *acquired, work );
     return nothing;
 }
 
@@ -240,7 +237,7 @@ void RuleProgrammer::release( RuleParts& parts )
         parts.policer.reset();
     }
     while ( !parts.classes.empty() ) {
-        managers_.compression->release( parts.classes.back().first, parts.classes.back().second );
+        managers_.compression->release( parts.classes.back() );
         parts.classes.pop_back();
     }
     while ( !parts.rangeCheckers.empty() ) {

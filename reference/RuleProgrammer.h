@@ -16,10 +16,10 @@
 #include "reference/PolicerManager.h"
 #include "reference/RangeCheckerManager.h"
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Reference {
@@ -58,7 +58,7 @@ struct RuleManagers
 struct RuleOptions
 {
     PeloraTcam::StageType stage = PeloraTcam::stageIfp();
-    std::vector< EntryAction > actions = { { PeloraTcam::ActionType::drop, 0, 0 } };
+    EntryActions actions = { { PeloraTcam::ActionType::drop, 0, 0 } };
     PeloraTcam::CounterSet counterSet; ///< empty for no counters
     std::optional< PeloraTcam::Policer > policer;
     PolicerSharing policerSharing = PolicerSharing::own;
@@ -84,11 +84,33 @@ struct RuleCounts
     RuleCounts& operator+=( const RuleCounts& other );
 };
 
+/// The classes of one rule. It takes no memory of its own: every rule has one.
+class RuleClasses
+{
+  public:
+    [[nodiscard]] std::size_t size() const { return count_; }
+
+    [[nodiscard]] bool empty() const { return count_ == 0; }
+
+    /// Of two prefixes, a protocol and two ports: no more than five (an assertion failure
+    /// otherwise).
+    void push_back( const CompressionClass& added );
+
+    /// The last one; there must be one.
+    [[nodiscard]] const CompressionClass& back() const { return classes_[ count_ - 1 ]; }
+
+    void pop_back() { --count_; }
+
+  private:
+    std::array< CompressionClass, 5 > classes_;
+    std::size_t count_ = 0;
+};
+
 /// What one rule has in the chip.
 struct RuleParts
 {
     std::vector< PeloraTcam::RangeCheckerId > rangeCheckers;
-    std::vector< std::pair< CompressionManager::Table, CompressionManager::Key > > classes;
+    RuleClasses classes;
     std::optional< PeloraTcam::PolicerId > policer;
     std::optional< EntryManager::EntryId > entry;
     bool hasCounters = false;
@@ -140,16 +162,10 @@ class RuleProgrammer
                                     const IpPrefix& prefix,
                                     std::optional< IpPrefix >& direct,
                                     const Work& work );
-    static void addClass( CompressionManager::Table table,
-                          const CompressionManager::Key& key,
-                          Agent::U32 classId,
-                          const Work& work );
+    static void addClass( const CompressionClass& added, const Work& work );
     bool shareClass( CompressionManager::Table table,
                      const CompressionManager::Key& key,
                      const Work& work );
-    std::string_view makeClass( CompressionManager::Table table,
-                                const CompressionManager::Key& key,
-                                const Work& work );
 
     RuleManagers managers_;
 };

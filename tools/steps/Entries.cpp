@@ -13,6 +13,7 @@
 #include <fmt/format.h>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace Tool {
 
@@ -196,11 +197,12 @@ std::unique_ptr< const Step > readCreateEntry( const YamlNode& node, const ReadC
         readQualifiers( members, wanted.desc.qualifiers );
         members.optional( "policer", wanted.policer );
         members.optional( "actions", [ & ]( const YamlNode& list ) {
-            wanted.desc.actions.clear();
+            std::vector< Reference::EntryAction > actions;
             list.readItems( [ & ]( const YamlNode& item ) {
-                wanted.desc.actions.push_back( { readEnumerator< ActionType >(
+                actions.push_back( { readEnumerator< ActionType >(
                     item, []( ActionType action ) { return isTranslated( action ); } ) } );
             } );
+            wanted.desc.actions = Reference::EntryActions( std::move( actions ) );
         } );
     } );
     return std::make_unique< CreateEntry >( wanted );
