@@ -182,16 +182,16 @@ void UdfModuleCreation::findPktFmtToShare()
 {
     for ( auto entry = pktFmtIdToUdfId_.begin(); entry != pktFmtIdToUdfId_.end(); ) {
         const PktFmtId key = entry->first;
-        traceUdf( 8, " Looking at pkt fmt id: ", key );
+        const bcm_udf_pkt_format_id_t keyId = getBcmUdfPktFmtId( key );
+        traceUdf( 8, " Looking at pkt fmt id: ", keyId );
         bcm_udf_pkt_format_info_t stored;
         Shim::sdk().bcm_udf_pkt_format_info_t_init( &stored );
         SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_info_get( unit, iter.key().value(), &tmpFmt )",
-                             bcm_udf_pkt_format_info_get, sdkUnit_, getBcmUdfPktFmtId( key ),
-                             &stored );
+                             bcm_udf_pkt_format_info_get, sdkUnit_, keyId, &stored );
         traceFields( stored );
         // While the SDK was called entries may have come and gone, this one too.
         if ( pktFmt_ == stored && pktFmtIdToUdfId_.pktFmtIdToUdfIdHas( key ) ) {
-            pktFmtId_ = getBcmUdfPktFmtId( key );
+            pktFmtId_ = keyId;
             traceUdf( 8, " Found Pkt format: ", pktFmtId_ );
             return;
         }
