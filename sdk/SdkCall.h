@@ -72,7 +72,7 @@ void writeApiError( const CallSite& site, int rc );
 /// Runs an operation with the agent's locks released, and gives its result. What it needs of
 /// shared objects is read before.
 template< class Operation >
-decltype( auto ) callWithLocksReleased( Operation&& operation )
+[[gnu::always_inline]] inline decltype( auto ) callWithLocksReleased( Operation&& operation )
 {
     const Agent::MaybeGilUnlockAnchor interpreterReleased;
     const Agent::UnlockAnchor activityReleased( Agent::activityLock() );
