@@ -28,7 +28,7 @@ constexpr Agent::U32 priority = 1;
 constexpr unsigned counterBits = 64;
 constexpr Agent::U32 polledEntries = 8000;
 
-constexpr Budget operationBudget{ .ratio = 1.25 };
+constexpr Budget operationBudget{ .ratio = 1.25, .instructions = 1.22 };
 
 Eviction& eviction()
 {

@@ -48,6 +48,20 @@ std::string countText( const InstructionCounts& counts, const std::string& bench
     return count == counts.end() ? "-" : inDecimal( count->second, 0 );
 }
 
+/// How often the floor's instructions ours are; 0 where they were not counted.
+double instructionRatio( const Row& row, const InstructionCounts& counts )
+{
+    const auto ours = counts.find( oursOf( row ) );
+    const auto floor = counts.find( floorOf( row ) );
+    return ours == counts.end() || floor == counts.end() ? 0 : ours->second / floor->second;
+}
+
+/// A number of times, if it is known.
+std::string ratioText( double ratio )
+{
+    return ratio == 0 ? "-" : inDecimal( ratio, 2 );
+}
+
 /// Prints a row; false when it is over its budget.
 bool printRow( std::ostream& stream,
                const Row& row,
@@ -56,15 +70,18 @@ bool printRow( std::ostream& stream,
                const InstructionCounts& instructions )
 {
     const double ratio = ours.nanoseconds / floor;
+    const double counted = instructionRatio( row, instructions );
     const bool isOver =
         ( row.budget.ratio != 0 && ratio > row.budget.ratio ) ||
+        ( row.budget.instructions != 0 && counted > row.budget.instructions ) ||
         ( row.budget.nanoseconds != 0 && ours.nanoseconds > row.budget.nanoseconds );
     printCells( stream,
                 { row.name, inDecimal( ours.nanoseconds, 1 ),
                   row.hasFloor ? inDecimal( floor, 1 ) : "-",
                   row.hasFloor ? inDecimal( ratio, 2 ) : "-", budgetText( row.budget ),
                   inDecimal( ours.allocations, 2 ), countText( instructions, oursOf( row ) ),
-                  countText( instructions, floorOf( row ) ), isOver ? "OVER" : "" } );
+                  countText( instructions, floorOf( row ) ), ratioText( counted ),
+                  ratioText( row.budget.instructions ), isOver ? "OVER" : "" } );
     return !isOver;
 }
 
@@ -91,7 +108,7 @@ bool printPairTable( std::ostream& stream,
 {
     bool allWithin = true;
     printCells( stream, { "operation", "ours ns", "floor ns", "ratio", "budget", "allocs/op",
-                          "instr", "by hand", "" } );
+                          "instr", "by hand", "ratio", "budget", "" } );
     for ( const Row& row : rows() ) {
         const auto ours = measurements.find( oursOf( row ) );
         const auto floor = measurements.find( row.hasFloor ? floorOf( row ) : oursOf( row ) );

@@ -25,8 +25,10 @@ namespace Bench {
 /// What an operation may cost.
 struct Budget
 {
-    double ratio = 0;       ///< at most so many times the floor; 0: no such bound
+    double ratio = 0;       ///< at most so many times the floor's time; 0: no such bound
     double nanoseconds = 0; ///< at most so long; 0: no such bound
+    /// At most so many times the floor's instructions, where they were counted; 0: no such bound.
+    double instructions = 0;
 };
 
 /// One row of the table.

@@ -26,22 +26,27 @@ PeloraTcam::PeloraTcamRangeCheckerHelper& helper()
     return *instance;
 }
 
+template< class Calls >
 [[gnu::noinline]] void allocateAndReleaseByHand( int unit )
 {
+    Calls::trace( 9, "getRangeChecker", "unit: ", unit, " high:", desc.high, " low:", desc.low,
+                  " type:", desc.type );
     bcm_range_config_t conf;
     Shim::sdk_->bcm_range_config_t_init( &conf );
     conf.min = desc.low;
     conf.max = desc.high;
     conf.instance = pipeId;
     conf.rtype = Shim::sdk_->bcmRangeTypeL4SrcPort();
-    int rc = withLocksByHand( [ & ] { return Shim::sdk_->bcm_range_create( unit, 0, &conf ); } );
+    int rc = Calls::traced( [ & ] { return Shim::sdk_->bcm_range_create( unit, 0, &conf ); } );
     if ( rc == Shim::sdk_->BCM_E_NONE() ) {
-        rc = withLocksByHand( [ & ] { return Shim::sdk_->bcm_range_destroy( unit, conf.rid ); } );
+        Calls::trace( 9, "releaseRangeChecker", "unit:", unit,
+                      " rangeCheckerId:", Agent::hex( conf.rid ) );
+        rc = Calls::checked( [ & ] { return Shim::sdk_->bcm_range_destroy( unit, conf.rid ); } );
     }
     benchmark::DoNotOptimize( rc );
 }
 
-constexpr Budget operationBudget{ .ratio = 1.25 };
+constexpr Budget operationBudget{ .ratio = 1.25, .instructions = 1.25 };
 
 } // namespace
 
@@ -52,13 +57,15 @@ void registerRangeCheckerBenchmarks()
         const RangeCheckerId id = rangeCheckers->getRangeChecker( desc );
         rangeCheckers->releaseRangeChecker( id );
     };
-    const auto floor = [] { allocateAndReleaseByHand( 0 ); };
+    const auto floor = [] { allocateAndReleaseByHand< RequiredCalls >( 0 ); };
+    const auto bareFloor = [] { allocateAndReleaseByHand< BareCalls >( 0 ); };
 
     const std::string name = "range checker: allocate and release";
     registerPair( { name, {}, operationBudget }, ours, floor );
+    registerPair( { name + "; floor: bare calls", {}, {} }, ours, bareFloor );
     registerPair( { name + ", interpr. held", { .interpreterLockHeld = true }, operationBudget },
                   ours, floor );
-    registerPair( { name + ", tracing on", { .tracing = true }, {} }, ours, floor );
+    registerPair( { name + ", tracing on", { .tracing = true }, {} }, ours, bareFloor );
 }
 
 } // namespace Bench

@@ -100,7 +100,7 @@ QualifierSet readBackByHand( const bcm_field_qset_t& qset )
 // ---- The pairs -------------------------------------------------------------------------------
 
 constexpr Budget lookupBudget{ .nanoseconds = 20 };
-constexpr Budget setBudget{ .ratio = 1.25 };
+constexpr Budget setBudget{ .ratio = 1.25, .instructions = 1.05 };
 /// The floor has no table of qualifiers to search: only the call.
 constexpr Budget preselectorBudget{ .nanoseconds = 50 };
 

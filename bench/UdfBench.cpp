@@ -11,6 +11,7 @@
 #include "bench/PairTable.h"
 
 #include "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.h"
+#include "PeloraTcam/UdfCommon.h"
 #include "agent/base/RingTrace.h"
 #include "sdk/SdkAccess.h"
 
@@ -89,7 +90,7 @@ struct RequestByHand
 };
 
 /// What a floor does besides SDK calls: nothing.
-struct BareCalls
+struct NothingBesides : BareCalls
 {
     static void asked( const UdfDesc& ) {}
 
@@ -108,7 +109,7 @@ struct BareCalls
 const Agent::TraceHandle handle( "Bench" );
 
 /// All that is required of the operations.
-struct AllThatIsRequired
+struct AllThatIsRequired : RequiredCalls
 {
     // clang-format off
     static void asked( const UdfDesc& desc )
@@ -174,11 +175,10 @@ bool isPresent( const std::vector< bcm_udf_pkt_format_id_t >& formats,
     for ( const bcm_udf_pkt_format_id_t id : formats ) {
         bcm_udf_pkt_format_info_t stored;
         Shim::sdk_->bcm_udf_pkt_format_info_t_init( &stored );
-        withLocksByHand(
+        Besides::checked(
             [ & ] { return Shim::sdk_->bcm_udf_pkt_format_info_get( unit, id, &stored ); } );
         Besides::looking( id, wanted, stored );
-        if ( stored.ethertype() == wanted.ethertype() &&
-             stored.ip_protocol() == wanted.ip_protocol() ) {
+        if ( PeloraTcam::operator==( wanted, stored ) ) {
             return true;
         }
     }
@@ -191,15 +191,15 @@ void removeByHand( bcm_udf_id_t udfId, PktFmtIdToUdfId& map )
     Besides::removing();
     bcm_udf_pkt_format_id_t formatId = 0;
     int actual = 0;
-    int rc = withLocksByHand( [ & ] {
+    int rc = Besides::checked( [ & ] {
         return Shim::sdk_->bcm_udf_pkt_format_get_all( unit, udfId, 1, &formatId, &actual );
     } );
-    rc |= withLocksByHand(
+    rc |= Besides::checked(
         [ & ] { return Shim::sdk_->bcm_udf_pkt_format_delete( unit, udfId, formatId ); } );
     Besides::removed( map, formatId );
-    rc |= withLocksByHand(
+    rc |= Besides::checked(
         [ & ] { return Shim::sdk_->bcm_udf_pkt_format_destroy( unit, formatId ); } );
-    rc |= withLocksByHand( [ & ] { return Shim::sdk_->bcm_udf_destroy( unit, udfId ); } );
+    rc |= Besides::checked( [ & ] { return Shim::sdk_->bcm_udf_destroy( unit, udfId ); } );
     benchmark::DoNotOptimize( rc );
 }
 
@@ -212,24 +212,24 @@ programAndRemoveByHand( const UdfDesc& udfDesc,
     Besides::asked( udfDesc );
     RequestByHand asked;
     bcm_udf_id_t udfId = 0;
-    int rc = withLocksByHand(
+    int rc = Besides::traced(
         [ & ] { return Shim::sdk_->bcm_udf_create( unit, &asked.hints, &asked.udf, &udfId ); } );
     if ( isPresent< Besides >( formats, asked.format ) ) {
         return;
     }
     Besides::creatingFormat();
     bcm_udf_pkt_format_id_t formatId = 0;
-    rc |= withLocksByHand( [ & ] {
+    rc |= Besides::traced( [ & ] {
         return Shim::sdk_->bcm_udf_pkt_format_create( unit, 0, &asked.format, &formatId );
     } );
-    rc |= withLocksByHand(
+    rc |= Besides::traced(
         [ & ] { return Shim::sdk_->bcm_udf_pkt_format_add( unit, udfId, formatId ); } );
     const QualIdList quals = Besides::made( map, udfId, formatId );
     benchmark::DoNotOptimize( rc );
     removeByHand< Besides >( udfId, map );
 }
 
-constexpr Budget operationBudget{ .ratio = 1.25 };
+constexpr Budget operationBudget{ .ratio = 1.25, .instructions = 1.25 };
 
 template< class Besides >
 void registerWithFormats( const std::string& circumstances,
@@ -258,11 +258,11 @@ void registerUdfBenchmarks()
     registerWithFormats< AllThatIsRequired >( ", 1 format", 1, {}, operationBudget );
     registerWithFormats< AllThatIsRequired >( ", 16 formats", 16, {}, operationBudget );
     registerWithFormats< AllThatIsRequired >( ", 128 formats", 128, {}, operationBudget );
-    registerWithFormats< BareCalls >( "; floor: bare calls", 0, {}, {} );
-    registerWithFormats< BareCalls >( ", 1 format; floor: bare calls", 1, {}, {} );
-    registerWithFormats< BareCalls >( ", 16 formats; floor: bare calls", 16, {}, {} );
-    registerWithFormats< BareCalls >( ", 128 formats; floor: bare calls", 128, {}, {} );
-    registerWithFormats< BareCalls >( ", tracing on", 0, { .tracing = true }, {} );
+    registerWithFormats< NothingBesides >( "; floor: bare calls", 0, {}, {} );
+    registerWithFormats< NothingBesides >( ", 1 format; floor: bare calls", 1, {}, {} );
+    registerWithFormats< NothingBesides >( ", 16 formats; floor: bare calls", 16, {}, {} );
+    registerWithFormats< NothingBesides >( ", 128 formats; floor: bare calls", 128, {}, {} );
+    registerWithFormats< NothingBesides >( ", tracing on", 0, { .tracing = true }, {} );
 }
 
 } // namespace Bench
