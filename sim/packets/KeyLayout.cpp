@@ -124,9 +124,13 @@ KeyLayout::Fixed* KeyLayout::findFixed( bcm_field_qualify_t qualifier )
 void KeyLayout::listUsed()
 {
     used_.clear();
+    findings_.clear();
     for ( const Fixed& field : fixed_ ) {
         if ( field.entries != 0 ) {
             used_.push_back( &field );
+            if ( field.number != nullptr && field.number->ofFindings ) {
+                findings_.push_back( &field );
+            }
         }
     }
     usedRanges_.clear();
@@ -249,6 +253,13 @@ void KeyLayout::write( const PacketView& view, std::span< uint8_t > key ) const
     }
     for ( const auto& [ udfId, use ] : udfs_.uses() ) {
         writeUdf( udfId, use.place, view, key );
+    }
+}
+
+void KeyLayout::writeFindings( const PacketView& view, std::span< uint8_t > key ) const
+{
+    for ( const Fixed* field : findings_ ) {
+        putNumber( key, field->offset, field->number->width, numberOf( *field->number, view ) );
     }
 }
 

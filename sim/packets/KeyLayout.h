@@ -107,6 +107,9 @@ class KeyLayout
     /// Gives back what was taken for an entry. `criteria` is what it was added with.
     void removed( const FieldCriteria& criteria );
 
+    /// Writes anew what depends on what was found out about the packet since.
+    void writeFindings( const PacketView& view, std::span< uint8_t > key ) const;
+
     /// Writes the key of a packet. `key` has the layout's width; what no entry asks for is not
     /// written.
     void write( const PacketView& view, std::span< uint8_t > key ) const;
@@ -158,7 +161,8 @@ class KeyLayout
     const SimulatedChip& chip_;
     const SdkNumbering& numbering_;
     std::vector< Fixed > fixed_;
-    std::vector< const Fixed* > used_; ///< those of fixed_ that entries ask for
+    std::vector< const Fixed* > used_;     ///< those of fixed_ that entries ask for
+    std::vector< const Fixed* > findings_; ///< those of them that are of findings
     UsedPlaces< uint32_t > ranges_;
     std::vector< UsedRange > usedRanges_; ///< they as the chip has them
     UsedPlaces< Name > names_;

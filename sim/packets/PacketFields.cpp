@@ -87,7 +87,8 @@ using P = FieldPresence;
 
 // A null reader: only stages before the field processor know.
 const NumberField numbers[] = {
-    { &N::bcmFieldQualifyDrop, 1, []( const View& v ) -> uint32_t { return v.findings.drop; } },
+    { &N::bcmFieldQualifyDrop, 1, []( const View& v ) -> uint32_t { return v.findings.drop; },
+      P::always, true },
     { &N::bcmFieldQualifyDSCP, 1, []( const View& v ) -> uint32_t { return outer( v ).dscp(); } },
     { &N::bcmFieldQualifyDstIp, 4, []( const View& v ) { return destinationIp4( v, outer( v ) ); },
       P::outerIp4 },
@@ -168,12 +169,12 @@ const NumberField numbers[] = {
       } },
     { &N::bcmFieldQualifyVxlanNetworkId, 4,
       []( const View& v ) { return isTunnel( v, TunnelKind::vxlan ) ? v.headers.tunnel.vni : 0; } },
-    { &N::bcmFieldQualifyDstClassField, 4, &classOf< 0 > },
-    { &N::bcmFieldQualifySrcClassField, 4, &classOf< 1 > },
-    { &N::bcmFieldQualifyInterfaceClassL2, 4, &classOf< 2 > },
-    { &N::bcmFieldQualifyInterfaceClassL3, 4, &classOf< 3 > },
-    { &N::bcmFieldQualifyInterfaceClassPort, 4, &classOf< 4 > },
-    { &N::bcmFieldQualifyInterfaceClassVPort, 4, &classOf< 5 > },
+    { &N::bcmFieldQualifyDstClassField, 4, &classOf< 0 >, P::always, true },
+    { &N::bcmFieldQualifySrcClassField, 4, &classOf< 1 >, P::always, true },
+    { &N::bcmFieldQualifyInterfaceClassL2, 4, &classOf< 2 >, P::always, true },
+    { &N::bcmFieldQualifyInterfaceClassL3, 4, &classOf< 3 >, P::always, true },
+    { &N::bcmFieldQualifyInterfaceClassPort, 4, &classOf< 4 >, P::always, true },
+    { &N::bcmFieldQualifyInterfaceClassVPort, 4, &classOf< 5 >, P::always, true },
 };
 
 // ---- Runs of bytes ---------------------------------------------------------------------------

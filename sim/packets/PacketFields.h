@@ -64,6 +64,7 @@ struct NumberField
     unsigned width;                               ///< in bytes: 1, 2 or 4
     uint32_t ( *read )( const PacketView& view ); ///< from the bytes; null if they do not tell
     FieldPresence presence = FieldPresence::always;
+    bool ofFindings = false; ///< whether it changes on the packet's way, with what is found out
 };
 
 /// A qualifier whose value is a run of bytes of the packet.

@@ -12,22 +12,22 @@ namespace {
 
 using N = SdkNumbering;
 
-/// The qualifier of a compression group's keys, and the class field that its classes stand in.
-struct ClassTable
-{
-    bcm_field_qualify_t N::*qualifier;
-    bcm_field_qualify_t N::*classField;
-    std::size_t position; ///< of the class field among the findings
-};
+/// Whose classes stand in each class field, by the qualifier of its compression group's keys.
+constexpr bcm_field_qualify_t N::*classQualifiers[ classFieldCount ] = {
+    &N::bcmFieldQualifyDstIp,      &N::bcmFieldQualifySrcIp,     &N::bcmFieldQualifyEtherType,
+    &N::bcmFieldQualifyIpProtocol, &N::bcmFieldQualifyL4SrcPort, &N::bcmFieldQualifyL4DstPort };
 
-constexpr ClassTable classTables[] = {
-    { &N::bcmFieldQualifyDstIp, &N::bcmFieldQualifyDstClassField, 0 },
-    { &N::bcmFieldQualifySrcIp, &N::bcmFieldQualifySrcClassField, 1 },
-    { &N::bcmFieldQualifyEtherType, &N::bcmFieldQualifyInterfaceClassL2, 2 },
-    { &N::bcmFieldQualifyIpProtocol, &N::bcmFieldQualifyInterfaceClassL3, 3 },
-    { &N::bcmFieldQualifyL4SrcPort, &N::bcmFieldQualifyInterfaceClassPort, 4 },
-    { &N::bcmFieldQualifyL4DstPort, &N::bcmFieldQualifyInterfaceClassVPort, 5 },
-};
+/// The class field of a compression group.
+std::optional< std::size_t > classFieldOf( const SdkNumbering& numbering,
+                                           const bcm_field_group_config_t& config )
+{
+    for ( std::size_t field = 0; field < classFieldCount; ++field ) {
+        if ( isInSet( config.qset.w, numbering.*classQualifiers[ field ] ) ) {
+            return field;
+        }
+    }
+    return std::nullopt;
+}
 
 /// A buffer for the keys of a thread's packets.
 std::span< uint8_t > keyBuffer( std::size_t width )
@@ -124,7 +124,9 @@ PacketPath::Group& PacketPath::groupFor( bcm_field_group_t group )
     const auto [ found, isNew ] = groups_.try_emplace( group, layout_.width() );
     if ( isNew ) {
         const bcm_field_group_config_t& config = *chip_.field().groups().find( group );
-        found->second.isCompression = chip_.field().groups().isCompression( group );
+        if ( chip_.field().groups().isCompression( group ) ) {
+            found->second.classField = classFieldOf( numbering_, config );
+        }
         found->second.stage = stageOf( config );
         found->second.priority = config.priority;
         found->second.packetType = config.packet_type;
@@ -136,8 +138,11 @@ PacketPath::Group& PacketPath::groupFor( bcm_field_group_t group )
 void PacketPath::sortGroups()
 {
     order_.clear();
+    compression_.clear();
     for ( const auto& group : groups_ ) {
-        if ( !group.second.isCompression ) {
+        if ( group.second.classField ) {
+            compression_.push_back( &group.second );
+        } else {
             order_.push_back( &group );
         }
     }
@@ -178,28 +183,15 @@ void PacketPath::classify( PacketFindings& findings,
                            const PacketView& view,
                            std::span< uint8_t > key ) const
 {
-    bool hasClasses = false;
-    for ( const auto& [ id, group ] : groups_ ) {
-        if ( !group.isCompression ) {
-            continue;
-        }
-        const SetWords& qualifiers = chip_.field().groups().find( id )->qset.w;
-        const std::optional< uint32_t > best = group.index.find( key );
-        if ( !best ) {
-            continue;
-        }
-        const auto& actions = held_.at( entryOf( *best ) ).actions;
-        const auto assigned = actions.find( numbering_.bcmFieldActionClassSet );
-        for ( const ClassTable& table : classTables ) {
-            if ( assigned != actions.end() && isInSet( qualifiers, numbering_.*table.qualifier ) ) {
-                findings.classes[ table.position ] = assigned->second.param0;
-                hasClasses = true;
-            }
+    for ( const Group* group : compression_ ) {
+        if ( const std::optional< uint32_t > best = group->index.find( key ) ) {
+            const auto& actions = held_.at( entryOf( *best ) ).actions;
+            const auto assigned = actions.find( numbering_.bcmFieldActionClassSet );
+            findings.classes[ *group->classField ] =
+                assigned == actions.end() ? 0 : assigned->second.param0;
         }
     }
-    if ( hasClasses ) {
-        layout_.write( view, key );
-    }
+    layout_.writeFindings( view, key );
 }
 
 /// Shows the visitor each group that looks at the packet with the entry that it finds, and tells it
@@ -219,7 +211,7 @@ void PacketPath::visitGroups( const Packet& packet,
         if ( group->second.stage != stage ) {
             stage = group->second.stage;
             visitor.stageEnds();
-            layout_.write( view, key );
+            layout_.writeFindings( view, key );
         }
         if ( looksAt( group->second, headers ) ) {
             const std::optional< uint32_t > best = group->second.index.find( key );

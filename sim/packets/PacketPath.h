@@ -113,7 +113,8 @@ class PacketPath : private HardwareListener
             : index( keyWidth )
         {}
 
-        bool isCompression = false;
+        /// The class field that its classes stand in, of a compression group.
+        std::optional< std::size_t > classField;
         unsigned stage = 0; ///< their order
         int priority = 0;
         bcm_field_group_packet_type_t packetType{};
@@ -152,6 +153,7 @@ class PacketPath : private HardwareListener
     KeyLayout layout_;
     std::map< bcm_field_group_t, Group > groups_; ///< that have entries in the hardware
     std::vector< const std::pair< const bcm_field_group_t, Group >* > order_; ///< they sorted
+    std::vector< const Group* > compression_;                  ///< those of them that give classes
     std::unordered_map< bcm_field_entry_t, FieldEntry > held_; ///< what the indexes hold
     std::map< bcm_policer_t, RunningMeter > meters_;
 };
