@@ -169,7 +169,7 @@ std::vector< TracePacket > parseTrace( std::string_view text, const std::string&
 
 std::vector< TracePacket > readTrace( const std::string& path )
 {
-    return parseTrace( Sim::inputFileText( path ), path );
+    return parseTrace( Input::inputFileText( path ), path );
 }
 
 void writePacket( const TracePacket& from, Sim::Packet& packet )
