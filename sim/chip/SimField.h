@@ -4,9 +4,7 @@
 ///
 /// The qualify functions of the SDK set a qualifier of an entry or of a preselector: bit 30 of the
 /// entry argument tells which. Everything that concerns only one of the three is asked of it
-/// directly. Operations answer as the SDK does, and check their arguments before they change
-/// anything: a failed call changes nothing. Whoever calls from several threads guards
-/// (`SimulatedSdk`).
+/// directly. Operations answer as those of all subsystems do (`sim/chip/README.md`).
 ///
 ///     bcm_field_entry_t entry = 0;
 ///     field.entries().create( 246, &entry );
@@ -124,7 +122,6 @@ class SimField
     /// All that they hold, for snapshots.
     [[nodiscard]] State state() const;
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state );
 
   private:

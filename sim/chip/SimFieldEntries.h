@@ -6,9 +6,8 @@
 /// after that reaches the hardware when it is installed again. Removing it takes it out of the
 /// hardware and leaves it in software.
 ///
-/// Operations answer as the SDK does, and check their arguments before they change anything: a
-/// failed call changes nothing. Each answers BCM_E_NOT_FOUND if there is no entry of that id.
-/// Whoever calls from several threads guards (`SimulatedSdk`).
+/// Operations answer as those of all subsystems do (`sim/chip/README.md`). Each answers
+/// BCM_E_NOT_FOUND if there is no entry of that id.
 
 #include "sim/chip/FieldCriteria.h"
 #include "sim/chip/SimFieldGroups.h"
@@ -205,7 +204,6 @@ class SimFieldEntries
     /// All that they hold, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state );
 
   private:

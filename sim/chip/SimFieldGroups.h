@@ -3,8 +3,7 @@
 /// The field groups of a chip: those that were made, and the compression groups, which are there
 /// from the start and cannot be destroyed.
 ///
-/// Operations answer as the SDK does, and check their arguments before they change anything: a
-/// failed call changes nothing. Whoever calls from several threads guards (`SimulatedSdk`).
+/// Operations answer as those of all subsystems do (`sim/chip/README.md`).
 
 #include "sim/chip/ChipSnapshot.h"
 #include "sim/chip/IdSequence.h"
@@ -76,7 +75,6 @@ class SimFieldGroups
     /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return made_; }
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { made_ = state; }
 
   private:

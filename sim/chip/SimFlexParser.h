@@ -17,11 +17,9 @@
 ///
 /// The width that a chunk record is written with need not be that of its chunks.
 ///
-/// Operations answer as the SDK does, and check their arguments before they change anything: a
-/// failed call changes nothing. Each answers BCM_E_PARAM for a null pointer and for an abstract
-/// packet format that is none, BCM_E_UNAVAIL for one that the chip does not have, and
-/// BCM_E_NOT_FOUND for an id that there is not. Whoever calls from several threads guards
-/// (`SimulatedSdk`).
+/// Operations answer as those of all subsystems do (`sim/chip/README.md`). Each answers BCM_E_PARAM
+/// for a null pointer and for an abstract packet format that is none, BCM_E_UNAVAIL for one that
+/// the chip does not have, and BCM_E_NOT_FOUND for an id that there is not.
 ///
 ///     bcm_udf_chunk_info_t info;   // the third and fourth byte behind the IPv6 header's start
 ///     info.offsetIs( 16 );
@@ -140,7 +138,6 @@ class SimFlexParser
     /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { state_ = state; }
 
   private:

@@ -4,9 +4,8 @@
 ///
 /// A flex counter object has so many counters, each of which counts packets and bytes. An entry is
 /// attached to a counter of an object for the packets of one colour, or for all; it may be attached
-/// to several. Counters wrap at their width. Operations answer as the SDK does, and check their
-/// arguments before they change anything: a failed call changes nothing. Whoever calls from several
-/// threads guards (`SimulatedSdk`).
+/// to several. Counters wrap at their width. Operations answer as those of all subsystems do
+/// (`sim/chip/README.md`).
 
 #include "sim/chip/SimField.h"
 #include "sim/chip/Traffic.h"
@@ -109,7 +108,6 @@ class SimFlexctr
     /// All that there is, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { state_ = state; }
 
   private:

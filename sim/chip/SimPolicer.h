@@ -2,8 +2,7 @@
 
 /// The policers of a chip: meters of rate and burst.
 ///
-/// Operations answer as the SDK does, and check their arguments before they change anything: a
-/// failed call changes nothing. Whoever calls from several threads guards (`SimulatedSdk`).
+/// Operations answer as those of all subsystems do (`sim/chip/README.md`).
 
 #include "sim/chip/ChipSnapshot.h"
 #include "sim/chip/IdSequence.h"
@@ -67,7 +66,6 @@ class SimPolicer
     /// Changes a bit of a policer (`SoftError.h`). False if there is none of that id.
     bool flip( bcm_policer_t policerId, const SoftError& error );
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { policers_ = state; }
 
   private:

@@ -2,9 +2,8 @@
 
 /// The preselectors of a chip: small field entries that decide which packets a group sees.
 ///
-/// Operations answer as the SDK does, and check their arguments before they change anything: a
-/// failed call changes nothing. Each answers BCM_E_NOT_FOUND if there is no preselector of that id.
-/// Whoever calls from several threads guards (`SimulatedSdk`).
+/// Operations answer as those of all subsystems do (`sim/chip/README.md`). Each answers
+/// BCM_E_NOT_FOUND if there is no preselector of that id.
 
 #include "sim/chip/FieldCriteria.h"
 #include "sim/chip/IdSequence.h"
@@ -63,7 +62,6 @@ class SimPreselectors
     /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return preselectors_; }
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { preselectors_ = state; }
 
   private:

@@ -2,8 +2,7 @@
 
 /// The range checkers of a chip.
 ///
-/// Operations answer as the SDK does, and check their arguments before they change anything: a
-/// failed call changes nothing. Whoever calls from several threads guards (`SimulatedSdk`).
+/// Operations answer as those of all subsystems do (`sim/chip/README.md`).
 
 #include "sim/chip/ChipSnapshot.h"
 #include "sim/chip/IdSequence.h"
@@ -62,7 +61,6 @@ class SimRange
     /// Changes a bit of a range checker (`SoftError.h`). False if there is none of that id.
     bool flip( bcm_range_t rangeId, const SoftError& error );
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { ranges_ = state; }
 
   private:

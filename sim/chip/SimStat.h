@@ -4,8 +4,7 @@
 ///
 /// A statistic is made for the entries of one group with a counter for each of some types, and
 /// attached to entries; it counts what they see, and wraps at the counters' width. Operations
-/// answer as the SDK does, and check their arguments before they change anything: a failed call
-/// changes nothing. Whoever calls from several threads guards (`SimulatedSdk`).
+/// answer as those of all subsystems do (`sim/chip/README.md`).
 
 #include "sim/chip/SimField.h"
 #include "sim/chip/Traffic.h"
@@ -111,7 +110,6 @@ class SimStat
     /// All that there are, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { state_ = state; }
 
   private:

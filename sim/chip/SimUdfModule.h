@@ -7,10 +7,8 @@
 /// lowest ones first. A packet format is an object of its own each time it is made, also when
 /// another one describes the same packets.
 ///
-/// Operations answer as the SDK does, and check their arguments before they change anything: a
-/// failed call changes nothing. Each answers BCM_E_PARAM for a null pointer that it needs, and
-/// BCM_E_NOT_FOUND for an id that there is not. Whoever calls from several threads guards
-/// (`SimulatedSdk`).
+/// Operations answer as those of all subsystems do (`sim/chip/README.md`). Each answers BCM_E_PARAM
+/// for a null pointer that it needs, and BCM_E_NOT_FOUND for an id that there is not.
 
 #include "sim/chip/ChipSnapshot.h"
 #include "sim/chip/IdSequence.h"
@@ -137,7 +135,6 @@ class SimUdfModule
     /// All that there is, for snapshots.
     [[nodiscard]] const State& state() const { return state_; }
 
-    /// Goes back to an earlier state, but hands out no id again for that.
     void stateIs( const State& state ) { state_ = state; }
 
   private:
