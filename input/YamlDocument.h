@@ -17,10 +17,9 @@
 ///         } );
 ///     } );
 ///
-/// Not accepted, because a reader would not expect them here: anchors, aliases, several documents
-/// in one file, a key twice in one mapping, a key that is not a text, a text with control
-/// characters (also written with a backslash in quotes) or of more than one line, bytes that are no
-/// UTF-8.
+/// Not accepted: anchors, aliases, several documents in one file, a key twice in one mapping, a key
+/// that is not a text, a text with control characters (also written with a backslash in quotes) or
+/// of more than one line, bytes that are no UTF-8.
 
 #include "input/InputError.h"
 

@@ -1,7 +1,6 @@
 #pragma once
 
-/// Runs something that may abort in a child process. Much quicker than a death test, so that
-/// hundreds of inputs can be tried.
+/// Runs something that may abort in a child process, without what a death test does around it.
 ///
 ///     const ChildRun run = runInChild( [] { translate( 255 ); } );
 ///     EXPECT_TRUE( run.aborted );
