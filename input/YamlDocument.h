@@ -49,15 +49,11 @@ concept YamlReader = std::invocable< Reader, const YamlNode& >;
 
 /// A table of pairs of a name and a value.
 template< class Table, class Value >
-concept NameTable = requires( const Table& table )
-{
-    {
-        std::begin( table )->first
-        } -> std::convertible_to< std::string_view >;
-    {
-        std::begin( table )->second
-        } -> std::convertible_to< const Value& >;
-};
+concept NameTable =
+    std::convertible_to< decltype( std::begin( std::declval< const Table& >() )->first ),
+                         std::string_view > &&
+    std::convertible_to< decltype( std::begin( std::declval< const Table& >() )->second ),
+                         const Value& >;
 
 /// A value in the file: a text, a number, a list, a mapping, or nothing.
 class YamlNode

@@ -15,6 +15,10 @@
 
 namespace Agent {
 
+/// A class that a pointer to `Base` can point to.
+template< class Other, class Base >
+concept PointerTo = std::convertible_to< Other*, Base* >;
+
 /// A reference that keeps its object alive; see the top of this header.
 template< class T >
 class Ptr
@@ -45,9 +49,8 @@ class Ptr
     {}
 
     /// One more reference, to the object as its base.
-    template< class Other >
-    requires std::convertible_to< Other*, T* > Ptr( const Ptr< Other >& other )
-    noexcept
+    template< PointerTo< T > Other >
+    Ptr( const Ptr< Other >& other ) noexcept
         : object_( other.get() )
     {
         take();

@@ -154,6 +154,14 @@ inline void packForRing( RingPacker& packer, std::string_view text ) noexcept
     packer.packText( text );
 }
 
+/// An unsigned integer; `bool` is none.
+template< class Piece >
+concept UnsignedNumber = std::unsigned_integral< Piece > && !std::same_as< Piece, bool >;
+
+/// An enumeration, scoped or not.
+template< class Piece >
+concept AnyEnumeration = std::is_enum_v< Piece >;
+
 /// The kind of an unsigned integer of that type.
 template< std::unsigned_integral Integer >
 inline constexpr RingKind unsignedKind = sizeof( Integer ) == 1   ? RingKind::unsigned8
@@ -162,10 +170,8 @@ inline constexpr RingKind unsignedKind = sizeof( Integer ) == 1   ? RingKind::un
                                                                   : RingKind::unsigned64;
 
 /// Packs an integer in its own width.
-template< std::unsigned_integral Integer >
-
-requires( !std::same_as< Integer, bool > ) void packForRing( RingPacker& packer,
-                                                             Integer value ) noexcept
+template< UnsignedNumber Integer >
+void packForRing( RingPacker& packer, Integer value ) noexcept
 {
     packer.pack( unsignedKind< Integer >, &value, sizeof( value ) );
 }
@@ -178,10 +184,8 @@ void packForRing( RingPacker& packer, Integer value ) noexcept
     packer.pack( RingKind::signed64, &wide, sizeof( wide ) );
 }
 
-template< class Enumeration >
 /// Packs the number of an enumerator.
-requires std::is_enum_v< Enumeration >
-
+template< AnyEnumeration Enumeration >
 void packForRing( RingPacker& packer, Enumeration value ) noexcept
 {
     packForRing( packer, static_cast< std::underlying_type_t< Enumeration > >( value ) );

@@ -120,12 +120,14 @@ concept NumberPiece =
     !std::same_as< Piece, wchar_t > && !std::same_as< Piece, char8_t > &&
     !std::same_as< Piece, char16_t > && !std::same_as< Piece, char32_t >;
 
+/// A pointer to characters.
+template< class Piece >
+concept CharacterPointer = std::same_as< Piece, char* > || std::same_as< Piece, const char* >;
+
 /// The strings of characters, with their length or with a null character at the end.
 template< class Piece >
-concept StringPiece =
-    std::same_as< Piece, std::string > || std::same_as< Piece, std::string_view > ||
-    std::same_as < std::decay_t< Piece >,
-char* > || std::same_as< std::decay_t< Piece >, const char* >;
+concept StringPiece = std::same_as< Piece, std::string > ||
+    std::same_as< Piece, std::string_view > || CharacterPointer< std::decay_t< Piece > >;
 
 } // namespace Detail
 
