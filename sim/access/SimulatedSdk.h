@@ -145,23 +145,28 @@ class SimulatedSdk : public UnavailableSdk
     int bcm_field_presel_destroy( int unit, bcm_field_presel_t presel ) override;
 
     // The qualifiers of entries and preselectors.
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
-    int function( int unit, bcm_field_entry_t entry, type data, type mask ) override;
-#define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
-    int function( int unit, bcm_field_entry_t entry, type value ) override;
-#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users )                                  \
-    int function( int unit, bcm_field_entry_t entry, const type data, const type mask ) override;
-#define FIELD_QUALIFIER_PORTS( function, qualifier, users )                                        \
-    int function( int unit, bcm_field_entry_t entry, const _shr_pbmp* data,                        \
-                  const _shr_pbmp* mask ) override;
-#define FIELD_NUMBER_READ( function, qualifier, type )                                             \
-    int function( int unit, bcm_field_entry_t entry, type* data, type* mask ) override;
-#define FIELD_NAMED_READ( function, qualifier, type )                                              \
-    int function( int unit, bcm_field_entry_t entry, type* value ) override;
-#define FIELD_BYTES_READ( function, qualifier, type )                                              \
-    int function( int unit, bcm_field_entry_t entry, uint8_t* data, uint8_t* mask ) override;
-#define FIELD_PORTS_READ( function, qualifier )                                                    \
-    int function( int unit, bcm_field_entry_t entry, _shr_pbmp* data, _shr_pbmp* mask ) override;
+#define FIELD_QUALIFIER_NUMBER( name, type, users )                                                \
+    int bcm_field_qualify_##name( int unit, bcm_field_entry_t entry, type data, type mask )        \
+        override;
+#define FIELD_QUALIFIER_NAMED( name, type, users )                                                 \
+    int bcm_field_qualify_##name( int unit, bcm_field_entry_t entry, type value ) override;
+#define FIELD_QUALIFIER_BYTES( name, type, users )                                                 \
+    int bcm_field_qualify_##name( int unit, bcm_field_entry_t entry, const type data,              \
+                                  const type mask ) override;
+#define FIELD_QUALIFIER_PORTS( name, users )                                                       \
+    int bcm_field_qualify_##name( int unit, bcm_field_entry_t entry, const _shr_pbmp* data,        \
+                                  const _shr_pbmp* mask ) override;
+#define FIELD_NUMBER_READ( name, type )                                                            \
+    int bcm_field_qualify_##name##_get( int unit, bcm_field_entry_t entry, type* data,             \
+                                        type* mask ) override;
+#define FIELD_NAMED_READ( name, type )                                                             \
+    int bcm_field_qualify_##name##_get( int unit, bcm_field_entry_t entry, type* value ) override;
+#define FIELD_BYTES_READ( name, type )                                                             \
+    int bcm_field_qualify_##name##_get( int unit, bcm_field_entry_t entry, uint8_t* data,          \
+                                        uint8_t* mask ) override;
+#define FIELD_PORTS_READ( name )                                                                   \
+    int bcm_field_qualify_##name##_get( int unit, bcm_field_entry_t entry, _shr_pbmp* data,        \
+                                        _shr_pbmp* mask ) override;
 #include "sim/access/FieldQualifiers.def"
     int bcm_field_qualify_RangeCheck_get( int unit,
                                           bcm_field_entry_t entry,

@@ -124,39 +124,42 @@ int SimulatedSdk::bcm_field_presel_destroy( int unit, bcm_field_presel_t presel 
 
 // ---- Qualifiers ------------------------------------------------------------------------------
 
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, type data, type mask )          \
+#define FIELD_QUALIFIER_NUMBER( name, type, users )                                                \
+    int SimulatedSdk::bcm_field_qualify_##name( int unit, bcm_field_entry_t entry, type data,      \
+                                                type mask )                                        \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
-            return found.field().qualify( entry, { numbering().qualifier, FieldQualifier::users }, \
-                                          MaskedNumber{ data, mask } );                            \
+            return found.field().qualify(                                                          \
+                entry, { numbering().bcmFieldQualify##name, FieldQualifier::users },               \
+                MaskedNumber{ data, mask } );                                                      \
         } );                                                                                       \
     }
-#define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, type value )                    \
+#define FIELD_QUALIFIER_NAMED( name, type, users )                                                 \
+    int SimulatedSdk::bcm_field_qualify_##name( int unit, bcm_field_entry_t entry, type value )    \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
-            return found.field().qualify( entry, { numbering().qualifier, FieldQualifier::users }, \
-                                          namedValue( numbering(), value ) );                      \
+            return found.field().qualify(                                                          \
+                entry, { numbering().bcmFieldQualify##name, FieldQualifier::users },               \
+                namedValue( numbering(), value ) );                                                \
         } );                                                                                       \
     }
-#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users )                                  \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, const type data,                \
-                                const type mask )                                                  \
+#define FIELD_QUALIFIER_BYTES( name, type, users )                                                 \
+    int SimulatedSdk::bcm_field_qualify_##name( int unit, bcm_field_entry_t entry,                 \
+                                                const type data, const type mask )                 \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
-            return found.field().qualifyBytes( entry,                                              \
-                                               { numbering().qualifier, FieldQualifier::users },   \
-                                               sizeof( type ), data, mask );                       \
+            return found.field().qualifyBytes(                                                     \
+                entry, { numbering().bcmFieldQualify##name, FieldQualifier::users },               \
+                sizeof( type ), data, mask );                                                      \
         } );                                                                                       \
     }
-#define FIELD_QUALIFIER_PORTS( function, qualifier, users )                                        \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, const _shr_pbmp* data,          \
-                                const _shr_pbmp* mask )                                            \
+#define FIELD_QUALIFIER_PORTS( name, users )                                                       \
+    int SimulatedSdk::bcm_field_qualify_##name( int unit, bcm_field_entry_t entry,                 \
+                                                const _shr_pbmp* data, const _shr_pbmp* mask )     \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
             return found.field().qualifyPorts(                                                     \
-                entry, { numbering().qualifier, FieldQualifier::users }, data, mask );             \
+                entry, { numbering().bcmFieldQualify##name, FieldQualifier::users }, data, mask ); \
         } );                                                                                       \
     }
 #include "sim/access/FieldQualifiers.def"

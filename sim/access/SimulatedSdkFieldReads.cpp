@@ -49,37 +49,40 @@ int SimulatedSdk::bcm_field_action_get( int unit,
     } );
 }
 
-#define FIELD_NUMBER_READ( function, qualifier, type )                                             \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, type* data, type* mask )        \
+#define FIELD_NUMBER_READ( name, type )                                                            \
+    int SimulatedSdk::bcm_field_qualify_##name##_get( int unit, bcm_field_entry_t entry,           \
+                                                      type* data, type* mask )                     \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
             return readerOf( numbering(), found )                                                  \
-                .number( entry, numbering().qualifier, data, mask );                               \
+                .number( entry, numbering().bcmFieldQualify##name, data, mask );                   \
         } );                                                                                       \
     }
-#define FIELD_NAMED_READ( function, qualifier, type )                                              \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, type* value )                   \
+#define FIELD_NAMED_READ( name, type )                                                             \
+    int SimulatedSdk::bcm_field_qualify_##name##_get( int unit, bcm_field_entry_t entry,           \
+                                                      type* value )                                \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
             return readerOf( numbering(), found )                                                  \
-                .enumerator( entry, numbering().qualifier, value );                                \
+                .enumerator( entry, numbering().bcmFieldQualify##name, value );                    \
         } );                                                                                       \
     }
-#define FIELD_BYTES_READ( function, qualifier, type )                                              \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, uint8_t* data, uint8_t* mask )  \
+#define FIELD_BYTES_READ( name, type )                                                             \
+    int SimulatedSdk::bcm_field_qualify_##name##_get( int unit, bcm_field_entry_t entry,           \
+                                                      uint8_t* data, uint8_t* mask )               \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
             return readerOf( numbering(), found )                                                  \
-                .bytes( entry, numbering().qualifier, data, mask );                                \
+                .bytes( entry, numbering().bcmFieldQualify##name, data, mask );                    \
         } );                                                                                       \
     }
-#define FIELD_PORTS_READ( function, qualifier )                                                    \
-    int SimulatedSdk::function( int unit, bcm_field_entry_t entry, _shr_pbmp* data,                \
-                                _shr_pbmp* mask )                                                  \
+#define FIELD_PORTS_READ( name )                                                                   \
+    int SimulatedSdk::bcm_field_qualify_##name##_get( int unit, bcm_field_entry_t entry,           \
+                                                      _shr_pbmp* data, _shr_pbmp* mask )           \
     {                                                                                              \
         return onChip( unit, [ & ]( SimulatedChip& found ) {                                       \
             return readerOf( numbering(), found )                                                  \
-                .ports( entry, numbering().qualifier, data, mask );                                \
+                .ports( entry, numbering().bcmFieldQualify##name, data, mask );                    \
         } );                                                                                       \
     }
 #include "sim/access/FieldQualifiers.def"

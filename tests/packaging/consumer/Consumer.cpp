@@ -33,7 +33,7 @@
 namespace {
 
 constexpr std::string_view addressQualifiers[] = {
-#define FIELD_QUALIFIER_ADDRESS( function, qualifier, users ) #qualifier,
+#define FIELD_QUALIFIER_BYTES( name, type, users ) #name,
 #include "sim/FieldQualifiers.def"
 };
 

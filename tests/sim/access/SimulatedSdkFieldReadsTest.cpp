@@ -27,14 +27,14 @@ class SimulatedSdkFieldReadsTest : public testing::TestWithParam< const char* >
                 sdk.bcmFieldQualifyInterfaceClassVPort() } ) {
             sdk.BCM_FIELD_QSET_ADD( &config.qset, qualifier );
         }
-#define FIELD_NUMBER_READ( function, qualifier, type )                                             \
-    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
-#define FIELD_NAMED_READ( function, qualifier, type )                                              \
-    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
-#define FIELD_BYTES_READ( function, qualifier, type )                                              \
-    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
-#define FIELD_PORTS_READ( function, qualifier )                                                    \
-    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
+#define FIELD_NUMBER_READ( name, type )                                                            \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualify##name() );
+#define FIELD_NAMED_READ( name, type )                                                             \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualify##name() );
+#define FIELD_BYTES_READ( name, type )                                                             \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualify##name() );
+#define FIELD_PORTS_READ( name )                                                                   \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualify##name() );
 #include "sim/access/FieldQualifiers.def"
         EXPECT_EQ( sdk.bcm_field_group_config_create( unit, &config ), 0 );
         group = config.group;
@@ -92,17 +92,18 @@ TEST_P( SimulatedSdkFieldReadsTest, NumberGet_EachQualifier_GivesWhatWasSet )
 TEST_P( SimulatedSdkFieldReadsTest, NumberGet_EveryQualifierSetToAnotherNumber_GivesItsOwn )
 {
     uint8_t data = 0;
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
-    EXPECT_EQ( sdk.function( unit, entry, ++data, 0xFF ), 0 ) << #function;
+#define FIELD_QUALIFIER_NUMBER( name, type, users )                                                \
+    EXPECT_EQ( sdk.bcm_field_qualify_##name( unit, entry, ++data, 0xFF ), 0 ) << #name;
 #include "sim/access/FieldQualifiers.def"
     uint8_t expected = 0;
-#define FIELD_NUMBER_READ( function, qualifier, type )                                             \
+#define FIELD_NUMBER_READ( name, type )                                                            \
     {                                                                                              \
         type readData = 0;                                                                         \
         type readMask = 0;                                                                         \
-        EXPECT_EQ( sdk.function( unit, entry, &readData, &readMask ), 0 ) << #function;            \
-        EXPECT_EQ( readData, ++expected ) << #function;                                            \
-        EXPECT_EQ( readMask, 0xFFU ) << #function;                                                 \
+        EXPECT_EQ( sdk.bcm_field_qualify_##name##_get( unit, entry, &readData, &readMask ), 0 )    \
+            << #name;                                                                              \
+        EXPECT_EQ( readData, ++expected ) << #name;                                                \
+        EXPECT_EQ( readMask, 0xFFU ) << #name;                                                     \
     }
 #include "sim/access/FieldQualifiers.def"
     EXPECT_EQ( expected, data );

@@ -21,14 +21,14 @@ class SimulatedSdkFieldTest : public testing::TestWithParam< const char* >
         bcm_field_group_config_t config;
         sdk.bcm_field_group_config_t_init( &config );
         config.mode = sdk.bcmFieldGroupModeAuto();
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
-    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
-#define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
-    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
-#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users )                                  \
-    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
-#define FIELD_QUALIFIER_PORTS( function, qualifier, users )                                        \
-    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.qualifier() );
+#define FIELD_QUALIFIER_NUMBER( name, type, users )                                                \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualify##name() );
+#define FIELD_QUALIFIER_NAMED( name, type, users )                                                 \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualify##name() );
+#define FIELD_QUALIFIER_BYTES( name, type, users )                                                 \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualify##name() );
+#define FIELD_QUALIFIER_PORTS( name, users )                                                       \
+    sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualify##name() );
 #include "sim/access/FieldQualifiers.def"
         sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualifyRangeCheck() );
         sdk.BCM_FIELD_QSET_ADD( &config.qset, sdk.bcmFieldQualifySrcClassField() );
@@ -95,20 +95,20 @@ TEST_P( SimulatedSdkFieldTest, EveryFieldFunction_UnitWithChip_IsAvailable )
 
 TEST_P( SimulatedSdkFieldTest, QualifyNumber_EachFunction_StoresDataAndMaskUnderItsQualifier )
 {
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
-    EXPECT_EQ( sdk.function( 3, entry, 0x12, 0x34 ), ReturnCode::BCM_E_NONE ) << #function;        \
-    EXPECT_EQ( "bcmFieldQualify" + std::string( #function ).substr( 18 ), #qualifier );            \
-    EXPECT_EQ( valueOf( "field entry 1", std::string( #function ).substr( 18 ) ), "0x12/0x34" );
+#define FIELD_QUALIFIER_NUMBER( name, type, users )                                                \
+    EXPECT_EQ( sdk.bcm_field_qualify_##name( 3, entry, 0x12, 0x34 ), ReturnCode::BCM_E_NONE )      \
+        << #name;                                                                                  \
+    EXPECT_EQ( valueOf( "field entry 1", #name ), "0x12/0x34" );
 #include "sim/access/FieldQualifiers.def"
 }
 
 TEST_P( SimulatedSdkFieldTest, QualifyNumber_EachFunctionOnAPreselector_StoresOrIsUnavailable )
 {
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
-    EXPECT_EQ( sdk.function( 3, preselector, 0x12, 0x34 ),                                         \
+#define FIELD_QUALIFIER_NUMBER( name, type, users )                                                \
+    EXPECT_EQ( sdk.bcm_field_qualify_##name( 3, preselector, 0x12, 0x34 ),                         \
                FieldQualifier::users == FieldQualifier::entries ? ReturnCode::BCM_E_UNAVAIL        \
                                                                 : ReturnCode::BCM_E_NONE )         \
-        << #function;
+        << #name;
 #include "sim/access/FieldQualifiers.def"
     EXPECT_EQ( valueOf( "preselector 1", "Drop" ), "0x12/0x34" );
     EXPECT_EQ( valueOf( "preselector 1", "TunnelTerminated" ), "0x12/0x34" );
@@ -149,14 +149,14 @@ TEST_P( SimulatedSdkFieldTest, QualifyNamed_EachFunction_StoresTheEnumeratorsNam
 
 TEST_P( SimulatedSdkFieldTest, QualifyNamed_NumberThatIsNoEnumerator_IsBadParameter )
 {
-#define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
-    EXPECT_EQ( sdk.function( 3, entry, static_cast< type >( 0x7FFFFFF1 ) ),                        \
+#define FIELD_QUALIFIER_NAMED( name, type, users )                                                 \
+    EXPECT_EQ( sdk.bcm_field_qualify_##name( 3, entry, static_cast< type >( 0x7FFFFFF1 ) ),        \
                ReturnCode::BCM_E_PARAM )                                                           \
-        << #function;                                                                              \
-    EXPECT_EQ( sdk.function( 3, preselector, static_cast< type >( 0x7FFFFFF1 ) ),                  \
+        << #name;                                                                                  \
+    EXPECT_EQ( sdk.bcm_field_qualify_##name( 3, preselector, static_cast< type >( 0x7FFFFFF1 ) ),  \
                FieldQualifier::users == FieldQualifier::entries ? ReturnCode::BCM_E_UNAVAIL        \
                                                                 : ReturnCode::BCM_E_PARAM )        \
-        << #function;
+        << #name;
 #include "sim/access/FieldQualifiers.def"
 }
 
