@@ -5,9 +5,27 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 namespace Sim {
+
+namespace {
+
+/// Sets what the corruption is about where one of the arguments of the call points.
+template< class... Arguments >
+void corruptAmong( const std::tuple< Arguments... >& given,
+                   const SdkFunction& function,
+                   const CorruptOutput& corruption )
+{
+    std::apply(
+        [ & ]( const Arguments&... arguments ) {
+            setOutput( function, corruption.output, corruption.value, arguments... );
+        },
+        given );
+}
+
+} // namespace
 
 FaultInjectingSdk::FaultInjectingSdk( SimulatedSdk& simulated, FaultPlan plan )
     : ForwardingSdk( simulated )
@@ -99,20 +117,16 @@ int FaultInjectingSdk::called( const DueFaults& due,
     return rc;
 }
 
-// The function and the corruption, and then the arguments of the call.
-#define WITH_ARGUMENTS( ... ) ( function, corruption.output, corruption.value, __VA_ARGS__ )
-
 #define SDK_FUNCTION( family, name, parameters, arguments )                                        \
     int FaultInjectingSdk::name parameters                                                         \
     {                                                                                              \
+        const auto given = std::tuple arguments;                                                   \
         return injected(                                                                           \
             SdkFunctionId::name, unit, [ & ] { return simulated_.name arguments; },                \
             [ & ]( const SdkFunction& function, const CorruptOutput& corruption ) {                \
-                setOutput WITH_ARGUMENTS arguments;                                                \
+                corruptAmong( given, function, corruption );                                       \
             } );                                                                                   \
     }
 #include "sdk/SdkFunctions.def"
-
-#undef WITH_ARGUMENTS
 
 } // namespace Sim
