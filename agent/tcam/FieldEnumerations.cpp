@@ -2,7 +2,7 @@
 
 namespace PeloraTcam {
 
-#define FIELD_ENUMERATION( type, underlyingType )                                                  \
+#define FIELD_ENUMERATION( type, underlyingType, ... )                                             \
     std::ostream& operator<<( std::ostream& stream, type value )                                   \
     {                                                                                              \
         return printEnumerator( stream, value );                                                   \

@@ -24,24 +24,25 @@ namespace PeloraTcam {
 using Agent::U32;
 using Agent::U8;
 
-// clang-format off
-#define FIELD_ENUMERATION( enumeration, underlyingType ) enum class enumeration : underlyingType {
+#define FIELD_ENUMERATION( type, underlyingType, ... )                                             \
+    enum class type : underlyingType                                                               \
+    {                                                                                              \
+        __VA_ARGS__                                                                                \
+    };
 #define FIELD_ENUMERATOR( name, number ) name = number,
-#define FIELD_ENUMERATION_END( enumeration ) };
 #include "agent/tcam/FieldEnumerations.def"
 
-#define FIELD_ENUMERATION( type, underlyingType )                                                  \
+#define FIELD_ENUMERATION( type, underlyingType, ... )                                             \
     template<>                                                                                     \
     struct EnumeratorNames< type >                                                                 \
     {                                                                                              \
         static constexpr std::string_view enumeration = #type;                                     \
-        static constexpr EnumeratorName rows[] = {
+        static constexpr EnumeratorName rows[] = { __VA_ARGS__ };                                  \
+    };
 #define FIELD_ENUMERATOR( name, number ) { #name, number },
-#define FIELD_ENUMERATION_END( type ) }; };
 #include "agent/tcam/FieldEnumerations.def"
-// clang-format on
 
-#define FIELD_ENUMERATION( type, underlyingType )                                                  \
+#define FIELD_ENUMERATION( type, underlyingType, ... )                                             \
     AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, type value );
 #include "agent/tcam/FieldEnumerations.def"
 

@@ -19,7 +19,7 @@ class FieldEnumerationTest : public ::testing::Test
 {};
 
 // The list, with a comma after each.
-#define FIELD_ENUMERATION( type, underlyingType ) type,
+#define FIELD_ENUMERATION( type, underlyingType, ... ) type,
 using EveryEnumeration = ::testing::Types<
 #include "agent/tcam/FieldEnumerations.def"
     FieldIpType >; // once more, to close the list
