@@ -5,17 +5,15 @@
 /// Made from `ActionTypes.def`. A number never changes its meaning. Not every one of them is
 /// translated for the SDK: `PeloraTcam/Actions.def` says which are.
 ///
-///     stream << ActionType::drop;             // drop
-///     actionTypeFromName( "drop" );           // ActionType::drop
+///     stream << ActionType::drop;                  // drop
+///     enumeratorFromName< ActionType >( "drop" );  // ActionType::drop
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
 #include "agent/tcam/EnumeratorNames.h"
 
-#include <optional>
 #include <ostream>
 #include <string_view>
-#include <vector>
 
 namespace PeloraTcam {
 
@@ -26,7 +24,7 @@ enum class ActionType : Agent::U8
 #include "agent/tcam/ActionTypes.def"
 };
 
-/// The table of names behind `enumeratorName()`.
+/// The table of names behind `nameOfEnumerator()`.
 template<>
 struct EnumeratorNames< ActionType >
 {
@@ -40,11 +38,5 @@ struct EnumeratorNames< ActionType >
 
 /// Prints the name, or "ActionType(250)" for a number that has none.
 AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, ActionType type );
-
-/// The action type of that name, such as "drop"; nothing if there is none.
-[[nodiscard]] AGENT_EXPORT std::optional< ActionType > actionTypeFromName( std::string_view name );
-
-/// The names of all of them, in the order of their numbers.
-[[nodiscard]] AGENT_EXPORT std::vector< std::string_view > actionTypeNames();
 
 } // namespace PeloraTcam

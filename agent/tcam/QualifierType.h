@@ -5,17 +5,15 @@
 /// Made from `QualifierTypes.def`. A number never changes its meaning. Not every one of them is
 /// translated for the SDK: `PeloraTcam/Qualifiers.def` says which are.
 ///
-///     stream << QualifierType::drop;          // drop
-///     qualifierTypeFromName( "drop" );        // QualifierType::drop
+///     stream << QualifierType::drop;                  // drop
+///     enumeratorFromName< QualifierType >( "drop" );  // QualifierType::drop
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
 #include "agent/tcam/EnumeratorNames.h"
 
-#include <optional>
 #include <ostream>
 #include <string_view>
-#include <vector>
 
 namespace PeloraTcam {
 
@@ -26,7 +24,7 @@ enum class QualifierType : Agent::U8
 #include "agent/tcam/QualifierTypes.def"
 };
 
-/// The table of names behind `enumeratorName()`.
+/// The table of names behind `nameOfEnumerator()`.
 template<>
 struct EnumeratorNames< QualifierType >
 {
@@ -40,12 +38,5 @@ struct EnumeratorNames< QualifierType >
 
 /// Prints the name, or "QualifierType(250)" for a number that has none.
 AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, QualifierType type );
-
-/// The qualifier type of that name, such as "drop"; nothing if there is none.
-[[nodiscard]] AGENT_EXPORT std::optional< QualifierType >
-qualifierTypeFromName( std::string_view name );
-
-/// The names of all of them, in the order of their numbers.
-[[nodiscard]] AGENT_EXPORT std::vector< std::string_view > qualifierTypeNames();
 
 } // namespace PeloraTcam

@@ -24,12 +24,12 @@ std::string lowerCase( std::string_view text )
 
 TEST( ActionTypeTest, Names_Always_Number132 )
 {
-    EXPECT_EQ( actionTypeNames().size(), 132U );
+    EXPECT_EQ( enumeratorNames< ActionType >().size(), 132U );
 }
 
 TEST( ActionTypeTest, Names_AfterTheFirst_AreSortedWithoutRegardToCase )
 {
-    const std::vector< std::string_view > names = actionTypeNames();
+    const std::vector< std::string_view > names = enumeratorNames< ActionType >();
     EXPECT_EQ( names.at( 0 ), "invalid" );
     for ( size_t number = 2; number < names.size(); ++number ) {
         EXPECT_LT( lowerCase( names[ number - 1 ] ), lowerCase( names[ number ] ) );
@@ -38,19 +38,19 @@ TEST( ActionTypeTest, Names_AfterTheFirst_AreSortedWithoutRegardToCase )
 
 TEST( ActionTypeTest, FromName_OfEveryName_IsTheTypeThatPrintsIt )
 {
-    const std::vector< std::string_view > names = actionTypeNames();
+    const std::vector< std::string_view > names = enumeratorNames< ActionType >();
     for ( size_t number = 0; number < names.size(); ++number ) {
         const auto type = static_cast< ActionType >( number );
-        EXPECT_EQ( actionTypeFromName( names[ number ] ), type );
+        EXPECT_EQ( enumeratorFromName< ActionType >( names[ number ] ), type );
         EXPECT_EQ( joinPieces( type ), names[ number ] );
     }
 }
 
 TEST( ActionTypeTest, FromName_UnknownName_IsNothing )
 {
-    EXPECT_EQ( actionTypeFromName( "dropp" ), std::nullopt );
-    EXPECT_EQ( actionTypeFromName( "Drop" ), std::nullopt );
-    EXPECT_EQ( actionTypeFromName( "" ), std::nullopt );
+    EXPECT_EQ( enumeratorFromName< ActionType >( "dropp" ), std::nullopt );
+    EXPECT_EQ( enumeratorFromName< ActionType >( "Drop" ), std::nullopt );
+    EXPECT_EQ( enumeratorFromName< ActionType >( "" ), std::nullopt );
 }
 
 TEST( ActionTypeTest, Print_NumberWithoutName_NamesTypeAndNumber )

@@ -24,12 +24,12 @@ std::string lowerCase( std::string_view text )
 
 TEST( QualifierTypeTest, Names_Always_Number203 )
 {
-    EXPECT_EQ( qualifierTypeNames().size(), 203U );
+    EXPECT_EQ( enumeratorNames< QualifierType >().size(), 203U );
 }
 
 TEST( QualifierTypeTest, Names_AfterTheFirst_AreSortedWithoutRegardToCase )
 {
-    const std::vector< std::string_view > names = qualifierTypeNames();
+    const std::vector< std::string_view > names = enumeratorNames< QualifierType >();
     EXPECT_EQ( names.at( 0 ), "invalid" );
     for ( size_t number = 2; number < names.size(); ++number ) {
         EXPECT_LT( lowerCase( names[ number - 1 ] ), lowerCase( names[ number ] ) );
@@ -38,19 +38,19 @@ TEST( QualifierTypeTest, Names_AfterTheFirst_AreSortedWithoutRegardToCase )
 
 TEST( QualifierTypeTest, FromName_OfEveryName_IsTheTypeThatPrintsIt )
 {
-    const std::vector< std::string_view > names = qualifierTypeNames();
+    const std::vector< std::string_view > names = enumeratorNames< QualifierType >();
     for ( size_t number = 0; number < names.size(); ++number ) {
         const auto type = static_cast< QualifierType >( number );
-        EXPECT_EQ( qualifierTypeFromName( names[ number ] ), type );
+        EXPECT_EQ( enumeratorFromName< QualifierType >( names[ number ] ), type );
         EXPECT_EQ( joinPieces( type ), names[ number ] );
     }
 }
 
 TEST( QualifierTypeTest, FromName_UnknownName_IsNothing )
 {
-    EXPECT_EQ( qualifierTypeFromName( "dropp" ), std::nullopt );
-    EXPECT_EQ( qualifierTypeFromName( "Drop" ), std::nullopt );
-    EXPECT_EQ( qualifierTypeFromName( "" ), std::nullopt );
+    EXPECT_EQ( enumeratorFromName< QualifierType >( "dropp" ), std::nullopt );
+    EXPECT_EQ( enumeratorFromName< QualifierType >( "Drop" ), std::nullopt );
+    EXPECT_EQ( enumeratorFromName< QualifierType >( "" ), std::nullopt );
 }
 
 TEST( QualifierTypeTest, Print_NumberWithoutName_NamesTypeAndNumber )
