@@ -4,6 +4,7 @@
 #include "PeloraTcam/UdfChunks.h"
 #include "PeloraTcam/UdfLogMessages.h"
 #include "agent/base/Assert.h"
+#include "agent/base/RingTrace.h"
 #include "sdk/SdkCall.h"
 
 #include <array>

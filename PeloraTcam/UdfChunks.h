@@ -6,7 +6,7 @@
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/CallLocation.h"
-#include "agent/base/RingTrace.h"
+#include "agent/base/RingPacker.h"
 #include "agent/tcam/UdfTypes.h"
 #include "sdk/SdkCall.h"
 #include "sdk/SdkTypes.h"

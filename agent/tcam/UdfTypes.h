@@ -11,7 +11,7 @@
 #include "agent/base/Export.h"
 #include "agent/base/Ptr.h"
 #include "agent/base/ReferenceCount.h"
-#include "agent/base/RingTrace.h"
+#include "agent/base/RingPacker.h"
 #include "agent/tcam/SortedIds.h"
 
 #include <map>

@@ -1,5 +1,6 @@
 #include "agent/tcam/UdfTypes.h"
 
+#include "agent/base/RingTrace.h"
 #include "agent/base/RingTraceDecoder.h"
 #include "agent/base/TextPieces.h"
 

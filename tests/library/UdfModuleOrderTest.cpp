@@ -2,6 +2,7 @@
 // which of several lines comes first, and what stays as the SDK has initialised it.
 
 #include "PeloraTcam/PeloraTcamUdfSdk6Helper.h"
+#include "agent/base/RingTrace.h"
 #include "sdk/ForwardingSdk.h"
 #include "tests/library/UdfScene.h"
 

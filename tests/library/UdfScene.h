@@ -7,6 +7,7 @@
 
 #include "PeloraTcam/PeloraTcamSdk6UdfEntryHelper.h"
 #include "agent/base/Log.h"
+#include "agent/base/RingTrace.h"
 #include "agent/base/RingTraceDecoder.h"
 #include "tests/library/HelperScene.h"
 
