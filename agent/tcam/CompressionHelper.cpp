@@ -6,23 +6,7 @@ namespace PeloraTcam {
 
 std::ostream& operator<<( std::ostream& stream, PeloraCompressionTableType type )
 {
-    switch ( type ) {
-    case PeloraCompressionTableType::invalid:
-        return stream << "invalid";
-    case PeloraCompressionTableType::etherType:
-        return stream << "etherType";
-    case PeloraCompressionTableType::ipProto:
-        return stream << "ipProto";
-    case PeloraCompressionTableType::l4SrcPort:
-        return stream << "l4SrcPort";
-    case PeloraCompressionTableType::l4DstPort:
-        return stream << "l4DstPort";
-    case PeloraCompressionTableType::srcIp:
-        return stream << "srcIp";
-    case PeloraCompressionTableType::dstIp:
-        return stream << "dstIp";
-    }
-    return stream << "PeloraCompressionTableType(" << static_cast< unsigned >( type ) << ")";
+    return printEnumerator( stream, type );
 }
 
 CompressionKey::CompressionKey( U32 value )

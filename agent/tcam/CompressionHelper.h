@@ -9,10 +9,12 @@
 
 #include "agent/base/Export.h"
 #include "agent/base/TypeRegistry.h"
+#include "agent/tcam/EnumeratorNames.h"
 #include "agent/tcam/IpAddress.h"
 #include "agent/tcam/TcamTypes.h"
 
 #include <ostream>
+#include <string_view>
 
 namespace PeloraTcam {
 
@@ -26,6 +28,19 @@ enum class PeloraCompressionTableType : U8
     l4DstPort = 4,
     srcIp = 5,
     dstIp = 6,
+};
+
+/// The table of names behind `nameOfEnumerator()`.
+template<>
+struct EnumeratorNames< PeloraCompressionTableType >
+{
+    /// The name of the type.
+    static constexpr std::string_view enumeration = "PeloraCompressionTableType";
+    /// One row an enumerator.
+    static constexpr EnumeratorName rows[] = {
+        { "invalid", 0 },   { "etherType", 1 }, { "ipProto", 2 }, { "l4SrcPort", 3 },
+        { "l4DstPort", 4 }, { "srcIp", 5 },     { "dstIp", 6 },
+    };
 };
 
 /// Prints the name, or "PeloraCompressionTableType(N)" for a value that has none.

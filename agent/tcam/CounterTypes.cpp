@@ -1,26 +1,10 @@
 #include "agent/tcam/CounterTypes.h"
 
-#include <array>
-#include <string_view>
-
 namespace PeloraTcam {
-
-namespace {
-
-constexpr std::array< std::string_view, 9 > names = {
-    "invalid",    "bytes",        "packets",     "redBytes",      "redPackets",
-    "greenBytes", "greenPackets", "yellowBytes", "yellowPackets",
-};
-
-} // namespace
 
 std::ostream& operator<<( std::ostream& stream, CounterType type )
 {
-    const auto number = static_cast< unsigned >( type );
-    if ( number < names.size() ) {
-        return stream << names[ number ];
-    }
-    return stream << "CounterType(" << number << ")";
+    return printEnumerator( stream, type );
 }
 
 std::ostream& operator<<( std::ostream& stream, const CounterSet& set )

@@ -4,11 +4,13 @@
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
+#include "agent/tcam/EnumeratorNames.h"
 #include "agent/tcam/StageType.h"
 #include "agent/tcam/TcamGroup.h"
 
 #include <map>
 #include <ostream>
+#include <string_view>
 
 namespace PeloraTcam {
 
@@ -25,6 +27,19 @@ enum class CounterType : Agent::U8
     greenPackets = 6,
     yellowBytes = 7,
     yellowPackets = 8,
+};
+
+/// The table of names behind `nameOfEnumerator()`.
+template<>
+struct EnumeratorNames< CounterType >
+{
+    static constexpr std::string_view enumeration = "CounterType"; ///< the name of the type
+    /// One row an enumerator.
+    static constexpr EnumeratorName rows[] = {
+        { "invalid", 0 },      { "bytes", 1 },       { "packets", 2 },
+        { "redBytes", 3 },     { "redPackets", 4 },  { "greenBytes", 5 },
+        { "greenPackets", 6 }, { "yellowBytes", 7 }, { "yellowPackets", 8 },
+    };
 };
 
 /// Prints the name, or "CounterType(N)" for a value that has none.

@@ -6,15 +6,7 @@ namespace PeloraTcam {
 
 std::ostream& operator<<( std::ostream& stream, PolicerMode mode )
 {
-    switch ( mode ) {
-    case PolicerMode::committed:
-        return stream << "committed";
-    case PolicerMode::trTcm:
-        return stream << "trTcm";
-    case PolicerMode::srTcm:
-        return stream << "srTcm";
-    }
-    return stream << "PolicerMode(" << static_cast< unsigned >( mode ) << ")";
+    return printEnumerator( stream, mode );
 }
 
 std::ostream& operator<<( std::ostream& stream, const Policer& policer )

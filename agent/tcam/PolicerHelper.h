@@ -10,10 +10,12 @@
 #include "agent/base/Ptr.h"
 #include "agent/base/ReferenceCount.h"
 #include "agent/base/TypeRegistry.h"
+#include "agent/tcam/EnumeratorNames.h"
 #include "agent/tcam/StageType.h"
 #include "agent/tcam/TcamTypes.h"
 
 #include <ostream>
+#include <string_view>
 
 namespace PeloraTcam {
 
@@ -23,6 +25,19 @@ enum class PolicerMode : U8
     committed = 0, ///< one rate, in or out of profile
     trTcm = 1,     ///< two rates, three colours (RFC 2698)
     srTcm = 2,     ///< one rate, three colours (RFC 2697)
+};
+
+/// The table of names behind `nameOfEnumerator()`.
+template<>
+struct EnumeratorNames< PolicerMode >
+{
+    static constexpr std::string_view enumeration = "PolicerMode"; ///< the name of the type
+    /// One row an enumerator.
+    static constexpr EnumeratorName rows[] = {
+        { "committed", 0 },
+        { "trTcm", 1 },
+        { "srTcm", 2 },
+    };
 };
 
 /// Prints the name, or "PolicerMode(N)" for a value that has none.

@@ -6,17 +6,7 @@ namespace PeloraTcam {
 
 std::ostream& operator<<( std::ostream& stream, RangeType type )
 {
-    switch ( type ) {
-    case RangeType::invalid:
-        return stream << "invalid";
-    case RangeType::l4DstPort:
-        return stream << "l4DstPort";
-    case RangeType::l4SrcPort:
-        return stream << "l4SrcPort";
-    case RangeType::packetLength:
-        return stream << "packetLength";
-    }
-    return stream << "RangeType(" << static_cast< unsigned >( type ) << ")";
+    return printEnumerator( stream, type );
 }
 
 std::ostream& operator<<( std::ostream& stream, const RangeCheckerDesc& desc )

@@ -10,9 +10,11 @@
 #include "agent/base/Ptr.h"
 #include "agent/base/ReferenceCount.h"
 #include "agent/base/TypeRegistry.h"
+#include "agent/tcam/EnumeratorNames.h"
 #include "agent/tcam/TcamTypes.h"
 
 #include <ostream>
+#include <string_view>
 
 namespace PeloraTcam {
 
@@ -23,6 +25,20 @@ enum class RangeType : U8
     l4DstPort = 1,
     l4SrcPort = 2,
     packetLength = 3,
+};
+
+/// The table of names behind `nameOfEnumerator()`.
+template<>
+struct EnumeratorNames< RangeType >
+{
+    static constexpr std::string_view enumeration = "RangeType"; ///< the name of the type
+    /// One row an enumerator.
+    static constexpr EnumeratorName rows[] = {
+        { "invalid", 0 },
+        { "l4DstPort", 1 },
+        { "l4SrcPort", 2 },
+        { "packetLength", 3 },
+    };
 };
 
 /// Prints the name, or "RangeType(N)" for a value that has none.

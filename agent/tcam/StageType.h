@@ -4,8 +4,10 @@
 
 #include "agent/base/BaseTypes.h"
 #include "agent/base/Export.h"
+#include "agent/tcam/EnumeratorNames.h"
 
 #include <ostream>
+#include <string_view>
 
 namespace PeloraTcam {
 
@@ -19,6 +21,20 @@ enum class StageType : Agent::U8
     ifp = 2,
     /// The egress stage: at the outgoing port.
     efp = 3,
+};
+
+/// The table of names behind `nameOfEnumerator()`.
+template<>
+struct EnumeratorNames< StageType >
+{
+    static constexpr std::string_view enumeration = "StageType"; ///< the name of the type
+    /// One row an enumerator.
+    static constexpr EnumeratorName rows[] = {
+        { "invalid", 0 },
+        { "vfp", 1 },
+        { "ifp", 2 },
+        { "efp", 3 },
+    };
 };
 
 /// The lookup stage.

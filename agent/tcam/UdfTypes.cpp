@@ -2,7 +2,6 @@
 
 #include "agent/base/TextPieces.h"
 
-#include <array>
 #include <string_view>
 
 namespace PeloraTcam {
@@ -11,29 +10,13 @@ namespace {
 
 using Agent::packForRing;
 
-constexpr std::array< std::string_view, 9 > baseNames = {
-    "UdfBasePacketStart_",   "UdfBaseL2Header_",       "UdfBaseL3Header_",
-    "UdfBaseL3OuterHeader_", "UdfBaseL3OuterPayload_", "UdfBaseL3InnerHeader_",
-    "UdfBaseL4InnerHeader_", "UdfBaseL4OuterHeader_",  "UdfBaseL4OuterPayload_",
-};
-
-constexpr std::array< std::string_view, 4 > appTypeNames = {
-    "ipv4Acl",
-    "ipv6Acl",
-    "macAcl",
-    "ipv4TrafficPolicy",
-};
-
-/// Packs what `operator<<` prints. A name is packed as it stands: a stream would cost many times
-/// the rest of the record.
-template< std::size_t count, class Enumeration >
-void packName( Agent::RingPacker& packer,
-               const std::array< std::string_view, count >& names,
-               Enumeration value )
+/// Packs what `operator<<` prints; a name as it stands, without a stream.
+template< class Enumeration >
+void packName( Agent::RingPacker& packer, Enumeration value )
 {
-    const auto number = static_cast< std::size_t >( value );
-    if ( number < count ) {
-        packer.packText( names[ number ] );
+    const std::string_view name = nameOfEnumerator( value );
+    if ( !name.empty() ) {
+        packer.packText( name );
     } else {
         packer.packText( Agent::joinPieces( value ) );
     }
@@ -43,25 +26,17 @@ void packName( Agent::RingPacker& packer,
 
 std::ostream& operator<<( std::ostream& stream, UdfOffsetBase base )
 {
-    const auto number = static_cast< Agent::U32 >( base );
-    if ( number < baseNames.size() ) {
-        return stream << baseNames[ number ];
-    }
-    return stream << "UdfOffsetBase(" << number << ")";
+    return printEnumerator( stream, base );
 }
 
 void packForRing( Agent::RingPacker& packer, UdfOffsetBase base )
 {
-    packName( packer, baseNames, base );
+    packName( packer, base );
 }
 
 std::ostream& operator<<( std::ostream& stream, UdfAppType appType )
 {
-    const auto number = static_cast< unsigned >( appType );
-    if ( number < appTypeNames.size() ) {
-        return stream << appTypeNames[ number ];
-    }
-    return stream << "UdfAppType(" << number << ")";
+    return printEnumerator( stream, appType );
 }
 
 Agent::U8 UdfDesc::lagHashingMaskByte( Agent::U8 index ) const
@@ -91,7 +66,7 @@ std::ostream& operator<<( std::ostream& stream, const UdfDesc& desc )
 
 void packForRing( Agent::RingPacker& packer, const UdfDesc& desc )
 {
-    packName( packer, appTypeNames, desc.appType() );
+    packName( packer, desc.appType() );
     packForRing( packer, desc.ethType() );
     packForRing( packer, desc.base() );
     packForRing( packer, desc.ipProto() );

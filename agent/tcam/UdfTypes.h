@@ -12,10 +12,12 @@
 #include "agent/base/Ptr.h"
 #include "agent/base/ReferenceCount.h"
 #include "agent/base/RingPacker.h"
+#include "agent/tcam/EnumeratorNames.h"
 #include "agent/tcam/SortedIds.h"
 
 #include <map>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
 namespace PeloraTcam {
@@ -34,6 +36,21 @@ enum UdfOffsetBase : Agent::U32
     UdfBaseL4OuterPayload_ = 8, ///< behind an outer TCP header without options, or UDP header
 };
 
+/// The table of names behind `nameOfEnumerator()`.
+template<>
+struct EnumeratorNames< UdfOffsetBase >
+{
+    static constexpr std::string_view enumeration = "UdfOffsetBase"; ///< the name of the type
+    /// One row an enumerator.
+    static constexpr EnumeratorName rows[] = {
+        { "UdfBasePacketStart_", 0 },    { "UdfBaseL2Header_", 1 },
+        { "UdfBaseL3Header_", 2 },       { "UdfBaseL3OuterHeader_", 3 },
+        { "UdfBaseL3OuterPayload_", 4 }, { "UdfBaseL3InnerHeader_", 5 },
+        { "UdfBaseL4InnerHeader_", 6 },  { "UdfBaseL4OuterHeader_", 7 },
+        { "UdfBaseL4OuterPayload_", 8 },
+    };
+};
+
 /// Prints the enumerator, or "UdfOffsetBase(N)" for a value that has none.
 AGENT_EXPORT std::ostream& operator<<( std::ostream& stream, UdfOffsetBase base );
 /// Packs the enumerator as text.
@@ -46,6 +63,20 @@ enum class UdfAppType : Agent::U8
     ipv6Acl = 1,
     macAcl = 2,
     ipv4TrafficPolicy = 3,
+};
+
+/// The table of names behind `nameOfEnumerator()`.
+template<>
+struct EnumeratorNames< UdfAppType >
+{
+    static constexpr std::string_view enumeration = "UdfAppType"; ///< the name of the type
+    /// One row an enumerator.
+    static constexpr EnumeratorName rows[] = {
+        { "ipv4Acl", 0 },
+        { "ipv6Acl", 1 },
+        { "macAcl", 2 },
+        { "ipv4TrafficPolicy", 3 },
+    };
 };
 
 /// Prints the enumerator, or "UdfAppType(N)" for a value that has none.
