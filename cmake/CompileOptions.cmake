@@ -5,7 +5,8 @@ add_library( pelora_options INTERFACE )
 target_include_directories( pelora_options INTERFACE ${PROJECT_SOURCE_DIR} )
 
 target_compile_options( pelora_options INTERFACE
-   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+   $<$<BOOL:${PELORA_WARNINGS_ARE_ERRORS}>:-Werror>
    # Source paths in texts are relative to the repository's root, so that they are the
    # same on every build machine.
    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
