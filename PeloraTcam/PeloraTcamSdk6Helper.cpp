@@ -33,9 +33,8 @@ const Agent::TraceHandle& _defaultTraceHandle()
 #include "PeloraTcam/TranslationMaps.def"
 
 // The builders.
-// clang-format off
 #define TRANSLATION( agentEnumerator, accessor )                                                   \
-            { AgentType::agentEnumerator, []() -> SdkType { return Shim::sdk().accessor(); } },
+    { AgentType::agentEnumerator, []() -> SdkType { return Shim::sdk().accessor(); } },
 #define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
                                reverseLookup, forwardAssertion, reverseAssertion, ... )            \
     void builder()                                                                                 \
@@ -55,7 +54,6 @@ const Agent::TraceHandle& _defaultTraceHandle()
         Translations::build( forwardMap, rows );                                                   \
     }
 #include "PeloraTcam/TranslationMaps.def"
-// clang-format on
 
 // The lookups. A failed one is reported at this place: within the list, `__FILE__` is the list.
 constexpr const char* lookupsFile = __FILE__;

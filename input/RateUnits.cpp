@@ -20,9 +20,8 @@ namespace {
 /// A unit and how many bits it is.
 using Unit = std::pair< std::string_view, std::uint64_t >;
 
-// clang-format off
 constexpr Unit rateUnits[] = {
-    { "bps",  1 },
+    { "bps", 1 },
     { "kbps", 1'000 },
     { "Mbps", 1'000'000 },
     { "Gbps", 1'000'000'000 },
@@ -30,16 +29,9 @@ constexpr Unit rateUnits[] = {
 };
 
 constexpr Unit burstUnits[] = {
-    { "bit",  1 },
-    { "kbit", 1'000 },
-    { "Mbit", 1'000'000 },
-    { "Gbit", 1'000'000'000 },
-    { "B",    8 },
-    { "KB",   8'000 },
-    { "MB",   8'000'000 },
-    { "GB",   8'000'000'000 },
+    { "bit", 1 }, { "kbit", 1'000 }, { "Mbit", 1'000'000 }, { "Gbit", 1'000'000'000 },
+    { "B", 8 },   { "KB", 8'000 },   { "MB", 8'000'000 },   { "GB", 8'000'000'000 },
 };
-// clang-format on
 
 constexpr std::uint64_t bitsInAKilobit = 1000;
 constexpr std::uint64_t greatest = std::numeric_limits< std::uint32_t >::max();

@@ -27,17 +27,16 @@ struct ClassField
     uint32_t bcm_field_src_class_t::*field;
 };
 
-// clang-format off
 constexpr std::array< ClassField, 6 > classFields{ {
-    { Table::srcIp,     QualifierType::srcClassField,       &bcm_field_src_class_t::src_class_field  },
-    { Table::dstIp,     QualifierType::dstClassField,       &bcm_field_src_class_t::dst_class_field  },
-    { Table::etherType, QualifierType::interfaceClassL2,    &bcm_field_src_class_t::intf_class_l2    },
-    { Table::ipProto,   QualifierType::interfaceClassL3,    &bcm_field_src_class_t::intf_class_l3    },
-    { Table::l4SrcPort, QualifierType::interfaceClassPort,  &bcm_field_src_class_t::intf_class_port  },
-    { Table::l4DstPort, QualifierType::interfaceClassVPort, &bcm_field_src_class_t::intf_class_vport },
+    { Table::srcIp, QualifierType::srcClassField, &bcm_field_src_class_t::src_class_field },
+    { Table::dstIp, QualifierType::dstClassField, &bcm_field_src_class_t::dst_class_field },
+    { Table::etherType, QualifierType::interfaceClassL2, &bcm_field_src_class_t::intf_class_l2 },
+    { Table::ipProto, QualifierType::interfaceClassL3, &bcm_field_src_class_t::intf_class_l3 },
+    { Table::l4SrcPort, QualifierType::interfaceClassPort,
+      &bcm_field_src_class_t::intf_class_port },
+    { Table::l4DstPort, QualifierType::interfaceClassVPort,
+      &bcm_field_src_class_t::intf_class_vport },
 } };
-
-// clang-format on
 
 const ClassField& classFieldOf( Table table )
 {

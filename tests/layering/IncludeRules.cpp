@@ -32,25 +32,27 @@ Floor toolRoom( std::string_view room, std::vector< std::string_view > rooms )
     return { room, rooms, false };
 }
 
-// clang-format off
 const std::vector< Floor > floors{
-    { "agent/base/",   { "agent/base/" },                                                   true },
-    { "sdk/",          { "sdk/", "agent/base/" },                                           true },
-    { "agent/tcam/",   { "agent/tcam/", "sdk/", "agent/base/" },                            true },
-    { "PeloraTcam/",   { "PeloraTcam/", "agent/", "sdk/" },                                 true },
-    { "input/",        { "input/" },                                                        false },
-    { "sim/values/",   { "sim/values/", "sdk/", "input/" },                                 false },
-    { "sim/profiles/", { "sim/profiles/", "sim/values/", "sdk/", "input/" },                false },
-    { "sim/chip/",     { "sim/chip/", "sim/profiles/", "sim/values/", "sdk/",
-                         "input/" },                                                        false },
-    { "sim/packets/",  { "sim/packets/", "sim/chip/", "sim/profiles/", "sim/values/", "sdk/",
-                         "input/" },                                                        false },
-    { "sim/access/",   { "sim/access/", "sim/chip/", "sim/profiles/", "sim/values/", "sdk/",
-                         "input/" },                                                        false },
-    { "sim/faults/",   { "sim/faults/", "sim/access/", "sim/chip/", "sim/profiles/",
-                         "sim/values/", "sdk/", "input/" },                                 false },
-    { "reference/",    { "reference/", "PeloraTcam/", "agent/", "sdk/" },                   false },
-    { "tools/text/",   { "tools/text/", "input/" },                                         false },
+    { "agent/base/", { "agent/base/" }, true },
+    { "sdk/", { "sdk/", "agent/base/" }, true },
+    { "agent/tcam/", { "agent/tcam/", "sdk/", "agent/base/" }, true },
+    { "PeloraTcam/", { "PeloraTcam/", "agent/", "sdk/" }, true },
+    { "input/", { "input/" }, false },
+    { "sim/values/", { "sim/values/", "sdk/", "input/" }, false },
+    { "sim/profiles/", { "sim/profiles/", "sim/values/", "sdk/", "input/" }, false },
+    { "sim/chip/", { "sim/chip/", "sim/profiles/", "sim/values/", "sdk/", "input/" }, false },
+    { "sim/packets/",
+      { "sim/packets/", "sim/chip/", "sim/profiles/", "sim/values/", "sdk/", "input/" },
+      false },
+    { "sim/access/",
+      { "sim/access/", "sim/chip/", "sim/profiles/", "sim/values/", "sdk/", "input/" },
+      false },
+    { "sim/faults/",
+      { "sim/faults/", "sim/access/", "sim/chip/", "sim/profiles/", "sim/values/", "sdk/",
+        "input/" },
+      false },
+    { "reference/", { "reference/", "PeloraTcam/", "agent/", "sdk/" }, false },
+    { "tools/text/", { "tools/text/", "input/" }, false },
     toolRoom( "tools/traces/", { "tools/text/" } ),
     toolRoom( "tools/translation/", { "tools/text/" } ),
     toolRoom( "tools/rules/", { "tools/text/" } ),
@@ -58,19 +60,20 @@ const std::vector< Floor > floors{
     toolRoom( "tools/scenario/", { "tools/text/" } ),
     toolRoom( "tools/run/", { "tools/scenario/", "tools/traces/", "tools/text/" } ),
     toolRoom( "tools/udf/", { "tools/run/", "tools/scenario/", "tools/text/" } ),
-    toolRoom( "tools/steps/", { "tools/udf/", "tools/run/", "tools/scenario/", "tools/rules/",
-                                "tools/translation/", "tools/text/" } ),
-    toolRoom( "tools/report/", { "tools/udf/", "tools/run/", "tools/scenario/", "tools/translation/",
-                                 "tools/traces/", "tools/text/" } ),
-    toolRoom( "tools/commands/", { "tools/report/", "tools/steps/", "tools/udf/", "tools/run/",
-                                   "tools/scenario/", "tools/rules/", "tools/translation/",
-                                   "tools/traces/", "tools/text/" } ),
+    toolRoom( "tools/steps/",
+              { "tools/udf/", "tools/run/", "tools/scenario/", "tools/rules/", "tools/translation/",
+                "tools/text/" } ),
+    toolRoom( "tools/report/",
+              { "tools/udf/", "tools/run/", "tools/scenario/", "tools/translation/",
+                "tools/traces/", "tools/text/" } ),
+    toolRoom( "tools/commands/",
+              { "tools/report/", "tools/steps/", "tools/udf/", "tools/run/", "tools/scenario/",
+                "tools/rules/", "tools/translation/", "tools/traces/", "tools/text/" } ),
     toolRoom( "tools/cli/", { "tools/commands/", "tools/traces/", "tools/text/" } ),
-    { "examples/",     { "examples/", "PeloraTcam/", "sim/", "agent/", "sdk/" },            false },
-    { "bench/",        { "" },                                                              false },
-    { "tests/",        { "" },                                                              false },
+    { "examples/", { "examples/", "PeloraTcam/", "sim/", "agent/", "sdk/" }, false },
+    { "bench/", { "" }, false },
+    { "tests/", { "" }, false },
 };
-// clang-format on
 
 /// Single headers that a floor must not include although it may include their folder.
 /// A floor stands for all of its rooms.
@@ -106,14 +109,11 @@ constexpr std::string_view standardHeaders[] = {
 // clang-format on
 
 /// ... and what the C library and the C++ runtime offer beyond it.
-// clang-format off
 constexpr std::string_view systemHeaders[] = {
-    "cxxabi.h",     "dlfcn.h",      "errno.h",      "execinfo.h",   "fcntl.h",      "link.h",
-    "pthread.h",    "sched.h",      "signal.h",     "sys/mman.h",   "sys/stat.h",   "sys/syscall.h",
-    "sys/time.h",   "sys/types.h",  "sys/wait.h",   "time.h",       "unistd.h",
+    "cxxabi.h",   "dlfcn.h",     "errno.h",    "execinfo.h", "fcntl.h",    "link.h",
+    "pthread.h",  "sched.h",     "signal.h",   "sys/mman.h", "sys/stat.h", "sys/syscall.h",
+    "sys/time.h", "sys/types.h", "sys/wait.h", "time.h",     "unistd.h",
 };
-
-// clang-format on
 
 const Floor* floorOf( std::string_view file )
 {

@@ -139,20 +139,17 @@ struct UdfKeyOption
     bool required = false;
 };
 
-// clang-format off
 constexpr UdfKeyOption udfKeyOptions[] = {
-    { "base",            "BASE",     "From where the offset counts, such as l4OuterPayload", true },
-    { "offset",          "BYTES",    "From the base, 0 to 255", true },
-    { "length",          "BYTES",    "Of the field, 0 to 255", true },
-    { "ethertype",       "TYPE",     "The packets' outer EtherType, such as ipv4 or 0x0800" },
-    { "inner-ethertype", "TYPE",     "What a GRE packet carries" },
-    { "protocol",        "PROTOCOL", "The packets' IP protocol, such as udp or 17" },
-    { "priority",        "NUMBER",   "Of a packet format made for it, 0 to 255" },
-    { "app",             "APP",      "What asks for it: ipv4Acl, ipv6Acl, macAcl or ipv4TrafficPolicy" },
-    { "lag-mask",        "BYTES",    "Feed the LAG hash: mask bytes, with commas" },
+    { "base", "BASE", "From where the offset counts, such as l4OuterPayload", true },
+    { "offset", "BYTES", "From the base, 0 to 255", true },
+    { "length", "BYTES", "Of the field, 0 to 255", true },
+    { "ethertype", "TYPE", "The packets' outer EtherType, such as ipv4 or 0x0800" },
+    { "inner-ethertype", "TYPE", "What a GRE packet carries" },
+    { "protocol", "PROTOCOL", "The packets' IP protocol, such as udp or 17" },
+    { "priority", "NUMBER", "Of a packet format made for it, 0 to 255" },
+    { "app", "APP", "What asks for it: ipv4Acl, ipv6Acl, macAcl or ipv4TrafficPolicy" },
+    { "lag-mask", "BYTES", "Feed the LAG hash: mask bytes, with commas" },
 };
-
-// clang-format on
 
 void addUdfKeys( CLI::App* app, const std::shared_ptr< ExplainUdfOptions >& given )
 {

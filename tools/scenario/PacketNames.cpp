@@ -9,52 +9,40 @@ namespace Tool {
 
 namespace {
 
-// clang-format off
 /// As assigned by the IEEE Registration Authority.
 constexpr std::array< PacketName, 19 > etherTypes{ {
-    { "none",            0x0000 },
-    { "ipv4",            0x0800 },
-    { "ipv6",            0x86DD },
-    { "arp",             0x0806 },
-    { "rarp",            0x8035 },
-    { "vlan",            0x8100 },
-    { "qinq",            0x88A8 },
-    { "mpls",            0x8847 },
-    { "mplsMulticast",   0x8848 },
-    { "pppoeDiscovery",  0x8863 },
-    { "pppoeSession",    0x8864 },
-    { "slowProtocols",   0x8809 },
-    { "eapol",           0x888E },
-    { "lldp",            0x88CC },
-    { "macsec",          0x88E5 },
-    { "ptp",             0x88F7 },
-    { "cfm",             0x8902 },
-    { "fcoe",            0x8906 },
-    { "roce",            0x8915 },
+    { "none", 0x0000 },          { "ipv4", 0x0800 },
+    { "ipv6", 0x86DD },          { "arp", 0x0806 },
+    { "rarp", 0x8035 },          { "vlan", 0x8100 },
+    { "qinq", 0x88A8 },          { "mpls", 0x8847 },
+    { "mplsMulticast", 0x8848 }, { "pppoeDiscovery", 0x8863 },
+    { "pppoeSession", 0x8864 },  { "slowProtocols", 0x8809 },
+    { "eapol", 0x888E },         { "lldp", 0x88CC },
+    { "macsec", 0x88E5 },        { "ptp", 0x88F7 },
+    { "cfm", 0x8902 },           { "fcoe", 0x8906 },
+    { "roce", 0x8915 },
 } };
 
 /// As assigned by IANA; 0 is no protocol here, but any of them.
 constexpr std::array< PacketName, 17 > ipProtocols{ {
-    { "any",      0 },
-    { "icmp",     1 },
-    { "igmp",     2 },
-    { "ipip",     4 },
-    { "tcp",      6 },
-    { "udp",     17 },
-    { "ipv6",    41 },
-    { "rsvp",    46 },
-    { "gre",     47 },
-    { "esp",     50 },
-    { "ah",      51 },
-    { "icmpv6",  58 },
-    { "ospf",    89 },
-    { "pim",    103 },
-    { "vrrp",   112 },
-    { "l2tp",   115 },
-    { "sctp",   132 },
+    { "any", 0 },
+    { "icmp", 1 },
+    { "igmp", 2 },
+    { "ipip", 4 },
+    { "tcp", 6 },
+    { "udp", 17 },
+    { "ipv6", 41 },
+    { "rsvp", 46 },
+    { "gre", 47 },
+    { "esp", 50 },
+    { "ah", 51 },
+    { "icmpv6", 58 },
+    { "ospf", 89 },
+    { "pim", 103 },
+    { "vrrp", 112 },
+    { "l2tp", 115 },
+    { "sctp", 132 },
 } };
-
-// clang-format on
 
 /// Empty for a number without a name.
 std::string_view nameOf( std::uint16_t number, std::span< const PacketName > names )

@@ -12,19 +12,16 @@ namespace {
 using Input::YamlNode;
 using PeloraTcam::PolicerMode;
 
-// clang-format off
 constexpr std::pair< std::string_view, PolicerMode > modes[] = {
     { "committed", PolicerMode::committed },
-    { "trTcm",     PolicerMode::trTcm },
-    { "srTcm",     PolicerMode::srTcm },
+    { "trTcm", PolicerMode::trTcm },
+    { "srTcm", PolicerMode::srTcm },
 };
 
 constexpr std::pair< std::string_view, bool > colors[] = {
     { "aware", true },
     { "blind", false },
 };
-
-// clang-format on
 
 /// A mode by its name; or by its number, so that one can be tried that there is not.
 PolicerMode readMode( const YamlNode& node )

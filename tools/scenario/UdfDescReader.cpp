@@ -13,27 +13,24 @@ namespace {
 using namespace PeloraTcam;
 using Input::YamlNode;
 
-// clang-format off
 constexpr std::pair< std::string_view, UdfOffsetBase > bases[] = {
-    { "packetStart",    UdfBasePacketStart_ },
-    { "l2Header",       UdfBaseL2Header_ },
-    { "l3Header",       UdfBaseL3Header_ },
-    { "l3OuterHeader",  UdfBaseL3OuterHeader_ },
+    { "packetStart", UdfBasePacketStart_ },
+    { "l2Header", UdfBaseL2Header_ },
+    { "l3Header", UdfBaseL3Header_ },
+    { "l3OuterHeader", UdfBaseL3OuterHeader_ },
     { "l3OuterPayload", UdfBaseL3OuterPayload_ },
-    { "l3InnerHeader",  UdfBaseL3InnerHeader_ },
-    { "l4InnerHeader",  UdfBaseL4InnerHeader_ },
-    { "l4OuterHeader",  UdfBaseL4OuterHeader_ },
+    { "l3InnerHeader", UdfBaseL3InnerHeader_ },
+    { "l4InnerHeader", UdfBaseL4InnerHeader_ },
+    { "l4OuterHeader", UdfBaseL4OuterHeader_ },
     { "l4OuterPayload", UdfBaseL4OuterPayload_ },
 };
 
 constexpr std::pair< std::string_view, UdfAppType > apps[] = {
-    { "ipv4Acl",           UdfAppType::ipv4Acl },
-    { "ipv6Acl",           UdfAppType::ipv6Acl },
-    { "macAcl",            UdfAppType::macAcl },
+    { "ipv4Acl", UdfAppType::ipv4Acl },
+    { "ipv6Acl", UdfAppType::ipv6Acl },
+    { "macAcl", UdfAppType::macAcl },
     { "ipv4TrafficPolicy", UdfAppType::ipv4TrafficPolicy },
 };
-
-// clang-format on
 
 /// A name of the table; or a number, so that one can be tried that there is not.
 template< class Value, class Number, class Table >

@@ -21,17 +21,11 @@ using Reference::CompressionManager;
 using Reference::CompressionRoom;
 using Table = PeloraTcam::PeloraCompressionTableType;
 
-// clang-format off
 constexpr std::pair< std::string_view, Table > tables[] = {
-    { "etherType", Table::etherType },
-    { "ipProto",   Table::ipProto },
-    { "l4SrcPort", Table::l4SrcPort },
-    { "l4DstPort", Table::l4DstPort },
-    { "srcIp",     Table::srcIp },
-    { "dstIp",     Table::dstIp },
+    { "etherType", Table::etherType }, { "ipProto", Table::ipProto },
+    { "l4SrcPort", Table::l4SrcPort }, { "l4DstPort", Table::l4DstPort },
+    { "srcIp", Table::srcIp },         { "dstIp", Table::dstIp },
 };
-
-// clang-format on
 
 /// A value of a table.
 struct Value

@@ -23,25 +23,22 @@ using PeloraTcam::CounterType;
 using PeloraTcam::TcamEntryId;
 using Reference::CounterManager;
 
-// clang-format off
 constexpr std::pair< std::string_view, CounterType > types[] = {
-    { "bytes",         CounterType::bytes },
-    { "packets",       CounterType::packets },
-    { "redBytes",      CounterType::redBytes },
-    { "redPackets",    CounterType::redPackets },
-    { "greenBytes",    CounterType::greenBytes },
-    { "greenPackets",  CounterType::greenPackets },
-    { "yellowBytes",   CounterType::yellowBytes },
+    { "bytes", CounterType::bytes },
+    { "packets", CounterType::packets },
+    { "redBytes", CounterType::redBytes },
+    { "redPackets", CounterType::redPackets },
+    { "greenBytes", CounterType::greenBytes },
+    { "greenPackets", CounterType::greenPackets },
+    { "yellowBytes", CounterType::yellowBytes },
     { "yellowPackets", CounterType::yellowPackets },
 };
 
 constexpr std::pair< std::string_view, Sim::TrafficColor > colors[] = {
-    { "green",  Sim::TrafficColor::green },
+    { "green", Sim::TrafficColor::green },
     { "yellow", Sim::TrafficColor::yellow },
-    { "red",    Sim::TrafficColor::red },
+    { "red", Sim::TrafficColor::red },
 };
-
-// clang-format on
 
 /// The counters of an entry; a `StepError` if it has none.
 const PeloraTcam::CounterInfo& countersOf( const std::string& entry, RunContext& context )

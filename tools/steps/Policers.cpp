@@ -20,14 +20,11 @@ using PeloraTcam::PolicerMode;
 using PeloraTcam::StageType;
 using Reference::PolicerSharing;
 
-// clang-format off
 constexpr std::pair< std::string_view, StageType > stages[] = {
     { "vfp", StageType::vfp },
     { "ifp", StageType::ifp },
     { "efp", StageType::efp },
 };
-
-// clang-format on
 
 class AllocatePolicer : public Step
 {

@@ -124,17 +124,16 @@ TranslationTable readActions()
 void readEnumerations( std::vector< TranslationTable >& tables )
 {
     using namespace PeloraTcam;
-    // clang-format off
 #define TRANSLATION( agentEnumerator, accessor )                                                   \
-            { static_cast< uint32_t >( AgentType::agentEnumerator ), #accessor },
+    { static_cast< uint32_t >( AgentType::agentEnumerator ), #accessor },
 #define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
                                reverseLookup, forwardAssertion, reverseAssertion, ... )            \
     {                                                                                              \
         using AgentType = agentType;                                                               \
         static constexpr Accessor accessors[] = { __VA_ARGS__ };                                   \
         builder();                                                                                 \
-        tables.push_back( tableOf( { #forwardMap, #agentType, #sdkType }, forwardMap, reverseMap,  \
-                                   accessors ) );                                                  \
+        tables.push_back(                                                                          \
+            tableOf( { #forwardMap, #agentType, #sdkType }, forwardMap, reverseMap, accessors ) ); \
     }
 #define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
                              forwardAssertion, ... )                                               \
@@ -142,11 +141,10 @@ void readEnumerations( std::vector< TranslationTable >& tables )
         using AgentType = agentType;                                                               \
         static constexpr Accessor accessors[] = { __VA_ARGS__ };                                   \
         builder();                                                                                 \
-        tables.push_back( tableOf( { #forwardMap, #agentType, #sdkType }, forwardMap,              \
-                                   accessors ) );                                                  \
+        tables.push_back(                                                                          \
+            tableOf( { #forwardMap, #agentType, #sdkType }, forwardMap, accessors ) );             \
     }
 #include "PeloraTcam/TranslationMaps.def"
-    // clang-format on
 }
 
 } // namespace
