@@ -1,6 +1,6 @@
 #include "PeloraTcam/PeloraTcamHsdkCounterHelper.h"
 
-#include "PeloraTcam/CounterRules.h"
+#include "PeloraTcam/CounterCommon.h"
 #include "agent/base/Assert.h"
 #include "agent/base/Trace.h"
 #include "agent/tcam/FlexctrServices.h"

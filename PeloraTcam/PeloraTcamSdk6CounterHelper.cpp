@@ -1,6 +1,6 @@
 #include "PeloraTcam/PeloraTcamSdk6CounterHelper.h"
 
-#include "PeloraTcam/CounterRules.h"
+#include "PeloraTcam/CounterCommon.h"
 #include "agent/base/Assert.h"
 #include "agent/base/Attributes.h"
 #include "agent/base/Trace.h"

@@ -429,7 +429,7 @@ void setPeloraTcamPreselectQualifier( U32 unit,
     const auto isAsked = [ qualifier ]( QualifierType name ) {
         return static_cast< U32 >( name ) == qualifier;
     };
-    runFirstStep( preselectorRows, isAsked, request );
+    programAskedQualifier( preselectorRows, isAsked, request );
 }
 
 void setPreselectQualifier( U32 unit,
@@ -455,7 +455,7 @@ void setPreselectQualifier( U32 unit,
     const auto isAsked = [ &sdk, qualifier ]( QualifierAccessor name ) {
         return ( sdk.*name )() == qualifier;
     };
-    runFirstStep( legacyPreselectorRows, isAsked, request );
+    programAskedQualifier( legacyPreselectorRows, isAsked, request );
 }
 
 } // namespace PeloraTcam

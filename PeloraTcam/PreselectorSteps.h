@@ -279,7 +279,9 @@ consteval bool namesAccepted( const Row< Name > ( &rows )[ rowCount ],
 /// Takes the step of the first row whose name `isAsked`, with the place of the row; it is a failed
 /// assertion if none is.
 template< class Name, std::size_t count, class IsAsked >
-void runFirstStep( const Row< Name > ( &rows )[ count ], IsAsked isAsked, Request& request )
+void programAskedQualifier( const Row< Name > ( &rows )[ count ],
+                            IsAsked isAsked,
+                            Request& request )
 {
     for ( const Row< Name >& row : rows ) {
         if ( isAsked( row.qualifier ) ) {
