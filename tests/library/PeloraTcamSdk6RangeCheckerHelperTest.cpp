@@ -105,7 +105,8 @@ TEST_F( RangeCheckerHelperTest, Get_PositiveReturnCode_IsNotSuccess )
     EXPECT_EQ( helper->getRangeChecker( ports ), 0xFFFFFFFF );
 }
 
-class FailingCreateTest : public RangeCheckerScene, public ::testing::WithParamInterface< Failure >
+class FailingCreateTest : public RangeCheckerScene,
+                          public ::testing::WithParamInterface< SdkFailure >
 {};
 
 TEST_P( FailingCreateTest, Get_CreateFails_GivesInvalidIdAndAsksForNoText )
@@ -121,7 +122,7 @@ TEST_P( FailingCreateTest, Get_CreateFails_GivesInvalidIdAndAsksForNoText )
 
 INSTANTIATE_TEST_SUITE_P( ReturnCodes,
                           FailingCreateTest,
-                          ::testing::ValuesIn( allFailures() ),
+                          ::testing::ValuesIn( allSdkFailures() ),
                           nameOfFailure );
 
 // ---- Range types, both ways ------------------------------------------------------------------
@@ -254,7 +255,8 @@ TEST_F( RangeCheckerHelperTest, Release_SdkThrows_ExceptionPassesAndChipIsAsBefo
     EXPECT_EQ( chipText(), before );
 }
 
-class FatalFailureTest : public RangeCheckerScene, public ::testing::WithParamInterface< Failure >
+class FatalFailureTest : public RangeCheckerScene,
+                         public ::testing::WithParamInterface< SdkFailure >
 {};
 
 TEST_P( FatalFailureTest, Release_DestroyFails_Dies )
@@ -277,7 +279,7 @@ TEST_P( FatalFailureTest, Verify_GetFails_Dies )
 
 INSTANTIATE_TEST_SUITE_P( ReturnCodes,
                           FatalFailureTest,
-                          ::testing::ValuesIn( allFailures() ),
+                          ::testing::ValuesIn( allSdkFailures() ),
                           nameOfFailure );
 
 // ---- verifyTcamSanity ------------------------------------------------------------------------

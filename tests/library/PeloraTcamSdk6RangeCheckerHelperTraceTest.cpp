@@ -169,7 +169,7 @@ TEST_F( RangeCheckerTraceTest, Operations_AllGoesWell_NothingAtLevel0 )
     EXPECT_THAT( traces.texts(), IsEmpty() );
 }
 
-class FailureTextTest : public RangeCheckerScene, public ::testing::WithParamInterface< Failure >
+class FailureTextTest : public RangeCheckerScene, public ::testing::WithParamInterface< SdkFailure >
 {};
 
 TEST_P( FailureTextTest, Get_CreateFails_TracesCodeAndText )
@@ -184,7 +184,7 @@ TEST_P( FailureTextTest, Get_CreateFails_TracesCodeAndText )
 
 INSTANTIATE_TEST_SUITE_P( ReturnCodes,
                           FailureTextTest,
-                          ::testing::ValuesIn( allFailures() ),
+                          ::testing::ValuesIn( allSdkFailures() ),
                           nameOfFailure );
 
 // ---- SDK calls -------------------------------------------------------------------------------
