@@ -57,7 +57,8 @@ PolicerId PeloraTcamHsdkPolicerHelper::getPolicer( const Policer& policer, Stage
         Agent::trace( _defaultTraceHandle(), 4, "No free policer ID available " );
         return invalidPolicerId;
     }
-    PolicerId policerId = idManager.allocateId( FeatureIdType::policer, stage );
+    auto sdkPolicerId =
+        static_cast< bcm_policer_t >( idManager.allocateId( FeatureIdType::policer, stage ) );
 
     const int unit = sdkUnit( fapId() );
     // DIFFERS: the SDK-6 helper adds no flags.
@@ -68,7 +69,8 @@ PolicerId PeloraTcamHsdkPolicerHelper::getPolicer( const Policer& policer, Stage
     // DIFFERS: the SDK-6 helper makes a checked call, and asserts that the id is not 0.
     const int rc =
         SDK_TRACED_CALL_AS( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId )",
-                            bcm_policer_create, unit, &conf, ( bcm_policer_t* )&policerId );
+                            bcm_policer_create, unit, &conf, &sdkPolicerId );
+    const auto policerId = static_cast< PolicerId >( sdkPolicerId );
     if ( rc != Shim::sdk().BCM_E_NONE() ) {
         // KEPT: required: the error line, and the trace line of a positive code, name "rc" and not
         // the call.
@@ -88,7 +90,7 @@ void PeloraTcamHsdkPolicerHelper::releasePolicer( PolicerId policerId, StageType
                   " policer ID: ", policerId );
     const int unit = sdkUnit( fapId() );
     SDK_CHECKED_CALL_AS( "bcm_policer_destroy( unit, ( bcm_policer_t )policerId )",
-                         bcm_policer_destroy, unit, ( bcm_policer_t )policerId );
+                         bcm_policer_destroy, unit, static_cast< bcm_policer_t >( policerId ) );
     getGeneralIdManager().freeId( FeatureIdType::policer, stage, policerId );
 }
 

@@ -40,7 +40,7 @@ bcm_field_entry_t etherTypeEntry( int unit, const CompressionData& compressionDa
     SDK_CHECKED_CALL_AS( "bcm_field_qualify_EtherType( unit, entry, ( U16 "
                          ")compressionData.key().getU32Key(), 0xFFFF )",
                          bcm_field_qualify_EtherType, unit, entry,
-                         ( U16 )compressionData.key().getU32Key(), 0xFFFF );
+                         static_cast< U16 >( compressionData.key().getU32Key() ), 0xFFFF );
     return entry;
 }
 
@@ -52,7 +52,7 @@ bcm_field_entry_t ipProtoEntry( int unit, const CompressionData& compressionData
     SDK_CHECKED_CALL_AS( "bcm_field_qualify_IpProtocol( unit, entry, ( U8 "
                          ")compressionData.key().getU32Key(), 0xFF )",
                          bcm_field_qualify_IpProtocol, unit, entry,
-                         ( U8 )compressionData.key().getU32Key(), 0xFF );
+                         static_cast< U8 >( compressionData.key().getU32Key() ), 0xFF );
     return entry;
 }
 
@@ -64,7 +64,7 @@ bcm_field_entry_t l4SrcPortEntry( int unit, const CompressionData& compressionDa
     SDK_CHECKED_CALL_AS( "bcm_field_qualify_L4SrcPort( unit, entry, ( U16 "
                          ")compressionData.key().getU32Key(), 0xFFFF )",
                          bcm_field_qualify_L4SrcPort, unit, entry,
-                         ( U16 )compressionData.key().getU32Key(), 0xFFFF );
+                         static_cast< U16 >( compressionData.key().getU32Key() ), 0xFFFF );
     return entry;
 }
 
@@ -76,7 +76,7 @@ bcm_field_entry_t l4DstPortEntry( int unit, const CompressionData& compressionDa
     SDK_CHECKED_CALL_AS( "bcm_field_qualify_L4DstPort( unit, entry, ( U16 "
                          ")compressionData.key().getU32Key(), 0xFFFF )",
                          bcm_field_qualify_L4DstPort, unit, entry,
-                         ( U16 )compressionData.key().getU32Key(), 0xFFFF );
+                         static_cast< U16 >( compressionData.key().getU32Key() ), 0xFFFF );
     return entry;
 }
 
@@ -100,10 +100,8 @@ bcm_field_entry_t srcIpEntry( int unit, const CompressionData& compressionData )
                          bcm_field_entry_create, unit, compressionGroupSrcIp(), &entry );
     if ( compressionData.key().getIpAddress().isV6() ) {
         const Ip6Prefix prefix( compressionData.key() );
-        const auto& ip6Addr = prefix.address;
-        const auto& ip6Mask = prefix.mask;
         SDK_CHECKED_CALL_AS( "bcm_field_qualify_SrcIp6( unit, entry, ip6Addr, ip6Mask )",
-                             bcm_field_qualify_SrcIp6, unit, entry, ip6Addr, ip6Mask );
+                             bcm_field_qualify_SrcIp6, unit, entry, prefix.address, prefix.mask );
     } else {
         const U32 fullMask = ip4PrefixMask( compressionData.key().prefixLength() );
         SDK_CHECKED_CALL_AS( "bcm_field_qualify_SrcIp( unit, entry, "
@@ -121,10 +119,8 @@ bcm_field_entry_t dstIpEntry( int unit, const CompressionData& compressionData )
                          bcm_field_entry_create, unit, compressionGroupDstIp(), &entry );
     if ( compressionData.key().getIpAddress().isV6() ) {
         const Ip6Prefix prefix( compressionData.key() );
-        const auto& ip6Addr = prefix.address;
-        const auto& ip6Mask = prefix.mask;
         SDK_CHECKED_CALL_AS( "bcm_field_qualify_DstIp6( unit, entry, ip6Addr, ip6Mask )",
-                             bcm_field_qualify_DstIp6, unit, entry, ip6Addr, ip6Mask );
+                             bcm_field_qualify_DstIp6, unit, entry, prefix.address, prefix.mask );
     } else {
         const U32 fullMask = ip4PrefixMask( compressionData.key().prefixLength() );
         SDK_CHECKED_CALL_AS( "bcm_field_qualify_DstIp( unit, entry, "
@@ -157,8 +153,7 @@ bcm_field_entry_t qualifiedEntry( int unit,
     case PeloraCompressionTableType::invalid:
         break;
     }
-    AGENT_ASSERT( false && "Invalid Compression Table specified." );
-    return 0;
+    AGENT_FAIL( "false && \"Invalid Compression Table specified.\"" );
 }
 
 } // namespace
@@ -195,14 +190,14 @@ U64 PeloraTcamSdk6CompressionHelper::getFieldCompressionEntry(
     Agent::trace( _defaultTraceHandle(), 7, "getFieldCompressionEntry", " compressionData ",
                   compressionData, " classId ", classId, " tableType ", tableType );
 
-    bcm_field_class_info_t class_info;
-    class_info.action = Shim::sdk().bcmFieldActionClassSet();
-    class_info.class_id = static_cast< U32 >( classId );
+    bcm_field_class_info_t classInfo;
+    classInfo.action = Shim::sdk().bcmFieldActionClassSet();
+    classInfo.class_id = static_cast< U32 >( classId );
 
     const int unit = sdkUnit( fapId() );
     const bcm_field_entry_t entry = qualifiedEntry( unit, compressionData, tableType );
     SDK_CHECKED_CALL_AS( "bcm_field_action_class_add( unit, entry, &class_info )",
-                         bcm_field_action_class_add, unit, entry, &class_info );
+                         bcm_field_action_class_add, unit, entry, &classInfo );
     SDK_CHECKED_CALL_AS( "bcm_field_entry_install( unit, entry )", bcm_field_entry_install, unit,
                          entry );
     return static_cast< U64 >( std::int64_t{ entry } );

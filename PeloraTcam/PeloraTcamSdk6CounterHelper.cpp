@@ -151,11 +151,11 @@ int PeloraTcamSdk6CounterHelper::attributeOperation( Agent::Node& node,
 Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper >
 PeloraTcamSdk6CounterHelper::evictionHelper() const
 {
-    const Agent::Ptr< BaseSdk6InitFunc >& initFunc = registeredInitFunc( baseSdk6InitFuncName );
-    AGENT_ASSERT( initFunc && "invalid BaseInitFunc" );
-    const Agent::Ptr< PeloraTcamSdk6CounterEvictionHelper >& eh = initFunc->evictionHelper();
-    AGENT_ASSERT( eh && "invalid eviction helper" );
-    return eh;
+    const Agent::Ptr< BaseSdk6InitFunc >& registered = registeredInitFunc( baseSdk6InitFuncName );
+    AGENT_ASSERT_AS( "initFunc && \"invalid BaseInitFunc\"", registered );
+    const EvictionHelper& eviction = registered->evictionHelper();
+    AGENT_ASSERT_AS( "eh && \"invalid eviction helper\"", eviction );
+    return eviction;
 }
 
 bcm_field_stat_t translateStatType( const CounterType& counterType )
@@ -315,21 +315,21 @@ S32 PeloraTcamSdk6CounterHelper::getCounterHwIdx( unsigned statId,
         return invalidIndex;
     }
 
-    const bcm_field_stat_t bcmField = translateStatType( counterType );
+    const bcm_field_stat_t statType = translateStatType( counterType );
     const int sdkUnit = static_cast< int >( unit() );
     int poolId = invalidIndex;
     int poolType = invalidIndex;
     std::array< int, 3 > indices = { invalidIndex, invalidIndex, invalidIndex };
-    int bcmpipe = invalidIndex;
+    int pipe = invalidIndex;
     const int rc = SDK_TRACED_CALL_AS(
         "korvel_bcm_esw_field_stat_pool_index_get( unit(), statId, ( bcm_field_stat_t )bcmField, "
         "&poolId, &poolType, &indices[ 0 ], &indices[ 1 ], &indices[ 2 ], &bcmpipe )",
-        korvel_bcm_esw_field_stat_pool_index_get, sdkUnit, static_cast< int >( statId ), bcmField,
-        &poolId, &poolType, &indices[ 0 ], &indices[ 1 ], &indices[ 2 ], &bcmpipe );
+        korvel_bcm_esw_field_stat_pool_index_get, sdkUnit, static_cast< int >( statId ), statType,
+        &poolId, &poolType, &indices[ 0 ], &indices[ 1 ], &indices[ 2 ], &pipe );
     AGENT_ASSERT_AS( "BCM_E_NONE == rc", rc == Shim::sdk().BCM_E_NONE() );
 
-    Agent::trace( _defaultTraceHandle(), 6, "statId : ", statId, " bcmField: ", bcmField,
-                  " poolId: ", poolId, " bcmpipe: ", bcmpipe, " unit: ", unit(),
+    Agent::trace( _defaultTraceHandle(), 6, "statId : ", statId, " bcmField: ", statType,
+                  " poolId: ", poolId, " bcmpipe: ", pipe, " unit: ", unit(),
                   " Indices: ", indices[ 0 ], ", ", indices[ 1 ], ", ", indices[ 2 ],
                   " CounterType: ", counterType );
     return indices[ 0 ];
@@ -345,9 +345,9 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
     const U32 sdkUnit = unit();
     const U32 statId = counterInfo.statId;
     for ( const CounterType type : CounterTypeList( counterInfo.counterSet ) ) {
-        const bool statPacketClear = isPacketType( type );
-        const bool statByteClear = isByteType( type );
-        AGENT_ASSERT( statPacketClear == !statByteClear );
+        const bool countsPackets = isPacketType( type );
+        const bool countsBytes = isByteType( type );
+        AGENT_ASSERT_AS( "statPacketClear == !statByteClear", countsPackets != countsBytes );
         const bcm_field_stat_t statType = translateStatType( type );
         SDK_CHECKED_CALL_AS(
             "bcm_field_stat_set( unit(), statId, translateStatType( counterIter.key() ), 0 )",
@@ -356,8 +356,7 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
         // The one that the agent has now. It may wait until the SDK has read the statistic.
         const EvictionHelper eviction = evictionHelper();
         Shim::callWithLocksReleased( [ & ] {
-            eviction->clearEvictionCounter( sdkUnit, statId, statType, statPacketClear,
-                                            statByteClear );
+            eviction->clearEvictionCounter( sdkUnit, statId, statType, countsPackets, countsBytes );
         } );
     }
 }

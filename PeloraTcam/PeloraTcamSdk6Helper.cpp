@@ -123,8 +123,7 @@ bcm_field_action_t getBcmAction( ActionType actionType )
         return found->second;
     }
     Agent::writeErrorLine( Agent::joinPieces( "Unmapped actionType: ", actionType ) );
-    AGENT_ASSERT( ( actionMap.find( actionType ) != actionMap.end() ) );
-    return {};
+    AGENT_FAIL( "( actionMap.find( actionType ) != actionMap.end() )" );
 }
 
 ActionType getBcmAction( bcm_field_action_t action )
@@ -134,8 +133,7 @@ ActionType getBcmAction( bcm_field_action_t action )
         return found->second;
     }
     Agent::writeErrorLine( Agent::joinPieces( "Unmapped action: ", action ) );
-    AGENT_ASSERT( actionReverseMap.find( action ) != actionReverseMap.end() );
-    return {};
+    AGENT_FAIL( "actionReverseMap.find( action ) != actionReverseMap.end()" );
 }
 
 bcm_field_qset_t getBcmQualifierSet( QualifierSet set )
@@ -147,7 +145,7 @@ bcm_field_qset_t getBcmQualifierSet( QualifierSet set )
         const auto found = qualifierMap.find( type );
         if ( found == qualifierMap.end() ) {
             Agent::writeErrorLine( Agent::joinPieces( "Unsupported qualifier ", type ) );
-            AGENT_ASSERT( "false" == nullptr );
+            AGENT_FAIL( "\"false\" == nullptr" );
         }
         sdk.BCM_FIELD_QSET_ADD( &qset, found->second );
     }
@@ -187,7 +185,7 @@ bcm_field_aset_t getBcmActionSet( ActionSet set )
             sdk.BCM_FIELD_ASET_ADD( &aset, found->second );
         } else if ( type != ActionType::noAction ) {
             Agent::writeErrorLine( Agent::joinPieces( " Unsupported action: ", type ) );
-            AGENT_ASSERT( "false" == nullptr );
+            AGENT_FAIL( "\"false\" == nullptr" );
         }
     }
     return aset;
@@ -242,8 +240,7 @@ groupModeOfKeySize( TcamKeySize::TcamKeySizeValue keySize, StageType stage, bool
         AGENT_ASSERT( stage == stageVfp() );
         return Shim::sdk().bcmFieldGroupModeQuad();
     }
-    AGENT_ASSERT( 0 && "Invalid vexa tcam key size" );
-    return {};
+    AGENT_FAIL( "0 && \"Invalid vexa tcam key size\"" );
 }
 
 } // namespace

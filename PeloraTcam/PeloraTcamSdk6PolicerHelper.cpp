@@ -113,10 +113,14 @@ PolicerId PeloraTcamSdk6PolicerHelper::getPolicer( const Policer& policer, Stage
 
     const int unit = sdkUnit( fapId() );
     bcm_policer_config_t conf = getBcmPolicerConfig( policer );
-    PolicerId policerId = invalidPolicerId;
+    auto createdId = static_cast< bcm_policer_t >( invalidPolicerId );
+    // DIFFERS: the HSDK helper makes a traced call, names "rc" in the error line, and gives the id
+    // of a positive code without the trace below.
     SDK_CHECKED_CALL_AS( "bcm_policer_create( unit, &conf, ( bcm_policer_t * )&policerId )",
-                         bcm_policer_create, unit, &conf, ( bcm_policer_t* )&policerId );
-    AGENT_ASSERT( policerId && "Failed to allocate Policer" );
+                         bcm_policer_create, unit, &conf, &createdId );
+    // DIFFERS: the HSDK helper gives an id of 0 on.
+    AGENT_ASSERT_AS( "policerId && \"Failed to allocate Policer\"", createdId != 0 );
+    const auto policerId = static_cast< PolicerId >( createdId );
 
     Agent::trace( _defaultTraceHandle(), 4, "getPolicer", "Created policer id : ", policerId );
     return policerId;
@@ -127,7 +131,7 @@ void PeloraTcamSdk6PolicerHelper::releasePolicer( PolicerId policerId, StageType
 {
     const int unit = sdkUnit( fapId() );
     SDK_CHECKED_CALL_AS( "bcm_policer_destroy( unit, ( bcm_policer_t )policerId )",
-                         bcm_policer_destroy, unit, ( bcm_policer_t )policerId );
+                         bcm_policer_destroy, unit, static_cast< bcm_policer_t >( policerId ) );
 }
 
 void PeloraTcamSdk6PolicerHelper::verifyTcamSanity(
