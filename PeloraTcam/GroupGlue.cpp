@@ -1,4 +1,4 @@
-#include "PeloraTcam/PeloraTcamSdk6Helper.h"
+#include "PeloraTcam/GroupGlue.h"
 
 #include "sdk/SdkAccess.h"
 
