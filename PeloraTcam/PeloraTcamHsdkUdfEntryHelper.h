@@ -41,18 +41,24 @@ udfAbstractPktFmtHsdk();
 [[nodiscard]] PELORA_TCAM_EXPORT UdfChunkPosList
 getUdfChunkPosFlexParserHsdk( U32 unit, const QualIdList& qualIds );
 
-/// Creates a UDF in an abstract packet format and gives its id as the only one of a list; an
-/// empty list, with nothing left behind, when there are too few chunks (one is needed for each two
-/// bytes) or the SDK refuses. Each time the SDK is out of resources
-/// `PELORA_TCAM_UDF_HW_RESOURCE_FULL` is raised.
+/// Creates a UDF in an abstract packet format.
+///
+/// - Requires: one chunk for each two bytes.
+/// - Gives: the UDF's id as the only one of a list.
+/// - Gives an empty list, with nothing left behind, when there are too few chunks or the SDK
+///   refuses.
+/// - Raises `PELORA_TCAM_UDF_HW_RESOURCE_FULL` each time the SDK is out of resources.
 [[nodiscard]] PELORA_TCAM_EXPORT QualIdList createUdfQualifierFlexParserHsdk(
     U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract_pkt_format_t apf );
 
-/// Programs one UDF on the lowest chunk of `chunkBmap`, bit i for chunk i of 16; it is not null and
-/// stays as it is. A chunk that is not free is an assertion failure. The SDK's return code goes to
-/// `rc`, whatever it is. On success the UDF goes into the footprint, then into `qualIds`, and
-/// nowhere otherwise; one that is in the footprint already is an assertion failure. These three
-/// must be the caller's own: no other thread reads, changes or frees them until this returns.
+/// Programs one UDF on the lowest chunk of `chunkBmap`, bit i for chunk i of 16.
+///
+/// - Requires: a bitmap that is not null, which stays as it is; `rc`, `qualIds` and `hwFootprint`
+///   of the caller's own. No other thread reads, changes or frees these three until this returns.
+/// - Gives: the SDK's return code in `rc`, whatever it is. On success the UDF goes into the
+///   footprint, then into `qualIds`, and otherwise nowhere.
+/// - Fails: with an assertion failure for a chunk that is not free, and for a UDF that is in the
+///   footprint already.
 PELORA_TCAM_EXPORT void program_abstract_pkt_type_hsdk( U32 unit,
                                                         const UdfDesc& udfDesc,
                                                         bcm_udf_abstract_pkt_format_t apf,

@@ -40,21 +40,25 @@ namespace PeloraTcam {
 
 // ---- The UDF module --------------------------------------------------------------------------
 
-/// Creates a UDF, attached to a packet format of its own or a shared one, and gives its id as the
-/// only one of a list. The map is not null (an assertion failure) and is updated on success.
+/// Creates a UDF, attached to a packet format of its own or to a shared one.
 ///
-/// An empty list, with nothing left behind, when the EtherType is 0, or when the SDK refuses the
-/// UDF, its packet format, or the one's attachment to the other; when it has no room for the UDF
-/// or the format, `PELORA_TCAM_UDF_HW_RESOURCE_FULL` is raised. Assertion failures: a base outside
-/// 1 to 8; an inner EtherType that is neither 0 nor IPv4's nor IPv6's; one that is, inside any
-/// other outer EtherType than those two.
+/// - Requires: a map that is not null; a base of 1 to 8; an inner EtherType that is 0, or IPv4's or
+///   IPv6's inside one of these two. Anything else is an assertion failure.
+/// - Gives: the UDF's id as the only one of a list, and enters it into the map.
+/// - Gives an empty list, with nothing left behind, when the EtherType is 0, and when the SDK
+///   refuses the UDF, its packet format, or the attachment of the one to the other.
+/// - Raises `PELORA_TCAM_UDF_HW_RESOURCE_FULL` when there is no room for the UDF or the format.
 [[nodiscard]] PELORA_TCAM_EXPORT QualIdList createUdfQualifierUdfModule(
     U32 unit, const UdfDesc& udfDesc, PktFmtIdToUdfId::Ptr pktFmtIdToUdfId );
 
-/// Removes a UDF that was created, and its packet format with the last UDF that uses it. `udfDesc`
-/// is what it was created from, `quals` what that gave; of several ids the first one counts, and
-/// none is an assertion failure, as is a UDF that is not attached to exactly one packet format, or
-/// that the map does not list for it.
+/// Removes a UDF that was created, and its packet format with the last UDF that uses it.
+///
+/// `udfDesc` is what it was created from, `quals` what that gave; of several ids the first one
+/// counts.
+///
+/// - Requires: an id; a UDF that is attached to exactly one packet format; a map that lists it
+///   there.
+/// - Fails: with an assertion failure where one of these is not so.
 PELORA_TCAM_EXPORT void destroyUdfQualifierUdfModule( U32 unit,
                                                       const UdfDesc& udfDesc,
                                                       const QualIdList& quals,
@@ -124,17 +128,23 @@ getUdfReservedBitmap( U32 unit, bcm_udf_abstract_pkt_format_t apf );
 [[nodiscard]] PELORA_TCAM_EXPORT UdfChunkPosList
 getUdfChunkPosFlexParser( U32 unit, const QualIdList& qualIds );
 
-/// Creates a UDF in an abstract packet format and gives its id as the only one of a list; an
-/// empty list, with nothing left behind, when there are too few chunks (one is needed for each two
-/// bytes) or the SDK refuses. No log message is raised.
+/// Creates a UDF in an abstract packet format.
+///
+/// - Requires: one chunk for each two bytes.
+/// - Gives: the UDF's id as the only one of a list.
+/// - Gives an empty list, with nothing left behind and no log message, when there are too few
+///   chunks or the SDK refuses.
 [[nodiscard]] PELORA_TCAM_EXPORT QualIdList
 createUdfQualifierFlexParser( U32 unit, const UdfDesc& udfDesc, bcm_udf_abstract_pkt_format_t apf );
 
-/// Programs one UDF on the chunks of `chunkBmap`, bit i for chunk i of 16; one that is used already
-/// is an assertion failure. The SDK's return code goes to `rc`, whatever it is. On success the UDF
-/// goes into the footprint, then into `qualIds`, and nowhere otherwise; one that is in the
-/// footprint already is an assertion failure. These three must be the caller's own: no other thread
-/// reads, changes or frees them until this returns.
+/// Programs one UDF on the chunks of `chunkBmap`, bit i for chunk i of 16.
+///
+/// - Requires: `rc`, `qualIds` and `hwFootprint` of the caller's own. No other thread reads,
+///   changes or frees them until this returns.
+/// - Gives: the SDK's return code in `rc`, whatever it is. On success the UDF goes into the
+///   footprint, then into `qualIds`, and otherwise nowhere.
+/// - Fails: with an assertion failure for a chunk that is used already, and for a UDF that is in
+///   the footprint already.
 PELORA_TCAM_EXPORT void program_abstract_pkt_type( U32 unit,
                                                    const UdfDesc& udfDesc,
                                                    bcm_udf_abstract_pkt_format_t apf,

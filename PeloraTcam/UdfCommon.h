@@ -32,10 +32,13 @@ PELORA_TCAM_EXPORT int setUdfDataAndMask( int unit,
                                           unsigned char* mask,
                                           unsigned short length );
 
-/// Reads what a field entry is qualified with for a UDF, up to `maxLength` bytes into each of the
-/// caller's two buffers; `actualLength`, which is not null, is set to the low 16 bits of what the
-/// SDK gives, also when it reports an error. Gives the SDK's return code, which nothing here
-/// judges. The locks are left as they are, and nothing is traced.
+/// Reads what a field entry is qualified with for a UDF.
+///
+/// - Requires: two buffers of `maxLength` bytes; an `actualLength` that is not null.
+/// - Gives: up to `maxLength` bytes in each buffer; in `actualLength` the low 16 bits of what the
+///   SDK gives, also when it reports an error; and the SDK's return code, which nothing here
+///   judges.
+/// - Leaves the locks as they are, and traces nothing.
 PELORA_TCAM_EXPORT int getUdfDataAndMask( int unit,
                                           int entry,
                                           int udfId,
