@@ -16,6 +16,7 @@ namespace {
 
 using Helper = PeloraTcamHsdkCounterHelper;
 
+// DIFFERS: SDK-6 has the attribute "evictionHelper" too, and needs that helper to read and clear.
 constexpr Agent::FieldDescriptor attributes[] = { { "chipInfo" }, { "pipeId" }, { "unit" } };
 
 const Agent::TypeRecord types[] = { Agent::createdType< &Helper::PeloraTcamHsdkCounterHelperIs >(
@@ -23,10 +24,12 @@ const Agent::TypeRecord types[] = { Agent::createdType< &Helper::PeloraTcamHsdkC
 
 const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamHsdkCounterHelper", types );
 
+// Not used here: every source file of a helper has one.
 [[maybe_unused]] const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 
 const Agent::TraceHandle& _defaultTraceHandle()
 {
+    // DIFFERS: the SDK-6 helper has "PeloraTcamCounterManager".
     static const Agent::TraceHandle handle( "PeloraTcamHsdkCounterHelper" );
     return handle;
 }
@@ -135,6 +138,7 @@ CounterInfo PeloraTcamHsdkCounterHelper::allocateCounter( StageType stage,
     // DIFFERS: the SDK-6 key has the pipe's bits too.
     const S32 hardwareGroupId =
         getGroupIdMap().getHardwareGroupId( commonHardwareGroupKey( logicalGroupId ) );
+    // DIFFERS: SDK-6 traces the group, fails at counter type 0, and calls the SDK itself.
     const FlexctrAttachment attachment = flexctrManager().attachFlexctr(
         unit(), stage, pipeId(), chipInfo(), priority, entryId, counterSet, hardwareGroupId );
     // DIFFERS: with SDK-6 a refused attachment is fatal.
@@ -162,6 +166,7 @@ U64 PeloraTcamHsdkCounterHelper::getStatHits( unsigned entryId,
                                               CounterType counterType,
                                               StageType stage )
 {
+    // DIFFERS: SDK-6 names the statistic.
     Agent::trace( _defaultTraceHandle(), 9, "getStatHits", " entryId: ", entryId,
                   " counterType: ", counterType );
     // DIFFERS: with SDK-6 a type that is neither a byte nor a packet type is a failed assertion.
@@ -169,8 +174,8 @@ U64 PeloraTcamHsdkCounterHelper::getStatHits( unsigned entryId,
     return isByteType( counterType ) ? hits.bytes : hits.packets;
 }
 
-// The two types of a pair share a flex counter, and each function reads for the types of one kind
-// only: no pair is counted twice.
+// DIFFERS: with SDK-6 each type has a counter of its own. Here the two types of a pair share one,
+// and each function reads for the types of one kind only: no pair is counted twice.
 
 U64 PeloraTcamHsdkCounterHelper::getPacketHits( const CounterInfo& counterInfo )
 {
@@ -186,8 +191,8 @@ U64 PeloraTcamHsdkCounterHelper::getByteHits( const CounterInfo& counterInfo )
     return sumOfHits( *this, counterInfo, isByteType, &Hits::bytes );
 }
 
-// DIFFERS: SDK-6 asks the SDK for a place in the chip's counter pools, and gives the SDK's invalid
-// index where there are none.
+// DIFFERS: SDK-6 asks the SDK for a place in the chip's counter pools, does not use the pipe, gives
+// the SDK's invalid index where there are none, and names the statistic in the trace.
 S32 PeloraTcamHsdkCounterHelper::getCounterHwIdx( unsigned entryId,
                                                   CounterType counterType,
                                                   StageType stage )
@@ -206,7 +211,7 @@ S32 PeloraTcamHsdkCounterHelper::getCounterHwIdx( unsigned entryId,
     return found == allocation->end() ? 0 : static_cast< S32 >( found->second );
 }
 
-// DIFFERS: SDK-6 sets the counters of the set to 0, one by one.
+// DIFFERS: SDK-6 sets the counters of the set to 0, one by one, and does not trace the entry.
 void PeloraTcamHsdkCounterHelper::clearHitsForEntry( const CounterInfo& counterInfo )
 {
     Agent::trace( _defaultTraceHandle(), 9, "clearHitsForEntry", " CounterId: 0x",

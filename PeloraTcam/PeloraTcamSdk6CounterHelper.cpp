@@ -29,6 +29,7 @@ const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 
 const Agent::TraceHandle& _defaultTraceHandle()
 {
+    // DIFFERS: the HSDK helper has "PeloraTcamHsdkCounterHelper".
     static const Agent::TraceHandle handle( "PeloraTcamCounterManager" );
     return handle;
 }
@@ -162,6 +163,7 @@ bcm_field_stat_t translateStatType( const CounterType& counterType )
 {
     switch ( counterType ) {
     case CounterType::invalid:
+        // DIFFERS: HSDK hands the type on to the services.
         AGENT_FAIL( "false && \"invalid counter type requested\"" );
     case CounterType::bytes:
         return Shim::sdk().bcmFieldStatBytes();
@@ -207,6 +209,7 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
     // DIFFERS: HSDK does not trace the group.
     Agent::trace( _defaultTraceHandle(), 8, " Creating stat for group: ", hardwareGroupId );
 
+    // DIFFERS: with HSDK the agent's flex counter services do the work.
     const int sdkUnit = static_cast< int >( unit() );
     int sdkStatId = 0;
     const int rc = SDK_TRACED_CALL_AS(
@@ -218,6 +221,7 @@ CounterInfo PeloraTcamSdk6CounterHelper::allocateCounter( StageType stage,
         allocated.counterSet.clear();
         return allocated;
     }
+    // DIFFERS: HSDK gives the default record when the attachment is refused.
     SDK_CHECKED_CALL_AS( "bcm_field_entry_stat_attach( unit(), entryId, sdkStatId )",
                          bcm_field_entry_stat_attach, sdkUnit,
                          static_cast< bcm_field_entry_t >( entryId ), sdkStatId );
@@ -253,8 +257,10 @@ bool PeloraTcamSdk6CounterHelper::freeCounter( StageType,
 // KEPT: what was read is given whatever the return code.
 U64 PeloraTcamSdk6CounterHelper::getStatHits( unsigned statId, CounterType counterType, StageType )
 {
+    // DIFFERS: HSDK names the entry.
     Agent::trace( _defaultTraceHandle(), 9, "getStatHits", " StatId: ", statId,
                   " counterType: ", counterType );
+    // DIFFERS: HSDK has no eviction helper, here and where counters are read or cleared below.
     const EvictionHelper eviction = evictionHelper();
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
 
@@ -303,7 +309,8 @@ U64 PeloraTcamSdk6CounterHelper::getByteHits( const CounterInfo& counterInfo )
     return sumOfHits< isByteType, getBytes >( *this, std::move( eviction ), counterInfo, site );
 }
 
-// DIFFERS: HSDK finds the index among those that it gave the entry, and gives 0 for none.
+// DIFFERS: HSDK finds the index among those that it gave the entry, by the pipe that its manager
+// converts; it gives 0 for none, and names the entry in the trace.
 S32 PeloraTcamSdk6CounterHelper::getCounterHwIdx( unsigned statId,
                                                   CounterType counterType,
                                                   StageType )
@@ -335,7 +342,8 @@ S32 PeloraTcamSdk6CounterHelper::getCounterHwIdx( unsigned statId,
     return indices[ 0 ];
 }
 
-// DIFFERS: HSDK clears all flex counters of the entry at once, whatever the set.
+// DIFFERS: HSDK clears all flex counters of the entry at once, whatever the set, and traces the
+// entry too.
 void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterInfo )
 {
     Agent::trace( _defaultTraceHandle(), 9, "clearHitsForEntry", " CounterId: 0x",

@@ -278,7 +278,10 @@ using ClassRecord = bcm_field_src_class_t;
 
 // clang-format off
 // DIFFERS: the table of the older function, below, is keyed by the SDK's qualifiers, translates the
-// packet type only, and replaces most class fields.
+// packet type only, and replaces most class fields. It has no drop, drop reason, front-panel
+// packet, opaque control id, layer-2 packet type or tunnel terminated, but forwarding type, station
+// move and the class of the virtual port. Its call texts name the flag of preselectors, and some of
+// its labels have a blank more.
 
 /// The qualifiers of a preselector, by the agent's name.
 constexpr Row< QualifierType > preselectorRows[] = {
@@ -341,6 +344,11 @@ constexpr Row< QualifierType > preselectorRows[] = {
 
 /// The access object's accessor of a qualifier.
 using QualifierAccessor = bcm_field_qualify_t ( Sdk::* )() const;
+
+// DIFFERS: the table of the newer function, above, is keyed by the agent's qualifiers, translates
+// IP type, tunnel type and packet-forwarding type too, and adds to class fields, which it cuts. It
+// has qualifiers that this one has not, and the other way round. Its call texts name the entry
+// alone, and the cast of the packet-forwarding type has blanks.
 
 /// The qualifiers of the older function, by the accessor, in the order of comparison.
 constexpr Row< QualifierAccessor > legacyPreselectorRows[] = {

@@ -105,10 +105,11 @@ PeloraTcamSdk6PolicerHelper::getBcmPolicerConfig( const Policer& policer ) const
     return conf;
 }
 
-// DIFFERS: the HSDK helper chooses the id itself, adds flags, and judges the return code on its
-// own.
+// DIFFERS: the HSDK helper takes the id from the agent's id manager, whose pool can be exhausted,
+// and adds flags of its own and of the stage.
 PolicerId PeloraTcamSdk6PolicerHelper::getPolicer( const Policer& policer, StageType )
 {
+    // DIFFERS: the HSDK helper traces the stage too.
     Agent::trace( _defaultTraceHandle(), 9, "getPolicer", "Policer config: ", policer );
 
     const int unit = sdkUnit( fapId() );
@@ -122,6 +123,7 @@ PolicerId PeloraTcamSdk6PolicerHelper::getPolicer( const Policer& policer, Stage
     AGENT_ASSERT_AS( "policerId && \"Failed to allocate Policer\"", createdId != 0 );
     const auto policerId = static_cast< PolicerId >( createdId );
 
+    // DIFFERS: the HSDK helper traces the id at level 8.
     Agent::trace( _defaultTraceHandle(), 4, "getPolicer", "Created policer id : ", policerId );
     return policerId;
 }
