@@ -262,6 +262,7 @@ U64 PeloraTcamSdk6CounterHelper::getStatHits( unsigned statId, CounterType count
                   " counterType: ", counterType );
     // DIFFERS: HSDK has no eviction helper, here and where counters are read or cleared below.
     const EvictionHelper eviction = evictionHelper();
+    // Required, although it cannot fail: evictionHelper() gives none that is null.
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
 
     U64 stats = 0;
@@ -294,6 +295,7 @@ U64 PeloraTcamSdk6CounterHelper::getPacketHits( const CounterInfo& counterInfo )
     Agent::trace( _defaultTraceHandle(), 9, "getPacketHits", " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
     EvictionHelper eviction = evictionHelper();
+    // Required, although it cannot fail: evictionHelper() gives none that is null.
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
     static constexpr Shim::CallSite site = SDK_CALL_SITE( getPacketsText );
     return sumOfHits< isPacketType, getPackets >( *this, std::move( eviction ), counterInfo, site );
@@ -304,6 +306,7 @@ U64 PeloraTcamSdk6CounterHelper::getByteHits( const CounterInfo& counterInfo )
     Agent::trace( _defaultTraceHandle(), 9, "getByteHits", " CounterId 0x",
                   Agent::hex( counterInfo.counterId ) );
     EvictionHelper eviction = evictionHelper();
+    // Required, although it cannot fail: evictionHelper() gives none that is null.
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", eviction );
     static constexpr Shim::CallSite site = SDK_CALL_SITE( getBytesText );
     return sumOfHits< isByteType, getBytes >( *this, std::move( eviction ), counterInfo, site );
@@ -348,6 +351,7 @@ void PeloraTcamSdk6CounterHelper::clearHitsForEntry( const CounterInfo& counterI
 {
     Agent::trace( _defaultTraceHandle(), 9, "clearHitsForEntry", " CounterId: 0x",
                   Agent::hex( counterInfo.counterId ) );
+    // Required, although it cannot fail: evictionHelper() gives none that is null.
     AGENT_ASSERT_AS( "!!evictionHelper() && \"Eviction Helper is missing\"", evictionHelper() );
 
     const U32 sdkUnit = unit();
