@@ -48,7 +48,7 @@ ChunkSet chunksOf( const bcm_udf_cbmp_t& cbmp )
     ChunkSet chunks;
     for ( U32 i = 0; i < chunksOfFormat; ++i ) {
         if ( access.BCM_UDF_CBMP_CHUNK_TEST( cbmp, static_cast< int >( i ) ) ) {
-            // Required, although it cannot fail.
+            // Required, although it cannot fail: the loop ends there.
             AGENT_ASSERT_AS( "i < chunkBmap->size()", i < chunksOfFormat );
             chunks.add( i );
         }
@@ -134,9 +134,10 @@ struct Offer
         : count( chunks.numBitsInSetState() )
     {
         if ( count != 0 ) {
-            const auto found = chunks.firstSetBit( 0, chunks.size() - 1 );
-            AGENT_ASSERT( found );
-            lowest = *found;
+            const auto lowestBit = chunks.firstSetBit( 0, chunks.size() - 1 );
+            // Required, although it cannot fail: there are bits.
+            AGENT_ASSERT_AS( "found", lowestBit );
+            lowest = *lowestBit;
         }
     }
 
@@ -342,7 +343,8 @@ void assertExtent( const bcm_udf_multi_chunk_info_t& chunkInfo, U32 offset, U32 
                      "apf == bcmUdfAbstractPktFormatUnknownL3",
                      isAllowedFormat( chunkInfo.abstract_pkt_format() ) );
     // DIFFERS: SDK-6 compares the offset in bytes.
-    AGENT_ASSERT( chunkInfo.offset() == ( offset * 8 ) );
+    AGENT_ASSERT_AS( "chunkInfo.offset() == ( offset * 8 )",
+                     chunkInfo.offset() == offset * chunkBitsPerByte );
     // KEPT: required: compared in bytes.
     AGENT_ASSERT( chunkInfo.width() == length );
 }

@@ -162,6 +162,7 @@ bool UdfModuleCreation::createUdf()
         traceUdf( 1, " bcm_udf_create failed ", rc );
         return false;
     }
+    // Required, although it cannot fail: a creation makes one UDF.
     AGENT_ASSERT_AS( "!hwFootprint.udfIds.qualIds()", hwFootprint_.udfIds.qualIds() == 0 );
     hwFootprint_.udfIds.qualIdIs( static_cast< U32 >( udfId_ ) );
     return true;
@@ -287,10 +288,10 @@ void destroyUdfQualifierUdfModule( U32 unit,
     }
 
     bcm_udf_pkt_format_id_t pktFmtId = 0;
-    int actual = 0;
+    int formatCount = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_get_all( unit, udfId, 1, &pktFmtId, &actual )",
-                         bcm_udf_pkt_format_get_all, sdkUnit, udfId, 1, &pktFmtId, &actual );
-    AGENT_ASSERT( actual == 1 );
+                         bcm_udf_pkt_format_get_all, sdkUnit, udfId, 1, &pktFmtId, &formatCount );
+    AGENT_ASSERT_AS( "actual == 1", formatCount == 1 );
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_delete( unit, udfId, pktFmtId )",
                          bcm_udf_pkt_format_delete, sdkUnit, udfId, pktFmtId );
 
@@ -361,7 +362,9 @@ void udfQualProgrammedInHwUdfModule( U32 unit,
 {
     const int sdkUnit = static_cast< int >( unit );
     const bcm_udf_id_t udfId = firstUdfId( quals );
-    const int offset = udfDesc.offset(), length = udfDesc.length();
+    const int offset = udfDesc.offset();
+    const int length = udfDesc.length();
+    constexpr int bitsPerByte = 8;
     traceUdf( 4, "udfQualProgrammedInHwUdfModule", " mod: ", unit );
 
     bcm_udf_t udf;
@@ -374,10 +377,10 @@ void udfQualProgrammedInHwUdfModule( U32 unit,
         AGENT_FAIL( "0" );
     }
 
-    AGENT_ASSERT( udf.width() == ( length * 8 ) );
+    AGENT_ASSERT_AS( "udf.width() == ( length * 8 )", udf.width() == length * bitsPerByte );
     // KEPT: the descriptor's raw offset, although creation adds the start correction: a UDF that
     // counts from behind a header does not pass this audit.
-    AGENT_ASSERT( udf.start() == ( offset * 8 ) );
+    AGENT_ASSERT_AS( "udf.start() == ( offset * 8 )", udf.start() == offset * bitsPerByte );
     // KEPT: required: any of these layers passes, not only that of the base; the text has one of
     // them twice.
     AGENT_ASSERT_AS(
@@ -387,17 +390,18 @@ void udfQualProgrammedInHwUdfModule( U32 unit,
         isLayerOfABase( udf.layer() ) );
 
     // Room for two, so that a UDF that is attached to more than one is caught.
-    bcm_udf_pkt_format_id_t pktFmtId[ 2 ] = {};
-    int actual = 0;
+    bcm_udf_pkt_format_id_t formatIds[ 2 ] = {};
+    int formatCount = 0;
     SDK_CHECKED_CALL_AS( "bcm_udf_pkt_format_get_all( unit, udfId, 2, pktFmtId, &actual )",
-                         bcm_udf_pkt_format_get_all, sdkUnit, udfId, 2, pktFmtId, &actual );
-    AGENT_ASSERT( actual == 1 );
-    AGENT_ASSERT( pktFmtId[ 0 ] );
+                         bcm_udf_pkt_format_get_all, sdkUnit, udfId, 2, formatIds, &formatCount );
+    AGENT_ASSERT_AS( "actual == 1", formatCount == 1 );
+    AGENT_ASSERT_AS( "pktFmtId[ 0 ]", formatIds[ 0 ] != 0 );
 
-    const PktFmtId fmtId( pktFmtId[ 0 ] );
-    AGENT_ASSERT( pktFmtIdToUdfId->pktFmtIdToUdfIdHas( fmtId ) );
+    const PktFmtId format( formatIds[ 0 ] );
+    AGENT_ASSERT_AS( "pktFmtIdToUdfId->pktFmtIdToUdfIdHas( fmtId )",
+                     pktFmtIdToUdfId->pktFmtIdToUdfIdHas( format ) );
     AGENT_ASSERT_AS( "udfs.udfIdHas( id )",
-                     pktFmtIdToUdfId->pktFmtIdToUdfId( fmtId ).udfIdHas( UdfId( udfId ) ) );
+                     pktFmtIdToUdfId->pktFmtIdToUdfId( format ).udfIdHas( UdfId( udfId ) ) );
 }
 
 UdfIdList getAllProgrammedUdfIdsUdfModule( U32 unit )
@@ -611,9 +615,9 @@ ChunkSet chosenChunks( ChunkSet reserved, U32 requested )
 {
     ChunkSet chosen;
     for ( U32 i = 0; i < requested; ++i ) {
-        const auto bit = static_cast< U32 >( std::countr_one( reserved.bits ) );
-        AGENT_ASSERT( bit < chunksOfFormat );
-        chosen.add( bit );
+        const auto lowestFree = static_cast< U32 >( std::countr_one( reserved.bits ) );
+        AGENT_ASSERT_AS( "bit < chunksOfFormat", lowestFree < chunksOfFormat );
+        chosen.add( lowestFree );
     }
     return chosen;
 }
@@ -711,7 +715,8 @@ void program_abstract_pkt_type( U32 unit,
     const U32 length = udfDesc.length();
     const auto pfi = readFormat( SDK_CALL_SITE( readFormatText ), unit, apf );
     // DIFFERS: with HSDK a chunk must be free, not only unused.
-    AGENT_ASSERT( !( chunkBmap & pfi.chunk_bmap_used() ) );
+    AGENT_ASSERT_AS( "!( chunkBmap & pfi.chunk_bmap_used() )",
+                     ( chunkBmap & pfi.chunk_bmap_used() ) == 0 );
 
     bcm_udf_chunk_info_t chunkInfo;
     Shim::sdk().bcm_udf_chunk_info_t_init( &chunkInfo );

@@ -22,6 +22,7 @@ const Agent::TypeRecord types[] = {
 
 const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamUdfHsdkHelper", types );
 
+// Not used here: every source file that programs user-defined fields has them.
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 const UdfLogHandles logHandles_;
 
@@ -119,8 +120,7 @@ void UdfFlexParserHsdkHelper::verifyProgrammedUdf( const UdfDesc& udfDesc,
 
 void UdfFlexParserHsdkHelper::verifyLagHashingUdf( const UdfDesc&, const QualIdList& ) const
 {
-    Agent::assertionFailed( "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__,
-                            __PRETTY_FUNCTION__ );
+    AGENT_FAIL( "Flex Parser does not support Lag Hashing UDF" );
 }
 
 UdfIdList UdfFlexParserHsdkHelper::getAllProgrammedUdfIds( U32 unit ) const
@@ -131,8 +131,7 @@ UdfIdList UdfFlexParserHsdkHelper::getAllProgrammedUdfIds( U32 unit ) const
 
 UdfIdList UdfFlexParserHsdkHelper::getAllProgrammedLagHashingUdfIds( U32 ) const
 {
-    Agent::assertionFailed( "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__,
-                            __PRETTY_FUNCTION__ );
+    AGENT_FAIL( "Flex Parser does not support Lag Hashing UDF" );
 }
 
 void UdfFlexParserHsdkHelper::handleInitialized()

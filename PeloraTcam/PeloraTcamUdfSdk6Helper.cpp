@@ -28,6 +28,7 @@ const Agent::TypeRecord types[] = {
 
 const Agent::RegisteredModule module( "PeloraTcam/PeloraTcamUdfSdk6Helper", types );
 
+// Not used here: every source file that programs user-defined fields has them.
 const Agent::TraceHandle apiTraceHandle_( Shim::apiTraceFacility );
 const UdfLogHandles logHandles_;
 
@@ -239,8 +240,7 @@ void UdfFlexParserHelper::verifyProgrammedUdf( const UdfDesc& udfDesc,
 
 void UdfFlexParserHelper::verifyLagHashingUdf( const UdfDesc&, const QualIdList& ) const
 {
-    Agent::assertionFailed( "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__,
-                            __PRETTY_FUNCTION__ );
+    AGENT_FAIL( "Flex Parser does not support Lag Hashing UDF" );
 }
 
 UdfIdList UdfFlexParserHelper::getAllProgrammedUdfIds( U32 unit ) const
@@ -251,8 +251,7 @@ UdfIdList UdfFlexParserHelper::getAllProgrammedUdfIds( U32 unit ) const
 
 UdfIdList UdfFlexParserHelper::getAllProgrammedLagHashingUdfIds( U32 ) const
 {
-    Agent::assertionFailed( "Flex Parser does not support Lag Hashing UDF", __FILE__, __LINE__,
-                            __PRETTY_FUNCTION__ );
+    AGENT_FAIL( "Flex Parser does not support Lag Hashing UDF" );
 }
 
 void UdfFlexParserHelper::handleInitialized()
