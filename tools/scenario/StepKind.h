@@ -12,14 +12,15 @@
 
 namespace Tool {
 
-/// Reads a step from the value of its key. Whatever is wrong fails at the node concerned.
-using StepReader = std::unique_ptr< const Step > ( * )( const Input::YamlNode& node,
-                                                        const ReadContext& context );
+/// A function that reads a step from the value of its key. Whatever is wrong fails at the node
+/// concerned.
+using ReadStep = std::unique_ptr< const Step >( const Input::YamlNode& node,
+                                                const ReadContext& context );
 
 struct StepKind
 {
     std::string_view name; ///< the key of the step in a scenario
-    StepReader read;
+    ReadStep* read;
 };
 
 } // namespace Tool
