@@ -136,7 +136,7 @@ UdfManager::Audit UdfManager::audit() const
             helper_->verifyProgrammedUdf( desc, record.quals );
             ++audit.compared;
         } else {
-            ++audit.withheld;
+            ++audit.notJudged;
         }
     }
     audit.foreign = foreignInTurn();

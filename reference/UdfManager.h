@@ -41,7 +41,7 @@ class UdfManager
     struct Audit
     {
         std::size_t compared = 0;      ///< records that the chip holds as described
-        std::size_t withheld = 0;      ///< records that the helper's audit cannot judge
+        std::size_t notJudged = 0;     ///< records that the helper's audit cannot judge
         PeloraTcam::UdfIdList foreign; ///< UDFs of the chip that are none of this manager's
     };
 

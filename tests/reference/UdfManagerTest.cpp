@@ -163,7 +163,7 @@ TEST_F( UdfManagerTest, Audit_AsProgrammed_ComparesAllThatCanBeCompared )
     sdk.clear();
     const UdfManager::Audit audit = manager.audit();
     EXPECT_EQ( audit.compared, 1U );
-    EXPECT_EQ( audit.withheld, 1U );
+    EXPECT_EQ( audit.notJudged, 1U );
     EXPECT_EQ( audit.foreign, UdfIdList() );
     EXPECT_EQ( sdk.countOf( "bcm_udf_hash_config_get" ), 1U );
     EXPECT_EQ( sdk.countOf( "bcm_udf_get" ), 1U );
@@ -214,7 +214,7 @@ std::vector< int > comparedLengths( UdfManager& manager )
         const UdfDesc desc = descOfLength( length );
         EXPECT_EQ( manager.program( desc ).qualIds(), 1U );
         const UdfManager::Audit audit = manager.audit();
-        EXPECT_EQ( audit.compared + audit.withheld, 1U );
+        EXPECT_EQ( audit.compared + audit.notJudged, 1U );
         if ( audit.compared == 1 ) {
             lengths.push_back( length );
         }

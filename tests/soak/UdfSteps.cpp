@@ -170,7 +170,7 @@ void UdfSteps::audit()
         foreign.udfIdIs( UdfId( id ) );
     }
     const Reference::UdfManager::Audit audit = agent.udfs.audit();
-    require( audit.compared + audit.withheld == quals_.size(), "all are compared" );
+    require( audit.compared + audit.notJudged == quals_.size(), "all are compared" );
     require( audit.foreign == foreign, "what is foreign is what was left behind" );
 }
 

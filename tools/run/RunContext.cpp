@@ -103,7 +103,7 @@ AuditCounts RunContext::audit() const
     if ( udfs_ ) {
         const Reference::UdfManager::Audit udfs = udfs_->audit();
         counts.compared += udfs.compared;
-        counts.withheld = udfs.withheld;
+        counts.notJudged = udfs.notJudged;
         counts.foreign = udfs.foreign.udfIds();
     }
     return counts;

@@ -31,8 +31,8 @@ namespace Tool {
 struct AuditCounts
 {
     std::size_t compared = 0;
-    std::size_t withheld = 0; ///< user-defined fields that the library's audit cannot judge
-    std::size_t foreign = 0;  ///< user-defined fields of the chip that nobody here has made
+    std::size_t notJudged = 0; ///< user-defined fields that the library's audit cannot judge
+    std::size_t foreign = 0;   ///< user-defined fields of the chip that nobody here has made
 };
 
 /// A group as a scenario knows it.

@@ -21,8 +21,8 @@ class Audit : public Step
     {
         const AuditCounts counts = context.audit();
         std::string text = fmt::format( "{} compared with the chip", counts.compared );
-        if ( counts.withheld != 0 ) {
-            text += fmt::format( ", {} withheld", counts.withheld );
+        if ( counts.notJudged != 0 ) {
+            text += fmt::format( ", {} withheld", counts.notJudged );
         }
         if ( counts.foreign != 0 ) {
             text += fmt::format( ", {} foreign", counts.foreign );
@@ -30,7 +30,7 @@ class Audit : public Step
         return { Outcome::ok,
                  text,
                  { { "audited", counts.compared },
-                   { "withheld", counts.withheld },
+                   { "withheld", counts.notJudged },
                    { "foreign", counts.foreign } } };
     }
 };
