@@ -184,6 +184,17 @@ void YamlNode::readItems( const std::function< void( const YamlNode& ) >& reader
     }
 }
 
+void YamlNode::readPairs(
+    const std::function< void( const YamlNode&, const YamlNode& ) >& reader ) const
+{
+    if ( kind_ != Kind::mapping ) {
+        failExpecting( "a mapping" );
+    }
+    for ( std::size_t i = 0; i < keys_.size(); ++i ) {
+        reader( keys_[ i ], children_[ i ] );
+    }
+}
+
 void YamlNode::readMembers( const std::function< void( YamlMembers& ) >& reader ) const
 {
     if ( kind_ != Kind::mapping ) {

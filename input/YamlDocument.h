@@ -74,6 +74,9 @@ class YamlNode
 
     [[nodiscard]] int column() const { return column_; }
 
+    /// The name that errors give the file.
+    [[nodiscard]] const std::string& file() const { return *file_; }
+
     /// Reports an error at this node: always throws an InputError.
     [[noreturn]] void fail( const std::string& message ) const;
 
@@ -133,6 +136,10 @@ class YamlNode
     /// A mapping: calls the reader, which asks for the members; then complains about members that
     /// were not asked for, and about required ones that were missing.
     void readMembers( const std::function< void( YamlMembers& members ) >& reader ) const;
+
+    /// A mapping of which the writer chooses the keys: calls the reader with each pair.
+    void readPairs(
+        const std::function< void( const YamlNode& key, const YamlNode& value ) >& reader ) const;
 
   private:
     friend class YamlMembers;

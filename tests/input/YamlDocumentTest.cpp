@@ -171,6 +171,33 @@ TEST( YamlNodeTest, ReadItems_NoList_IsRefused )
                "f:1:1: expected a list, found 'a'" );
 }
 
+TEST( YamlNodeTest, ReadPairs_Mapping_GivesEachKeyAndValueInTheirOrder )
+{
+    const YamlDocument document = YamlDocument::fromText( "f", "{ b: 1, a/2: 3 }" );
+    std::vector< std::string > pairs;
+    document.root().readPairs( [ & ]( const YamlNode& key, const YamlNode& value ) {
+        std::string name;
+        int number = 0;
+        key.read( name );
+        value.read( number );
+        pairs.push_back( name + " " + std::to_string( number ) + " " +
+                         std::to_string( key.column() ) );
+    } );
+    EXPECT_THAT( pairs, ElementsAre( "b 1 3", "a/2 3 9" ) );
+}
+
+TEST( YamlNodeTest, ReadPairs_NoMapping_IsRefused )
+{
+    const YamlDocument document = YamlDocument::fromText( "f", "[ a ]" );
+    EXPECT_THROW( document.root().readPairs( []( const YamlNode&, const YamlNode& ) {} ),
+                  InputError );
+}
+
+TEST( YamlNodeTest, File_OfANode_IsThatOfTheDocument )
+{
+    EXPECT_EQ( YamlDocument::fromText( "fruit.yaml", "a" ).root().file(), "fruit.yaml" );
+}
+
 TEST( YamlNodeTest, Kind_EachKind_IsTold )
 {
     const auto kindOf = []( const std::string& text ) {
