@@ -229,7 +229,7 @@ RuleSet parseRuleSet( std::string_view text, const std::string& file )
     if ( const std::optional< Input::BadLetter > bad = Input::firstNotUtf8( text ) ) {
         throw Input::InputError( file, bad->line, bad->column, bad->what );
     }
-    RuleSet ruleSet{ file, {} };
+    RuleSet ruleSet{ file, {}, {} };
     int lineNumber = 0;
     while ( !text.empty() ) {
         ++lineNumber;
@@ -238,6 +238,7 @@ RuleSet parseRuleSet( std::string_view text, const std::string& file )
         text.remove_prefix( end == std::string_view::npos ? text.size() : end + 1 );
         if ( line.find_first_not_of( blanks ) != std::string_view::npos ) {
             ruleSet.rules.push_back( readRule( LineReader( line, file, lineNumber ) ) );
+            ruleSet.lines.push_back( lineNumber );
         }
     }
     if ( ruleSet.rules.empty() ) {

@@ -64,6 +64,7 @@ struct RuleSet
 {
     std::string file;
     std::vector< Rule > rules;
+    std::vector< int > lines = {}; ///< where in the file each rule stands, from 1
 };
 
 /// Reads a rule set from a text; `file` is the name that messages give it.

@@ -88,6 +88,14 @@ RunContext::SdkInUse::~SdkInUse()
     Shim::sdk_ = nullptr;
 }
 
+Sim::PacketPath& RunContext::packets()
+{
+    if ( !packets_ ) {
+        packets_.emplace( *simulatedSdk_.chip( unit_ ), numbering_ );
+    }
+    return *packets_;
+}
+
 Reference::UdfManager& RunContext::udfs()
 {
     if ( !udfs_ ) {

@@ -14,6 +14,7 @@
 #include "reference/UdfManager.h"
 #include "sim/FaultInjectingSdk.h"
 #include "sim/SimulatedSdk.h"
+#include "sim/packets/PacketPath.h"
 #include "tools/run/CallObserver.h"
 #include "tools/run/NamedObjects.h"
 #include "tools/run/TcamManagers.h"
@@ -21,6 +22,7 @@
 #include "tools/scenario/Scenario.h"
 #include "tools/text/Json.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -69,6 +71,15 @@ class RunContext
     ~RunContext();
 
     [[nodiscard]] Sim::FaultInjectingSdk& sdk() { return faultySdk_; }
+
+    /// The way of packets through the chip; made when it is asked for first. Its meters go on from
+    /// packet to packet.
+    [[nodiscard]] Sim::PacketPath& packets();
+
+    /// The simulated time that packets come at, in nanoseconds, unless they say another one.
+    [[nodiscard]] std::uint64_t packetTime() const { return packetTime_; }
+
+    void packetTimeIs( std::uint64_t nanoseconds ) { packetTime_ = nanoseconds; }
 
     /// The scenario's chip.
     [[nodiscard]] const Sim::SimulatedChip& chip() const { return *simulatedSdk_.chip( unit_ ); }
@@ -182,6 +193,8 @@ class RunContext
     TcamManagers tcam_;
     NamedObjects< PeloraTcam::PolicerId > policerNames_{ "policer" };
     NamedObjects< NamedEntry > entryNames_{ "entry" };
+    std::optional< Sim::PacketPath > packets_;
+    std::uint64_t packetTime_ = 0;
     Progress progress_;
 };
 

@@ -51,20 +51,6 @@ class ProgressReporter
     std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
 };
 
-/// Runs a step in this process. What goes wrong in it, other than by ending the process, is its
-/// outcome.
-StepResult runStep( const Step& step, RunContext& context )
-{
-    context.forgetFailure();
-    try {
-        return step.run( context );
-    } catch ( const std::exception& failure ) {
-        return { Outcome::error, failure.what(), Json::object() };
-    } catch ( ... ) {
-        return { Outcome::error, "an exception of an unknown kind", Json::object() };
-    }
-}
-
 /// Runs a step that is expected to end the process: in a process of its own, which has a copy of
 /// everything, so that here nothing changes. Gives the step's part of the event.
 Json tryStep( const Step& step, RunContext& context )
@@ -118,6 +104,18 @@ void runStepAndReport( std::size_t index,
 }
 
 } // namespace
+
+StepResult runStep( const Step& step, RunContext& context )
+{
+    context.forgetFailure();
+    try {
+        return step.run( context );
+    } catch ( const std::exception& failure ) {
+        return { Outcome::error, failure.what(), Json::object() };
+    } catch ( ... ) {
+        return { Outcome::error, "an exception of an unknown kind", Json::object() };
+    }
+}
 
 void runScenarioSteps( const Scenario& scenario, const RunOptions& options, EventSender& events )
 {

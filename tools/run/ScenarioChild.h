@@ -28,6 +28,10 @@ inline constexpr const char* stepEnded = "step-ended";
 
 } // namespace RunEvent
 
+/// Runs a step in this process. What goes wrong in it, other than by ending the process, is its
+/// outcome.
+[[nodiscard]] StepResult runStep( const Step& step, RunContext& context );
+
 /// Builds the chip, runs the steps as the agent would, and reports. Returns when all have been run.
 void runScenarioSteps( const Scenario& scenario, const RunOptions& options, EventSender& events );
 

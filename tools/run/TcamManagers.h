@@ -17,11 +17,21 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace Tool {
 
 /// Which SDK a kind of chip is driven through.
 [[nodiscard]] Reference::SdkVariant sdkVariantOf( Sim::ChipKind chip );
+
+/// A rule set as a scenario knows it.
+struct NamedRuleSet
+{
+    Reference::RuleSetId id = 0;
+    std::string file;
+    std::vector< int > lines; ///< where in the file each rule stands, from 1
+};
 
 class TcamManagers
 {
@@ -60,7 +70,7 @@ class TcamManagers
     /// The programmer of rule sets. For rules with counters ask for `counters` before.
     [[nodiscard]] Reference::RuleSetProgrammer& ruleSets() { return ruleSets_; }
 
-    [[nodiscard]] NamedObjects< Reference::RuleSetId >& ruleSetNames() { return ruleSetNames_; }
+    [[nodiscard]] NamedObjects< NamedRuleSet >& ruleSetNames() { return ruleSetNames_; }
 
     /// Compares what the managers have recorded with the chip and gives the number of comparisons;
     /// a mismatch ends the process.
@@ -81,7 +91,7 @@ class TcamManagers
     const std::unique_ptr< Reference::CompressionManager > compression_;
     Reference::EntryManager entries_;
     Reference::RuleSetProgrammer ruleSets_;
-    NamedObjects< Reference::RuleSetId > ruleSetNames_{ "rule set" };
+    NamedObjects< NamedRuleSet > ruleSetNames_{ "rule set" };
 };
 
 } // namespace Tool

@@ -5,6 +5,7 @@
 // clear-counters: { entry: web }
 
 #include "agent/base/TextPieces.h"
+#include "tools/run/EntryNames.h"
 #include "tools/run/RunContext.h"
 #include "tools/scenario/EnumeratorReader.h"
 #include "tools/steps/Refused.h"
@@ -43,7 +44,7 @@ constexpr std::pair< std::string_view, Sim::TrafficColor > colors[] = {
 /// The counters of an entry; a `StepError` if it has none.
 const PeloraTcam::CounterInfo& countersOf( const std::string& entry, RunContext& context )
 {
-    const TcamEntryId id = context.entryNames().at( entry ).id;
+    const TcamEntryId id = entryNamed( context, entry );
     if ( !context.tcam().hasCounters( id ) ) {
         throw StepError( fmt::format( "the entry '{}' has no counters", entry ) );
     }
@@ -100,7 +101,7 @@ class AllocateCounter : public StepOnEntry
   private:
     [[nodiscard]] Reference::CounterRequest request( RunContext& context ) const
     {
-        const NamedEntry& named = context.entryNames().at( entry() );
+        const NamedEntry& named = ownEntryNamed( context, entry(), "counters" );
         const Reference::GroupDesc& group = context.groupNames().at( named.group ).desc;
         if ( !group.logicalId ) {
             throw StepError( fmt::format( "the group '{}' has no logical-id, by which the library "
@@ -131,6 +132,7 @@ class FreeCounter : public StepOnEntry
 
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
+        static_cast< void >( ownEntryNamed( context, entry(), "counters" ) );
         const PeloraTcam::CounterInfo info = countersOf( entry(), context );
         context.tcam().counters().free( info.entryId );
         context.tcam().releaseUnusedCounterObjects();
@@ -150,7 +152,7 @@ class SeeTraffic : public StepOnEntry
 
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
-        const TcamEntryId id = context.entryNames().at( entry() ).id;
+        const TcamEntryId id = entryNamed( context, entry() );
         const bool counted = context.seeTraffic( static_cast< bcm_field_entry_t >( id ), traffic_ );
         return { Outcome::ok,
                  fmt::format( "{} packets, {} bytes{}", traffic_.packets, traffic_.bytes,

@@ -2,6 +2,7 @@
 // destroy-entry: { name: web }
 
 #include "agent/base/TextPieces.h"
+#include "tools/run/EntryNames.h"
 #include "tools/run/RunContext.h"
 #include "tools/scenario/EnumeratorReader.h"
 #include "tools/scenario/PacketNames.h"
@@ -110,7 +111,7 @@ class DestroyEntry : public Step
 
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
-        const TcamEntryId entry = context.entryNames().at( name_ ).id;
+        const TcamEntryId entry = ownEntryNamed( context, name_, "place" ).id;
         if ( context.tcam().hasCounters( entry ) ) {
             throw StepError( fmt::format( "the entry '{}' has counters", name_ ) );
         }

@@ -40,6 +40,8 @@ class ImportRules : public Step
   public:
     ImportRules( std::string name, const RuleSet& ruleSet, const RuleOptions& options )
         : name_( std::move( name ) )
+        , file_( ruleSet.file )
+        , lines_( ruleSet.lines )
         , rules_( filterRulesOf( ruleSet ) )
         , options_( options )
     {}
@@ -69,7 +71,7 @@ class ImportRules : public Step
             tcam.releaseUnusedCounterObjects();
             throw StepError( failure->text() );
         }
-        tcam.ruleSetNames().add( name_, report.id );
+        tcam.ruleSetNames().add( name_, { report.id, file_, lines_ } );
         return result( report );
     }
 
@@ -93,6 +95,8 @@ class ImportRules : public Step
     }
 
     std::string name_;
+    std::string file_;
+    std::vector< int > lines_; // Of the rules.
     std::vector< FilterRule > rules_;
     RuleOptions options_;
 };

@@ -22,7 +22,7 @@ class RemoveRules : public Step
     [[nodiscard]] StepResult run( RunContext& context ) const override
     {
         TcamManagers& tcam = context.tcam();
-        const Reference::RuleSetId id = tcam.ruleSetNames().at( name_ );
+        const Reference::RuleSetId id = tcam.ruleSetNames().at( name_ ).id;
         const Reference::Hits hits = tcam.ruleSets().hits( id ).value_or( Reference::Hits{} );
         tcam.ruleSets().remove( id );
         tcam.ruleSetNames().remove( name_ );

@@ -35,8 +35,15 @@ constexpr std::string_view legacyQualifiers[] = {
 #include "PeloraTcam/PreselectorNames.def"
 };
 
-constexpr ActionType actions[] = {
-#define ACTION( type, accessor ) ActionType::type,
+/// An action of the agent and the SDK's accessor for it.
+struct ActionName
+{
+    ActionType action;
+    std::string_view sdk;
+};
+
+constexpr ActionName actions[] = {
+#define ACTION( type, accessor ) { ActionType::type, #accessor },
 #include "PeloraTcam/Actions.def"
 };
 
@@ -55,7 +62,30 @@ bool isTranslated( QualifierType qualifier )
 
 bool isTranslated( ActionType action )
 {
-    return has( actions, action );
+    return std::ranges::count( actions, action, &ActionName::action ) != 0;
+}
+
+std::string_view sdkNameOf( QualifierType qualifier )
+{
+    const auto* found = std::ranges::find( qualifiers, qualifier, &QualifierName::qualifier );
+    return found == std::end( qualifiers ) ? std::string_view() : found->sdk;
+}
+
+std::string_view sdkNameOf( ActionType action )
+{
+    const auto* found = std::ranges::find( actions, action, &ActionName::action );
+    return found == std::end( actions ) ? std::string_view() : found->sdk;
+}
+
+std::string_view agentActionName( std::string_view sdkName )
+{
+    const ActionName* first = nullptr;
+    for ( const ActionName& row : actions ) {
+        if ( row.sdk == sdkName && ( first == nullptr || row.action < first->action ) ) {
+            first = &row;
+        }
+    }
+    return first == nullptr ? sdkName : PeloraTcam::nameOfEnumerator( first->action );
 }
 
 bool isForPreselectors( QualifierType qualifier, Reference::PreselectorFunction function )

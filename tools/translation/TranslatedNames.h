@@ -20,6 +20,16 @@ namespace Tool {
 /// Whether a group or an entry can have the action.
 [[nodiscard]] bool isTranslated( PeloraTcam::ActionType action );
 
+/// The SDK's accessor of a qualifier, "bcmFieldQualifyVrf"; empty if there is none.
+[[nodiscard]] std::string_view sdkNameOf( PeloraTcam::QualifierType qualifier );
+
+/// The SDK's accessor of an action, "bcmFieldActionDrop"; empty if there is none.
+[[nodiscard]] std::string_view sdkNameOf( PeloraTcam::ActionType action );
+
+/// The agent's name of an action by the SDK's, of several the one with the smallest number: "drop"
+/// for "bcmFieldActionDrop". The SDK's name itself if the agent has none.
+[[nodiscard]] std::string_view agentActionName( std::string_view sdkName );
+
 /// Whether a preselector can have the qualifier through that function of the library.
 [[nodiscard]] bool isForPreselectors( PeloraTcam::QualifierType qualifier,
                                       Reference::PreselectorFunction function );
