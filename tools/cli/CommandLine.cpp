@@ -10,6 +10,7 @@
 #include "tools/commands/DecodeTrace.h"
 #include "tools/commands/ExitCodes.h"
 #include "tools/commands/ExplainUdf.h"
+#include "tools/commands/Lookup.h"
 #include "tools/commands/Maps.h"
 #include "tools/commands/Profiles.h"
 #include "tools/commands/Run.h"
@@ -188,6 +189,51 @@ void addExplainUdf( CLI::App& app, Command& command )
         [ given, &command ] { command = [ given ] { return showUdfExplanation( *given ); }; } );
 }
 
+void addLookupPackets( CLI::App* app, const std::shared_ptr< LookupOptions >& given )
+{
+    app->add_option( "--packet", given->packets,
+                     "Look up this packet, such as 'tcp 10.0.0.1:1024 > 192.0.2.1:80'; may be\n"
+                     "given several times" )
+        ->type_name( "DESCRIPTION" )
+        ->allow_extra_args( false );
+    app->add_option( "--capture", given->capture,
+                     "Look up the packets of a capture (pcap or pcapng); - is standard input" )
+        ->type_name( "FILE" );
+    app->add_option( "--trace", given->trace,
+                     "Look up the packets of a text trace, one a line; - is standard input" )
+        ->type_name( "FILE" );
+}
+
+void addLookup( CLI::App& app, Command& command )
+{
+    const auto given = std::make_shared< LookupOptions >();
+    CLI::App* app_ = addCommand( app, "lookup", lookupHelp, lookupFooter );
+    app_->add_option( "--scenario", given->scenario,
+                      "Run this scenario before, for what it leaves on the chip" )
+        ->type_name( "FILE" );
+    app_->add_option( "--rules", given->rules,
+                      "Program this rule set before, instead of a scenario" )
+        ->type_name( "FILE" );
+    app_->add_option( "--chip", given->chip,
+                      "The chip profile, a name or a file; not needed with --scenario" )
+        ->type_name( "PROFILE" );
+    app_->add_option( "--action", given->action,
+                      "What the rules of --rules do: an action of the agent; 'drop' by default" )
+        ->type_name( "NAME" );
+    addLookupPackets( app_, given );
+    app_->add_flag( "--winners", given->winners,
+                    "Print only the line of the winning rule in its file for each packet, 0 for\n"
+                    "none; nothing is metered or counted" );
+    app_->add_option( "--jobs", given->jobs, "Threads that look for winners, 1 to 256" )
+        ->type_name( "NUMBER" )
+        ->check( CLI::Range( 1, 256 ) );
+    app_->add_option( "--numbering", given->numbering,
+                      "The values of the SDK's enumerators: 'default' or 'shuffled:SEED'" )
+        ->type_name( "NUMBERING" );
+    app_->add_flag( "--json", given->json, "Print one JSON object instead of text" );
+    app_->callback( [ given, &command ] { command = [ given ] { return showLookup( *given ); }; } );
+}
+
 /// Reads the command line into a command.
 Command readCommandLine( CLI::App& app, int argumentCount, const char* const* arguments )
 {
@@ -202,6 +248,7 @@ Command readCommandLine( CLI::App& app, int argumentCount, const char* const* ar
     addMaps( app, command );
     addDecodeTrace( app, command );
     addExplainUdf( app, command );
+    addLookup( app, command );
     requireValues( app );
     std::vector< std::string > words =
         withCommandFirst( app, { arguments + 1, arguments + argumentCount } );

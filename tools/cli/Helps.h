@@ -16,6 +16,7 @@ inline constexpr const char* toolFooter = R"(Examples:
   pelora-tcam maps qualifierMap
   pelora-tcam decode-trace run.ring
   pelora-tcam explain-udf --help
+  pelora-tcam lookup --help
 
 Exit codes:
   0  everything went as expected
@@ -140,6 +141,29 @@ Exit codes:
   4  the tool itself failed
 
 docs/scenarios.md has the names of bases, EtherTypes and protocols.)";
+
+inline constexpr const char* lookupHelp =
+    R"(Tells which rule or entry packets hit, what it does to them, and why others lose.
+
+Sets the chip up with a scenario or a rule set, through the library, and sends packets
+through it: described in words, of a capture, or of a text trace.
+)";
+
+inline constexpr const char* lookupFooter = R"(Examples:
+  pelora-tcam lookup --chip sdk6-udf --rules examples/rules/office.rules
+      --packet 'tcp 10.0.0.1:1024 > 192.0.2.1:80'
+  pelora-tcam lookup --scenario scenario.yaml --capture office.pcap --json
+  pelora-tcam lookup --chip hsdk-large --rules acl.rules --trace acl.trace --winners --jobs 2
+
+Exit codes:
+  0  looked up
+  1  looked up, but not all of the set-up was as expected: a rule was refused, or a step
+     had another outcome; standard error says which
+  2  bad input: nothing has been looked up
+  3  the library ended the process during the set-up
+  4  the tool itself failed
+
+docs/packets.md has the words of descriptions and the columns of traces.)";
 
 inline constexpr const char* compareHelp =
     R"(Runs a scenario on several chips and shows them side by side.

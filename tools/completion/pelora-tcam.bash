@@ -18,7 +18,7 @@ _pelora_tcam_command() {
     local each
     for each in "$@"; do
         case $each in
-        run | compare | profiles | maps | decode-trace | explain-udf)
+        run | compare | profiles | maps | decode-trace | explain-udf | lookup)
             echo "$each"
             return
             ;;
@@ -37,15 +37,19 @@ _pelora_tcam_options() {
         echo "--help --base --offset --length --ethertype --inner-ethertype --protocol --priority" \
             "--app --lag-mask --chip --scenario --with --numbering --json"
         ;;
+    lookup)
+        echo "--help --scenario --rules --chip --action --packet --capture --trace --winners --jobs" \
+            "--numbering --json"
+        ;;
     *) echo "--help --version" ;;
     esac
 }
 
-# The words that can follow an option; fails for one without a value of that kind.
+# The words that can follow an option of a sub-command; fails for one without a value of that kind.
 _pelora_tcam_values() {
     case $1 in
     --chip) _pelora_tcam_first_column profiles ;;
-    --trace) _pelora_tcam_facilities ;;
+    --trace) [ "$2" != lookup ] && _pelora_tcam_facilities ;;
     --numbering) echo "default shuffled:" ;;
     --app) echo "ipv4Acl ipv6Acl macAcl ipv4TrafficPolicy" ;;
     --base)
@@ -65,7 +69,7 @@ _pelora_tcam() {
     local command
     command=$( _pelora_tcam_command "${COMP_WORDS[@]:1:COMP_CWORD-1}" )
     COMPREPLY=()
-    if values=$( _pelora_tcam_values "$before" ); then
+    if values=$( _pelora_tcam_values "$before" "$command" ); then
         if [ "$before" = --trace ]; then
             compopt -o nospace 2> /dev/null # the levels follow
         fi
@@ -79,7 +83,7 @@ _pelora_tcam() {
         ;;
     esac
     case $command in
-    '') _pelora_tcam_offer "run compare profiles maps decode-trace explain-udf" ;;
+    '') _pelora_tcam_offer "run compare profiles maps decode-trace explain-udf lookup" ;;
     maps) _pelora_tcam_offer "$( _pelora_tcam_first_column maps )" ;;
     profiles) _pelora_tcam_offer "$( _pelora_tcam_first_column profiles )" ;;
     esac
