@@ -30,6 +30,8 @@ std::span< const StepKind > stepKinds()
         { "release-range-checker", readReleaseRangeChecker },
         { "remove-rules", readRemoveRules },
         { "remove-udf", readRemoveUdf },
+        { "send-capture", readSendCapture },
+        { "send-packet", readSendPacket },
         { "show-chunks", readShowChunks },
         { "traffic", readTraffic },
     };

@@ -41,6 +41,8 @@ ReadStep readReleasePolicer;
 ReadStep readReleaseRangeChecker;
 ReadStep readRemoveRules;
 ReadStep readRemoveUdf;
+ReadStep readSendCapture;
+ReadStep readSendPacket;
 ReadStep readShowChunks;
 ReadStep readTraffic;
 
