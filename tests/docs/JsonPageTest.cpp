@@ -165,6 +165,23 @@ steps:
   - program-udf: { name: id, base: l3Header, ethertype: ipv4, offset: 4, length: 4 }
 )";
 
+// A capture with an ARP packet, and expectations of packets that do not hold.
+constexpr const char* packetsNotAsExpected = R"(chip: hsdk
+steps:
+  - create-group: { name: acl, stage: ifp, key-size: 320, qualifiers: [ etherType ], actions: [ drop ] }
+  - create-entry: { name: arp, group: acl, ethertype: arp }
+  - send-packet: { packet: arp 10.0.0.1 > 10.0.0.2, expect: { dropped: false } }
+  - send-capture: { file: arp.pcap, expect: { dropped: 0 } }
+)";
+
+std::string arpCapture()
+{
+    const std::string header( "\xD4\xC3\xB2\xA1\2\0\4\0\0\0\0\0\0\0\0\0\xFF\xFF\0\0\1\0\0\0", 24 );
+    const std::string packet( "\0\0\0\0\0\0\0\0\x0E\0\0\0\x0E\0\0\0", 16 );
+    const std::string frame( "\2\0\0\0\0\2\2\0\0\0\0\1\x08\x06", 14 );
+    return header + packet + frame;
+}
+
 /// What `run` prints for the examples and the scenarios above.
 const std::vector< json >& runs()
 {
@@ -178,8 +195,9 @@ const std::vector< json >& runs()
         }
         const ToolFolder folder;
         folder.write( "some.rules", someRules );
-        for ( const char* scenario :
-              { refusals, leftOut, endOfTheProcess, noTranslation, takenInPart } ) {
+        folder.write( "arp.pcap", arpCapture() );
+        for ( const char* scenario : { refusals, leftOut, endOfTheProcess, noTranslation,
+                                       takenInPart, packetsNotAsExpected } ) {
             const ToolResult result = folder.runScenario( scenario, { "--json", "--snapshot" } );
             outputs.push_back( result.json() );
         }
@@ -273,6 +291,28 @@ TEST( JsonPageTest, DecodeTrace_WholeAndDamaged_HasTheMembersOfThePage )
     for ( const char* file : { "ring", "cut" } ) {
         section.see( folder.run( { "decode-trace", "--json", file } ).json() );
     }
+    EXPECT_EQ( section.unseen(), none );
+}
+
+TEST( JsonPageTest, Lookup_OfRulesAndEntries_HasTheMembersOfThePage )
+{
+    const ToolFolder folder;
+    folder.write( "some.rules", someRules );
+    folder.write( "scenario.yaml", R"(chip: sdk6-udf
+steps:
+  - program-udf: { name: id, base: l3Header, ethertype: ipv4, offset: 4, length: 2 }
+  - create-group: { name: acl, stage: ifp, key-size: 320, qualifiers: [ l4DstPort ], actions: [ drop ] }
+  - create-entry: { name: web, group: acl, dst-port: 80 }
+  - import-rules: { file: some.rules, name: firewall }
+  - destroy-entry: { name: web-1 }
+)" );
+    Section section( "## `lookup`" );
+    section.see(
+        folder
+            .run( { "lookup", "--json", "--scenario", "scenario.yaml", "--packet",
+                    "tcp 192.0.2.1:1 > 198.51.100.1:80", "--packet",
+                    "tcp 192.0.2.1:1 > 198.51.100.2:70", "--packet", "arp 10.0.0.1 > 10.0.0.2" } )
+            .json() );
     EXPECT_EQ( section.unseen(), none );
 }
 

@@ -118,6 +118,10 @@ const std::map< std::string, Keys >& innerKeys()
 {
     static const std::map< std::string, Keys > keys = {
         { "create-preselector", { "qualifier", "data", "mask" } },
+        { "send-capture",
+          { "hits", "dropped", "copied", "redirected", "unmatched", "green", "yellow", "red" } },
+        { "send-packet",
+          { "rule", "entry", "group", "dropped", "copied", "redirected", "colour", "actions" } },
     };
     return keys;
 }
