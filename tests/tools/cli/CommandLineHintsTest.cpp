@@ -37,7 +37,7 @@ TEST( CommandLineHints, Command_IsLikeNone_AllAreNamed )
 {
     expectRefused( { { "bogus" },
                      "unknown command 'bogus', expected 'run', 'compare', 'profiles', 'maps', "
-                     "'decode-trace' or 'explain-udf'",
+                     "'decode-trace', 'explain-udf' or 'lookup'",
                      "pelora-tcam --help" } );
 }
 
@@ -54,12 +54,12 @@ TEST( CommandLineHints, OptionOfACommand_IsUnknown_IsNamedWithTheNearest )
 TEST( CommandLineHints, Option_OfOtherCommands_IsNamedWithThose )
 {
     expectRefused( { { "profiles", "--chip", "hsdk" },
-                     "'profiles' has no option '--chip', which belongs to 'run', 'compare' or "
-                     "'explain-udf'",
+                     "'profiles' has no option '--chip', which belongs to 'run', 'compare', "
+                     "'explain-udf' or 'lookup'",
                      "pelora-tcam profiles --help" } );
     expectRefused( { { "--chip", "hsdk", "profiles" },
-                     "'profiles' has no option '--chip', which belongs to 'run', 'compare' or "
-                     "'explain-udf'",
+                     "'profiles' has no option '--chip', which belongs to 'run', 'compare', "
+                     "'explain-udf' or 'lookup'",
                      "pelora-tcam profiles --help" } );
 }
 
@@ -116,7 +116,7 @@ TEST( CommandLineHints, Argument_HasControlCharacters_IsShownWithoutThem )
 {
     expectRefused( { { "a\x1b[31m\nb" },
                      "unknown command 'a\\x1b[31m\\nb', expected 'run', 'compare', 'profiles', "
-                     "'maps', 'decode-trace' or 'explain-udf'",
+                     "'maps', 'decode-trace', 'explain-udf' or 'lookup'",
                      "pelora-tcam --help" } );
 }
 
