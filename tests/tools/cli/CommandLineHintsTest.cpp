@@ -85,7 +85,7 @@ TEST( CommandLineHints, OptionInFront_IsUnknown_NoOptionIsNamedThatTheCommandHas
 TEST( CommandLineHints, OptionInFront_WithoutACommand_TheCommandsAreNamed )
 {
     expectRefused( { { "--trace", "ApiPelora=4" },
-                     "expected a command with the option '--trace': 'run'",
+                     "expected a command with the option '--trace': 'run' or 'lookup'",
                      "pelora-tcam --help" } );
     expectRefused( { { "--json", "profils" },
                      "unknown command 'profils', did you mean 'profiles'?",
