@@ -317,7 +317,8 @@ TEST( LookupTraces, Capture_OfRealPackets_IsAnsweredPacketByPacket )
         { "lookup", "--rules", "some.rules", "--chip", "hsdk", "--capture", file, "--json" } );
     ASSERT_EQ( result.exitCode, 0 ) << result.errors;
     std::string same;
-    for ( const nlohmann::json& packet : result.json().at( "packets" ) ) {
+    const nlohmann::json packets = result.json().at( "packets" );
+    for ( const nlohmann::json& packet : packets ) {
         const nlohmann::json& winner = packet.at( "winner" );
         same += std::to_string( winner.is_null() ? 0 : winner.at( "line" ).get< int >() ) + "\n";
     }

@@ -293,20 +293,20 @@ TEST( SendPacket, Read_BadInput_IsRefusedAtItsPlace )
         std::string error;
     } cases[] = {
         { "packet: tcp 10.0.0.1:1024 > 192.0.2.1:80 flgas syn",
-          "3:59: unknown word 'flgas', did you mean 'flags'?" },
+          "3:61: unknown word 'flgas', did you mean 'flags'?" },
         { "packet: \"tcp 10.0.0.1:1024 > 192.0.2.1:80 flgas syn\"",
-          "3:60: unknown word 'flgas', did you mean 'flags'?" },
-        { "packet: arp 1.2.3.4 > 1.2.3.5, at: 5", "3:61: expected a time: a whole number with ns" },
-        { "packet: arp 1.2.3.4 > 1.2.3.5, at: 99999999999s", "3:61: expected a time" },
-        { "packet: arp 1.2.3.4 > 1.2.3.5, given: { vrff: 5 }", "3:66: unknown value 'vrff'" },
+          "3:62: unknown word 'flgas', did you mean 'flags'?" },
+        { "packet: arp 1.2.3.4 > 1.2.3.5, at: 5", "3:55: expected a time: a whole number with ns" },
+        { "packet: arp 1.2.3.4 > 1.2.3.5, at: 99999999999s", "3:55: expected a time" },
+        { "packet: arp 1.2.3.4 > 1.2.3.5, given: { vrff: 5 }", "3:60: unknown value 'vrff'" },
         { "packet: arp 1.2.3.4 > 1.2.3.5, given: { vrf: x }",
-          "3:71: expected a whole number from 0 to 18446744073709551615, found 'x'" },
+          "3:65: expected a whole number from 0 to 18446744073709551615, found 'x'" },
         { "packet: arp 1.2.3.4 > 1.2.3.5, expect: { rule: 0 }",
-          "3:73: expected a whole number from 1 to 2147483647, found '0'" },
-        { "packet: arp 1.2.3.4 > 1.2.3.5, expect: { rul: 0 }", "3:67: unknown key 'rul'" },
+          "3:67: expected a whole number from 1 to 2147483647, found '0'" },
+        { "packet: arp 1.2.3.4 > 1.2.3.5, expect: { rul: 0 }", "3:61: unknown key 'rul'" },
         { "packet: arp 1.2.3.4 > 1.2.3.5, expect: { actions: [ drpo ] }",
-          "3:78: unknown value 'drpo', did you mean 'drop'?" },
-        { "packet: arp 1.2.3.4 > 1.2.3.5, expect: { colour: blue }", "3:75: unknown value 'blue'" },
+          "3:72: unknown value 'drpo', did you mean 'drop'?" },
+        { "packet: arp 1.2.3.4 > 1.2.3.5, expect: { colour: blue }", "3:69: unknown value 'blue'" },
         { "port: 1", "3:18: missing" },
     };
 
@@ -439,11 +439,11 @@ TEST( SendCapture, Read_BadInput_IsRefusedAtItsPlace )
     const ToolResult unknown = folder.runScenario(
         "chip: hsdk\nsteps:\n  - send-capture: { file: some.pcap, expect: { dorpped: 1 } }\n" );
     EXPECT_EQ( unknown.exitCode, 2 );
-    EXPECT_THAT( unknown.errors, HasSubstr( "scenario.yaml:3:49: unknown key 'dorpped'" ) );
+    EXPECT_THAT( unknown.errors, HasSubstr( "scenario.yaml:3:48: unknown key 'dorpped'" ) );
     const ToolResult hits = folder.runScenario( "chip: hsdk\nsteps:\n  - send-capture: { file: "
                                                 "some.pcap, expect: { hits: { web: -1 } } }\n" );
     EXPECT_EQ( hits.exitCode, 2 );
-    EXPECT_THAT( hits.errors, HasSubstr( "scenario.yaml:3:63: expected a whole number" ) );
+    EXPECT_THAT( hits.errors, HasSubstr( "scenario.yaml:3:61: expected a whole number" ) );
 }
 
 } // namespace
