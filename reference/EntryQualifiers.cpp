@@ -148,6 +148,8 @@ class QualifierWriter
         note( "bcm_field_qualify_SrcClass", rc );
     }
 
+    void other( const QualifierMatch& match ) { refusal_ = writeMatch( unit_, entry_, match ); }
+
     [[nodiscard]] bool goesOn() const { return refusal_.rc >= 0; }
 
   private:
@@ -225,6 +227,11 @@ SdkRefusal qualifyEntry( int unit, bcm_field_entry_t entry, const EntryQualifier
     if ( !qualifiers.classes.empty() && writer.goesOn() ) {
         writer.classes( qualifiers.classes );
     }
+    for ( const QualifierMatch& match : qualifiers.others ) {
+        if ( writer.goesOn() ) {
+            writer.other( match );
+        }
+    }
     return writer.refusal();
 }
 
@@ -286,6 +293,9 @@ void verifyQualifiers( int unit,
     verify( qualifiers.destinationPort, &verifyDestinationPort );
     verifyRanges( unit, entry, qualifiers.ranges, stillSeen );
     verifyClasses( unit, entry, qualifiers.classes, stillSeen );
+    for ( const QualifierMatch& match : qualifiers.others ) {
+        verifyMatch( unit, entry, match, stillSeen );
+    }
 }
 
 } // namespace Reference

@@ -3,7 +3,8 @@
 /// What a TCAM entry asks of a packet, and how it is written to the chip and compared with it.
 ///
 /// A field can be matched by its value or by the class that the field's compression table gives it;
-/// what is not asked for matches everything. The entry's group must have the qualifiers.
+/// what is not asked for matches everything. The fields of packet-filter rules have members of
+/// their own; all others are in a list. The entry's group must have the qualifiers.
 ///
 ///     EntryQualifiers qualifiers;
 ///     qualifiers.source = IpPrefix{ IpAddress::v4( 0x0A000000 ), 8 };
@@ -12,14 +13,13 @@
 #include "agent/tcam/CompressionHelper.h"
 #include "agent/tcam/QualifierType.h"
 #include "agent/tcam/RangeCheckerHelper.h"
-#include "reference/QualifierReading.h"
+#include "reference/QualifierMatch.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <initializer_list>
 #include <optional>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -85,17 +85,10 @@ struct EntryQualifiers
     std::vector< EntryRange > ranges; ///< all of them
     /// By compression table; the ids have 16 bits.
     TableClasses classes;
+    /// All of them; none that one of the members above stands for, and none twice.
+    std::vector< QualifierMatch > others;
 
     friend bool operator==( const EntryQualifiers&, const EntryQualifiers& ) = default;
-};
-
-/// A call that the SDK refused.
-struct SdkRefusal
-{
-    std::string_view function; ///< empty if none was refused
-    int rc = 0;
-
-    friend bool operator==( const SdkRefusal&, const SdkRefusal& ) = default;
 };
 
 /// The qualifier of the class that a compression table gives: each table has a class field of its
