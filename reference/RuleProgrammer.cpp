@@ -64,7 +64,10 @@ std::string_view RuleProgrammer::acquire( const FilterRule& rule,
                                           EntryQualifiers& qualifiers )
 {
     const Work work{ parts, counts, qualifiers };
-    std::string_view refusal = acquirePrefixes( rule, work );
+    std::string_view refusal = askForFlags( rule, qualifiers );
+    if ( refusal.empty() ) {
+        refusal = acquirePrefixes( rule, work );
+    }
     if ( refusal.empty() ) {
         refusal = acquireProtocol( rule.protocol, work );
     }
@@ -80,8 +83,21 @@ std::string_view RuleProgrammer::acquire( const FilterRule& rule,
     return refusal;
 }
 
+std::string_view RuleProgrammer::askForFlags( const FilterRule& rule, EntryQualifiers& qualifiers )
+{
+    const FlagsMatch flags = flagsMatch( rule.protocol, rule.flags, rule.isV6() );
+    if ( flags.match ) {
+        qualifiers.others.push_back( *flags.match );
+    }
+    return flags.refusal;
+}
+
 std::string_view RuleProgrammer::acquirePrefixes( const FilterRule& rule, const Work& work )
 {
+    if ( rule.source.length == 0 && rule.destination.length == 0 ) {
+        work.qualifiers.others.push_back( everyPacketOfIp( rule.isV6() ) );
+        return nothing;
+    }
     const std::string_view refusal =
         acquirePrefix( Table::srcIp, rule.source, work.qualifiers.source, work );
     return refusal.empty()

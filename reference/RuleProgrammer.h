@@ -7,6 +7,9 @@
 /// table gives them; but a prefix that overlaps another one of its table is matched by itself,
 /// because a packet has only one class of a table. What equal rules need they share.
 ///
+/// A rule without a prefix is matched with the type of its version of IP; that of a prefix tells it
+/// already. TCP flags, and ICMP types and codes, are matched by themselves (`RuleFlags.h`).
+///
 /// All operations are called with the agent's activity lock held. Belongs to `RuleSetProgrammer`.
 
 #include "reference/CompressionManager.h"
@@ -15,6 +18,7 @@
 #include "reference/GroupManager.h"
 #include "reference/PolicerManager.h"
 #include "reference/RangeCheckerManager.h"
+#include "reference/RuleFlags.h"
 
 #include <array>
 #include <cstddef>
@@ -33,7 +37,8 @@ struct PortRange
     friend bool operator==( const PortRange&, const PortRange& ) = default;
 };
 
-/// A packet-filter rule. By default it matches everything.
+/// A packet-filter rule, of IPv6 if one of its addresses is. By default it matches every IPv4
+/// packet.
 struct FilterRule
 {
     IpPrefix source;
@@ -41,6 +46,9 @@ struct FilterRule
     PortRange sourcePorts;
     PortRange destinationPorts;
     Masked< Agent::U8 > protocol;
+    Masked< Agent::U16 > flags = {}; ///< of TCP or ICMP; `RuleFlags.h` tells what they mean
+
+    [[nodiscard]] bool isV6() const { return source.address.isV6() || destination.address.isV6(); }
 };
 
 /// The managers that programming rules takes, all of one chip; they must outlive who uses them.
@@ -128,8 +136,8 @@ class RuleProgrammer
     explicit RuleProgrammer( const RuleManagers& managers );
 
     /// Takes what a rule needs, writes it to `parts` and `counts`, and what its entry has to ask
-    /// for to `qualifiers`. Gives the name of what there was no room for, or an empty one; what was
-    /// taken until then is in `parts`.
+    /// for to `qualifiers`. Gives the name of what there was no room for, or why no entry can match
+    /// the rule (`isUnmatchable`), or an empty text; what was taken until then is in `parts`.
     [[nodiscard]] std::string_view acquire( const FilterRule& rule,
                                             const RuleOptions& options,
                                             RuleParts& parts,
@@ -149,6 +157,7 @@ class RuleProgrammer
         EntryQualifiers& qualifiers;
     };
 
+    static std::string_view askForFlags( const FilterRule& rule, EntryQualifiers& qualifiers );
     std::string_view acquirePrefixes( const FilterRule& rule, const Work& work );
     std::string_view acquireProtocol( Masked< Agent::U8 > protocol, const Work& work );
     std::string_view acquireSourcePorts( const PortRange& ports, const Work& work );

@@ -61,6 +61,7 @@ RuleSetReport RuleSetProgrammer::program( std::span< const FilterRule > rules,
             } else {
                 ruleProgrammer_.release( set.rules[ i ] );
                 ++report.refused[ std::string( refusal ) ];
+                report.refusedRules.push_back( { i, refusal } );
             }
             if ( progress ) {
                 progress( i + 1, rules.size() );
@@ -179,10 +180,11 @@ void RuleSetProgrammer::removeLastGroup( RuleSet& set )
 
 QualifierSet RuleSetProgrammer::qualifiers() const
 {
-    QualifierSet all = { QualifierType::srcIp,      QualifierType::dstIp,
-                         QualifierType::srcIp6,     QualifierType::dstIp6,
-                         QualifierType::ipProtocol, QualifierType::l4SrcPort,
-                         QualifierType::l4DstPort,  QualifierType::rangeCheck };
+    QualifierSet all = {
+        QualifierType::srcIp,      QualifierType::dstIp,       QualifierType::srcIp6,
+        QualifierType::dstIp6,     QualifierType::ipProtocol,  QualifierType::l4SrcPort,
+        QualifierType::l4DstPort,  QualifierType::rangeCheck,  QualifierType::ipType,
+        QualifierType::tcpControl, QualifierType::icmpTypeCode };
     if ( managers_.compression != nullptr ) {
         for ( const Table table : ruleTables ) {
             all.insert( classQualifier( table ) );

@@ -4,8 +4,9 @@
 ///
 /// Each rule becomes one TCAM entry, of a priority below that of the rule before it, in a group
 /// that the programmer makes; when a group is full it makes the next. What a rule needs besides is
-/// in `RuleProgrammer.h`. A rule of which one part does not fit is undone whole and counted, and
-/// the next one is programmed. Removing a rule set leaves the chip as it was before.
+/// in `RuleProgrammer.h`. A rule that no entry can match, or of which one part does not fit, is
+/// undone whole and told, and the next one is programmed. Removing a rule set leaves the chip as it
+/// was before.
 ///
 /// All operations are called with the agent's activity lock held, after `buildTranslationMaps()`,
 /// by any thread; `Overlap.h` tells how they stay right while the lock is free. A rule set that is
@@ -41,6 +42,15 @@ namespace Reference {
 /// What a rule set is called by.
 using RuleSetId = Agent::U32;
 
+/// A rule that was not programmed.
+struct RefusedRule
+{
+    std::size_t rule = 0;    ///< its position in the rule set
+    std::string_view reason; ///< as in `RuleSetReport::refused`
+
+    friend bool operator==( const RefusedRule&, const RefusedRule& ) = default;
+};
+
 /// What came of programming a rule set.
 struct RuleSetReport
 {
@@ -49,8 +59,10 @@ struct RuleSetReport
     std::size_t programmed = 0; ///< how many of them are on the chip
     std::size_t groups = 0;     ///< made for it
     RuleCounts counts;          ///< of the rules that were programmed
-    /// How many rules were not, by what they lacked: a resource, or the SDK function that refused.
+    /// How many rules were not, by what they lacked, a resource or the SDK function that refused,
+    /// or by why no entry can match them (`isUnmatchable`).
     std::map< std::string, std::size_t, std::less<> > refused;
+    std::vector< RefusedRule > refusedRules; ///< each of them, in their order
 };
 
 /// What a rule did not get, besides those in `RuleProgrammer.h`.

@@ -107,12 +107,14 @@ TEST( RuleSetProgrammerHsdkTest, Program_OneRule_IsMatchedByItsValuesAndARangeCh
                             "SrcIp=0xa000000/0xff000000 action:Drop=0,0 policer0=1\n" ) );
 }
 
-TEST_P( RuleSetProgrammerTest, Program_RuleThatMatchesEverything_AsksForNothing )
+TEST_P( RuleSetProgrammerTest, Program_RuleThatMatchesEverything_AsksForIpv4Alone )
 {
     const FilterRule rules[] = { FilterRule{} };
     const RuleSetReport report = programmer().program( rules, {} );
     EXPECT_EQ( report.programmed, 1U );
-    EXPECT_THAT( scene.tcam().text(), HasSubstr( "priority=1 installed=yes action:Drop=0,0\n" ) );
+    EXPECT_THAT(
+        scene.tcam().text(),
+        HasSubstr( "priority=1 installed=yes IpType=bcmFieldIpTypeIpv4Any action:Drop=0,0\n" ) );
     EXPECT_EQ( scene.managers().rangeCheckers.size(), 0U );
 }
 
@@ -127,8 +129,71 @@ TEST_P( RuleSetProgrammerTest, Program_TwoRangesAndAPartOfTheProtocol_AreAllMatc
     EXPECT_EQ( report.counts.rangeCheckers, ( ResourceCounts{ 2, 0 } ) );
     EXPECT_EQ( report.counts.classes, ( ResourceCounts{ 0, 0 } ) );
     EXPECT_THAT( scene.tcam().text(),
-                 HasSubstr( "IpProtocol=0x10/0xf0 RangeCheck=1 RangeCheck=2 action" ) );
+                 HasSubstr( "IpProtocol=0x10/0xf0 IpType=bcmFieldIpTypeIpv4Any "
+                            "RangeCheck=1 RangeCheck=2 action" ) );
     EXPECT_EQ( scene.audit(), 4U ) << "an entry, a group and two range checkers";
+}
+
+// ---- Flags -----------------------------------------------------------------------------------
+
+TEST_P( RuleSetProgrammerTest, Program_Flags_AreOnTheChipAndAudited )
+{
+    std::vector< FilterRule > rules( 2, web() );
+    rules[ 0 ].flags = { 0x0200, 0x1200 };
+    rules[ 1 ].protocol = { 1, 0xFF };
+    rules[ 1 ].flags = { 0x0800, 0xFF00 };
+    const RuleSetReport report = programmer().program( rules, {} );
+    EXPECT_EQ( report.programmed, 2U );
+    EXPECT_THAT( scene.tcam().text(), HasSubstr( " TcpControl=0x2/0x12 " ) );
+    EXPECT_THAT( scene.tcam().text(), HasSubstr( " IcmpTypeCode=0x800/0xff00 " ) );
+    scene.audit();
+    for ( const std::string function : { "TcpControl", "IcmpTypeCode" } ) {
+        EXPECT_DEATH(
+            {
+                scene.tcam().nextCallIs( "bcm_field_qualify_" + function + "_get",
+                                         Sim::CorruptOutput{ "mask", 0 } );
+                scene.audit();
+            },
+            "Assertion .* failed" );
+    }
+}
+
+TEST_P( RuleSetProgrammerTest, Program_RuleOfIpv6WithoutAPrefix_AsksForIpv6 )
+{
+    FilterRule rule;
+    rule.source = { PeloraTcam::IpAddress::v6( {} ), 0 };
+    const FilterRule rules[] = { rule };
+    EXPECT_EQ( programmer().program( rules, {} ).programmed, 1U );
+    EXPECT_THAT( scene.tcam().text(), HasSubstr( " IpType=bcmFieldIpTypeIpv6 action" ) );
+    EXPECT_DEATH(
+        {
+            scene.tcam().nextCallIs( "bcm_field_qualify_IpType_get",
+                                     Sim::CorruptOutput{ "type", 0x7777 } );
+            scene.audit();
+        },
+        "Assertion .* failed" );
+}
+
+TEST_P( RuleSetProgrammerTest, Program_RulesThatNoEntryCanMatch_AreRefusedAndTakeNothing )
+{
+    std::vector< FilterRule > rules( 4, web() );
+    rules[ 0 ].flags = { 0x0001, 0x0001 };
+    rules[ 1 ].protocol = { 0, 0 };
+    rules[ 1 ].flags = { 0x0200, 0x0200 };
+    rules[ 3 ].protocol = { 17, 0xFF };
+    rules[ 3 ].flags = { 0x0200, 0x0200 };
+    const RuleSetReport report = programmer().program( rules, everything() );
+    EXPECT_EQ( report.programmed, 1U );
+    EXPECT_EQ( report.refused, ( std::map< std::string, std::size_t, std::less<> >{
+                                   { std::string( noTcpFlags ), 1 },
+                                   { std::string( flagsOfSeveralProtocols ), 1 },
+                                   { std::string( flagsOfNoPacket ), 1 },
+                               } ) );
+    EXPECT_EQ( report.refusedRules,
+               ( std::vector< RefusedRule >{
+                   { 0, noTcpFlags }, { 1, flagsOfSeveralProtocols }, { 3, flagsOfNoPacket } } ) );
+    EXPECT_EQ( scene.managers().entries.size(), 1U );
+    EXPECT_EQ( scene.managers().policers.size(), 1U );
 }
 
 // ---- Whole sets ------------------------------------------------------------------------------
