@@ -135,7 +135,7 @@ steps:
   - show-chunks: all
 )";
 
-// Rules that need more than there is.
+// Rules that need more than there is, and one that no entry can match.
 constexpr const char* leftOut = R"(chip: sdk6-tiny
 steps:
   - import-rules: { file: some.rules, counters: true }
@@ -144,7 +144,8 @@ steps:
 constexpr const char* someRules =
     "@192.0.2.0/24 198.51.100.1/32 0 : 65535 80 : 90 0x06/0xFF 0x0000/0x0000\n"
     "@192.0.2.0/24 198.51.100.2/32 0 : 65535 81 : 90 0x06/0xFF 0x0000/0x0000\n"
-    "@192.0.2.0/24 198.51.100.3/32 0 : 65535 82 : 90 0x06/0xFF 0x0000/0x0000\n";
+    "@192.0.2.0/24 198.51.100.3/32 0 : 65535 82 : 90 0x06/0xFF 0x0000/0x0000\n"
+    "@192.0.2.0/24 198.51.100.4/32 0 : 65535 83 : 83 0x06/0xFF 0x0000/0x0001\n";
 
 // Ends of the process that nobody expects.
 constexpr const char* endOfTheProcess = R"(chip: sdk6-tiny

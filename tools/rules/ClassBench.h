@@ -6,9 +6,10 @@
 ///     @175.212.181.112/28 172.105.239.56/30 88 : 88 1024 : 65535 0x11/0xFF 0x0000/0x0000
 ///
 /// Blanks and tabs separate the fields; empty lines are passed over. Prefixes are dotted IPv4
-/// with a length of 0 to 32, ports are decimal from 0 to 65535 with low <= high, protocol and TCP
-/// flags are hexadecimal with 8 and 16 bits. Anything else is a `Input::InputError` with the file,
-/// line and column of the offence and what was expected there.
+/// with a length of 0 to 32, ports are decimal from 0 to 65535 with low <= high, protocol and flags
+/// are hexadecimal with 8 and 16 bits. The high byte of the flags is the flags byte of a TCP
+/// header, or the type of an ICMP header, whose code is the low byte. Anything else is a
+/// `Input::InputError` with the file, line and column of the offence and what was expected there.
 ///
 ///     const Tool::RuleSet rules = Tool::readRuleSet( "fw1_1k.rules" );
 
@@ -55,7 +56,7 @@ struct Rule
     PortRange sourcePorts;
     PortRange destinationPorts;
     Masked< Agent::U8 > protocol;
-    Masked< Agent::U16 > tcpFlags;
+    Masked< Agent::U16 > tcpFlags; ///< or ICMP type and code
 
     friend bool operator==( const Rule&, const Rule& ) = default;
 };

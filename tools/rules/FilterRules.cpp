@@ -23,7 +23,8 @@ std::vector< FilterRule > filterRulesOf( const RuleSet& ruleSet )
                            prefixOf( rule.destination ),
                            { rule.sourcePorts.low, rule.sourcePorts.high },
                            { rule.destinationPorts.low, rule.destinationPorts.high },
-                           { rule.protocol.value, rule.protocol.mask } } );
+                           { rule.protocol.value, rule.protocol.mask },
+                           { rule.tcpFlags.value, rule.tcpFlags.mask } } );
     }
     return rules;
 }

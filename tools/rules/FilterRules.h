@@ -9,8 +9,7 @@
 
 namespace Tool {
 
-/// One filter rule for each rule, in their order. TCP flags are left out: a rule that asks for some
-/// is programmed as if it did not.
+/// One filter rule for each rule, in their order.
 [[nodiscard]] std::vector< Reference::FilterRule > filterRulesOf( const RuleSet& ruleSet );
 
 } // namespace Tool

@@ -25,14 +25,20 @@ Json jsonOf( const Reference::ResourceCounts& counts )
     return { { "made", counts.made }, { "shared", counts.shared } };
 }
 
-/// ", 3 without range checker, 1 without counter"
+/// ", 3 without range checker, 1 without counter, 2 that no entry can match"
 std::string refusalText( const RuleSetReport& report )
 {
     std::string text;
+    std::size_t unmatchable = 0;
     for ( const auto& [ what, rules ] : report.refused ) {
-        text += fmt::format( ", {} without {}", rules, what );
+        if ( Reference::isUnmatchable( what ) ) {
+            unmatchable += rules;
+        } else {
+            text += fmt::format( ", {} without {}", rules, what );
+        }
     }
-    return text;
+    return unmatchable == 0 ? text
+                            : text + fmt::format( ", {} that no entry can match", unmatchable );
 }
 
 class ImportRules : public Step
@@ -43,6 +49,7 @@ class ImportRules : public Step
         , file_( ruleSet.file )
         , lines_( ruleSet.lines )
         , rules_( filterRulesOf( ruleSet ) )
+        , lines_( ruleSet.lines )
         , options_( options )
     {}
 
@@ -76,7 +83,7 @@ class ImportRules : public Step
     }
 
   private:
-    [[nodiscard]] static StepResult result( const RuleSetReport& report )
+    [[nodiscard]] StepResult result( const RuleSetReport& report ) const
     {
         const bool isWhole = report.programmed == report.rules;
         return { isWhole ? Outcome::ok : Outcome::full,
@@ -86,18 +93,55 @@ class ImportRules : public Step
                  { { "rules", report.rules },
                    { "programmed", report.programmed },
                    { "refused", report.refused },
+                   { "refusedRules", refusedRules( report ) },
                    { "groups", report.groups },
                    { "rangeCheckers", jsonOf( report.counts.rangeCheckers ) },
                    { "compressionEntries", jsonOf( report.counts.classes ) },
                    { "overlaps", report.counts.overlaps },
                    { "policers", jsonOf( report.counts.policers ) },
-                   { "counters", report.counts.counters } } };
+                   { "counters", report.counts.counters } },
+                 unmatchableLines( report ) };
+    }
+
+    [[nodiscard]] Json refusedRules( const RuleSetReport& report ) const
+    {
+        Json all = Json::array();
+        for ( const Reference::RefusedRule& refused : report.refusedRules ) {
+            all.push_back(
+                { { "line", lines_.at( refused.rule ) }, { "reason", refused.reason } } );
+        }
+        return all;
+    }
+
+    /// "line 7 asks for flags without an exact protocol", for each rule that no entry can match.
+    /// How many lack what the chip has no more of says more than which they are.
+    [[nodiscard]] std::vector< std::string > unmatchableLines( const RuleSetReport& report ) const
+    {
+        constexpr std::size_t most = 20;
+        std::vector< std::string > texts;
+        std::size_t more = 0;
+        for ( const Reference::RefusedRule& refused : report.refusedRules ) {
+            if ( !Reference::isUnmatchable( refused.reason ) ) {
+                continue;
+            }
+            if ( texts.size() == most ) {
+                ++more;
+                continue;
+            }
+            texts.push_back(
+                fmt::format( "line {} asks for {}", lines_.at( refused.rule ), refused.reason ) );
+        }
+        if ( more != 0 ) {
+            texts.push_back( fmt::format( "and {} more", more ) );
+        }
+        return texts;
     }
 
     std::string name_;
     std::string file_;
     std::vector< int > lines_; // Of the rules.
     std::vector< FilterRule > rules_;
+    std::vector< int > lines_;
     RuleOptions options_;
 };
 

@@ -53,6 +53,7 @@ TEST( ParseRuleSet, BlanksTabsCarriageReturnsAndEmptyLines_ArePassedOver )
     const RuleSet ruleSet = parseRuleSet( rule + "\r\n\n  \t\n" + rule, "a" );
     ASSERT_EQ( ruleSet.rules.size(), 2U );
     EXPECT_EQ( ruleSet.rules[ 0 ], ruleSet.rules[ 1 ] );
+    EXPECT_EQ( ruleSet.lines, ( std::vector< int >{ 1, 4 } ) );
 }
 
 TEST( ParseRuleSet, BadText_ThrowsWithFileLineAndColumn )

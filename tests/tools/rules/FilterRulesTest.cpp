@@ -19,6 +19,7 @@ TEST( FilterRules, FilterRulesOf_Rules_AreTakenOver )
     EXPECT_EQ( rules[ 0 ].sourcePorts, Reference::PortRange() );
     EXPECT_EQ( rules[ 0 ].destinationPorts, ( Reference::PortRange{ 80, 81 } ) );
     EXPECT_EQ( rules[ 0 ].protocol, ( Reference::Masked< Agent::U8 >{ 6, 0xFF } ) );
+    EXPECT_EQ( rules[ 0 ].flags, ( Reference::Masked< Agent::U16 >{ 0x0200, 0x0200 } ) );
     EXPECT_EQ( rules[ 1 ].source, ( Reference::IpPrefix{ IpAddress::v4( 0 ), 0 } ) );
     EXPECT_EQ( rules[ 1 ].destination, ( Reference::IpPrefix{ IpAddress::v4( 0x05060708 ), 30 } ) );
     EXPECT_EQ( rules[ 1 ].sourcePorts, ( Reference::PortRange{ 53, 53 } ) );

@@ -87,6 +87,10 @@ class RealRuleSets : public testing::TestWithParam< std::tuple< const char*, std
                              []( std::size_t sum, const auto& row ) { return sum + row.second; } );
         EXPECT_EQ( report.rules, rules_.size() );
         EXPECT_EQ( report.programmed + refused, report.rules );
+        EXPECT_EQ( report.refusedRules.size(), refused );
+        for ( const auto& [ reason, count ] : report.refused ) {
+            EXPECT_FALSE( Reference::isUnmatchable( reason ) ) << reason << ": " << count;
+        }
         EXPECT_EQ( scene.managers().entries.size(), report.programmed );
         EXPECT_EQ( scene.managers().counters.size(), report.programmed );
         EXPECT_EQ( scene.managers().policers.size(), report.counts.policers.made );

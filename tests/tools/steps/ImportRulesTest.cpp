@@ -164,6 +164,83 @@ TEST( ImportRules, Run_MoreThanTheChipHas_IsFullAndTellsWhatIsMissing )
     EXPECT_EQ( step.at( "refused" ).at( "compression entry" ), 1 );
 }
 
+/// Rules of which most ask for what no entry can match; the first line is empty.
+const std::string flags = "\n" + rule( "1 : 1", "2 : 2" ) +
+                          "@10.0.0.0/8 0.0.0.0/0 0 : 65535 0 : 65535 0x06/0xFF 0x0200/0x1200\n"
+                          "@10.0.0.0/8 0.0.0.0/0 0 : 65535 0 : 65535 0x06/0xFF 0x0000/0x0001\n"
+                          "@10.0.0.0/8 0.0.0.0/0 0 : 65535 0 : 65535 0x00/0x00 0x0200/0x0200\n"
+                          "@10.0.0.0/8 0.0.0.0/0 0 : 65535 0 : 65535 0x11/0xFF 0x0200/0x0200\n"
+                          "@0.0.0.0/0 0.0.0.0/0 0 : 65535 0 : 65535 0x01/0xFF 0x0800/0xff00\n";
+
+TEST( ImportRules, Run_RulesThatNoEntryCanMatch_AreLeftOutAndToldByLine )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", flags );
+    for ( const char* chip : { "sdk6-udf", "sdk6-flex", "hsdk" } ) {
+        const ToolResult result = import( folder, chip, "", "    expect: full\n  - audit: all\n" );
+        ASSERT_EQ( result.exitCode, 0 ) << chip << result.output << result.errors;
+        const auto step = result.json().at( "steps" ).at( 0 );
+        EXPECT_EQ( step.at( "text" ),
+                   "3 of 6 rules programmed, 1 group, 3 that no entry can match" );
+        EXPECT_EQ( step.at( "refused" ).size(), 3 );
+        EXPECT_EQ( step.at( "refused" ).at( "flags without an exact protocol" ), 1 );
+        const nlohmann::json refused = {
+            { { "line", 4 }, { "reason", "bits that are no TCP flags" } },
+            { { "line", 5 }, { "reason", "flags without an exact protocol" } },
+            { { "line", 6 }, { "reason", "flags that no packet of its protocol has" } },
+        };
+        EXPECT_EQ( step.at( "refusedRules" ), refused );
+    }
+}
+
+TEST( ImportRules, Run_RulesThatNoEntryCanMatch_AreLinesOfTheText )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", flags );
+    const ToolResult result =
+        folder.runScenario( "chip: hsdk\nsteps:\n"
+                            "  - import-rules: { file: a.rules }\n    expect: full\n",
+                            { "--snapshot" } );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    for ( const char* text :
+          { "line 4 asks for bits that are no TCP flags\n",
+            "line 5 asks for flags without an exact protocol\n",
+            "line 6 asks for flags that no packet of its protocol has\n", " TcpControl=0x2/0x12 ",
+            " IcmpTypeCode=0x800/0xff00 IpProtocol=0x1/0xff IpType=bcmFieldIpTypeIpv4Any " } ) {
+        EXPECT_NE( result.output.find( text ), std::string::npos ) << text << result.output;
+    }
+}
+
+TEST( ImportRules, Run_ManyRulesThatNoEntryCanMatch_TellsSomeLinesAndHowManyMore )
+{
+    std::string many;
+    for ( int line = 1; line <= 23; ++line ) {
+        many += "@10.0.0.0/8 0.0.0.0/0 0 : 65535 0 : 65535 0x06/0xFF 0x0000/0x0001\n";
+    }
+    const ToolFolder folder;
+    folder.write( "a.rules", many );
+    const ToolResult result = import( folder, "hsdk", "", "    expect: full\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    const auto step = result.json().at( "steps" ).at( 0 );
+    EXPECT_EQ( step.at( "refusedRules" ).size(), 23 );
+    ASSERT_EQ( step.at( "lines" ).size(), 21 );
+    EXPECT_EQ( step.at( "lines" ).at( 19 ), "line 20 asks for bits that are no TCP flags" );
+    EXPECT_EQ( step.at( "lines" ).at( 20 ), "and 3 more" );
+}
+
+TEST( ImportRules, Run_RulesWithoutRoom_AreToldByLineInJsonOnly )
+{
+    const ToolFolder folder;
+    folder.write( "a.rules", rules( 1 ) + rule( "1 : 2", "1 : 1" ) + rule( "1 : 3", "1 : 1" ) +
+                                 rule( "1 : 4", "1 : 1" ) );
+    const ToolResult result = import( folder, "sdk6-tiny", "", "    expect: full\n" );
+    ASSERT_EQ( result.exitCode, 0 ) << result.output << result.errors;
+    const auto step = result.json().at( "steps" ).at( 0 );
+    const nlohmann::json refused = { { { "line", 4 }, { "reason", "range checker" } } };
+    EXPECT_EQ( step.at( "refusedRules" ), refused );
+    EXPECT_FALSE( step.contains( "lines" ) );
+}
+
 TEST( ImportRules, Run_SameFileTwice_SharesAndNeedsAnotherName )
 {
     const ToolFolder folder;
