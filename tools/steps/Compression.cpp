@@ -3,8 +3,7 @@
 
 #include "agent/base/TextPieces.h"
 #include "tools/run/RunContext.h"
-#include "tools/scenario/PacketNames.h"
-#include "tools/scenario/PrefixReader.h"
+#include "tools/scenario/CompressionReader.h"
 #include "tools/steps/StepKinds.h"
 
 #include <fmt/format.h>
@@ -21,12 +20,6 @@ using Reference::CompressionManager;
 using Reference::CompressionRoom;
 using Table = PeloraTcam::PeloraCompressionTableType;
 
-constexpr std::pair< std::string_view, Table > tables[] = {
-    { "etherType", Table::etherType }, { "ipProto", Table::ipProto },
-    { "l4SrcPort", Table::l4SrcPort }, { "l4DstPort", Table::l4DstPort },
-    { "srcIp", Table::srcIp },         { "dstIp", Table::dstIp },
-};
-
 /// A value of a table.
 struct Value
 {
@@ -42,29 +35,12 @@ struct Value
     }
 };
 
-CompressionKey readKey( Table table, const YamlNode& node )
-{
-    if ( table == Table::srcIp || table == Table::dstIp ) {
-        const Reference::IpPrefix prefix = readPrefix( node );
-        return { prefix.address, prefix.length };
-    }
-    if ( table == Table::etherType ) {
-        return CompressionKey( readEtherType( node ) );
-    }
-    if ( table == Table::ipProto ) {
-        return CompressionKey( readIpProtocol( node ) );
-    }
-    Agent::U16 port = 0;
-    node.read( port );
-    return CompressionKey( port );
-}
-
 void readValue( Input::YamlMembers& members, std::optional< Value >& value )
 {
     Table table = Table::invalid;
-    members.required( "table", table, tables );
+    members.required( "table", table, compressionTableNames() );
     members.required( "key", [ & ]( const YamlNode& key ) {
-        value = Value{ table, readKey( table, key ) };
+        value = Value{ table, readCompressionKey( table, key ) };
     } );
 }
 

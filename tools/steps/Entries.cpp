@@ -1,4 +1,5 @@
 // create-entry: { name: web, group: acl, src: 192.0.2.0/24, protocol: tcp, dst-port: 80 }
+// create-entry: { name: open, group: acl, match: { tcpFlags: { data: 0x02, mask: 0x12 } } }
 // destroy-entry: { name: web }
 
 #include "agent/base/TextPieces.h"
@@ -7,6 +8,7 @@
 #include "tools/scenario/EnumeratorReader.h"
 #include "tools/scenario/PacketNames.h"
 #include "tools/scenario/PrefixReader.h"
+#include "tools/steps/EntryMatch.h"
 #include "tools/steps/Refused.h"
 #include "tools/steps/StepKinds.h"
 #include "tools/translation/TranslatedNames.h"
@@ -22,6 +24,7 @@ namespace {
 
 using Input::YamlNode;
 using PeloraTcam::ActionType;
+using PeloraTcam::QualifierType;
 using PeloraTcam::TcamEntryId;
 using Reference::EntryDesc;
 using Reference::Masked;
@@ -32,6 +35,7 @@ struct WantedEntry
     std::string name;
     std::string group;
     std::optional< std::string > policer;
+    EntryMatch match;
     EntryDesc desc;
 };
 
@@ -52,6 +56,7 @@ class CreateEntry : public Step
         if ( wanted_.policer ) {
             desc.policer = context.policerNames().at( *wanted_.policer );
         }
+        addMatch( wanted_.match, context, wanted_.group, desc.qualifiers );
         Reference::EntryManager& entries = context.tcam().entries();
         const std::optional< TcamEntryId > entry = entries.create( desc );
         if ( !entry ) {
@@ -132,70 +137,73 @@ void readPort( std::optional< Masked< Agent::U16 > >& port, const YamlNode& node
     port = Masked< Agent::U16 >{ number, 0xFFFF };
 }
 
-/// What version of IP an entry is for, and which key says so first.
-struct IpVersion
+/// Prefixes are of either version of IP, each of which has a qualifier of its own.
+void readAddress( std::string_view key,
+                  const YamlNode& node,
+                  std::optional< Reference::IpPrefix >& address,
+                  AskedQualifiers& asked )
 {
-    std::string key;
-    bool isV6 = false;
-};
-
-/// A packet is of one version: fails at a key that says another one than an earlier key.
-void requireSameVersion( std::optional< IpVersion >& earlier,
-                         const IpVersion& version,
-                         const YamlNode& node )
-{
-    const auto nameOf = []( const IpVersion& which ) { return which.isV6 ? "IPv6" : "IPv4"; };
-    if ( earlier && earlier->isV6 != version.isV6 ) {
-        node.fail( fmt::format( "expected {} as in '{}', found {}", nameOf( *earlier ),
-                                earlier->key, nameOf( version ) ) );
-    }
-    earlier = version;
+    address = readPrefix( node );
+    const bool isV6 = address->address.isV6();
+    const bool isSource = key == "src";
+    asked.add( std::string( key ),
+               isV6 ? ( isSource ? QualifierType::srcIp6 : QualifierType::dstIp6 )
+                    : ( isSource ? QualifierType::srcIp : QualifierType::dstIp ),
+               node );
 }
 
-void readQualifiers( Input::YamlMembers& members, Reference::EntryQualifiers& qualifiers )
+void readQualifiers( Input::YamlMembers& members,
+                     Reference::EntryQualifiers& qualifiers,
+                     AskedQualifiers& asked )
 {
     constexpr Agent::U16 ipv4 = 0x0800;
     constexpr Agent::U16 ipv6 = 0x86DD;
-    std::optional< IpVersion > version;
     members.optional( "src", [ & ]( const YamlNode& node ) {
-        qualifiers.source = readPrefix( node );
-        requireSameVersion( version, { "src", qualifiers.source->address.isV6() }, node );
+        readAddress( "src", node, qualifiers.source, asked );
     } );
     members.optional( "dst", [ & ]( const YamlNode& node ) {
-        qualifiers.destination = readPrefix( node );
-        requireSameVersion( version, { "dst", qualifiers.destination->address.isV6() }, node );
+        readAddress( "dst", node, qualifiers.destination, asked );
     } );
     members.optional( "ethertype", [ & ]( const YamlNode& node ) {
         const Agent::U16 etherType = readEtherType( node );
         qualifiers.etherType = Masked< Agent::U16 >{ etherType, 0xFFFF };
+        asked.add( "ethertype", QualifierType::etherType, node );
         if ( etherType == ipv4 || etherType == ipv6 ) {
-            requireSameVersion( version, { "ethertype", etherType == ipv6 }, node );
+            asked.requireIp( "ethertype", etherType == ipv6, false, node );
         }
     } );
     members.optional( "protocol", [ & ]( const YamlNode& node ) {
         const Agent::U8 protocol = readIpProtocol( node );
         if ( protocol != 0 ) {
             qualifiers.protocol = Masked< Agent::U8 >{ protocol, 0xFF };
+            asked.add( "protocol", QualifierType::ipProtocol, node );
         }
     } );
-    members.optional( "src-port",
-                      [ & ]( const YamlNode& node ) { readPort( qualifiers.sourcePort, node ); } );
+    members.optional( "src-port", [ & ]( const YamlNode& node ) {
+        readPort( qualifiers.sourcePort, node );
+        asked.add( "src-port", QualifierType::l4SrcPort, node );
+    } );
     members.optional( "dst-port", [ & ]( const YamlNode& node ) {
         readPort( qualifiers.destinationPort, node );
+        asked.add( "dst-port", QualifierType::l4DstPort, node );
     } );
 }
 
 } // namespace
 
-std::unique_ptr< const Step > readCreateEntry( const YamlNode& node, const ReadContext& )
+std::unique_ptr< const Step > readCreateEntry( const YamlNode& node, const ReadContext& context )
 {
     WantedEntry wanted;
+    AskedQualifiers asked;
     wanted.desc.actions = { { ActionType::drop } };
     node.readMembers( [ & ]( Input::YamlMembers& members ) {
         members.required( "name", wanted.name );
         members.required( "group", wanted.group );
         members.optional( "priority", wanted.desc.priority, 0, std::numeric_limits< int >::max() );
-        readQualifiers( members, wanted.desc.qualifiers );
+        readQualifiers( members, wanted.desc.qualifiers, asked );
+        members.optional( "match", [ & ]( const YamlNode& match ) {
+            wanted.match = readEntryMatch( match, context, asked );
+        } );
         members.optional( "policer", wanted.policer );
         members.optional( "actions", [ & ]( const YamlNode& list ) {
             std::vector< Reference::EntryAction > actions;

@@ -100,34 +100,51 @@ bool isForPreselectors( QualifierType qualifier, Reference::PreselectorFunction 
 
 namespace {
 
-/// Whether the SDK has a value for that one of an agent's enumeration.
+/// A value of one of the agent's enumerations and the SDK's enumerator for it.
 template< class AgentType >
-bool isAmong( std::initializer_list< AgentType > translated, std::uint32_t agentValue )
+struct TranslatedValue
 {
-    return std::ranges::any_of( translated, [ agentValue ]( AgentType value ) {
-        return static_cast< std::uint32_t >( value ) == agentValue;
-    } );
+    AgentType value;
+    std::string_view sdk;
+};
+
+/// The SDK's name for that one of an agent's enumeration; empty if there is none.
+template< class AgentType >
+std::string_view nameAmong( std::initializer_list< TranslatedValue< AgentType > > translated,
+                            std::uint32_t agentValue )
+{
+    for ( const auto& [ value, sdk ] : translated ) {
+        if ( static_cast< std::uint32_t >( value ) == agentValue ) {
+            return sdk;
+        }
+    }
+    return {};
 }
 
 } // namespace
 
 bool isInMap( std::string_view map, std::uint32_t agentValue )
 {
+    return !sdkNameOf( map, agentValue ).empty();
+}
+
+std::string_view sdkNameOf( std::string_view map, std::uint32_t agentValue )
+{
 #define TRANSLATION_BOTH_WAYS( forwardMap, reverseMap, builder, agentType, sdkType, forwardLookup, \
                                reverseLookup, forwardAssertion, reverseAssertion, pairs )          \
     if ( map == #forwardMap ) {                                                                    \
         using AgentType = agentType;                                                               \
-        return isAmong< AgentType >( { pairs }, agentValue );                                      \
+        return nameAmong< AgentType >( { pairs }, agentValue );                                    \
     }
 #define TRANSLATION_ONE_WAY( forwardMap, builder, agentType, sdkType, forwardLookup,               \
                              forwardAssertion, pairs )                                             \
     if ( map == #forwardMap ) {                                                                    \
         using AgentType = agentType;                                                               \
-        return isAmong< AgentType >( { pairs }, agentValue );                                      \
+        return nameAmong< AgentType >( { pairs }, agentValue );                                    \
     }
-#define TRANSLATION( agentEnumerator, accessor ) AgentType::agentEnumerator,
+#define TRANSLATION( agentEnumerator, accessor ) { AgentType::agentEnumerator, #accessor },
 #include "PeloraTcam/TranslationMaps.def"
-    return false;
+    return {};
 }
 
 } // namespace Tool
