@@ -4,6 +4,8 @@
 #include "sdk/SdkCall.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 
 namespace Reference {
 
@@ -98,6 +100,19 @@ constexpr QualifierForm forms[] = {
 };
 // clang-format on
 
+constexpr std::size_t noForm = std::size( forms );
+
+/// The place of each qualifier's row, by its number: rules look there often.
+constexpr auto formPlaces = [] {
+    std::array< Agent::U8, 256 > places{};
+    places.fill( static_cast< Agent::U8 >( noForm ) );
+    for ( std::size_t place = 0; place < std::size( forms ); ++place ) {
+        places[ static_cast< std::size_t >( forms[ place ].qualifier ) ] =
+            static_cast< Agent::U8 >( place );
+    }
+    return places;
+}();
+
 // ---- User-defined fields ---------------------------------------------------------------------
 
 constexpr std::string_view udfFunction = "bcm_field_qualify_udf";
@@ -136,8 +151,8 @@ std::span< const QualifierForm > qualifierForms()
 
 const QualifierForm* findQualifierForm( QualifierType qualifier )
 {
-    const auto* found = std::ranges::find( forms, qualifier, &QualifierForm::qualifier );
-    return found == std::end( forms ) ? nullptr : found;
+    const std::size_t place = formPlaces[ static_cast< std::size_t >( qualifier ) ];
+    return place == noForm ? nullptr : &forms[ place ];
 }
 
 SdkRefusal writeMatch( int unit, bcm_field_entry_t entry, const QualifierMatch& match )

@@ -332,7 +332,7 @@ TEST( EntryMatch, Read_SomethingIsWrong_SaysWhereAndRunsNothing )
         { "class: { srcIpp: 1 }", "3:60: unknown key 'srcIpp', did you mean 'srcIp'?" },
         { "class: { srcIp: 65536 }",
           "3:67: expected a whole number from 0 to 65535, found '65536'" },
-        { "range: { no: web }", "3:60: unknown key 'no', expected 'not'" },
+        { "range: { no: web }", "3:60: unknown key 'no', did you mean 'not'?" },
         { "udf: { vni: x }",
           "3:63: expected a whole number from 0 to 18446744073709551615, found 'x'" },
         { "udf: { vni: 0xfg }",
