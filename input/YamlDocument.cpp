@@ -205,17 +205,6 @@ void YamlNode::readMembers( const std::function< void( YamlMembers& ) >& reader 
     members.complain();
 }
 
-void YamlNode::readEachMember(
-    const std::function< void( const std::string&, const YamlNode& ) >& reader ) const
-{
-    if ( kind_ != Kind::mapping ) {
-        failExpecting( "a mapping" );
-    }
-    for ( size_t i = 0; i < keys_.size(); ++i ) {
-        reader( keys_[ i ].text_, children_[ i ] );
-    }
-}
-
 YamlMembers::YamlMembers( const YamlNode& mapping )
     : mapping_( mapping )
 {}

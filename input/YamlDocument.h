@@ -140,9 +140,6 @@ class YamlNode
     /// A mapping of which the writer chooses the keys: calls the reader with each pair.
     void readPairs(
         const std::function< void( const YamlNode& key, const YamlNode& value ) >& reader ) const;
-    /// A mapping whose keys are not known before: calls the reader with each key and its value.
-    void readEachMember( const std::function< void( const std::string& key,
-                                                    const YamlNode& value ) >& reader ) const;
 
   private:
     friend class YamlMembers;

@@ -513,31 +513,6 @@ TEST( InputErrorTest, Parts_AreKept )
     }
 }
 
-// ---- Mappings with any keys ------------------------------------------------------------------
-
-TEST( YamlDocumentTest, ReadEachMember_Mapping_GivesKeysAndValuesInTheirOrder )
-{
-    const YamlDocument document = YamlDocument::fromText( "f", "zoo: 1\nape: 2\n" );
-    std::string seen;
-    document.root().readEachMember( [ & ]( const std::string& key, const YamlNode& value ) {
-        int number = 0;
-        value.read( number );
-        seen += key + "=" + std::to_string( number ) + " ";
-    } );
-    EXPECT_EQ( seen, "zoo=1 ape=2 " );
-}
-
-TEST( YamlDocumentTest, ReadEachMember_NoMapping_FailsAtTheNode )
-{
-    const YamlDocument document = YamlDocument::fromText( "f", "[ 1 ]" );
-    try {
-        document.root().readEachMember( []( const std::string&, const YamlNode& ) {} );
-        FAIL() << "nothing thrown";
-    } catch ( const Input::InputError& error ) {
-        EXPECT_EQ( error.message(), "expected a mapping, found a list" );
-    }
-}
-
 } // namespace
 
 } // namespace Input

@@ -301,7 +301,9 @@ class MatchReader
     void readUdfs()
     {
         members_.optional( "udf", [ & ]( const YamlNode& node ) {
-            node.readEachMember( [ & ]( const std::string& name, const YamlNode& value ) {
+            node.readPairs( [ & ]( const YamlNode& key, const YamlNode& value ) {
+                std::string name;
+                key.read( name );
                 match_.udfs.push_back( readUdf( name, value ) );
             } );
         } );

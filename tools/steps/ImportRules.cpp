@@ -49,7 +49,6 @@ class ImportRules : public Step
         , file_( ruleSet.file )
         , lines_( ruleSet.lines )
         , rules_( filterRulesOf( ruleSet ) )
-        , lines_( ruleSet.lines )
         , options_( options )
     {}
 
@@ -141,7 +140,6 @@ class ImportRules : public Step
     std::string file_;
     std::vector< int > lines_; // Of the rules.
     std::vector< FilterRule > rules_;
-    std::vector< int > lines_;
     RuleOptions options_;
 };
 

@@ -37,8 +37,8 @@ namespace Tool {
 /// Whether one of the maps of `TranslationMaps.def`, such as "ipTypeMap", has the agent's value.
 [[nodiscard]] bool isInMap( std::string_view map, std::uint32_t agentValue );
 
-/// The name of the SDK's enumerator that the map has for the agent's value: "bcmFieldIpTypeIpv4Any";
-/// empty if it has none.
+/// The name of the SDK's enumerator that the map has for the agent's value:
+/// "bcmFieldIpTypeIpv4Any"; empty if it has none.
 [[nodiscard]] std::string_view sdkNameOf( std::string_view map, std::uint32_t agentValue );
 
 } // namespace Tool
