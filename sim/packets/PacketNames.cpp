@@ -202,22 +202,34 @@ told( const PacketView& view, bcm_field_qualify_t qualifier, uint32_t enumerator
     return std::nullopt;
 }
 
-bool endsWithOneOf( std::string_view name, std::initializer_list< std::string_view > ends )
+/// Enumerators that stand for all packets.
+constexpr std::string_view anyNames[] = { "bcmFieldIpTypeAny",         "bcmFieldIpFragAny",
+                                          "bcmFieldL2FormatAny",       "bcmFieldL2PktTypeAny",
+                                          "bcmFieldPktFwdTypeAny",     "bcmFieldTunnelTypeAny",
+                                          "bcmFieldForwardingTypeAny", "bcmFieldDropReasonAny" };
+
+/// Those that stand for packets of which nothing is known.
+constexpr std::string_view noneNames[] = { "bcmFieldDropReasonNone", "bcmFieldTunnelTypeNone",
+                                           "bcmFieldPktTypeUnknown" };
+
+bool isOneOf( std::span< const std::string_view > names, std::string_view name )
 {
-    return std::ranges::any_of(
-        ends, [ name ]( std::string_view end ) { return name.ends_with( end ); } );
+    return std::ranges::find( names, name ) != names.end();
 }
 
 } // namespace
 
 bool isNamed( const PacketView& view, bcm_field_qualify_t qualifier, const NamedValue& value )
 {
+    if ( isOneOf( anyNames, value.name ) ) {
+        return true;
+    }
     const auto given = view.packet.given.find( qualifier );
     if ( given != view.packet.given.end() ) {
-        return given->second == value.number || endsWithOneOf( value.name, { "Any" } );
+        return given->second == value.number;
     }
     const std::optional< bool > isTold = told( view, qualifier, value.number );
-    return isTold ? *isTold : endsWithOneOf( value.name, { "Any", "None", "Unknown" } );
+    return isTold ? *isTold : isOneOf( noneNames, value.name );
 }
 
 } // namespace Sim
