@@ -250,8 +250,10 @@ PacketExplanation explain( const PacketPath& path, const Packet& packet, std::si
         explanation.udfs.push_back( { udfId, { bytes.begin(), bytes.end() } } );
     }
     const std::vector< GroupVerdict > hits = path.find( packet );
-    for ( const GroupVerdict& hit : hits ) {
-        explanation.groups.push_back( explainGroup( path, hit.group, view, losers ) );
+    const std::vector< PacketFindings > seen = path.findingsByGroup( packet );
+    for ( std::size_t group = 0; group < hits.size(); ++group ) {
+        const PacketView ofGroup{ path.numbering(), packet, headers, seen[ group ] };
+        explanation.groups.push_back( explainGroup( path, hits[ group ].group, ofGroup, losers ) );
     }
     return explanation;
 }

@@ -288,6 +288,41 @@ PacketFindings PacketPath::findingsOf( const Packet& packet, const PacketHeaders
     return findings;
 }
 
+/// Notes what each group sees.
+class PacketPath::FindingsNoter
+{
+  public:
+    FindingsNoter( Finder& finder, const PacketFindings& findings )
+        : finder_( finder )
+        , findings_( findings )
+    {}
+
+    void looked( bcm_field_group_t group, std::optional< bcm_field_entry_t > entry )
+    {
+        finder_.looked( group, entry );
+        seen_.push_back( findings_ );
+    }
+
+    void stageEnds() { finder_.stageEnds(); }
+
+    [[nodiscard]] std::vector< PacketFindings > seen() && { return std::move( seen_ ); }
+
+  private:
+    Finder& finder_;
+    const PacketFindings& findings_;
+    std::vector< PacketFindings > seen_;
+};
+
+std::vector< PacketFindings > PacketPath::findingsByGroup( const Packet& packet ) const
+{
+    std::vector< GroupVerdict > hits;
+    PacketFindings findings;
+    Finder finder( *this, packet, findings, hits );
+    FindingsNoter noter( finder, findings );
+    visitGroups( packet, findings, noter );
+    return std::move( noter ).seen();
+}
+
 std::vector< uint8_t > PacketPath::keyOf( const Packet& packet ) const
 {
     const PacketHeaders headers = readHeaders( packet.bytes );

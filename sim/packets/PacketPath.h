@@ -93,6 +93,9 @@ class PacketPath : private HardwareListener
     [[nodiscard]] PacketFindings findingsOf( const Packet& packet,
                                              const PacketHeaders& headers ) const;
 
+    /// The same as each group of `find( packet )` sees it: with what earlier stages have decided.
+    [[nodiscard]] std::vector< PacketFindings > findingsByGroup( const Packet& packet ) const;
+
     /// The key that groups look up for a packet; and the best entry of a group for a key.
     [[nodiscard]] std::vector< uint8_t > keyOf( const Packet& packet ) const;
     [[nodiscard]] std::optional< bcm_field_entry_t >
@@ -146,6 +149,7 @@ class PacketPath : private HardwareListener
     meter( const FieldEntry& entry, const Packet& packet, TrafficColor incoming );
     [[nodiscard]] TrafficColor incomingColor( const Packet& packet ) const;
     class Finder;
+    class FindingsNoter;
     class Sender;
 
     SimulatedChip& chip_;
