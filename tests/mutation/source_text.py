@@ -9,7 +9,8 @@ import re
 
 TOKEN = re.compile(
     r"""
-    (?P<blank>(?:\s|\\\n)+)
+    (?P<directive>^[ \t]*\#(?:[^\n\\]|\\.|\\\n)*)
+    | (?P<blank>(?:\s|\\\n)+?(?=^[ \t]*\#|\S|\Z))
     | (?P<comment>//[^\n]*|/\*.*?\*/)
     | (?P<raw>R"(?P<delimiter>[^ ()\\\t\n]*)\(.*?\)(?P=delimiter)")
     | (?P<text>"(?:\\.|[^"\\\n])*")
@@ -18,10 +19,8 @@ TOKEN = re.compile(
     | (?P<name>[A-Za-z_]\w*)
     | (?P<operator><=>|<<=|>>=|->\*|\.\.\.|->|::|\+\+|--|<<|>>|<=|>=|==|!=|&&|\|\||[-+*/%&|^]=|.)
     """,
-    re.VERBOSE | re.DOTALL,
+    re.VERBOSE | re.DOTALL | re.MULTILINE,
 )
-
-DIRECTIVE = re.compile(r"^[ \t]*#(?:[^\n\\]|\\.|\\\n)*", re.MULTILINE)
 
 
 @dataclasses.dataclass
@@ -36,12 +35,9 @@ class Token:
 
 def tokens_of(source):
     """The tokens of a source, without blanks, comments and preprocessor directives."""
-    directives = [match.span() for match in DIRECTIVE.finditer(source)]
     tokens = []
     for match in TOKEN.finditer(source):
-        if match.lastgroup in ("blank", "comment"):
-            continue
-        if any(start <= match.start() < end for start, end in directives):
+        if match.lastgroup in ("blank", "comment", "directive"):
             continue
         kind = "raw" if match.group("raw") else match.lastgroup
         tokens.append(Token(kind, match.group(), match.start(), match.end()))
