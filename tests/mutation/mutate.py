@@ -7,28 +7,24 @@ import argparse
 import collections
 import fcntl
 import os
-import queue
 import sys
-import threading
-import time
 
-from base_build import BaseBuild, BuildError, Overlay
+from base_build import BaseBuild, BuildError
 from choice import choose
 from explained import ExplainedError, as_entry, read_explained, reason_for
+from measured import Measured
+from mutation_run import CAUGHT, EXPLAINED, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED
+from mutation_run import MutationRun
 from mutations import KINDS, mutants_of
 from reach import measure_reach
 from results import Results, ResultsError
-from trials import BaselineError, Order, PastKills, Trial, measure_baseline, suites_of
+from trials import BaselineError, Order, measure_baseline, suites_of
 
 FOLDERS = ("PeloraTcam", "sdk")
 ENDINGS = (".cpp", ".h", ".def")
-EXPLAINED = "tests/mutation/explained.txt"
-RESULTS = "build/mutate/results.jsonl"
+RESULTS = "tests/mutation/results.txt"
 LEAST_CAUGHT = 0.95
-MOST_OBJECTS_COMPARED = 20
-
-CAUGHT, SURVIVED, EXPLAINED_AWAY = "caught", "SURVIVED", "explained"
-SAME_CODE, INVALID = "same code", "invalid"
+OUTCOMES = {"caught": CAUGHT, "survived": SURVIVED, "same": SAME_CODE, "invalid": INVALID}
 
 
 def parse_arguments(arguments):
@@ -58,18 +54,24 @@ def parse_arguments(arguments):
     parser.add_argument(
         "--again", action="store_true", help="with --all: try again what survived so far"
     )
+    parser.add_argument(
+        "--jobs",
+        type=int,
+        default=workers_that_fit(),
+        help="work on so many files at a time (default: what fits, at most 2)",
+    )
     parser.add_argument("--file", action="append", help="only this file, or files (may be repeated)")
     parser.add_argument("--kind", action="append", choices=KINDS, help="only this kind")
     parser.add_argument("--list", action="store_true", help="list what could be tried, and end")
     return parser.parse_args(arguments)
 
 
-def sources_of(root, only):
+def sources_of(root):
     """The files that are mutated, by their paths from the root."""
     files = {}
     for folder in FOLDERS:
         for name in sorted(os.listdir(os.path.join(root, folder))):
-            if name.endswith(ENDINGS) and (not only or f"{folder}/{name}" in only):
+            if name.endswith(ENDINGS):
                 with open(os.path.join(root, folder, name), encoding="utf-8") as file:
                     files[f"{folder}/{name}"] = file.read()
     return files
@@ -81,90 +83,6 @@ def print_list(mutants):
         print(f"    - {mutant.before}\n    + {mutant.after}")
     kinds = collections.Counter(mutant.kind for mutant in mutants)
     print(f"{len(mutants)} mutants:", ", ".join(f"{kinds[kind]} {kind}" for kind in KINDS))
-
-
-class MutationRun:
-    """The trials of all chosen mutants, on several threads."""
-
-    def __init__(self, base, graph, order, sources, explained, kept=None):
-        self.base = base
-        self.graph = graph
-        self.order = order
-        self.past_kills = PastKills()
-        self.sources = sources
-        self.explained = explained
-        self.kept = kept
-        self.results = []
-        self.seconds = collections.Counter()
-        self.lock = threading.Lock()
-
-    def run(self, chosen, workers, minutes):
-        self.total = len(chosen)
-        self.end = time.monotonic() + 60 * minutes
-        waiting = queue.SimpleQueue()
-        for mutant in chosen:
-            waiting.put(mutant)
-        threads = [
-            threading.Thread(target=self.work, args=(waiting, f"mut{worker}"), daemon=True)
-            for worker in range(workers)
-        ]
-        self.failure = None
-        for thread in threads:
-            thread.start()
-        for thread in threads:
-            thread.join()
-        if self.failure:
-            raise self.failure
-
-    def work(self, waiting, folder_name):
-        folder = os.path.join(self.base.work, folder_name)
-        while time.monotonic() < self.end and not self.failure:
-            try:
-                mutant = waiting.get_nowait()
-            except queue.Empty:
-                return
-            try:
-                self.note(mutant, *self.try_one(mutant, folder))
-            except Exception as failure:  # handed to the main thread
-                self.failure = failure
-
-    def try_one(self, mutant, folder):
-        """What becomes of a mutant, who caught it, and how long what took."""
-        overlay = Overlay(self.graph, folder, mutant, self.sources[mutant.file])
-        trial = Trial(overlay, self.order, self.past_kills)
-        try:
-            outcome, why = self.judged(mutant, overlay, trial)
-            return outcome, why, {**overlay.seconds, "tests": trial.seconds}
-        finally:
-            overlay.remove()
-
-    def judged(self, mutant, overlay, trial):
-        for library in ("lib/libPeloraAgent.so.1.0.0", "lib/libPeloraTcamSdk6Helpers.so.1.0.0"):
-            if not overlay.make(library):
-                return INVALID, "does not compile"
-        who = trial.who_catches(mutant)
-        if who:
-            return CAUGHT, who
-        reason = reason_for(mutant, self.explained)
-        if reason:
-            return EXPLAINED_AWAY, reason
-        few = len(self.graph.affected(mutant.file)) <= MOST_OBJECTS_COMPARED
-        if few and overlay.same_code(" -O2"):
-            return SAME_CODE, "the optimising compiler makes the same code of it"
-        return SURVIVED, ""
-
-    def note(self, mutant, outcome, why, seconds):
-        with self.lock:
-            self.results.append((mutant, outcome, why))
-            if self.kept:
-                self.kept.add(mutant, outcome, why, seconds)
-            for name, value in seconds.items():
-                self.seconds[name] += value
-            place = f"{mutant.file}:{mutant.line}"
-            number = f"[{len(self.results)}/{self.total}]"
-            print(f"{number} {outcome:9} {mutant.kind:10} {place}  {why}", flush=True)
-            if outcome == SURVIVED:
-                print(f"    - {mutant.before}\n    + {mutant.after}", flush=True)
 
 
 def print_table(results):
@@ -214,11 +132,14 @@ def prepare(base):
     base.build([suite.target for suite in suites])
     graph = base.graph()
     suites = suites_of(listing, graph.inputs)
+    measured = Measured(os.path.join(base.work, "measured.json"), base.tree)
     print("Running the tests on them ...", flush=True)
-    measure_baseline(suites, base.tree, os.path.join(base.work, "baseline"))
-    print("Finding out which suites reach which source ...", flush=True)
-    reach = measure_reach(graph, suites, os.path.join(base.work, "reach"), base.must)
-    return graph, Order(suites, reach.may_notice)
+    kept = lambda suite, measure: measured.of("times", suite.target, measure)
+    measure_baseline(suites, base.tree, os.path.join(base.work, "baseline"), kept)
+    print("Finding out which tests run which block ...", flush=True)
+    kept = lambda target, measure: measured.of("marks", target, measure)
+    reach = measure_reach(graph, suites, os.path.join(base.work, "mark"), base.must, kept)
+    return graph, Order(suites), reach
 
 
 def is_costly(graph):
@@ -232,12 +153,17 @@ def is_costly(graph):
 def main(arguments):
     options = parse_arguments(arguments)
     root = os.getcwd()
-    sources = sources_of(root, options.file)
-    if options.file and len(sources) < len(set(options.file)):
+    sources = sources_of(root)
+    if options.file and not set(options.file) <= set(sources):
         print("No such source:", *sorted(set(options.file) - set(sources)), file=sys.stderr)
         return 2
-    mutants = [m for file, text in sources.items() for m in mutants_of(file, text)]
-    mutants = [m for m in mutants if not options.kind or m.kind in options.kind]
+    every = [m for file, text in sources.items() for m in mutants_of(file, text)]
+    mutants = [
+        mutant
+        for mutant in every
+        if (not options.kind or mutant.kind in options.kind)
+        and (not options.file or mutant.file in options.file)
+    ]
     if options.list:
         print_list(mutants)
         return 0
@@ -250,22 +176,24 @@ def main(arguments):
         except BlockingIOError:
             print("Another run is using build/mutate.", file=sys.stderr)
             return 2
-        return run_chosen(options, root, work, sources, mutants)
+        os.nice(10)
+        return run_chosen(options, root, work, sources, mutants, every)
 
 
-def run_chosen(options, root, work, sources, mutants):
-    workers = workers_that_fit()
+def run_chosen(options, root, work, sources, mutants, every):
+    workers = max(1, options.jobs)
     try:
         with open(os.path.join(root, EXPLAINED), encoding="utf-8") as file:
             explained = read_explained(file.read())
-        kept = Results(options.results, sources) if options.all else None
+        kept = Results(options.results, every, sources) if options.all else None
         base = BaseBuild(root, work, workers)
-        graph, order = prepare(base)
-        run = MutationRun(base, graph, order, sources, explained, kept)
+        graph, order, reach = prepare(base)
+        run = MutationRun(base, graph, order, reach, sources, explained, kept)
         if options.all:
             return run_all(options, run, mutants, workers)
         chosen = choose(mutants, options.seed, options.mutants, is_costly(graph))
         print(f"Trying {len(chosen)} of {len(mutants)} mutants, seed {options.seed}:", flush=True)
+        chosen.sort(key=lambda mutant: mutant.file)
         run.run(chosen, workers, options.minutes)
     except (BuildError, BaselineError, ExplainedError, ResultsError) as failure:
         print(failure, file=sys.stderr)
@@ -280,12 +208,15 @@ def run_all(options, run, mutants, workers):
     for mutant in mutants:
         known = run.kept.of(mutant)
         if known:
-            run.past_kills.add(mutant.file, mutant.line, known["why"])
-        if not known or (options.again and known["outcome"] in (SURVIVED, EXPLAINED_AWAY)):
+            run.past_kills.add(mutant.file, mutant.line, known[1])
+        if not known or (options.again and known[0] == "survived"):
             left.append(mutant)
     left.sort(key=lambda mutant: (len(run.graph.affected(mutant.file)), mutant.file, mutant.start))
     print(f"Trying {len(left)} of {len(mutants)} mutants; the others are known:", flush=True)
-    run.run(left, workers, options.minutes)
+    try:
+        run.run(left, workers, options.minutes)
+    finally:
+        run.kept.tidy()
     print_times(run)
     judged = all_known(run, mutants)
     code = judge(judged)
@@ -301,18 +232,18 @@ def all_known(run, mutants):
     for mutant in mutants:
         known = run.kept.of(mutant)
         if known:
-            outcome = known["outcome"]
-            if outcome in (SURVIVED, EXPLAINED_AWAY):
-                outcome = EXPLAINED_AWAY if reason_for(mutant, run.explained) else SURVIVED
-            judged.append((mutant, outcome, known["why"]))
+            outcome, why = OUTCOMES[known[0]], known[1]
+            if outcome == SURVIVED and reason_for(mutant, run.explained):
+                outcome = EXPLAINED_AWAY
+            judged.append((mutant, outcome, why))
     return judged
 
 
 def print_times(run):
     if run.results:
-        each = {name: value / len(run.results) for name, value in run.seconds.items()}
-        parts = ", ".join(f"{name} {value:.2f} s" for name, value in each.items())
-        print(f"\nA mutant took on average: {parts}.")
+        count = len(run.results)
+        parts = ", ".join(f"{name} {value / count:.2f} s" for name, value in run.seconds.items())
+        print(f"\nA mutant took on average {parts} of the processor's time.")
 
 
 if __name__ == "__main__":

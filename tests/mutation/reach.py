@@ -1,80 +1,159 @@
-"""Which suites call functions of which source of the library: the others cannot notice a mutant of it.
+"""Which tests run which block of the library: the others cannot notice a mutant of it.
 
-The library is built once more. In this build every function first marks its source in a file that
-the processes of a suite share, so that what a child does counts, however it ends. What runs while
-the library is loaded does not count: it runs in every suite.
+The library is built once more. In this build every block of the sources that are mutated first
+marks itself in a file that the processes of a test share, so that what a child does counts, however
+it ends. Every test is run by itself on it.
 """
 
 import os
 import re
 
-from base_build import BuildError, link_names
-from trials import LOAD_BY_PATH, BaselineError, environment_for, run_suite
+from base_build import BuildError, link_names, run
+from blocks import Layout
+from precompiled import header_command, leading_includes
+from schema import with_prelude
+from trials import Round, environment_for, patched, run_suite, LOAD_BY_PATH
 
 LIBRARY = "lib/libPeloraTcamSdk6Helpers.so.1.0.0"
-INSTRUMENTED = ("__cyg_profile_func_enter", "__cyg_profile_func_exit")
+MUTATED = ("PeloraTcam/", "sdk/")
 
-HOOKS = """
-#include <cstdlib>
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-namespace {
-char* seen = nullptr;
-// Linked behind the sources of the library, so this runs when they have been initialised.
-__attribute__( ( constructor ) ) void begin()
+PRELUDE = """
+extern "C" char* peloraMutationVariable( const char* ) __asm__( "getenv" );
+extern "C" int peloraMutationOpen( const char*, int, ... ) __asm__( "open" );
+extern "C" int peloraMutationClose( int ) __asm__( "close" );
+extern "C" void* peloraMutationMap( void*, unsigned long, int, int, int, long ) __asm__( "mmap" );
+extern "C" int peloraMutationUnmap( void*, unsigned long ) __asm__( "munmap" );
+namespace PeloraMutation {
+inline char* marks __attribute__(( visibility( "hidden" ) )) = nullptr;
+__attribute__(( constructor( 101 ) )) static void openMarks()
 {
-    const int file = open( getenv( "PELORA_REACHED" ), O_RDWR );
-    void* const place = mmap( nullptr, SOURCES, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0 );
-    seen = place == MAP_FAILED ? nullptr : static_cast< char* >( place );
-    close( file );
+    const char* const path = peloraMutationVariable( "PELORA_REACHED" );
+    if ( marks == nullptr && path != nullptr ) {
+        const int file = peloraMutationOpen( path, 2 );
+        void* const place = peloraMutationMap( nullptr, 1 << 20, 3, 1, file, 0 );
+        marks = place == (void*)-1 ? nullptr : static_cast< char* >( place );
+        peloraMutationClose( file );
+    }
 }
-} // namespace
+__attribute__(( destructor( 101 ) )) static void closeMarks()
+{
+    if ( marks != nullptr ) {
+        peloraMutationUnmap( marks, 1 << 20 );
+        marks = nullptr;
+    }
+}
+inline void mark( int number )
+{
+    if ( marks != nullptr ) {
+        marks[ number ] = 1;
+    }
+}
+constexpr void markUnlessConstant( int number )
+{
+    if ( !__builtin_is_constant_evaluated() ) {
+        mark( number );
+    }
+}
+}
 """
-HOOK = 'extern "C" void reached_NUMBER( void*, void* ) { if ( seen ) { seen[ NUMBER ] = 1; } }\n'
-NO_HOOK = 'extern "C" void left( void*, void* ) {}\n'
+MOST_MARKS = 1 << 20
 
 
-def hooks_for(count):
-    """The source that the marks of so many sources are made in."""
-    hooks = "".join(HOOK.replace("NUMBER", str(number)) for number in range(count))
-    return HOOKS.replace("SOURCES", str(count)) + hooks + NO_HOOK
+def with_marks(text, first):
+    """The preprocessed text whose blocks mark themselves, and what each is called.
+
+    Their numbers begin with `first`.
+    """
+    layout = Layout(text)
+    blocks = [
+        block
+        for block in sorted(layout.blocks, key=lambda block: block.start)
+        if any("/" + folder in layout.places.of(block.start)[0] for folder in MUTATED)
+    ]
+    written, position, names = [], 0, []
+    for number, block in enumerate(blocks, start=first):
+        function = "markUnlessConstant" if block.constant else "mark"
+        written.append(text[position : block.start])
+        written.append(f" ::PeloraMutation::{function}( {number} );")
+        position = block.start
+        names.append(block_name(layout, block))
+    return with_prelude("".join(written) + text[position:], PRELUDE), names
+
+
+def block_name(layout, block):
+    """What a block is called in every preprocessed text of its object."""
+    file, line, which = layout.key_of(block)
+    match = re.search(r"(?:PeloraTcam|sdk)/[^/]*$", file)
+    return f"{match.group() if match else file}:{line}:{which}"
 
 
 class Reach:
-    """What was found out; asks nobody who cannot notice."""
+    """What was found out: which tests may notice a mutant."""
 
-    def __init__(self, graph, suites_by_object):
+    def __init__(self, graph, suites, reached):
+        """`reached`: for each test, (suite, test), the blocks that it runs, as (object, name)."""
         self.graph = graph
-        self.suites_by_object = suites_by_object
+        self.suites = suites
+        self.tests_of_block = {}
+        self.tests_of_object = {}
+        for test, blocks in reached.items():
+            for output, name in blocks:
+                self.tests_of_block.setdefault((output, name), set()).add(test)
+                self.tests_of_object.setdefault(output, set()).add(test)
 
-    def may_notice(self, suite, file):
-        """Whether a mutant of that file could make a test of the suite fail."""
-        if self.graph.needed(suite.target, file):
-            return True
-        objects = self.graph.affected(file) & set(self.suites_by_object)
-        reached_by = set().union(*(self.suites_by_object[output] for output in objects))
-        # What nobody is seen to call is data, which anybody may read.
-        return not reached_by or suite.name in reached_by
+    def asked(self, file, blocks=None):
+        """The tests of each suite that may notice a mutant of that file.
+
+        `blocks`: for each object that it changes, the names of the blocks; None if that is not known
+        or if it changes what is no block.
+        """
+        found = self.of_blocks(blocks) if blocks is not None else self.of_objects(file)
+        asked = {}
+        for suite, test in found:
+            asked.setdefault(suite, set()).add(test)
+        for suite in self.suites:
+            if self.graph.needed(suite.target, file):
+                asked[suite.name] = set(suite.times)
+        return asked
+
+    def of_blocks(self, blocks):
+        found = set()
+        for output, names in blocks.items():
+            for name in names:
+                found |= self.tests_of_block.get((output, name), set())
+        return found
+
+    def of_objects(self, file):
+        objects = self.graph.affected(file) & set(self.tests_of_object)
+        found = set().union(*(self.tests_of_object[output] for output in objects))
+        # What nobody is seen to run is data, which anybody may read.
+        return found or {(suite.name, test) for suite in self.suites for test in suite.times}
 
 
 class ReachBuild:
-    """The library that marks what is called."""
+    """The library that marks what is run."""
 
     def __init__(self, graph, folder, must):
         self.graph = graph
+        self.tree = graph.tree
         self.folder = folder
         self.must = must
-        self.objects = [part for part in graph.inputs[LIBRARY] if part.startswith("PeloraTcam/")]
+        self.names = []  # (object, block) by the number of its mark
+        self.is_made = False
+
+    def names_of_marks(self):
+        self.make()
+        return self.names
 
     def make(self):
+        if self.is_made:
+            return
+        self.is_made = True
         os.makedirs(os.path.join(self.folder, "lib"), exist_ok=True)
-        replaced = {output: self.compile(n, output) for n, output in enumerate(self.objects)}
-        hooks = os.path.join(self.folder, "hooks.cpp")
-        with open(hooks, "w", encoding="utf-8") as file:
-            file.write(hooks_for(len(self.objects)))
-        self.shell(f"g++ -O1 -fPIC -c {hooks} -o {hooks}.o")
-        replaced[self.objects[-1]] += f" {hooks}.o"
+        objects = [part for part in self.graph.inputs[LIBRARY] if part.endswith(".o")]
+        replaced = {output: self.compile(n, output) for n, output in enumerate(objects)}
+        if len(self.names) > MOST_MARKS:
+            raise BuildError("more blocks than there is room for")
         library = os.path.join(self.folder, LIBRARY)
         command = re.sub(r"\S+", lambda m: replaced.get(m.group(), m.group()), self.graph.commands[LIBRARY])
         self.shell(command.replace(f"-o {LIBRARY}", f"-o {library}"))
@@ -82,42 +161,77 @@ class ReachBuild:
 
     def compile(self, number, output):
         place = os.path.join(self.folder, f"{number}.o")
-        command = re.sub(r" (-MD|-MT \S+|-MF \S+)(?= |$)", "", self.graph.commands[output])
-        self.shell(command.replace(f"-o {output}", f"-o {place}") + " -finstrument-functions")
-        renamed = zip(INSTRUMENTED, (f"reached_{number}", "left"))
-        self.shell("objcopy " + " ".join(f"--redefine-sym {a}={b}" for a, b in renamed) + " " + place)
+        command = re.sub(r" (-MD|-MT \S+|-MF \S+|-o \S+)(?= |$)", "", self.graph.commands[output])
+        text = self.shell(command + self.precompiled(number, output) + " -E -fpch-preprocess")
+        marked, names = with_marks(text, len(self.names))
+        self.names += [(output, name) for name in names]
+        with open(place + ".ii", "w", encoding="utf-8") as file:
+            file.write(marked)
+        self.shell(re.sub(r" -c \S+", f" -fpreprocessed -c {place}.ii -o {place}", command))
         return place
 
+    def precompiled(self, number, output):
+        """The flag that takes in, precompiled, what is included and not mutated."""
+        source = os.path.join(self.graph.sources, self.graph.source_of(output))
+        with open(source, encoding="utf-8") as file:
+            includes = leading_includes(file.read())
+        headers = self.graph.precompiled.headers
+        lines = [
+            line
+            for line, own in includes
+            if not own or not any(other.startswith(MUTATED) for other in headers.included_by(own))
+        ]
+        header = os.path.join(self.folder, f"{number}.h")
+        with open(header, "w", encoding="utf-8") as file:
+            file.write("\n".join(lines) + "\n")
+        self.shell(header_command(self.graph.commands[output], header))
+        return f" -include {header}"
+
     def shell(self, command):
-        self.must(["sh", "-c", command], self.graph.tree)
+        result = run(["sh", "-c", command], self.tree)
+        if result.returncode != 0:
+            raise BuildError(result.stdout[-6000:])
+        return result.stdout
+
+    def path_of(self, suite):
+        binary = os.path.join(self.tree, suite.target)
+        return patched(binary, self.folder, self) if suite.name in LOAD_BY_PATH else binary
 
     def reached_by(self, suite):
-        """The objects whose functions a suite calls."""
-        if suite.name in LOAD_BY_PATH:
-            return set(self.objects)
+        """For each test of a suite the numbers of the marks that it leaves."""
+        self.make()
+        binary = self.path_of(suite)
+        return {test: self.marks_of(suite, test, binary) for test in suite.times}
+
+    def marks_of(self, suite, test, binary):
         marks = os.path.join(self.folder, "marks")
         with open(marks, "wb") as file:
-            file.write(bytes(len(self.objects)))
-        library_folder = os.path.join(self.folder, "lib")
-        environment = environment_for(self.folder, library_folder, "default", "*")
+            file.truncate(MOST_MARKS)
+        one = Round(suite, "default", [test])
+        environment = environment_for(self.folder, os.path.join(self.folder, "lib"), "default", test)
         environment["PELORA_REACHED"] = marks
-        command = [os.path.join(self.graph.tree, suite.target)]
-        why = run_suite(command, self.folder, environment, 900)
+        why = run_suite([binary], self.folder, environment, 2 * one.limit())
         if why:
-            raise BaselineError(f"{suite.name} fails on the library that marks what is called: {why}")
+            # It notices the marks themselves. So it may notice anything.
+            print(f"{suite.name}: {why} on the library that marks what is run", flush=True)
+            return list(range(len(self.names)))
         with open(marks, "rb") as file:
-            seen = file.read()
-        return {output for output, mark in zip(self.objects, seen) if mark}
+            seen = file.read(len(self.names))
+        return [number for number, mark in enumerate(seen) if mark]
 
 
-def measure_reach(graph, suites, folder, must):
-    """Builds that library, runs all suites on it, and gives what they reach."""
+def measure_reach(graph, suites, folder, must, kept):
+    """Builds that library, runs every test on it, and gives what they reach.
+
+    `kept( target, measure )` gives what was measured of it before, if it still holds.
+    """
     build = ReachBuild(graph, folder, must)
-    build.make()
-    by_object = {output: set() for output in build.objects}
+    names = [tuple(name) for name in kept(LIBRARY, build.names_of_marks)]
+    reached = {}
     for suite in suites:
-        for output in build.reached_by(suite):
-            by_object[output].add(suite.name)
-    if not any(by_object.values()):
-        raise BuildError("no suite calls anything of the library")
-    return Reach(graph, by_object)
+        marks = kept(suite.target, lambda: build.reached_by(suite))
+        for test, numbers in marks.items():
+            reached[suite.name, test] = {names[number] for number in numbers}
+    if not any(reached.values()):
+        raise BuildError("no test runs anything of the library")
+    return Reach(graph, suites, reached)

@@ -7,7 +7,8 @@ import unittest
 
 from explained import key_of, read_explained
 from mutate import CAUGHT, EXPLAINED, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED
-from mutate import MutationRun, judge, parse_arguments, run_all, sources_of
+from mutate import judge, parse_arguments, run_all, sources_of
+from mutation_run import MutationRun
 from mutations import Mutant, mutants_of
 from results import Results
 from trials import BaselineError
@@ -55,13 +56,14 @@ class MadeUpRun(MutationRun):
 
     def __init__(self, outcome):
         base = type("Base", (), {"work": "/nowhere"})
-        super().__init__(base, None, None, {}, {})
+        super().__init__(base, None, None, None, {}, {})
         self.outcome = outcome
 
-    def try_one(self, mutant, folder):
+    def try_bunch(self, bunch, worker):
         if isinstance(self.outcome, Exception):
             raise self.outcome
-        return self.outcome, "", {"tests": 0.5}
+        for mutant in bunch:
+            self.note(mutant, self.outcome, "")
 
 
 class RunTest(unittest.TestCase):
@@ -95,14 +97,14 @@ class AllTest(unittest.TestCase):
     def setUp(self):
         place = tempfile.TemporaryDirectory()
         self.addCleanup(place.cleanup)
-        self.path = os.path.join(place.name, "results.jsonl")
+        self.path = os.path.join(place.name, "results.txt")
 
     def run_all(self, outcome, *arguments, reasons=None):
         """The exit code, how many were tried, and the output."""
         run = MadeUpRun(outcome)
         run.graph = self.Graph()
         run.explained = reasons or {}
-        run.kept = Results(self.path, {"PeloraTcam/A.cpp": ""})
+        run.kept = Results(self.path, self.MUTANTS, {"PeloraTcam/A.cpp": ""})
         options = parse_arguments(["--all", *arguments])
         output = io.StringIO()
         with contextlib.redirect_stdout(output):
@@ -141,7 +143,7 @@ class ExplainedListTest(unittest.TestCase):
         root = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
         with open(os.path.join(root, EXPLAINED), encoding="utf-8") as file:
             reasons = read_explained(file.read())
-        mutants = [m for path, text in sources_of(root, None).items() for m in mutants_of(path, text)]
+        mutants = [m for path, text in sources_of(root).items() for m in mutants_of(path, text)]
         known = {key_of(mutant) for mutant in mutants}
         known |= {(mutant.file, mutant.kind, "*", "*") for mutant in mutants}
         self.assertEqual([key for key in reasons if key not in known], [], "no longer mutants")

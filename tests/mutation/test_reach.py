@@ -1,7 +1,7 @@
 import unittest
 
-from reach import Reach, hooks_for
-from trials import Order, Suite
+from reach import Reach, with_marks
+from trials import Suite
 
 A, B = "PeloraTcam/A.o", "PeloraTcam/B.o"
 
@@ -19,31 +19,49 @@ class Graph:
 
 
 class ReachTest(unittest.TestCase):
+    NEAR, FAR = {"N.x", "N.y"}, {"F.x", "F.y"}
+
     def setUp(self):
-        self.near, self.far = Suite("l.Near", False, []), Suite("l.Far", False, [])
+        self.suites = [Suite("l.Near", False, []), Suite("l.Far", False, [])]
+        self.suites[0].times = dict.fromkeys(self.NEAR, 0.1)
+        self.suites[1].times = dict.fromkeys(self.FAR, 0.1)
 
-    def asked(self, file, **reached):
-        reach = Reach(Graph(), {A: reached.get("a", set()), B: reached.get("b", set())})
-        order = Order([self.near, self.far], reach.may_notice)
-        return [suite.name for suite in order.of(file)]
+    def asked(self, file, reached, blocks=None):
+        return Reach(Graph(), self.suites, reached).asked(file, blocks)
 
-    def test_Suite_ThatCallsNothingOfTheSource_IsNotAsked(self):
-        self.assertEqual(self.asked("A.cpp", a={"l.Far"}, b={"l.Near"}), ["l.Far"])
+    def test_Test_ThatDoesNotRunTheBlock_IsNotAsked(self):
+        reached = {("l.Far", "F.x"): {(A, "1")}, ("l.Far", "F.y"): {(A, "2")}, ("l.Near", "N.x"): {(B, "1")}}
+        self.assertEqual(self.asked("A.cpp", reached, {A: ["1"]}), {"l.Far": {"F.x"}})
+        self.assertEqual(self.asked("A.cpp", reached, {A: ["1", "2"]}), {"l.Far": {"F.x", "F.y"}})
 
-    def test_Header_OfASource_IsReachedWithIt(self):
-        self.assertEqual(self.asked("Both.h", a={"l.Far"}), ["l.Near", "l.Far"])
+    def test_Block_ThatNobodyRuns_IsAskedOfNobody(self):
+        self.assertEqual(self.asked("A.cpp", {("l.Far", "F.x"): {(A, "1")}}, {A: ["3"]}), {})
 
-    def test_Source_ThatNobodyCalls_IsAskedOfAll(self):
-        self.assertEqual(self.asked("A.cpp"), ["l.Near", "l.Far"])
+    def test_Mutant_OfNoBlock_IsAskedOfAllThatRunItsSource(self):
+        reached = {("l.Far", "F.x"): {(A, "1")}, ("l.Near", "N.x"): {(B, "1")}}
+        self.assertEqual(self.asked("A.cpp", reached), {"l.Far": {"F.x"}})
 
-    def test_Header_ThatIsInNoObjectOfTheLibrary_IsAskedOfAll(self):
-        self.assertEqual(self.asked("Other.h", a={"l.Far"}), ["l.Near", "l.Far"])
+    def test_Suite_ThatTheFileIsCompiledInto_IsAskedAll(self):
+        asked = self.asked("Both.h", {("l.Far", "F.x"): {(A, "1")}}, {A: ["1"]})
+        self.assertEqual(asked, {"l.Near": self.NEAR, "l.Far": {"F.x"}})
 
-    def test_Hooks_AreOneForEachSource(self):
-        hooks = hooks_for(3)
-        self.assertIn("reached_2( void*, void* ) { if ( seen ) { seen[ 2 ] = 1; } }", hooks)
-        self.assertNotIn("reached_3", hooks)
-        self.assertIn("mmap( nullptr, 3,", hooks)
+    def test_Source_ThatNobodyRuns_IsAskedOfAll(self):
+        every = {"l.Near": self.NEAR, "l.Far": self.FAR}
+        self.assertEqual(self.asked("A.cpp", {("l.Far", "F.x"): {(B, "1")}}), every)
+
+
+class MarksTest(unittest.TestCase):
+    TEXT = (
+        '# 1 "/src/PeloraTcam/A.cpp"\nvoid f() { if ( a ) { g(); } }\n'
+        '# 1 "/src/agent/B.h"\nvoid h() {}\n# 3 "/src/sdk/C.h"\nconstexpr int i() { return 1; }\n'
+    )
+
+    def test_Blocks_OfMutatedSources_MarkThemselves(self):
+        marked, names = with_marks(self.TEXT, 7)
+        self.assertIn("void f() { ::PeloraMutation::mark( 7 ); if ( a ) { ::PeloraMutation::mark( 8 ); g(); } }", marked)
+        self.assertIn("{ ::PeloraMutation::markUnlessConstant( 9 ); return 1; }", marked)
+        self.assertIn("void h() {}", marked)
+        self.assertEqual(names, ["PeloraTcam/A.cpp:1:1", "PeloraTcam/A.cpp:1:2", "sdk/C.h:3:1"])
 
 
 if __name__ == "__main__":

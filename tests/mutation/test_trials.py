@@ -4,8 +4,8 @@ import tempfile
 import unittest
 
 from mutations import Mutant
-from trials import STAGES, BaselineError, Kill, Order, PastKills, Suite, Trial, grouped
-from trials import patched, run_suite, suites_of, times_by_test
+from trials import BaselineError, Kill, Order, PastKills, Suite, Trial, grouped
+from trials import patched, rounds_of, run_suite, suites_of, times_by_test
 
 
 class SuitesTest(unittest.TestCase):
@@ -98,27 +98,35 @@ class TrialTest(unittest.TestCase):
         os.mkdir(os.path.join(self.folder, "bin"))
         self.kills = PastKills()
 
-    def suite(self, name, script):
+    def suite(self, name, script, *tests):
         suite = Suite(name, False, [])
+        suite.times = dict.fromkeys(tests or ("A.F_x_y",), 0.01)
         path = os.path.join(self.folder, suite.target)
         with open(path, "w", encoding="utf-8") as file:
-            file.write("#!/bin/sh\necho " + name + " $GTEST_FILTER >> ../asked\n" + script + "\n")
+            file.write("#!/bin/sh\necho " + name + ' "$GTEST_FILTER" >> ../asked\n' + script + "\n")
         os.chmod(path, 0o755)
         return suite
 
-    def who_catches(self, *suites):
-        trial = Trial(MadeUpOverlay(self.folder), Order(list(suites)), self.kills)
-        return trial.who_catches(self.MUTANT)
+    def who_catches(self, *suites, asked=None, number=0):
+        self.trial = Trial(MadeUpOverlay(self.folder), Order(list(suites)), self.kills)
+        asked = asked or {suite.name: set(suite.times) for suite in suites}
+        return self.trial.who_catches(self.MUTANT, asked, number)
 
     def asked(self):
         with open(os.path.join(self.folder, "asked"), encoding="utf-8") as file:
             return file.read().split("\n")[:-1]
 
     FAILS = "echo '[  FAILED  ] A.F_x_y (3 ms)'; exit 1"
+    FAILS_WITH_SEVEN = "[ $PELORA_MUTANT = 7 ] || exit 0; " + FAILS
 
     def test_Mutant_ThatNobodyCatches_IsAskedOfAll(self):
         self.assertIsNone(self.who_catches(self.suite("l.A", ""), self.suite("l.B", "")))
-        self.assertEqual(self.asked(), ["l.A *", "l.B *"])
+        self.assertEqual(set(self.asked()), {"l.A *", "l.B *"})
+
+    def test_Mutant_IsAskedOnlyOfTheTestsThatMayNotice(self):
+        suites = self.suite("l.A", "", "A.f", "A.g", "A.h"), self.suite("l.B", "")
+        self.assertIsNone(self.who_catches(*suites, asked={"l.A": {"A.h", "A.f"}}))
+        self.assertEqual(set(self.asked()), {"l.A A.f:A.h"})
 
     def test_Mutant_ThatIsCaught_IsAskedOfNoOther(self):
         why = self.who_catches(self.suite("l.A", self.FAILS), self.suite("l.B", ""))
@@ -126,7 +134,8 @@ class TrialTest(unittest.TestCase):
 
     def test_Test_ThatCaughtANeighbour_IsAskedFirstAndAlone(self):
         self.kills.add("a.cpp", 9, "l.B: A.F_x_y")
-        why = self.who_catches(self.suite("l.A", ""), self.suite("l.B", self.FAILS))
+        failing = self.suite("l.B", self.FAILS, "A.F_x_y", "A.G_x_y")
+        why = self.who_catches(self.suite("l.A", ""), failing)
         self.assertEqual((why, self.asked()), ("l.B: A.F_x_y", ["l.B A.F_x_y"]))
 
     def test_Test_ThatCatches_IsRemembered(self):
@@ -137,29 +146,55 @@ class TrialTest(unittest.TestCase):
         why = self.who_catches(self.suite("library.Broken", ""))
         self.assertEqual(why, "library.Broken: does not compile")
 
+    def test_Mutant_OfManyInABuild_IsChosenByItsNumber(self):
+        suite = self.suite("l.A", self.FAILS_WITH_SEVEN)
+        self.assertIsNone(self.who_catches(suite, number=6))
+        self.assertEqual(self.who_catches(suite, number=7), "l.A: A.F_x_y")
 
-class StageTest(unittest.TestCase):
-    def setUp(self):
-        self.suite = Suite("library.A", True, [])
+    def test_Test_ThatFailsWithoutTheMutant_ProvesNothing(self):
+        suite = self.suite("l.A", self.FAILS)
+        self.assertIsNone(self.who_catches(suite, number=7))
+        self.assertTrue(self.trial.left_out({"l.A": {"A.F_x_y"}}))
+        self.assertFalse(self.trial.left_out({"l.A": {"A.G_x_y"}}))
 
-    def test_SlowTests_ComeAfterTheQuickOnes(self):
-        self.suite.slow = ["A.slow", "B.slow"]
-        filters = [stage.filter_for(self.suite) for stage in STAGES]
-        self.assertEqual(filters, ["*-A.slow:B.slow", "A.slow:B.slow", "*-A.slow:B.slow"])
-        self.assertEqual([stage.numbering for stage in STAGES], ["default", "default", "shuffled:1"])
 
-    def test_Suite_WithoutSlowTestsAndNumberings_IsAskedOnce(self):
-        suite = Suite("library.A", False, [])
-        self.assertEqual([stage.applies_to(suite) for stage in STAGES], [True, False, False])
+class RoundsTest(unittest.TestCase):
+    def suite(self, name, has_numberings, **times):
+        suite = Suite(name, has_numberings, [])
+        suite.times = {"A." + test: seconds for test, seconds in times.items()}
+        return suite
+
+    def rounds(self, *suites):
+        asked = {suite.name: set(suite.times) for suite in suites}
+        return [(r.suite.name, r.numbering, r.tests) for r in rounds_of(suites, asked)]
+
+    def test_QuickTests_ComeFirst_AndAnotherNumberingLast(self):
+        suite = self.suite("l.A", True, slow=3, quick=0.1)
+        expected = [
+            ("l.A", "default", ["A.quick", "A.slow"]),
+            ("l.A", "default", ["A.quick"]),
+            ("l.A", "default", ["A.slow"]),
+            ("l.A", "shuffled:1", ["A.quick"]),
+        ]
+        self.assertEqual(self.rounds(suite), expected)
+
+    def test_FewOfTheFirstSuites_ComeBeforeAll(self):
+        many = {f"t{number}": number / 1000 for number in range(7)}
+        suites = [self.suite(f"l.{name}", False, **many) for name in "ABCD"]
+        rounds = [(name, len(tests)) for name, _, tests in self.rounds(*suites)]
+        first = [("l.A", 5), ("l.B", 5), ("l.C", 5)]
+        self.assertEqual(rounds, first + [("l.A", 7), ("l.B", 7), ("l.C", 7), ("l.D", 7)])
 
     def test_Times_OfAReport_AreFoundByName(self):
-        case = {"name": "F_x_y", "classname": "A", "time": "0.5s"}
-        self.assertEqual(times_by_test({"testsuites": [{"testsuite": [case]}]}), {"A.F_x_y": 0.5})
+        case = {"name": "F_x_y", "classname": "A", "time": "0.5s", "result": "COMPLETED"}
+        skipped = dict(case, name="G_x_y", result="SKIPPED")
+        report = {"testsuites": [{"testsuite": [case, skipped]}]}
+        self.assertEqual(times_by_test(report), {"A.F_x_y": 0.5})
 
 
 class RunTest(unittest.TestCase):
-    def outcome(self, script, seconds=60):
-        return run_suite(["sh", "-c", script], "/", dict(os.environ), seconds)
+    def outcome(self, script, seconds=60, patience=None):
+        return run_suite(["sh", "-c", script], "/", dict(os.environ), seconds, patience)
 
     def test_Run_ThatPasses_CatchesNothing(self):
         self.assertIsNone(self.outcome("exit 0"))
@@ -175,7 +210,10 @@ class RunTest(unittest.TestCase):
         self.assertEqual(self.outcome(script), "A.G_x_y exit code -6")
 
     def test_Run_ThatDoesNotEnd_IsEnded(self):
-        self.assertEqual(self.outcome("sleep 60", seconds=0.2), "does not end")
+        self.assertEqual(self.outcome("while :; do :; done", seconds=0.2), "does not end")
+
+    def test_Run_ThatWaitsForEver_IsEnded(self):
+        self.assertEqual(self.outcome("sleep 60", patience=0.2), "does not end")
 
 
 class PatchTest(unittest.TestCase):

@@ -3,6 +3,7 @@
 import json
 import os
 import re
+import resource
 import signal
 import subprocess
 import threading
@@ -16,8 +17,11 @@ READ_SOURCES = {"library.CallSites", "library.TwinsDocument"}
 LOAD_BY_PATH = {"library.BuiltLibrary", "library.LoadOrder", "library.UdfLogMessages"}
 OTHER_NUMBERING = "shuffled:1"
 SLOW_TEST_SECONDS = 0.25
-# So many tests that caught mutants of the nearest lines are asked before all others.
-NEAR_TESTS = 6
+# So many tests that caught mutants of the nearest lines are asked before all others, and then so
+# many of so many suites.
+NEAR_TESTS = 4
+FIRST_SUITES = 3
+FIRST_TESTS = 5
 LIBRARY = "lib/libPeloraTcamSdk6Helpers.so"
 
 
@@ -33,7 +37,7 @@ class Suite:
         self.has_numberings = has_numberings
         self.target = "bin/test_" + name.replace(".", "_")
         self.sources = sources
-        self.slow = []
+        self.times = {}  # the seconds that each test takes
         self.seconds = 0.0
 
     def similarity(self, file):
@@ -61,23 +65,24 @@ def suites_of(ctest_json, inputs):
 class Order:
     """In which order the suites are asked about a file: those that caught most lately first."""
 
-    def __init__(self, suites, may_notice=lambda suite, file: True):
+    def __init__(self, suites):
         self.suites = suites
-        self.may_notice = may_notice
         self.by_file = {}
         self.lock = threading.Lock()
 
     def of(self, file):
         with self.lock:
-            if file not in self.by_file:
-                by_name = lambda suite: (-suite.similarity(file), suite.seconds)
-                asked = [suite for suite in self.suites if self.may_notice(suite, file)]
-                self.by_file[file] = sorted(asked, key=by_name)
-            return list(self.by_file[file])
+            return list(self.known(file))
+
+    def known(self, file):
+        if file not in self.by_file:
+            by_name = lambda suite: (-suite.similarity(file), suite.seconds)
+            self.by_file[file] = sorted(self.suites, key=by_name)
+        return self.by_file[file]
 
     def caught(self, file, suite):
         with self.lock:
-            order = self.by_file[file]
+            order = self.known(file)
             order.remove(suite)
             order.insert(0, suite)
 
@@ -138,10 +143,14 @@ def grouped(kills):
     return [(suite, numbering, tests) for (suite, numbering), tests in groups.items()]
 
 
-def run_suite(command, folder, environment, seconds):
-    """Runs a test binary. Gives None if it passed, else why it did not."""
+def run_suite(command, folder, environment, limit, patience=None):
+    """Runs a test binary. Gives None if it passed, else why it did not.
+
+    It may take `limit` seconds of the processor, and `patience` by the clock: on a busy machine ten
+    times as many, and twenty more.
+    """
     process = subprocess.Popen(
-        ["nice", "-n", "10", "prlimit", "--core=0", "--as=6000000000", *command],
+        command,
         cwd=folder,
         env=environment,
         stdin=subprocess.DEVNULL,
@@ -151,30 +160,47 @@ def run_suite(command, folder, environment, seconds):
         errors="replace",
         start_new_session=True,
     )
+    restrict(process.pid, limit)
     try:
-        output, _ = process.communicate(timeout=seconds)
+        output, _ = process.communicate(timeout=patience or 20 + 10 * limit)
     except subprocess.TimeoutExpired:
         os.killpg(process.pid, signal.SIGKILL)
         output, _ = process.communicate()
         return failure_in(output, "does not end")
     if process.returncode == 0:
         return None
-    return failure_in(output, f"exit code {process.returncode}")
+    ended = process.returncode == -signal.SIGXCPU
+    return failure_in(output, "does not end" if ended else f"exit code {process.returncode}")
+
+
+def restrict(process, seconds):
+    """Restricts the memory and the time of a process."""
+    limits = {
+        resource.RLIMIT_CORE: 0,
+        resource.RLIMIT_AS: 6_000_000_000,
+        resource.RLIMIT_CPU: 1 + int(seconds),
+    }
+    for limit, value in limits.items():
+        try:
+            resource.prlimit(process, limit, (value, value + 1 if value else 0))
+        except ProcessLookupError:
+            return
 
 
 def failure_in(output, what_else):
     """Which test failed, as the output tells; or the one that was running, and what became of it."""
     failed = re.search(r"\[  FAILED  \] ([\w./]+)", output)
-    if failed:
+    if failed and "." in failed.group(1):
         return failed.group(1)
     started = re.findall(r"\[ RUN      \] ([\w./]+)", output)
     return f"{started[-1]} {what_else}" if started else what_else
 
 
-def environment_for(folder, library_folder, numbering, chosen):
+def environment_for(folder, library_folder, numbering, chosen, mutant=0):
     return dict(
         os.environ,
         LD_LIBRARY_PATH=library_folder,
+        PELORA_MUTANT=str(mutant),
         PELORA_SDK_NUMBERING=numbering,
         GTEST_FAIL_FAST="1",
         GTEST_FILTER=chosen,
@@ -183,19 +209,26 @@ def environment_for(folder, library_folder, numbering, chosen):
     )
 
 
-def measure_baseline(suites, tree, folder):
-    """Runs everything on the unchanged sources: it must pass, and shows what is slow."""
+def measure_baseline(suites, tree, folder, kept):
+    """Runs everything on the unchanged sources: it must pass, and shows what is slow.
+
+    `kept( suite, measure )` gives what was measured before, if it still holds.
+    """
     os.makedirs(folder, exist_ok=True)
     for suite in suites:
-        report = os.path.join(folder, "times.json")
-        command = [os.path.join(tree, suite.target), "--gtest_output=json:" + report]
-        must_pass(suite, command, folder, "default")
-        with open(report, encoding="utf-8") as file:
-            times = times_by_test(json.load(file))
-        suite.slow = sorted(name for name, seconds in times.items() if seconds > SLOW_TEST_SECONDS)
-        suite.seconds = sum(times.values())
-        if suite.has_numberings:
-            must_pass(suite, command[:1], folder, OTHER_NUMBERING)
+        suite.times = kept(suite, lambda: baseline_of(suite, tree, folder))
+        suite.seconds = sum(suite.times.values())
+
+
+def baseline_of(suite, tree, folder):
+    report = os.path.join(folder, "times.json")
+    command = [os.path.join(tree, suite.target), "--gtest_output=json:" + report]
+    must_pass(suite, command, folder, "default")
+    with open(report, encoding="utf-8") as file:
+        times = times_by_test(json.load(file))
+    if suite.has_numberings:
+        must_pass(suite, command[:1], folder, OTHER_NUMBERING)
+    return times
 
 
 def must_pass(suite, command, folder, numbering):
@@ -209,87 +242,141 @@ def times_by_test(report):
         case["classname"] + "." + case["name"]: float(case["time"].rstrip("s"))
         for group in report["testsuites"]
         for case in group["testsuite"]
+        if case.get("result") == "COMPLETED"
     }
 
 
-class Stage:
-    """One of the rounds in which the suites are run."""
+class Round:
+    """Tests of one suite that one process runs."""
 
-    def __init__(self, numbering, slow):
+    def __init__(self, suite, numbering, tests):
+        self.suite = suite
         self.numbering = numbering
-        self.slow = slow
+        self.tests = tests
 
-    def applies_to(self, suite):
-        return bool(suite.slow) if self.slow else suite.has_numberings or self.numbering == "default"
+    def limit(self):
+        """How many seconds of the processor they may take."""
+        return 3 + 10 * sum(self.suite.times[test] for test in self.tests)
 
-    def filter_for(self, suite):
-        if self.slow:
-            return ":".join(suite.slow)
-        return "*-" + ":".join(suite.slow) if suite.slow else "*"
+    def filter(self):
+        every = len(self.tests) == len(self.suite.times)
+        return "*" if every else ":".join(self.tests)
 
 
-# Quick tests first; what is slow, and another numbering, only for what they do not catch.
-STAGES = [Stage("default", slow=False), Stage("default", slow=True), Stage(OTHER_NUMBERING, slow=False)]
+def rounds_of(suites, asked):
+    """The runs that a mutant is tried with: what takes least and tells most comes first.
+
+    `suites`: in the order of asking; `asked`: the tests of each that may notice, by its name.
+    """
+    chosen = [(suite, quickest_first(suite, asked.get(suite.name, ()))) for suite in suites]
+    chosen = [(suite, tests) for suite, tests in chosen if tests]
+    for suite, tests in chosen[:FIRST_SUITES]:
+        yield Round(suite, "default", tests[:FIRST_TESTS])
+    for slow in (False, True):
+        for suite, tests in chosen:
+            some = [test for test in tests if (suite.times[test] > SLOW_TEST_SECONDS) == slow]
+            if some:
+                yield Round(suite, "default", some)
+    for suite, tests in chosen:
+        some = [test for test in tests if suite.times[test] <= SLOW_TEST_SECONDS]
+        if suite.has_numberings and some:
+            yield Round(suite, OTHER_NUMBERING, some)
+
+
+def quickest_first(suite, tests):
+    return sorted((test for test in tests if test in suite.times), key=lambda test: (suite.times[test], test))
 
 
 class Trial:
-    """One mutant against all suites."""
+    """Mutants of one build against the tests."""
 
     def __init__(self, overlay, order, past_kills):
         self.overlay = overlay
         self.order = order
         self.past_kills = past_kills
         self.folder = os.path.join(overlay.folder, "run")
+        self.binaries = {}
+        self.unfit = set()  # tests that fail on this build without any mutant
+        self.proven = set()
         self.seconds = 0.0
         os.makedirs(self.folder, exist_ok=True)
 
-    def who_catches(self, mutant):
-        """The test that catches the mutant, or None."""
-        why = self.ask_near(mutant) or self.ask_all(mutant.file)
-        if why:
-            self.past_kills.add(mutant.file, mutant.line, why)
+    def who_catches(self, mutant, asked, number=0):
+        """The test that catches the mutant, or None.
+
+        `asked`: the tests that may notice it, by suite; `number`: which mutant of the build it is,
+        0 if the build has no other.
+        """
+        for one in self.near_rounds(mutant, asked):
+            why = self.ask(one, number)
+            if why:
+                return self.noted(mutant, why)
+        for one in rounds_of(self.order.of(mutant.file), asked):
+            why = self.ask(one, number)
+            if why:
+                self.order.caught(mutant.file, one.suite)
+                return self.noted(mutant, why)
+        return None
+
+    def left_out(self, asked):
+        """Whether some of these tests were not run, as they fail on this build anyway."""
+        return any(test in asked.get(suite, ()) for suite, test, _ in self.unfit)
+
+    def noted(self, mutant, why):
+        self.past_kills.add(mutant.file, mutant.line, why)
         return why
 
-    def ask_near(self, mutant):
-        """Asks single tests that caught mutants of the lines around it."""
+    def near_rounds(self, mutant, asked):
+        """Single tests that caught mutants of the lines around it."""
         by_name = {suite.name: suite for suite in self.order.of(mutant.file)}
         for name, numbering, tests in grouped(self.past_kills.near(mutant.file, mutant.line)):
-            if name in by_name:
-                why = self.ask(by_name[name], numbering, ":".join(tests))
-                if why:
-                    return why
-        return None
+            known = [test for test in tests if test in asked.get(name, ())]
+            if known and name in by_name:
+                yield Round(by_name[name], numbering, known)
 
-    def ask_all(self, file):
-        for stage in STAGES:
-            for suite in self.order.of(file):
-                if stage.applies_to(suite):
-                    why = self.ask(suite, stage.numbering, stage.filter_for(suite))
-                    if why:
-                        self.order.caught(file, suite)
-                        return why
-        return None
+    def ask(self, one, number):
+        """Why tests catch the mutant, or None."""
+        if not self.overlay.make(one.suite.target):
+            return f"{one.suite.name}: does not compile"
+        while True:
+            tests = [t for t in one.tests if (one.suite.name, t, one.numbering) not in self.unfit]
+            one = Round(one.suite, one.numbering, tests)
+            why = self.run(one, number) if tests else None
+            if not why:
+                return None
+            if number == 0 or self.is_proof(one, why):
+                other = f" ({one.numbering})" if one.numbering != "default" else ""
+                return f"{one.suite.name}: {why}{other}"
 
-    def ask(self, suite, numbering, chosen):
-        """Why a suite's chosen tests catch the mutant, or None."""
-        if not self.overlay.make(suite.target):
-            return f"{suite.name}: does not compile"
+    def is_proof(self, one, why):
+        """Whether the test that failed passes on the same build without the mutant."""
+        failed = [test for test in one.tests if why == test or why.startswith(test + " ")] or one.tests
+        keys = {(one.suite.name, test, one.numbering) for test in failed}
+        if not keys <= self.proven:
+            if self.run(Round(one.suite, one.numbering, failed), 0):
+                self.unfit |= keys
+                return False
+            self.proven |= keys
+        return True
+
+    def run(self, one, number):
         start = time.monotonic()
         library_folder = os.path.join(self.overlay.folder, "lib")
-        environment = environment_for(self.folder, library_folder, numbering, chosen)
-        limit = 15 + 10 * suite.seconds
-        why = run_suite([self.binary(suite)], self.folder, environment, limit)
+        environment = environment_for(
+            self.folder, library_folder, one.numbering, one.filter(), number
+        )
+        why = run_suite([self.binary(one.suite)], self.folder, environment, one.limit())
         self.seconds += time.monotonic() - start
-        if not why:
-            return None
-        return f"{suite.name}: {why}" + (f" ({numbering})" if numbering != "default" else "")
+        return why
 
     def binary(self, suite):
         path = self.overlay.path_of(suite.target)
         made = [output for output in self.overlay.made if output.startswith(LIBRARY)]
         if suite.name not in LOAD_BY_PATH or not made:
             return path
-        return patched(path, self.folder, self.overlay)
+        if path not in self.binaries:
+            self.binaries[path] = patched(path, self.folder, self.overlay)
+        return self.binaries[path]
 
 
 def patched(path, folder, overlay):
