@@ -11,7 +11,7 @@ import time
 from base_build import Overlay
 from explained import reason_for
 from schema_build import SchemaOverlay
-from trials import PastKills, Trial
+from trials import PastKills, Trial, quick_rounds, slow_rounds
 
 EXPLAINED = "tests/mutation/explained.txt"
 MOST_OBJECTS_COMPARED = 20
@@ -20,6 +20,7 @@ TOGETHER, TOGETHER_OF_TABLE = 150, 60
 
 CAUGHT, SURVIVED, EXPLAINED_AWAY = "caught", "SURVIVED", "explained"
 SAME_CODE, INVALID = "same code", "invalid"
+PUT_OFF = "put off"
 KEPT_AS = {
     CAUGHT: "caught",
     SURVIVED: "survived",
@@ -65,24 +66,33 @@ class MutationRun:
         self.lock = threading.Lock()
 
     def run(self, chosen, workers, minutes):
+        """Tries all with quick tests, and then with the slow ones what those do not catch."""
         self.total = len(chosen)
         self.end = time.monotonic() + 60 * minutes
         start = processor_seconds()
+        self.failure = None
+        self.stages, self.put_off = (quick_rounds,), []
+        self.run_stage(chosen, workers)
+        if self.put_off and self.goes_on():
+            print(f"Asking the slow tests about {len(self.put_off)} mutants:", flush=True)
+            self.stages = (slow_rounds,)
+            self.run_stage(sorted(self.put_off, key=chosen.index), workers)
+        self.seconds["in all"] = processor_seconds() - start
+        if self.failure:
+            raise self.failure
+
+    def run_stage(self, mutants, workers):
         waiting = queue.SimpleQueue()
-        for bunch in bunches_of(chosen):
+        for bunch in bunches_of(mutants):
             waiting.put(bunch)
         threads = [
             threading.Thread(target=self.work, args=(waiting, str(worker)), daemon=True)
             for worker in range(workers)
         ]
-        self.failure = None
         for thread in threads:
             thread.start()
         for thread in threads:
             thread.join()
-        self.seconds["in all"] = processor_seconds() - start
-        if self.failure:
-            raise self.failure
 
     def goes_on(self):
         return time.monotonic() < self.end and not self.failure
@@ -135,26 +145,37 @@ class MutationRun:
         blocks = overlay.blocks[number]
         if blocks == {}:
             return SAME_CODE, "the compiler gets the same to see"
-        asked = self.reach.asked(mutant.file, blocks)
-        who = trial.who_catches(mutant, asked, number)
-        if who:
-            return CAUGHT, who
-        if number in overlay.inexact or trial.left_out(asked):
-            return self.try_one(mutant, worker)
-        return self.judged_survivor(mutant, worker)
+        inexact = number in overlay.inexact
+        for asked in self.reach.asked(mutant.file, blocks):
+            who = trial.who_catches(mutant, asked, number, self.stages)
+            if who:
+                return CAUGHT, who
+            inexact = inexact or trial.left_out(asked)
+        if self.is_first_stage():
+            return PUT_OFF, ""
+        return self.try_one(mutant, worker) if inexact else self.judged_survivor(mutant, worker)
+
+    def is_first_stage(self):
+        return quick_rounds in self.stages
 
     # ---- One by one
 
     def try_one(self, mutant, worker):
         """What becomes of a mutant that is compiled by itself, and who caught it."""
         overlay = self.overlay_of(mutant, worker)
+        stages = (quick_rounds,) if self.is_first_stage() else (quick_rounds, slow_rounds)
         try:
             for library in LIBRARIES:
                 if not overlay.make(library):
                     return INVALID, "does not compile"
             trial = Trial(overlay, self.order, self.past_kills)
-            who = trial.who_catches(mutant, self.reach.asked(mutant.file))
-            return (CAUGHT, who) if who else self.judged_survivor(mutant, worker)
+            for asked in self.reach.asked(mutant.file):
+                who = trial.who_catches(mutant, asked, stages=stages)
+                if who:
+                    return CAUGHT, who
+            if self.is_first_stage():
+                return PUT_OFF, ""
+            return self.judged_survivor(mutant, worker)
         finally:
             overlay.remove()
 
@@ -178,6 +199,11 @@ class MutationRun:
 
     def note(self, mutant, outcome, why):
         with self.lock:
+            if outcome == PUT_OFF:
+                self.put_off.append(mutant)
+                print(f"{outcome}: {mutant.kind} {mutant.file}:{mutant.line}", flush=True)
+                print(f"    - {mutant.before}\n    + {mutant.after}", flush=True)
+                return
             self.results.append((mutant, outcome, why))
             if self.kept:
                 self.kept.add(mutant, KEPT_AS[outcome], why)

@@ -102,14 +102,21 @@ class Reach:
                 self.tests_of_object.setdefault(output, set()).add(test)
 
     def asked(self, file, blocks=None):
-        """The tests of each suite that may notice a mutant of that file.
+        """The tests of each suite that may notice a mutant of that file, in the order of asking.
 
         `blocks`: for each object that it changes, the names of the blocks; None if that is not known
-        or if it changes what is no block.
+        or if it changes what is no block. What is no block may be seen by any test, but most likely
+        by one that runs a block of the same source.
         """
-        found = self.of_blocks(blocks) if blocks is not None else self.of_objects(file)
+        if blocks is not None:
+            return [self.by_suite(self.of_blocks(blocks), file)]
+        first = self.by_suite(self.of_objects(file), file)
+        others = {suite.name: set(suite.times) - first.get(suite.name, set()) for suite in self.suites}
+        return [first, others]
+
+    def by_suite(self, tests, file):
         asked = {}
-        for suite, test in found:
+        for suite, test in tests:
             asked.setdefault(suite, set()).add(test)
         for suite in self.suites:
             if self.graph.needed(suite.target, file):
@@ -125,9 +132,7 @@ class Reach:
 
     def of_objects(self, file):
         objects = self.graph.affected(file) & set(self.tests_of_object)
-        found = set().union(*(self.tests_of_object[output] for output in objects))
-        # What nobody is seen to run is data, which anybody may read.
-        return found or {(suite.name, test) for suite in self.suites for test in suite.times}
+        return set().union(*(self.tests_of_object[output] for output in objects))
 
 
 class ReachBuild:

@@ -6,6 +6,7 @@ import unittest
 import mutation_run
 from mutation_run import CAUGHT, EXPLAINED_AWAY, INVALID, SAME_CODE, SURVIVED, MutationRun, bunches_of
 from mutations import Mutant
+from trials import slow_rounds
 
 MUTANT = Mutant("PeloraTcam/A.cpp", "drop", 7, 0, 0, "", "a();", ";")
 MUTANTS = [dataclasses.replace(MUTANT, line=line) for line in range(1, 5)]
@@ -54,8 +55,9 @@ class MadeUpTrial:
     def __init__(self, overlay, order, past_kills):
         pass
 
-    def who_catches(self, mutant, asked, number=0):
-        return "a test" if mutant.after == "caught" else None
+    def who_catches(self, mutant, asked, number=0, stages=()):
+        caught = mutant.after == "caught" or (mutant.after == "slow" and slow_rounds in stages)
+        return "a test" if caught else None
 
     def left_out(self, asked):
         return False
@@ -63,7 +65,7 @@ class MadeUpTrial:
 
 class Reach:
     def asked(self, file, blocks=None):
-        return {}
+        return [{}] if blocks else [{}, {}]
 
 
 class Graph:
@@ -104,7 +106,12 @@ class RunTest(unittest.TestCase):
 
     def test_Mutant_ThatIsNotExact_IsTriedAlone_IfNobodyCatchesIt(self):
         self.verdicts("caught", "caught", "caught", "other")
-        self.assertEqual(TRIED, [4, 4, 1, 3])
+        self.assertEqual(TRIED, [1, 3, 4, 4])
+
+    def test_Mutant_ThatNoQuickTestCatches_IsPutOff_AndAskedOfTheSlowOnes(self):
+        verdicts = self.verdicts("slow", "slow", "caught", "caught")
+        self.assertEqual(list(verdicts), [4, 3, 2, 1])
+        self.assertEqual(set(verdicts.values()), {CAUGHT})
 
     def test_Survivor_IsComparedWithTheOptimisedCode(self):
         verdicts = self.verdicts("same", "same", "other", "other")

@@ -4,8 +4,8 @@ import tempfile
 import unittest
 
 from mutations import Mutant
-from trials import BaselineError, Kill, Order, PastKills, Suite, Trial, grouped
-from trials import patched, rounds_of, run_suite, suites_of, times_by_test
+from trials import BaselineError, Kill, Order, PastKills, Suite, Trial, grouped, patched
+from trials import quick_rounds, run_suite, slow_rounds, suites_of, times_by_test
 
 
 class SuitesTest(unittest.TestCase):
@@ -63,6 +63,13 @@ class PastKillsTest(unittest.TestCase):
 
     def test_Kills_OfAnotherFile_AreNotGiven(self):
         self.assertEqual(self.near("b.cpp", 10), [])
+
+    def test_Kills_OfMostMutants_ComeFirst(self):
+        self.kills.add("a.cpp", 200, "library.A: A.G_x_y (shuffled:1)")
+        frequent = lambda may_ask: [kill.test for kill in self.kills.frequent("a.cpp", may_ask, 2)]
+        self.assertEqual(frequent(lambda kill: True)[0], "A.G_x_y")
+        self.assertEqual(len(frequent(lambda kill: True)), 2)
+        self.assertEqual(frequent(lambda kill: kill.suite == "library.B"), ["B.F_x_y"])
 
     def test_Verdict_ThatNamesNoTest_IsNoKill(self):
         for why in ("library.A: does not compile", "library.A: exit code 1", "", "does not compile"):
@@ -166,15 +173,17 @@ class RoundsTest(unittest.TestCase):
 
     def rounds(self, *suites):
         asked = {suite.name: set(suite.times) for suite in suites}
-        return [(r.suite.name, r.numbering, r.tests) for r in rounds_of(suites, asked)]
+        rounds = [*quick_rounds(suites, asked), *slow_rounds(suites, asked)]
+        return [(r.suite.name, r.numbering, r.tests) for r in rounds]
 
-    def test_QuickTests_ComeFirst_AndAnotherNumberingLast(self):
-        suite = self.suite("l.A", True, slow=3, quick=0.1)
+    def test_QuickTests_ComeFirst_AndSlowOnesLast(self):
+        suite = self.suite("l.A", True, slow=3, quick=0.01, longer=0.05)
         expected = [
-            ("l.A", "default", ["A.quick", "A.slow"]),
+            ("l.A", "default", ["A.quick", "A.longer", "A.slow"]),
             ("l.A", "default", ["A.quick"]),
+            ("l.A", "default", ["A.longer"]),
+            ("l.A", "shuffled:1", ["A.quick", "A.longer"]),
             ("l.A", "default", ["A.slow"]),
-            ("l.A", "shuffled:1", ["A.quick"]),
         ]
         self.assertEqual(self.rounds(suite), expected)
 

@@ -1,5 +1,7 @@
 """Runs the tests on a mutant until one fails."""
 
+import collections
+import itertools
 import json
 import os
 import re
@@ -16,10 +18,12 @@ READ_SOURCES = {"library.CallSites", "library.TwinsDocument"}
 # They load the library from a path that is compiled in.
 LOAD_BY_PATH = {"library.BuiltLibrary", "library.LoadOrder", "library.UdfLogMessages"}
 OTHER_NUMBERING = "shuffled:1"
-SLOW_TEST_SECONDS = 0.25
-# So many tests that caught mutants of the nearest lines are asked before all others, and then so
-# many of so many suites.
+# All tests that take no longer are asked before those that do.
+QUICK_TEST_SECONDS = (0.02, 0.08, 0.25)
+# Asked before all others: so many tests that caught mutants of the nearest lines, so many that
+# caught most mutants of the file, and so many of so many suites.
 NEAR_TESTS = 4
+FREQUENT_TESTS = 6
 FIRST_SUITES = 3
 FIRST_TESTS = 5
 LIBRARY = "lib/libPeloraTcamSdk6Helpers.so"
@@ -115,6 +119,7 @@ class PastKills:
 
     def __init__(self):
         self.by_file = {}
+        self.counts = {}
         self.lock = threading.Lock()
 
     def add(self, file, line, why):
@@ -122,6 +127,13 @@ class PastKills:
         if kill:
             with self.lock:
                 self.by_file.setdefault(file, []).append((line, kill))
+                self.counts.setdefault(file, collections.Counter())[kill.key()] += 1
+
+    def frequent(self, file, may_ask, count=FREQUENT_TESTS):
+        """The tests that caught most mutants of a file, of those for which `may_ask( kill )` holds."""
+        with self.lock:
+            kills = [Kill(*key) for key, _ in self.counts.get(file, collections.Counter()).most_common()]
+        return list(itertools.islice(filter(may_ask, kills), count))
 
     def near(self, file, line, count=NEAR_TESTS):
         """The tests that caught mutants of the nearest lines, the latest first of the same line."""
@@ -256,31 +268,46 @@ class Round:
 
     def limit(self):
         """How many seconds of the processor they may take."""
-        return 3 + 10 * sum(self.suite.times[test] for test in self.tests)
+        return 2 + 3 * sum(self.suite.times[test] for test in self.tests)
 
     def filter(self):
         every = len(self.tests) == len(self.suite.times)
         return "*" if every else ":".join(self.tests)
 
 
-def rounds_of(suites, asked):
-    """The runs that a mutant is tried with: what takes least and tells most comes first.
+def quick_rounds(suites, asked):
+    """The runs that a mutant is tried with first: what takes least and tells most comes first.
 
     `suites`: in the order of asking; `asked`: the tests of each that may notice, by its name.
     """
-    chosen = [(suite, quickest_first(suite, asked.get(suite.name, ()))) for suite in suites]
-    chosen = [(suite, tests) for suite, tests in chosen if tests]
+    chosen = chosen_of(suites, asked)
     for suite, tests in chosen[:FIRST_SUITES]:
         yield Round(suite, "default", tests[:FIRST_TESTS])
-    for slow in (False, True):
+    longer_than = -1.0
+    for at_most in QUICK_TEST_SECONDS:
         for suite, tests in chosen:
-            some = [test for test in tests if (suite.times[test] > SLOW_TEST_SECONDS) == slow]
+            some = [test for test in tests if longer_than < suite.times[test] <= at_most]
             if some:
                 yield Round(suite, "default", some)
+        longer_than = at_most
+
+
+def slow_rounds(suites, asked):
+    """The runs that follow if none of those catches it: another numbering, and what takes long."""
+    chosen = chosen_of(suites, asked)
     for suite, tests in chosen:
-        some = [test for test in tests if suite.times[test] <= SLOW_TEST_SECONDS]
+        some = [test for test in tests if suite.times[test] <= QUICK_TEST_SECONDS[-1]]
         if suite.has_numberings and some:
             yield Round(suite, OTHER_NUMBERING, some)
+    for suite, tests in chosen:
+        some = [test for test in tests if suite.times[test] > QUICK_TEST_SECONDS[-1]]
+        if some:
+            yield Round(suite, "default", some)
+
+
+def chosen_of(suites, asked):
+    chosen = [(suite, quickest_first(suite, asked.get(suite.name, ()))) for suite in suites]
+    return [(suite, tests) for suite, tests in chosen if tests]
 
 
 def quickest_first(suite, tests):
@@ -301,17 +328,18 @@ class Trial:
         self.seconds = 0.0
         os.makedirs(self.folder, exist_ok=True)
 
-    def who_catches(self, mutant, asked, number=0):
+    def who_catches(self, mutant, asked, number=0, stages=(quick_rounds, slow_rounds)):
         """The test that catches the mutant, or None.
 
         `asked`: the tests that may notice it, by suite; `number`: which mutant of the build it is,
-        0 if the build has no other.
+        0 if the build has no other; `stages`: which runs it is tried with.
         """
         for one in self.near_rounds(mutant, asked):
             why = self.ask(one, number)
             if why:
                 return self.noted(mutant, why)
-        for one in rounds_of(self.order.of(mutant.file), asked):
+        suites = self.order.of(mutant.file)
+        for one in itertools.chain(*(stage(suites, asked) for stage in stages)):
             why = self.ask(one, number)
             if why:
                 self.order.caught(mutant.file, one.suite)
@@ -327,12 +355,18 @@ class Trial:
         return why
 
     def near_rounds(self, mutant, asked):
-        """Single tests that caught mutants of the lines around it."""
+        """Single tests that caught mutants of the lines around it, or many of the file."""
         by_name = {suite.name: suite for suite in self.order.of(mutant.file)}
-        for name, numbering, tests in grouped(self.past_kills.near(mutant.file, mutant.line)):
-            known = [test for test in tests if test in asked.get(name, ())]
-            if known and name in by_name:
-                yield Round(by_name[name], numbering, known)
+
+        def may_ask(kill):
+            return kill.suite in by_name and kill.test in asked.get(kill.suite, ())
+
+        near = list(filter(may_ask, self.past_kills.near(mutant.file, mutant.line)))
+        tried = {kill.key() for kill in near}
+        frequent = self.past_kills.frequent(mutant.file, may_ask)
+        for kills in (near, [kill for kill in frequent if kill.key() not in tried]):
+            for name, numbering, tests in grouped(kills):
+                yield Round(by_name[name], numbering, tests)
 
     def ask(self, one, number):
         """Why tests catch the mutant, or None."""
