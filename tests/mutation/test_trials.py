@@ -46,7 +46,7 @@ class PastKillsTest(unittest.TestCase):
         self.kills.add("a.cpp", 12, "library.A: A.G_x_y (shuffled:1)")
 
     def near(self, file, line, count=6):
-        return [kill.key() for kill in self.kills.near(file, line, count)]
+        return [kill.key() for kill in self.kills.near(file, line, lambda kill: True, count)]
 
     def test_Kills_OfNearLines_ComeFirst(self):
         a, g = ("library.A", "A.F_x_y", "default"), ("library.A", "A.G_x_y", "shuffled:1")
@@ -62,7 +62,11 @@ class PastKillsTest(unittest.TestCase):
         self.assertEqual(len(self.near("a.cpp", 10, count=2)), 2)
 
     def test_Kills_OfAnotherFile_AreNotGiven(self):
-        self.assertEqual(self.near("b.cpp", 10), [])
+        self.assertEqual(self.kills.near("b.cpp", 10, lambda kill: True), [])
+
+    def test_Kills_ThatMayNotBeAsked_AreNotGiven(self):
+        near = self.kills.near("a.cpp", 10, lambda kill: kill.suite == "library.B")
+        self.assertEqual([kill.test for kill in near], ["B.F_x_y"])
 
     def test_Kills_OfMostMutants_ComeFirst(self):
         self.kills.add("a.cpp", 200, "library.A: A.G_x_y (shuffled:1)")
@@ -147,7 +151,7 @@ class TrialTest(unittest.TestCase):
 
     def test_Test_ThatCatches_IsRemembered(self):
         self.who_catches(self.suite("l.A", self.FAILS))
-        self.assertEqual([kill.test for kill in self.kills.near("a.cpp", 7)], ["A.F_x_y"])
+        self.assertEqual([kill.test for kill in self.kills.near("a.cpp", 7, lambda kill: True)], ["A.F_x_y"])
 
     def test_Suite_ThatDoesNotCompile_Catches(self):
         why = self.who_catches(self.suite("library.Broken", ""))

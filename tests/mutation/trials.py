@@ -135,14 +135,17 @@ class PastKills:
             kills = [Kill(*key) for key, _ in self.counts.get(file, collections.Counter()).most_common()]
         return list(itertools.islice(filter(may_ask, kills), count))
 
-    def near(self, file, line, count=NEAR_TESTS):
-        """The tests that caught mutants of the nearest lines, the latest first of the same line."""
+    def near(self, file, line, may_ask, count=NEAR_TESTS):
+        """The tests that caught mutants of the nearest lines, the latest first of the same line.
+
+        Only those for which `may_ask( kill )` holds.
+        """
         with self.lock:
             kills = list(reversed(self.by_file.get(file, [])))
         kills.sort(key=lambda entry: abs(entry[0] - line))
         found = {}
         for _, kill in kills:
-            if len(found) < count:
+            if len(found) < count and may_ask(kill):
                 found.setdefault(kill.key(), kill)
         return list(found.values())
 
@@ -359,9 +362,12 @@ class Trial:
         by_name = {suite.name: suite for suite in self.order.of(mutant.file)}
 
         def may_ask(kill):
-            return kill.suite in by_name and kill.test in asked.get(kill.suite, ())
+            if kill.suite not in by_name or kill.test not in asked.get(kill.suite, ()):
+                return False
+            # One that takes longer is asked in its turn.
+            return by_name[kill.suite].times.get(kill.test, 0) <= QUICK_TEST_SECONDS[1]
 
-        near = list(filter(may_ask, self.past_kills.near(mutant.file, mutant.line)))
+        near = self.past_kills.near(mutant.file, mutant.line, may_ask)
         tried = {kill.key() for kill in near}
         frequent = self.past_kills.frequent(mutant.file, may_ask)
         for kills in (near, [kill for kill in frequent if kill.key() not in tried]):
