@@ -7,8 +7,9 @@ An entry is
     + the lines after
     = the reason, on one or more lines that start with '='
 
-and ends with an empty line. A '*' in the place of both texts stands for all mutants of that kind in
-that file. Lines that start with '#' are left out. Survivors are reported in this form, so that an
+and ends with an empty line. A '*' in the place of the lines after stands for all mutants of that kind
+of those lines; in the place of the kind as well, for all mutants of those lines; in the place of both
+texts, for all mutants of that kind in that file. Lines that start with '#' are left out. Survivors are reported in this form, so that an
 entry is a copy of the report and a reason.
 """
 
@@ -41,7 +42,17 @@ def read_entry(lines):
 
 def reason_for(mutant, reasons):
     """Why no test can catch that mutant, or None if the list does not say."""
-    return reasons.get(key_of(mutant)) or reasons.get((mutant.file, mutant.kind, "*", "*"))
+    return next((reasons[key] for key in keys_for(mutant) if key in reasons), None)
+
+
+def keys_for(mutant):
+    """All entries that would tell of a mutant."""
+    return [
+        key_of(mutant),
+        (mutant.file, mutant.kind, mutant.before, "*"),
+        (mutant.file, "*", mutant.before, "*"),
+        (mutant.file, mutant.kind, "*", "*"),
+    ]
 
 
 def key_of(mutant):

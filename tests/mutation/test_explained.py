@@ -27,6 +27,12 @@ class ExplainedTest(unittest.TestCase):
         self.assertIsNone(reason_for(dataclasses.replace(MUTANT, kind="drop"), reasons))
         self.assertIsNone(reason_for(dataclasses.replace(MUTANT, file="B.cpp"), reasons))
 
+    def test_Star_ForTheLinesAfter_StandsForAllMutantsOfTheLines(self):
+        for kind, found in (("swap", "Why."), ("*", "Why."), ("drop", None)):
+            reasons = read_explained(f"PeloraTcam/A.cpp | {kind}\n- a(); b();\n+ *\n= Why.\n")
+            self.assertEqual(reason_for(MUTANT, reasons), found)
+            self.assertIsNone(reason_for(dataclasses.replace(MUTANT, before="c();"), reasons))
+
     def test_Line_DoesNotMatter(self):
         moved = Mutant("PeloraTcam/A.cpp", "swap", 9, 5, 5, "", "a(); b();", "b(); a();")
         self.assertEqual(key_of(moved), key_of(MUTANT))
