@@ -243,13 +243,21 @@ def worth_swapping(tokens, first, second):
     if any(form not in ("call", "assignment", "declaration") for form in forms):
         return False
     for part, form in zip(pair, forms):
-        # A local value that asks nobody can be made a line later as well.
-        if form == "declaration" and not any(token.text.startswith("SDK_") for token in part):
+        # A local value that asks nobody can be made a line later as well, and a constant anywhere.
+        if form == "declaration" and (is_constant(part) or not asks_somebody(part)):
             return False
     if forms[0] == "declaration":
         declared = declared_name(pair[0])
         return declared not in {token.text for token in pair[1]}
     return not sets_two_fields(*pair)
+
+
+def is_constant(part):
+    return any(token.text == "constexpr" for token in part)
+
+
+def asks_somebody(part):
+    return any(token.text.startswith("SDK_") for token in part)
 
 
 def declared_name(part):

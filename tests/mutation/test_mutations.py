@@ -117,6 +117,10 @@ class SwapTest(unittest.TestCase):
     def test_LocalValue_ThatAsksNobody_Stays(self):
         self.assertEqual(changed(body("a(); const int b = 2;"), "swap"), [])
 
+    def test_Constant_Stays(self):
+        source = body('a(); static constexpr Site site = SDK_CALL_SITE( "b" );')
+        self.assertEqual(changed(source, "swap"), [])
+
     def test_ValueAndItsUse_Stay(self):
         self.assertEqual(changed(body("int rc = SDK_CHECKED_CALL( b() ); c( rc );"), "swap"), [])
 
