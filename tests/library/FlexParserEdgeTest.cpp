@@ -274,6 +274,15 @@ TYPED_TEST( FlexParserEdgeTest, Program_ChunkTaken_DiesBeforeTheSdkIsAsked )
 
 using HsdkFlexParserEdgeTest = FlexParserEdgeTest< HsdkParser >;
 
+TEST_F( HsdkFlexParserEdgeTest, Remove_FreeChunkBeyondTheSixteen_IsNotLookedAt )
+{
+    freeChunksAre( 0x10000 );
+    readChunksAre( { 0x10001 } );
+    sdk.on.bcm_udf_destroy = TestSupport::returns( 0 );
+    destroy( qualsOf( { 1 } ) );
+    EXPECT_EQ( sdk.countOf( "bcm_udf_destroy" ), 1U );
+}
+
 TEST_F( HsdkFlexParserEdgeTest, Create_OutOfResourcesAgain_IsLoggedEachTime )
 {
     fail( HsdkParser::createCall, -14 );

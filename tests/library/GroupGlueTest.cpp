@@ -340,6 +340,8 @@ TEST( GetBcmActionParamCosMapNew, Ask_ProfileWithoutAttributes_IsTheClassifierId
 {
     const ChipInfo chipInfo = chipWithClassifier( 5, 0xABCD1234, std::nullopt );
     EXPECT_EQ( PeloraTcam::getBcmActionParamCosMapNew( 5, chipInfo ), 0x1234U );
+    const ChipInfo allBits = chipWithClassifier( 5, 0xABCDFFFF, std::nullopt );
+    EXPECT_EQ( PeloraTcam::getBcmActionParamCosMapNew( 5, allBits ), 0xFFFFU );
 }
 
 TEST( GetBcmActionParamCosMapNew, Ask_ProfileWithAttributes_AddsTheirBits )

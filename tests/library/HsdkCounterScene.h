@@ -42,6 +42,7 @@ class RecordingFlexctrs final : public PeloraTcam::FlexctrManager,
     PeloraTcam::FlexctrAttachState state = PeloraTcam::FlexctrAttachState::complete;
     std::function< void() > whileAttaching = [] {};
     std::map< CounterType, std::pair< U64, U64 > > hits; ///< packets and bytes by type
+    bool knowsHits = true;                               ///< otherwise it writes none
     bool hasActionIndexManager = true;
     const PeloraTcam::FlexctrAllocPerEntry* allocation = nullptr;
 
@@ -89,8 +90,10 @@ class RecordingFlexctrs final : public PeloraTcam::FlexctrManager,
     {
         chipInfo = &info;
         note( "getFlexctr ", unit, " ", stage, " ", pipe, " ", entryId, " ", type );
-        packets = hits[ type ].first;
-        bytes = hits[ type ].second;
+        if ( knowsHits ) {
+            packets = hits[ type ].first;
+            bytes = hits[ type ].second;
+        }
     }
 
     void clearFlexctr( U32 unit,

@@ -178,6 +178,15 @@ TEST_F( HsdkCounterTest, GetHits_WithoutTypesOfTheKind_AreZeroWithoutReading )
     EXPECT_THAT( flexctrs.calls, IsEmpty() );
 }
 
+TEST_F( HsdkCounterTest, GetHits_ServiceWritesNone_AreZero )
+{
+    flexctrs.knowsHits = false;
+    EXPECT_EQ( helper->getStatHits( entry, CounterType::packets, stageIfp() ), 0U );
+    EXPECT_EQ( helper->getStatHits( entry, CounterType::bytes, stageIfp() ), 0U );
+    EXPECT_EQ( helper->getPacketHits( recordOf( { 1, 2 } ) ), 0U );
+    EXPECT_EQ( helper->getByteHits( recordOf( { 1, 2 } ) ), 0U );
+}
+
 // ---- getCounterHwIdx -------------------------------------------------------------------------
 
 TEST_F( HsdkCounterTest, GetHwIdx_TypesOfAPair_HaveOneIndex )

@@ -144,6 +144,13 @@ TEST_F( UdfModuleVerifyTest, Verify_AttachedToNoneOrTwo_Dies )
     expectMismatch( "actual == 1", other, twice );
 }
 
+TEST_F( UdfModuleVerifyTest, Verify_FormatListIsNotWritten_Dies )
+{
+    const QualIdList quals = made();
+    sdk.on.bcm_udf_pkt_format_get_all = returns( 0 );
+    expectMismatch( "actual == 1", udfDescOf(), quals );
+}
+
 TEST_F( UdfModuleVerifyTest, Verify_FormatId0_Dies )
 {
     const QualIdList quals = made();
@@ -308,6 +315,13 @@ TEST_F( UdfModuleVerifyTest, GetAllHash_None_CallsTwiceWith0 )
     EXPECT_THAT( sdk.allCalls(),
                  ElementsAre( "preApiCall()", "bcm_udf_hash_config_get_all( 5, 0, null, & )",
                               "preApiCall()", "bcm_udf_hash_config_get_all( 5, 0, null, & )" ) );
+}
+
+TEST_F( UdfModuleVerifyTest, GetAllHash_CountIsNotWritten_ListsNone )
+{
+    sdk.on.bcm_udf_hash_config_get_all = returns( 0 );
+    EXPECT_EQ( getAllProgrammedLagHashingUdfIdsUdfModule( unit ), UdfIdList() );
+    EXPECT_EQ( sdk.countOf( "bcm_udf_hash_config_t_init" ), 0U );
 }
 
 TEST_F( UdfModuleVerifyTest, GetAllHash_Some_InitialisesEachAndListsThem )
