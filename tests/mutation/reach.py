@@ -1,4 +1,5 @@
-"""Which tests run which block of the library: the others cannot notice a mutant of it.
+"""Which tests run which block of the library: the others cannot notice a mutant of it. And how long
+each test takes.
 
 The library is built once more. In this build every block of the sources that are mutated first
 marks itself in a file that the processes of a test share, so that what a child does counts, however
@@ -7,6 +8,7 @@ it ends. Every test is run by itself on it.
 
 import os
 import re
+import resource
 
 from base_build import BuildError, link_names, run
 from blocks import Layout
@@ -203,10 +205,16 @@ class ReachBuild:
         return patched(binary, self.folder, self) if suite.name in LOAD_BY_PATH else binary
 
     def reached_by(self, suite):
-        """For each test of a suite the numbers of the marks that it leaves."""
+        """For each test of a suite how long it takes, and the numbers of the marks that it leaves."""
         self.make()
         binary = self.path_of(suite)
-        return {test: self.marks_of(suite, test, binary) for test in suite.times}
+        return {test: self.seconds_and_marks_of(suite, test, binary) for test in suite.times}
+
+    def seconds_and_marks_of(self, suite, test, binary):
+        """The time is the processor's: by the clock, a busy machine makes quick tests slow."""
+        start = seconds_of_children()
+        marks = self.marks_of(suite, test, binary)
+        return [round(seconds_of_children() - start, 4), marks]
 
     def marks_of(self, suite, test, binary):
         marks = os.path.join(self.folder, "marks")
@@ -225,6 +233,12 @@ class ReachBuild:
         return [number for number, mark in enumerate(seen) if mark]
 
 
+def seconds_of_children():
+    """What the processes that this one has waited for took of the processor."""
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
 def measure_reach(graph, suites, folder, must, kept):
     """Builds that library, runs every test on it, and gives what they reach.
 
@@ -234,9 +248,11 @@ def measure_reach(graph, suites, folder, must, kept):
     names = [tuple(name) for name in kept(LIBRARY, build.names_of_marks)]
     reached = {}
     for suite in suites:
-        marks = kept(suite.target, lambda: build.reached_by(suite))
-        for test, numbers in marks.items():
+        measured = kept(suite.target, lambda: build.reached_by(suite))
+        for test, (seconds, numbers) in measured.items():
+            suite.times[test] = seconds
             reached[suite.name, test] = {names[number] for number in numbers}
+        suite.seconds = sum(suite.times.values())
     if not any(reached.values()):
         raise BuildError("no test runs anything of the library")
     return Reach(graph, suites, reached)
