@@ -15,6 +15,7 @@ from trials import PastKills, Trial, quick_rounds, slow_rounds
 
 EXPLAINED = "tests/mutation/explained.txt"
 MOST_OBJECTS_COMPARED = 20
+MOST_OBJECTS_OF_CHEAP = 60
 # So many mutants are compiled together. Rows of a table are compiled once for each of them.
 TOGETHER, TOGETHER_OF_TABLE = 150, 60
 
@@ -71,15 +72,21 @@ class MutationRun:
         self.end = time.monotonic() + 60 * minutes
         start = processor_seconds()
         self.failure = None
-        self.stages, self.put_off = (quick_rounds,), []
-        self.run_stage(chosen, workers)
-        if self.put_off and self.goes_on():
-            print(f"Asking the slow tests about {len(self.put_off)} mutants:", flush=True)
-            self.stages = (slow_rounds,)
-            self.run_stage(sorted(self.put_off, key=chosen.index), workers)
+        costly = [mutant for mutant in chosen if self.is_costly(mutant.file)]
+        for mutants in ([mutant for mutant in chosen if mutant not in costly], costly):
+            self.stages, self.put_off = (quick_rounds,), []
+            self.run_stage(mutants, workers)
+            if self.put_off and self.goes_on():
+                print(f"Asking the slow tests about {len(self.put_off)} mutants:", flush=True)
+                self.stages = (slow_rounds,)
+                self.run_stage(sorted(self.put_off, key=chosen.index), workers)
         self.seconds["in all"] = processor_seconds() - start
         if self.failure:
             raise self.failure
+
+    def is_costly(self, file):
+        """Whether most of the tree includes a file."""
+        return len(self.graph.affected(file)) > MOST_OBJECTS_OF_CHEAP
 
     def run_stage(self, mutants, workers):
         waiting = queue.SimpleQueue()
@@ -115,22 +122,20 @@ class MutationRun:
         folder = os.path.join(self.base.work, "mut" + worker)
         overlay = SchemaOverlay(self.graph, folder, bunch, self.sources[bunch[0].file])
         try:
-            if not self.make_all(overlay, bunch[0].file):
+            if not all(overlay.make(library) for library in LIBRARIES):
                 return self.try_halves(bunch, worker)
             trial = Trial(overlay, self.order, self.past_kills)
             for number, mutant in list(overlay.numbers.items()):
-                if self.goes_on():
-                    self.note(mutant, *self.judged_together(mutant, number, overlay, trial, worker))
+                # Building a suite may take a mutant out.
+                if self.goes_on() and number in overlay.numbers:
+                    verdict = self.judged_together(mutant, number, overlay, trial, worker)
+                    if number in overlay.numbers:
+                        self.note(mutant, *verdict)
         finally:
             overlay.remove()
         for number, mutant in enumerate(bunch, start=1):
             if number in overlay.unfit and self.goes_on():
                 self.note(mutant, *self.try_one(mutant, worker))
-
-    def make_all(self, overlay, file):
-        """Builds what any test of the mutants needs."""
-        targets = [suite.target for suite in self.order.of(file)]
-        return all(overlay.make(target) for target in (*LIBRARIES, *targets))
 
     def try_halves(self, bunch, worker):
         if len(bunch) == 1:
@@ -143,7 +148,7 @@ class MutationRun:
     def judged_together(self, mutant, number, overlay, trial, worker):
         """What becomes of one of the mutants of a build, and who caught it."""
         blocks = overlay.blocks[number]
-        if blocks == {}:
+        if blocks == {} and not self.is_in_suites(mutant.file):
             return SAME_CODE, "the compiler gets the same to see"
         inexact = number in overlay.inexact
         for asked in self.reach.asked(mutant.file, blocks):
@@ -154,6 +159,10 @@ class MutationRun:
         if self.is_first_stage():
             return PUT_OFF, ""
         return self.try_one(mutant, worker) if inexact else self.judged_survivor(mutant, worker)
+
+    def is_in_suites(self, file):
+        """Whether a file is compiled into test programs, too."""
+        return any(self.graph.needed(suite.target, file) for suite in self.order.of(file))
 
     def is_first_stage(self):
         return quick_rounds in self.stages

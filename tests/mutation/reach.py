@@ -107,10 +107,10 @@ class Reach:
         """The tests of each suite that may notice a mutant of that file, in the order of asking.
 
         `blocks`: for each object that it changes, the names of the blocks; None if that is not known
-        or if it changes what is no block. What is no block may be seen by any test, but most likely
-        by one that runs a block of the same source.
+        or if it changes what is no block. What is no block, or not of the library, may be seen by any
+        test, but most likely by one that runs a block of the same source.
         """
-        if blocks is not None:
+        if blocks is not None and set(blocks) <= set(self.graph.inputs[LIBRARY]):
             return [self.by_suite(self.of_blocks(blocks), file)]
         first = self.by_suite(self.of_objects(file), file)
         others = {suite.name: set(suite.times) - first.get(suite.name, set()) for suite in self.suites}

@@ -14,9 +14,10 @@ MOST_ATTEMPTS = 4
 class SchemaOverlay(Overlay):
     """A build in which an environment variable chooses the mutant.
 
-    `numbers`: the mutants by their numbers, which begin with 1. What is `unfit` is not among them
-    any more, with the reason; `blocks` tells, for each mutant, which blocks it changes, by object,
-    or None if it changes what is no block; `inexact` has those that the compiler itself may run.
+    `numbers`: the mutants by their numbers, which begin with 1. Whatever is made tells more of them:
+    what turns out to be `unfit` is not among them any more, with the reason; `blocks` tells, for
+    each mutant, which blocks it changes, by object, or None if it changes what is no block;
+    `inexact` has those that the compiler itself may run.
     """
 
     def __init__(self, graph, folder, mutants, source):
@@ -27,8 +28,6 @@ class SchemaOverlay(Overlay):
         self.blocks = {number: {} for number in self.numbers}
         self.inexact = set()
         self.schemata = {}
-        for output in sorted(o for o in graph.affected(self.mutant.file) if o.endswith(".o")):
-            self.place_all(output)
 
     def file_path(self):
         return os.path.join(self.folder, "src", self.mutant.file)
@@ -50,8 +49,19 @@ class SchemaOverlay(Overlay):
             return
         schema = Schema(base)
         self.schemata[output] = schema
-        for number, mutant in list(self.numbers.items()):
-            self.place(output, schema, number, mutant)
+        for layer in layers_of(self.numbers):
+            # Most objects read only a few columns of a table.
+            if len(layer) == 1 or self.text_of(output, self.with_all(layer)) != base:
+                for number in layer:
+                    if number in self.numbers:
+                        self.place(output, schema, number, self.numbers[number])
+
+    def with_all(self, layer):
+        """The source with several mutants at once."""
+        source = self.source
+        for mutant in sorted((self.numbers[n] for n in layer), key=lambda m: m.start, reverse=True):
+            source = mutant.applied_to(source)
+        return source
 
     def place(self, output, schema, number, mutant):
         changed = self.text_of(output, mutant.applied_to(self.source))
@@ -92,7 +102,9 @@ class SchemaOverlay(Overlay):
 
     def is_changed(self, output):
         if output.endswith(".o"):
-            return bool(self.schemata[output].edits)
+            if output not in self.schemata:
+                self.place_all(output)
+            return output in self.schemata and bool(self.schemata[output].edits)
         return super().is_changed(output)
 
     def make_one(self, output, more_flags=""):
@@ -117,6 +129,19 @@ class SchemaOverlay(Overlay):
         command = re.sub(r" -c \S+", f" -fpreprocessed -c {text}", plain(self.command_for(output)))
         place = os.path.join(self.folder, output)
         return run(["sh", "-c", command + f" -o {place}" + flags], self.graph.tree)
+
+
+def layers_of(numbers):
+    """The numbers of mutants, in lists of such that change different places of the source."""
+    layers = []
+    for number, mutant in sorted(numbers.items(), key=lambda entry: (entry[1].start, entry[1].end)):
+        for layer in layers:
+            if numbers[layer[-1]].end < mutant.start:
+                layer.append(number)
+                break
+        else:
+            layers.append([number])
+    return layers
 
 
 def plain(command):

@@ -51,12 +51,17 @@ class JudgementTest(unittest.TestCase):
         self.assertIn("PeloraTcam/A.cpp | swap\n- a(); b();\n+ b(); a();\n", output)
 
 
+class Graph:
+    def affected(self, file):
+        return {file}
+
+
 class MadeUpRun(MutationRun):
     """A run whose mutants meet the outcomes that are given, or a failure."""
 
     def __init__(self, outcome):
         base = type("Base", (), {"work": "/nowhere"})
-        super().__init__(base, None, None, None, {}, {})
+        super().__init__(base, Graph(), None, None, {}, {})
         self.outcome = outcome
 
     def try_bunch(self, bunch, worker):
@@ -90,10 +95,6 @@ class AllTest(unittest.TestCase):
     MUTANTS = [dataclasses.replace(MUTANT, start=start, end=start) for start in range(5)]
     REASONS = {("PeloraTcam/A.cpp", "swap", "*", "*"): "Why."}
 
-    class Graph:
-        def affected(self, file):
-            return {file}
-
     def setUp(self):
         place = tempfile.TemporaryDirectory()
         self.addCleanup(place.cleanup)
@@ -102,7 +103,6 @@ class AllTest(unittest.TestCase):
     def run_all(self, outcome, *arguments, reasons=None):
         """The exit code, how many were tried, and the output."""
         run = MadeUpRun(outcome)
-        run.graph = self.Graph()
         run.explained = reasons or {}
         run.kept = Results(self.path, self.MUTANTS, {"PeloraTcam/A.cpp": ""})
         options = parse_arguments(["--all", *arguments])

@@ -1,6 +1,6 @@
 import unittest
 
-from reach import Reach, with_marks
+from reach import LIBRARY, Reach, with_marks
 from trials import Suite
 
 A, B = "PeloraTcam/A.o", "PeloraTcam/B.o"
@@ -10,6 +10,8 @@ class Graph:
     """Two objects of the library, a header that both include, and a test that includes it too."""
 
     affected_by = {"A.cpp": {A}, "B.cpp": {B}, "Both.h": {A, B, "test.o"}, "Other.h": {"test.o"}}
+
+    inputs = {LIBRARY: [A, B]}
 
     def affected(self, file):
         return self.affected_by[file] | {"lib"}
@@ -42,6 +44,10 @@ class ReachTest(unittest.TestCase):
         first, others = self.asked("A.cpp", reached)
         self.assertEqual(first, {"l.Far": {"F.x"}})
         self.assertEqual(others, {"l.Far": {"F.y"}, "l.Near": self.NEAR})
+
+    def test_Mutant_OfABlockElsewhere_IsAskedOfAll(self):
+        first, others = self.asked("A.cpp", {("l.Far", "F.x"): {(A, "1")}}, {"agent.o": ["1"]})
+        self.assertEqual((first, others["l.Near"]), ({"l.Far": {"F.x"}}, self.NEAR))
 
     def test_Suite_ThatTheFileIsCompiledInto_IsAskedAll(self):
         asked = self.asked("Both.h", {("l.Far", "F.x"): {(A, "1")}}, {A: ["1"]})

@@ -5,8 +5,8 @@ import tempfile
 import unittest
 
 from base_build import BuildGraph
-from mutations import mutants_of
-from schema_build import SchemaOverlay
+from mutations import Mutant, mutants_of
+from schema_build import SchemaOverlay, layers_of
 
 SOURCE = """#include <cstdio>
 const int sizes[] = { 1, 2 };
@@ -64,12 +64,24 @@ class SchemaOverlayTest(unittest.TestCase):
         self.assertNotIn(bad, self.overlay.numbers)
 
     def test_Blocks_OfAMutant_AreNamed(self):
+        self.overlay.make("bin/test_A")
         self.assertEqual(self.overlay.blocks[self.number_of("+ 6")], {"A.o": ["PeloraTcam/A.cpp:4:1"]})
 
     def test_Mutant_OfAValue_ChangesNoBlock(self):
+        self.overlay.make("bin/test_A")
         value = self.number_of("{ 1, 3 }")
         self.assertIsNone(self.overlay.blocks[value])
         self.assertIn(value, self.overlay.inexact)
+
+
+class LayersTest(unittest.TestCase):
+    def test_Mutants_OfOneLayer_ChangeDifferentPlaces(self):
+        places = [(0, 2), (1, 3), (5, 5), (5, 6), (7, 8)]
+        numbers = {
+            number: Mutant("A.def", "blank", 1, start, end, "", "", "")
+            for number, (start, end) in enumerate(places, start=1)
+        }
+        self.assertEqual(layers_of(numbers), [[1, 3, 5], [2, 4]])
 
 
 if __name__ == "__main__":

@@ -156,6 +156,8 @@ class TrialTest(unittest.TestCase):
     def test_Suite_ThatDoesNotCompile_Catches(self):
         why = self.who_catches(self.suite("library.Broken", ""))
         self.assertEqual(why, "library.Broken: does not compile")
+        self.assertIsNone(self.who_catches(self.suite("library.Broken", ""), number=7))
+        self.assertTrue(self.trial.left_out({"library.Broken": {"A.F_x_y"}}))
 
     def test_Mutant_OfManyInABuild_IsChosenByItsNumber(self):
         suite = self.suite("l.A", self.FAILS_WITH_SEVEN)

@@ -377,7 +377,10 @@ class Trial:
     def ask(self, one, number):
         """Why tests catch the mutant, or None."""
         if not self.overlay.make(one.suite.target):
-            return f"{one.suite.name}: does not compile"
+            if number == 0:
+                return f"{one.suite.name}: does not compile"
+            self.unfit |= {(one.suite.name, test, one.numbering) for test in one.tests}
+            return None
         while True:
             tests = [t for t in one.tests if (one.suite.name, t, one.numbering) not in self.unfit]
             one = Round(one.suite, one.numbering, tests)
