@@ -11,7 +11,7 @@ import time
 from base_build import Overlay
 from explained import reason_for
 from schema_build import SchemaOverlay
-from trials import PastKills, Trial, quick_rounds, slow_rounds
+from trials import PastKills, Trial, first_rounds, quick_rounds, slow_rounds
 
 EXPLAINED = "tests/mutation/explained.txt"
 MOST_OBJECTS_COMPARED = 20
@@ -150,15 +150,17 @@ class MutationRun:
         blocks = overlay.blocks[number]
         if blocks == {} and not self.is_in_suites(mutant.file):
             return SAME_CODE, "the compiler gets the same to see"
-        inexact = number in overlay.inexact
+        # What the compiler may run itself is tried alone, unless it is caught at once.
+        alone = number in overlay.inexact
+        stages = (first_rounds,) if alone else self.stages
         for asked in self.reach.asked(mutant.file, blocks):
-            who = trial.who_catches(mutant, asked, number, self.stages)
+            who = trial.who_catches(mutant, asked, number, stages)
             if who:
                 return CAUGHT, who
-            inexact = inexact or trial.left_out(asked)
-        if self.is_first_stage():
-            return PUT_OFF, ""
-        return self.try_one(mutant, worker) if inexact else self.judged_survivor(mutant, worker)
+            alone = alone or trial.left_out(asked)
+        if alone:
+            return self.try_one(mutant, worker)
+        return (PUT_OFF, "") if self.is_first_stage() else self.judged_survivor(mutant, worker)
 
     def is_in_suites(self, file):
         """Whether a file is compiled into test programs, too."""

@@ -278,14 +278,19 @@ class Round:
         return "*" if every else ":".join(self.tests)
 
 
-def quick_rounds(suites, asked):
-    """The runs that a mutant is tried with first: what takes least and tells most comes first.
+def first_rounds(suites, asked):
+    """The runs that a mutant is tried with first of all.
 
     `suites`: in the order of asking; `asked`: the tests of each that may notice, by its name.
     """
-    chosen = chosen_of(suites, asked)
-    for suite, tests in chosen[:FIRST_SUITES]:
+    for suite, tests in chosen_of(suites, asked)[:FIRST_SUITES]:
         yield Round(suite, "default", tests[:FIRST_TESTS])
+
+
+def quick_rounds(suites, asked):
+    """The runs that a mutant is tried with: what takes least and tells most comes first."""
+    yield from first_rounds(suites, asked)
+    chosen = chosen_of(suites, asked)
     longer_than = -1.0
     for at_most in QUICK_TEST_SECONDS:
         for suite, tests in chosen:
