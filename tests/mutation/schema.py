@@ -48,6 +48,7 @@ class Edit:
     kind: str  # block, copy or value
     versions: dict  # text by the mutant's number
     constant: bool = False
+    place: int = None  # where the text of a version begins in the source's, if not at `start`
 
 
 @dataclasses.dataclass
@@ -222,7 +223,8 @@ class Schema:
         )
 
     def copy_edit(self, number, declaration, text):
-        return Edit(declaration.end, declaration.end, "copy", {number: text})
+        end = declaration.end
+        return Edit(end, end, "copy", {number: text}, place=declaration.start)
 
     def edit_of_user(self, number, user, used, renamed):
         if user.kind in ("constant", "assertion"):
@@ -278,7 +280,8 @@ class Schema:
 
     def versions_of(self, edit, original, blame):
         def version(number, text):
-            return self.marker(edit.start, number if blame else None) + text
+            place = edit.start if edit.place is None else edit.place
+            return self.marker(place, number if blame else None) + text
 
         here, behind = self.marker(edit.start), self.marker(edit.end)
         versions = sorted(edit.versions.items())

@@ -11,6 +11,9 @@ PROGRAM = HEAD + """
 extern "C" int printf( const char*, ... );
 constexpr int rows[] = { 1, 2, 3 };
 static_assert( rows[ 0 ] != 7 );
+constexpr int place[] = {
+    5, __builtin_LINE()
+};
 int size() { int count = 0; for ( int row : rows ) { count += row; } return count; }
 int asked( int x ) { return x; }
 const int factor = asked( 10 );
@@ -22,7 +25,8 @@ int main()
     int sum = 0;
     for ( int i = 0; i < 3; ++i ) { if ( i == 1 ) { continue; } sum += i; }
     auto both = [ & ] { return sum * factor; };
-    printf( "%d %d %d %d %d %d", size(), both(), Pair().right(), twice( sum ), line(), __builtin_LINE() );
+    printf( "%d %d %d %d %d %d ", size(), both(), Pair().right(), twice( sum ), line(), __builtin_LINE() );
+    printf( "%d %d", place[ 0 ], place[ 1 ] );
 }
 """
 
@@ -64,17 +68,19 @@ class ProgramTest(unittest.TestCase):
             ("left = 4", "left = 5"),
             ("2 * x", "3 * x"),
             ("for ( int i = 0; i < 3", "for ( int i = 0; i < 2"),
+            ("    5, ", "    6, "),
         )
         expected = [
-            "6 20 5 4 10 16",
-            "6 10 5 2 10 16",
-            "6 0 5 0 10 16",
-            "6 12 5 4 10 16",
-            "8 20 5 4 10 16",
-            "6 22 5 4 10 16",
-            "6 20 6 4 10 16",
-            "6 20 5 6 10 16",
-            "6 0 5 0 10 16",
+            "6 20 5 4 13 19 5 6",
+            "6 10 5 2 13 19 5 6",
+            "6 0 5 0 13 19 5 6",
+            "6 12 5 4 13 19 5 6",
+            "8 20 5 4 13 19 5 6",
+            "6 22 5 4 13 19 5 6",
+            "6 20 6 4 13 19 5 6",
+            "6 20 5 6 13 19 5 6",
+            "6 0 5 0 13 19 5 6",
+            "6 20 5 4 13 19 6 6",
         ]
         self.assertEqual(outputs, expected)
 
