@@ -211,7 +211,7 @@ def run_all(options, run, mutants, workers):
             run.past_kills.add(mutant.file, mutant.line, known[1])
         if not known or (options.again and known[0] == "survived"):
             left.append(mutant)
-    left.sort(key=lambda mutant: (len(run.graph.affected(mutant.file)), mutant.file, mutant.start))
+    left.sort(key=lambda mutant: place_in_order(mutant, run))
     print(f"Trying {len(left)} of {len(mutants)} mutants; the others are known:", flush=True)
     try:
         run.run(left, workers, options.minutes)
@@ -224,6 +224,12 @@ def run_all(options, run, mutants, workers):
         print(f"{len(mutants) - len(judged)} mutants are left to try.")
         return 3
     return code
+
+
+def place_in_order(mutant, run):
+    """File by file; what takes much compiling comes late, and last what no test is said to catch."""
+    explained = reason_for(mutant, run.explained) is not None
+    return explained, len(run.graph.affected(mutant.file)), mutant.file, mutant.start
 
 
 def all_known(run, mutants):
