@@ -272,8 +272,8 @@ TEST_F( LegacyPreselectorTest, SetDstAndSrcClass_Twice_KeepTheSecondValue )
 TEST_F( LegacyPreselectorTest, SetDstAndSrcClass_WideMask_IsCutTo16Bits )
 {
     set( &Sdk::bcmFieldQualifyDstClassField, 0xFFFF, 0x12345 );
-    set( &Sdk::bcmFieldQualifySrcClassField, 0x8000, 0xFFFF0000 );
-    EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0xFFFF, 0x8000, 0, 0, 0, 0 ) );
+    set( &Sdk::bcmFieldQualifySrcClassField, 0x8100, 0xFFFF0000 );
+    EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0xFFFF, 0x8100, 0, 0, 0, 0 ) );
     EXPECT_THAT( fieldsOf( scene_.classMask ), ElementsAre( 0x2345, 0, 0, 0, 0, 0 ) );
 }
 
@@ -290,9 +290,9 @@ TEST_F( LegacyPreselectorTest, SetInterfaceClassL2AndVPort_Twice_KeepTheSecondVa
 
 TEST_F( LegacyPreselectorTest, SetInterfaceClassPort_Twice_Accumulates )
 {
-    set( &Sdk::bcmFieldQualifyInterfaceClassPort, 0x1, 0x10 );
+    set( &Sdk::bcmFieldQualifyInterfaceClassPort, 0x10001, 0x10 );
     set( &Sdk::bcmFieldQualifyInterfaceClassPort, 0x2, 0x80000000 );
-    EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0, 0, 0, 0, 0x3, 0 ) );
+    EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0, 0, 0, 0, 0x10003, 0 ) );
     EXPECT_THAT( fieldsOf( scene_.classMask ), ElementsAre( 0, 0, 0, 0, 0x80000010, 0 ) );
     EXPECT_THAT( scene_.sdk.allCalls(), IsEmpty() );
 }

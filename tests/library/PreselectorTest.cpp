@@ -240,9 +240,9 @@ TEST_F( PreselectorTest, SetInterfaceClasses_Twice_AccumulateWithAllBits )
 {
     set( 73, 0x10000, 0x80000000 );
     set( 73, 0x00001, 0x00000001 );
-    set( 75, 0x20000, 0x40000000 );
+    set( 75, 0x30000, 0x40000000 );
     set( 75, 0x00002, 0x00000002 );
-    EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0, 0, 0x10001, 0, 0x20002, 0 ) );
+    EXPECT_THAT( fieldsOf( scene_.classData ), ElementsAre( 0, 0, 0x10001, 0, 0x30002, 0 ) );
     EXPECT_THAT( fieldsOf( scene_.classMask ), ElementsAre( 0, 0, 0x80000001, 0, 0x40000002, 0 ) );
     EXPECT_THAT( scene_.sdk.allCalls(), IsEmpty() );
 }

@@ -122,6 +122,14 @@ TEST_F( UdfModuleRemoveTest, Destroy_NotAttachedToOneFormat_Dies )
     }
 }
 
+TEST_F( UdfModuleRemoveTest, Destroy_FormatListIsNotWritten_Dies )
+{
+    const QualIdList quals = made();
+    sdk.on.bcm_udf_pkt_format_get_all = returns( 0 );
+    expectAssertion( { udfSource, destroyFunction, "" }, "actual == 1",
+                     [ & ] { destroy( udfDescOf(), quals ); } );
+}
+
 TEST_F( UdfModuleRemoveTest, Destroy_MapDoesNotListTheUdf_Dies )
 {
     const QualIdList quals = made();

@@ -185,6 +185,12 @@ TEST_F( UdfModuleVerifyTest, GetAll_OfTheChip_AreItsUdfs )
     EXPECT_THAT( sdk.allCalls(), ElementsAre( "preApiCall()", "bcm_udf_get_all( 5, 128, &, & )" ) );
 }
 
+TEST_F( UdfModuleVerifyTest, GetAll_CountIsNotWritten_ListsNone )
+{
+    sdk.on.bcm_udf_get_all = returns( 0 );
+    EXPECT_EQ( getAllProgrammedUdfIdsUdfModule( unit ), UdfIdList() );
+}
+
 TEST_F( UdfModuleVerifyTest, GetAll_MoreThan128_GivesTheFirst128 )
 {
     for ( const int reported : { 128, 200 } ) {
