@@ -7,12 +7,15 @@
 #include "tools/translation/TranslatedNames.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <fmt/format.h>
 #include <limits>
+#include <optional>
 #include <span>
 #include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace Tool {
