@@ -1,6 +1,7 @@
 #include "tools/translation/TranslationTables.h"
 
 #include "sim/SimulatedSdk.h"
+#include "tools/translation/TranslatedNames.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -72,6 +73,25 @@ TEST_F( TranslationTablesTest, WithoutValue_OfPktFwdTypes_IsTheFirst )
     const auto& missing = table( "pktFwdTypeMap" ).withoutValue;
     ASSERT_EQ( missing.size(), 1U );
     EXPECT_EQ( missing[ 0 ].number, 0U );
+}
+
+TEST_F( TranslationTablesTest, SdkNameOf_EachAction_IsWhatTheLibraryTranslatesItTo )
+{
+    for ( const TranslationRow& row : table( "actionMap" ).rows ) {
+        EXPECT_EQ( sdkNameOf( static_cast< PeloraTcam::ActionType >( row.number ) ), row.sdkName );
+        EXPECT_EQ( agentActionName( row.sdkName ), row.backToAgent.value_or( "none" ) );
+    }
+    EXPECT_EQ( sdkNameOf( PeloraTcam::ActionType::noAction ), "" );
+    EXPECT_EQ( agentActionName( "bcmFieldActionNew" ), "bcmFieldActionNew" );
+}
+
+TEST_F( TranslationTablesTest, SdkNameOf_EachQualifier_IsWhatTheLibraryTranslatesItTo )
+{
+    for ( const TranslationRow& row : table( "qualifierMap" ).rows ) {
+        EXPECT_EQ( sdkNameOf( static_cast< PeloraTcam::QualifierType >( row.number ) ),
+                   row.sdkName );
+    }
+    EXPECT_EQ( sdkNameOf( static_cast< PeloraTcam::QualifierType >( 255 ) ), "" );
 }
 
 } // namespace
