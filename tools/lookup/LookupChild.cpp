@@ -53,21 +53,18 @@ void runSteps( const Scenario& scenario, RunContext& context, EventSender& event
     }
 }
 
-/// Names the rules that are not on the chip, and what rules lacked.
+/// Names the rules that are not on the chip, and why.
 void tellRefused( const RuleSet& ruleSet,
                   const Reference::RuleSetReport& report,
-                  RunContext& context,
                   EventSender& events )
 {
-    for ( std::size_t rule = 0; rule < ruleSet.lines.size(); ++rule ) {
-        if ( !context.tcam().ruleSets().entry( report.id, rule ) ) {
-            failed( events, fmt::format( "{}:{}:1: this rule was refused", ruleSet.file,
-                                         ruleSet.lines[ rule ] ) );
-        }
-    }
-    for ( const auto& [ what, rules ] : report.refused ) {
-        failed( events, fmt::format( "{}: {} of {} rules refused for want of: {}", ruleSet.file,
-                                     rules, report.rules, what ) );
+    for ( const Reference::RefusedRule& refused : report.refusedRules ) {
+        failed( events,
+                fmt::format( "{}:{}:1: this rule was refused, {}: {}", ruleSet.file,
+                             ruleSet.lines.at( refused.rule ),
+                             Reference::isUnmatchable( refused.reason ) ? "because it asks for"
+                                                                        : "for want of",
+                             refused.reason ) );
     }
 }
 
@@ -81,7 +78,7 @@ void programRules( const LookupRules& rules, RunContext& context, EventSender& e
     const Reference::RuleSetReport report =
         context.tcam().ruleSets().program( filterRulesOf( ruleSet ), options );
     context.tcam().ruleSetNames().add( name, { report.id, ruleSet.file, ruleSet.lines } );
-    tellRefused( ruleSet, report, context, events );
+    tellRefused( ruleSet, report, events );
 }
 
 // ---- The packets -------------------------------------------------------------------------------

@@ -206,8 +206,24 @@ TEST( Lookup, RuleThatIsRefused_IsNamedAndTheOthersAnswer )
                   "tcp 10.0.0.1:1 > 10.0.0.2:15", "--packet", "tcp 10.0.0.1:1 > 10.0.0.2:25" } );
     EXPECT_EQ( result.exitCode, 1 );
     EXPECT_EQ( result.output, "2\n0\n" );
-    EXPECT_EQ( result.errors, "many.rules:4:1: this rule was refused\n"
-                              "many.rules: 1 of 3 rules refused for want of: range checker\n" );
+    EXPECT_EQ( result.errors,
+               "many.rules:4:1: this rule was refused, for want of: range checker\n" );
+}
+
+TEST( Lookup, RuleThatNoEntryCanMatch_IsNamedWithWhatItAsksFor )
+{
+    const ToolFolder folder;
+    folder.write( "flags.rules",
+                  "@0.0.0.0/0 0.0.0.0/0 0 : 65535 0 : 65535 0x06/0xFF 0x0200/0xFF00\n"
+                  "@0.0.0.0/0 0.0.0.0/0 0 : 65535 0 : 65535 0x00/0x00 0x0200/0xFF00\n" );
+    const ToolResult result =
+        lookup( folder, { "--rules", "flags.rules", "--chip", "hsdk", "--winners", "--packet",
+                          "tcp 10.0.0.1:1 > 10.0.0.2:2 flags syn", "--packet",
+                          "tcp 10.0.0.1:1 > 10.0.0.2:2 flags ack" } );
+    EXPECT_EQ( result.exitCode, 1 );
+    EXPECT_EQ( result.output, "1\n0\n" );
+    EXPECT_EQ( result.errors, "flags.rules:2:1: this rule was refused, because it asks for: flags "
+                              "without an exact protocol\n" );
 }
 
 TEST( Lookup, StepThatFails_IsNamedAndTheChipAnswers )
