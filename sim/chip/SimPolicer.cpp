@@ -52,6 +52,7 @@ int SimPolicer::create( const bcm_policer_config_t* config, bcm_policer_t* polic
     bcm_policer_config_t& made = policers_[ *policerId ];
     made = *config;
     made.flags &= ~withIdFlag;
+    serials_[ *policerId ] = ++lastSerial_;
     return ReturnCode::BCM_E_NONE;
 }
 
@@ -70,6 +71,7 @@ int SimPolicer::destroy( bcm_policer_t policerId )
         return ReturnCode::BCM_E_BUSY;
     }
     policers_.erase( policerId );
+    serials_.erase( policerId );
     return ReturnCode::BCM_E_NONE;
 }
 

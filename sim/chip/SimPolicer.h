@@ -48,6 +48,13 @@ class SimPolicer
         return policers_.contains( policerId );
     }
 
+    /// Tells a policer from all others, also from an earlier one of its id; 0 if there is none.
+    [[nodiscard]] uint64_t serialOf( bcm_policer_t policerId ) const
+    {
+        const auto found = serials_.find( policerId );
+        return found == serials_.end() ? 0 : found->second;
+    }
+
     /// Who uses policers says so here.
     [[nodiscard]] UseChecks< bcm_policer_t >& useChecks() { return useChecks_; }
 
@@ -77,6 +84,8 @@ class SimPolicer
     IdSequence ids_;
     UseChecks< bcm_policer_t > useChecks_;
     State policers_;
+    std::map< bcm_policer_t, uint64_t > serials_; ///< of those that were made
+    uint64_t lastSerial_ = 0;
 };
 
 } // namespace Sim

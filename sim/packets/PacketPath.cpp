@@ -447,8 +447,9 @@ PacketPath::meter( const FieldEntry& entry, const Packet& packet, TrafficColor i
         }
         const MeterConfig config = meterConfigOf( policer->second, numbering_ );
         RunningMeter& running = meters_[ policerId ];
-        if ( running.config != config ) {
-            running = { config, {} };
+        const uint64_t serial = chip_.policers().serialOf( policerId );
+        if ( running.serial != serial || running.config != config ) {
+            running = { serial, config, {} };
         }
         color = std::max( color, Sim::meter( config, running.state, packet.timestamp,
                                              packet.wireLength, incoming ) );

@@ -127,6 +127,7 @@ class PacketPath : private HardwareListener
     /// A meter, and what it was made for.
     struct RunningMeter
     {
+        uint64_t serial = 0; ///< of the policer
         MeterConfig config;
         MeterState state;
     };
