@@ -37,7 +37,7 @@ std::size_t packetsPerSet()
     return given != nullptr ? std::stoul( given ) : 4000;
 }
 
-/// What rules look at in a packet. The rules' flags are not among it.
+/// What rules look at in a packet.
 struct Tuple
 {
     std::uint32_t source = 0;
@@ -45,7 +45,12 @@ struct Tuple
     std::uint16_t sourcePort = 0;
     std::uint16_t destinationPort = 0;
     std::uint8_t protocol = 0;
+    /// TCP: the flags byte in the high byte; ICMP: type and code; 0 for any other protocol.
+    std::uint16_t flags = 0;
 };
+
+constexpr std::uint8_t icmp = 1;
+constexpr std::uint8_t tcp = 6;
 
 // ---- Comparing the rules ---------------------------------------------------------------------
 
@@ -59,6 +64,7 @@ struct Bounds
     Tool::PortRange sourcePorts;
     Tool::PortRange destinationPorts;
     Tool::Masked< Agent::U8 > protocol;
+    Tool::Masked< Agent::U16 > flags;
 };
 
 std::uint32_t hostBits( const Tool::Ipv4Prefix& prefix )
@@ -74,7 +80,8 @@ Bounds boundsOf( const Tool::Rule& rule )
              rule.destination.address | hostBits( rule.destination ),
              rule.sourcePorts,
              rule.destinationPorts,
-             rule.protocol };
+             rule.protocol,
+             rule.tcpFlags };
 }
 
 bool matches( const Bounds& rule, const Tuple& packet )
@@ -86,7 +93,9 @@ bool matches( const Bounds& rule, const Tuple& packet )
            packet.sourcePort <= rule.sourcePorts.high &&
            rule.destinationPorts.low <= packet.destinationPort &&
            packet.destinationPort <= rule.destinationPorts.high &&
-           ( packet.protocol & rule.protocol.mask ) == ( rule.protocol.value & rule.protocol.mask );
+           ( packet.protocol & rule.protocol.mask ) ==
+               ( rule.protocol.value & rule.protocol.mask ) &&
+           ( packet.flags & rule.flags.mask ) == ( rule.flags.value & rule.flags.mask );
 }
 
 // ---- Packets around the corners --------------------------------------------------------------
@@ -101,11 +110,14 @@ class Corners
     Tuple next()
     {
         const Bounds& rule = rules_[ below( rules_.size() ) ];
-        return { around< std::uint32_t >( rule.sourceLow, rule.sourceHigh ),
-                 around< std::uint32_t >( rule.destinationLow, rule.destinationHigh ),
-                 around< std::uint16_t >( rule.sourcePorts.low, rule.sourcePorts.high ),
-                 around< std::uint16_t >( rule.destinationPorts.low, rule.destinationPorts.high ),
-                 protocolFor( rule ) };
+        Tuple tuple{
+            around< std::uint32_t >( rule.sourceLow, rule.sourceHigh ),
+            around< std::uint32_t >( rule.destinationLow, rule.destinationHigh ),
+            around< std::uint16_t >( rule.sourcePorts.low, rule.sourcePorts.high ),
+            around< std::uint16_t >( rule.destinationPorts.low, rule.destinationPorts.high ),
+            protocolFor( rule ) };
+        tuple.flags = flagsFor( rule, tuple.protocol );
+        return tuple;
     }
 
   private:
@@ -144,6 +156,18 @@ class Corners
                                             ( random & ~rule.protocol.mask ) );
     }
 
+    std::uint16_t flagsFor( const Bounds& rule, std::uint8_t protocol )
+    {
+        auto flags = static_cast< std::uint16_t >( engine_() );
+        if ( below( 4 ) != 0 ) {
+            flags = static_cast< std::uint16_t >( ( rule.flags.value & rule.flags.mask ) |
+                                                  ( flags & ~rule.flags.mask ) );
+        }
+        return static_cast< std::uint16_t >( protocol == tcp    ? flags & 0xFF00
+                                             : protocol == icmp ? flags
+                                                                : 0 );
+    }
+
     const std::vector< Bounds >& rules_;
     std::mt19937_64 engine_{ 30 };
 };
@@ -164,6 +188,7 @@ class TuplePacket
         put( 23, 1, tuple.protocol );
         put( 26, 4, tuple.source );
         put( 30, 4, tuple.destination );
+        put( 47, 1, 0U );
         packet_.given.clear();
         if ( std::ranges::find( withPorts, tuple.protocol ) != std::end( withPorts ) ) {
             put( 34, 2, tuple.sourcePort );
@@ -171,6 +196,11 @@ class TuplePacket
         } else {
             packet_.given[ numbering_.bcmFieldQualifyL4SrcPort ] = tuple.sourcePort;
             packet_.given[ numbering_.bcmFieldQualifyL4DstPort ] = tuple.destinationPort;
+        }
+        if ( tuple.protocol == tcp ) {
+            put( 47, 1, tuple.flags >> 8 );
+        } else if ( tuple.protocol == icmp ) {
+            put( 34, 2, tuple.flags );
         }
         return packet_;
     }
@@ -273,7 +303,8 @@ TEST_P( RuleSetPacketsTest, Find_PacketsAroundTheCornersOfRules_HitTheFirstRuleT
         path.find( packet.of( tuple ), hits );
         ASSERT_EQ( firstOf( hits ), expected )
             << std::hex << tuple.source << " " << tuple.destination << " " << std::dec
-            << tuple.sourcePort << " " << tuple.destinationPort << " " << +tuple.protocol;
+            << tuple.sourcePort << " " << tuple.destinationPort << " " << +tuple.protocol << " "
+            << tuple.flags;
         matched += expected != 0 ? 1 : 0;
     }
     EXPECT_GT( matched, packetsPerSet() / 10 );
