@@ -4,6 +4,7 @@
 /// them, and says what is wrong with them.
 
 #include "sim/packets/DescribedPacket.h"
+#include "sim/packets/PacketDescription.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,14 +13,6 @@
 #include <vector>
 
 namespace Sim {
-
-/// Where a description stands that is part of a file.
-struct DescriptionPlace
-{
-    std::string file = "packet"; ///< what an error calls it
-    int line = 1;                ///< from 1
-    int column = 1;              ///< of its first letter, from 1
-};
 
 /// A word, or what follows the last one, which is empty.
 struct DescriptionWord

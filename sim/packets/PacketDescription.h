@@ -8,7 +8,6 @@
 ///
 /// All words are in docs/packets.md.
 
-#include "sim/packets/DescriptionWords.h"
 #include "sim/packets/Packet.h"
 
 #include <string>
@@ -16,6 +15,14 @@
 #include <vector>
 
 namespace Sim {
+
+/// Where a description stands that is part of a file.
+struct DescriptionPlace
+{
+    std::string file = "packet"; ///< what an error calls it
+    int line = 1;                ///< from 1
+    int column = 1;              ///< of its first letter, from 1
+};
 
 /// All words that descriptions know, each once: kinds of packets and tunnels, and what is said of
 /// them.

@@ -296,22 +296,25 @@ std::vector< Case > allCases()
 TEST( PacketFieldsTest, Tables_EachQualifierOfTheSdk_HasARowOfItsWidth )
 {
     const Sim::SdkNumbering numbering = Sim::SdkNumbering::defaults();
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
+#define FIELD_QUALIFIER_NUMBER( name, type, users )                                                \
     {                                                                                              \
-        const Sim::NumberField* row = Sim::findNumberField( numbering, numbering.qualifier );      \
-        ASSERT_NE( row, nullptr ) << #qualifier;                                                   \
-        EXPECT_EQ( row->width, sizeof( type ) ) << #qualifier;                                     \
-        EXPECT_EQ( Sim::findBytesField( numbering, numbering.qualifier ), nullptr );               \
+        const bcm_field_qualify_t qualifier = numbering.bcmFieldQualify##name;                     \
+        const Sim::NumberField* row = Sim::findNumberField( numbering, qualifier );                \
+        ASSERT_NE( row, nullptr ) << #name;                                                        \
+        EXPECT_EQ( row->width, sizeof( type ) ) << #name;                                          \
+        EXPECT_EQ( Sim::findBytesField( numbering, qualifier ), nullptr );                         \
     }
-#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users )                                  \
+#define FIELD_QUALIFIER_BYTES( name, type, users )                                                 \
     {                                                                                              \
-        const Sim::BytesField* row = Sim::findBytesField( numbering, numbering.qualifier );        \
-        ASSERT_NE( row, nullptr ) << #qualifier;                                                   \
-        EXPECT_EQ( row->width, sizeof( type ) ) << #qualifier;                                     \
-        EXPECT_EQ( Sim::findNumberField( numbering, numbering.qualifier ), nullptr );              \
+        const bcm_field_qualify_t qualifier = numbering.bcmFieldQualify##name;                     \
+        const Sim::BytesField* row = Sim::findBytesField( numbering, qualifier );                  \
+        ASSERT_NE( row, nullptr ) << #name;                                                        \
+        EXPECT_EQ( row->width, sizeof( type ) ) << #name;                                          \
+        EXPECT_EQ( Sim::findNumberField( numbering, qualifier ), nullptr );                        \
     }
-#define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
-    EXPECT_EQ( Sim::findNumberField( numbering, numbering.qualifier ), nullptr ) << #qualifier;
+#define FIELD_QUALIFIER_NAMED( name, type, users )                                                 \
+    EXPECT_EQ( Sim::findNumberField( numbering, numbering.bcmFieldQualify##name ), nullptr )       \
+        << #name;
 #include "sim/access/FieldQualifiers.def"
 }
 

@@ -73,22 +73,23 @@ askFor( Sim::SimulatedSdk& sdk, bcm_field_entry_t entry, const Asked& asked )
     for ( const int port : asked.portsThatCount ) {
         sdk.BCM_PBMP_PORT_ADD( &portsThatCount, port );
     }
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users )                                 \
-    if ( name == #qualifier ) {                                                                    \
-        return sdk.function( unit, entry, static_cast< type >( asked.data ),                       \
-                             static_cast< type >( asked.mask ) );                                  \
+#define FIELD_QUALIFIER_NUMBER( row, type, users )                                                 \
+    if ( name == "bcmFieldQualify" #row ) {                                                        \
+        return sdk.bcm_field_qualify_##row( unit, entry, static_cast< type >( asked.data ),        \
+                                            static_cast< type >( asked.mask ) );                   \
     }
-#define FIELD_QUALIFIER_NAMED( function, qualifier, type, users )                                  \
-    if ( name == #qualifier ) {                                                                    \
-        return sdk.function( unit, entry, static_cast< type >( enumerator ) );                     \
+#define FIELD_QUALIFIER_NAMED( row, type, users )                                                  \
+    if ( name == "bcmFieldQualify" #row ) {                                                        \
+        return sdk.bcm_field_qualify_##row( unit, entry, static_cast< type >( enumerator ) );      \
     }
-#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users )                                  \
-    if ( name == #qualifier && data.size() == sizeof( type ) && mask.size() == sizeof( type ) ) {  \
-        return sdk.function( unit, entry, data.data(), mask.data() );                              \
+#define FIELD_QUALIFIER_BYTES( row, type, users )                                                  \
+    if ( name == "bcmFieldQualify" #row && data.size() == sizeof( type ) &&                        \
+         mask.size() == sizeof( type ) ) {                                                         \
+        return sdk.bcm_field_qualify_##row( unit, entry, data.data(), mask.data() );               \
     }
-#define FIELD_QUALIFIER_PORTS( function, qualifier, users )                                        \
-    if ( name == #qualifier ) {                                                                    \
-        return sdk.function( unit, entry, &ports, &portsThatCount );                               \
+#define FIELD_QUALIFIER_PORTS( row, users )                                                        \
+    if ( name == "bcmFieldQualify" #row ) {                                                        \
+        return sdk.bcm_field_qualify_##row( unit, entry, &ports, &portsThatCount );                \
     }
 #include "sim/access/FieldQualifiers.def"
     ADD_FAILURE() << "no call for " << name;
@@ -103,13 +104,13 @@ askFor( Sim::SimulatedSdk& sdk, bcm_field_entry_t entry, const Asked& asked )
     std::vector< std::string > names;
     const auto add = [ & ]( std::string_view name, bool preselectorsToo ) {
         if ( preselectorsToo || !ofPreselectors ) {
-            names.emplace_back( name.substr( std::string_view( "bcmFieldQualify" ).size() ) );
+            names.emplace_back( name );
         }
     };
-#define FIELD_QUALIFIER_NUMBER( function, qualifier, type, users ) add( #qualifier, users );
-#define FIELD_QUALIFIER_NAMED( function, qualifier, type, users ) add( #qualifier, users );
-#define FIELD_QUALIFIER_BYTES( function, qualifier, type, users ) add( #qualifier, users );
-#define FIELD_QUALIFIER_PORTS( function, qualifier, users ) add( #qualifier, users );
+#define FIELD_QUALIFIER_NUMBER( row, type, users ) add( #row, users );
+#define FIELD_QUALIFIER_NAMED( row, type, users ) add( #row, users );
+#define FIELD_QUALIFIER_BYTES( row, type, users ) add( #row, users );
+#define FIELD_QUALIFIER_PORTS( row, users ) add( #row, users );
 #include "sim/access/FieldQualifiers.def"
     return names;
 }
