@@ -45,9 +45,8 @@ std::uint32_t oneOf( std::uint32_t low, std::uint32_t high, std::mt19937& random
 
 std::uint32_t inPrefix( const Tool::Ipv4Prefix& prefix, std::mt19937& random )
 {
-    const std::uint32_t free = prefix.length == 0
-                                   ? ~std::uint32_t{ 0 }
-                                   : ( std::uint64_t{ 1 } << ( 32 - prefix.length ) ) - 1;
+    const auto free =
+        static_cast< std::uint32_t >( ( std::uint64_t{ 1 } << ( 32 - prefix.length ) ) - 1 );
     return oneOf( prefix.address & ~free, prefix.address | free, random );
 }
 
