@@ -72,8 +72,8 @@ struct SoftErrorCase
 
 TEST( InjectFault, Run_FlippedBit_IsCaughtByTheAudit )
 {
-    const std::string group = "  - create-group: { name: acl, qualifiers: [ dstIp ], actions: [ "
-                              "drop ] }\n";
+    const std::string group = "  - create-group: { name: acl, stage: ifp, key-size: 320, "
+                              "qualifiers: [ dstIp ], actions: [ drop ] }\n";
     const SoftErrorCase cases[] = {
         { "FLIP" + allocate( "1" ), "bcm_range_create",
           "{ object: range checker 1, field: max, bit: 3 }" },
