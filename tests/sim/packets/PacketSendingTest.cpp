@@ -356,7 +356,7 @@ TEST_F( FlexCounterSendingTest, Send_FlexCounters_CountPacketsAndBytesByColor )
     attachCounter( colored, 2, hsdk.sdk.numbering().bcmFlexctrColorRed );
     attachCounter( all, 3, hsdk.sdk.numbering().bcmFlexctrColorAny );
     Sim::Packet packet = Sim::packetFromDescription( web + " ttl 9" );
-    for ( const std::uint64_t color : { 0, 1, 1, 2 } ) {
+    for ( const std::uint64_t color : { 0U, 1U, 1U, 2U } ) {
         packet.given[ hsdk.qualifier( "Color" ) ] = color;
         hsdk.path.send( packet );
     }
