@@ -194,8 +194,8 @@ void PacketPath::classify( PacketFindings& findings,
     layout_.writeFindings( view, key );
 }
 
-/// Shows the visitor each group that looks at the packet with the entry that it finds, and tells it
-/// of each stage before its groups look.
+/// Shows the visitor each group that looks at the packet, with the entry that it finds, and tells
+/// it when a stage ends and another one follows.
 template< class Visitor >
 void PacketPath::visitGroups( const Packet& packet,
                               PacketFindings& findings,
